@@ -1,0 +1,92 @@
+# Options that every target of the project is built with.
+function(zor_options target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wundef -fno-exceptions -fno-rtti
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(ZOR_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  zor_instrument(${target})
+endfunction()
+
+# Test programs use GoogleTest, which wants exceptions and run-time types.
+function(zor_test_options target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wshadow -Wundef -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(ZOR_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  zor_instrument(${target})
+endfunction()
+
+function(zor_instrument target)
+  if(ZOR_SANITIZE)
+    set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_compile_options(${target} PRIVATE ${flags})
+    target_link_options(${target} PRIVATE ${flags})
+  endif()
+  if(ZOR_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage -O0)
+    target_link_options(${target} PRIVATE --coverage)
+  endif()
+endfunction()
+
+# zor_floor(NAME [DEPENDS lib...] [LIBRARIES lib...]): a static library of all sources below NAME/src and
+# NAME/unix/src, with NAME/include as its public face and NAME/src for itself and its tests. Every public header
+# is compiled alone by the target all_verify_interface_header_sets.
+function(zor_floor name)
+  cmake_parse_arguments(arg "" "" "DEPENDS;LIBRARIES" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/${name}/src/*.cpp ${PROJECT_SOURCE_DIR}/${name}/unix/src/*.cpp)
+  set(${name}_sources ${sources} PARENT_SCOPE)
+  list(FILTER sources EXCLUDE REGEX "src/whbootfw/hooks[.]cpp$")
+  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${name}/include/*.h)
+  add_library(${name} STATIC ${sources})
+  zor_options(${name})
+  target_sources(${name} PUBLIC FILE_SET HEADERS
+    BASE_DIRS ${PROJECT_SOURCE_DIR}/${name}/include FILES ${headers})
+  set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERIFY_INTERFACE_HEADER_SETS ON)
+  target_include_directories(${name} PRIVATE
+    ${PROJECT_SOURCE_DIR}/${name}/src ${PROJECT_SOURCE_DIR}/${name}/unix/src)
+  target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE ${arg_LIBRARIES})
+endfunction()
+
+# zor_test(NAME): the floor's test program. It links its own floor and those below, so an upward call is a link
+# error; it reaches the floor's private headers.
+function(zor_test name)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${name}/test/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name}_test ${sources})
+  zor_test_options(${name}_test)
+  target_include_directories(${name}_test PRIVATE
+    ${PROJECT_SOURCE_DIR}/${name}/src ${PROJECT_SOURCE_DIR}/${name}/unix/src)
+  target_link_libraries(${name}_test PRIVATE testkit ${name} testkit GTest::gtest)
+  if(name STREQUAL "wh")
+    target_link_libraries(${name}_test PRIVATE vqnexpat)
+  endif()
+  add_test(NAME ${name} COMMAND ${name}_test)
+  zor_test_environment(${name})
+endfunction()
+
+# The whole-process tests run the built tool; they link none of it.
+function(zor_tool_test)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(zorenv_test ${sources})
+  zor_test_options(zorenv_test)
+  target_compile_definitions(zorenv_test PRIVATE
+    ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  target_link_libraries(zorenv_test PRIVATE testkit_process GTest::gtest)
+  add_dependencies(zorenv_test zorenv)
+  add_test(NAME zorenv COMMAND zorenv_test)
+  zor_test_environment(zorenv)
+endfunction()
+
+function(zor_test_environment name)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 900 ENVIRONMENT
+    "LC_ALL=C.UTF-8;ASAN_OPTIONS=abort_on_error=0;UBSAN_OPTIONS=print_stacktrace=1;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tools/leaks.supp:print_suppressions=0")
+endfunction()

@@ -1,0 +1,7 @@
+// The whole framework floor.
+#ifndef FWOS_H
+#define FWOS_H
+
+#include "fwtypes.h"
+
+#endif

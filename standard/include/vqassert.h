@@ -1,0 +1,85 @@
+// Assertions and traces, the way in which every floor reports a broken contract.
+//
+// An assertion reports and returns: each caller has a defined path behind it. What becomes of the
+// report is decided by the program that links this floor. It supplies the two hooks VqCustomAssert
+// and VqCustomTrace; the tool prints both on standard output, a test program records them.
+//
+//   FwAssert(pVector != nullptr, "NULL");      fires if the condition fails, or if vqassert_val was
+//   disturbed
+//
+//   VqTraceSetFileAndLine(__FILE__, __LINE__);
+//   VqTrace("%d allocated blocks", n);         always in this pair; FwTrace(...) does both
+//
+// A site (file, line and message, compared as pointers) is reported once: the table of the last 256
+// sites suppresses repeats. Messages and file names must therefore be literals or live for ever.
+#ifndef VQASSERT_H
+#define VQASSERT_H
+
+#include <cstdarg>
+
+#include "vqtypes.h"
+
+inline constexpr uint32 kVqAssertIntact = 0x1DEAD10;
+
+// Holds kVqAssertIntact. Changing it makes every assertion site fire.
+extern uint32 vqassert_val;
+
+// 1 suppresses repeats of a site, 0 reports each time.
+extern int vq_assert_history;
+
+// Number of assertions now being reported.
+extern int vq_assert_depth;
+
+struct VqAssertSite {
+  char* file;
+  int line;
+  char* message;
+};
+
+inline constexpr int kVqAssertHistorySize = 256;
+
+// The sites reported, most recent first, and how many there are.
+extern VqAssertSite vq_assert_history_table[kVqAssertHistorySize];
+extern int vq_assert_history_count;
+
+// Reports a failed assertion through VqCustomAssert, unless the site was reported before, and
+// returns.
+void VqAssert(char* pszFilename, int nLine, char* pszMessage);
+
+// The number of assertions now being reported.
+int32 VqAssertDepth();
+
+// Notes the position of the trace that must follow at once.
+// Asserts "Error - VqTrace not called after VqTraceSetFileAndLine" if a position is waiting
+// already.
+void VqTraceSetFileAndLine(char* pszFilename, int nLine);
+
+// Hands a trace to VqCustomTrace, with the position noted.
+// Asserts "Error - VqTraceSetFileAndLine not called before VqTrace" if none was, and traces nothing
+// then.
+void VqTrace(char* pszFormat, ...);
+
+// Supplied by the program. flag is 1 for the warning that an assertion failed while another was
+// being reported. They run before any memory can be had, so they must not allocate.
+void VqCustomAssert(char* pszFilename, int nLine, char* pszMessage, int flag);
+void VqCustomTrace(char* pszFilename, int nLine, char* pszFormat, va_list vlist);
+
+// The message is a string literal: the history tells sites apart by its address.
+#define FwAssert(condition, text)                                               \
+  do {                                                                          \
+    if (!(condition) || vqassert_val != kVqAssertIntact)                        \
+      VqAssert(const_cast<char*>(__FILE__), __LINE__, const_cast<char*>(text)); \
+  } while (0)
+
+// Reports unconditionally: for the failure branch of a plain test.
+#define FwAssertFailed(text) \
+  VqAssert(const_cast<char*>(__FILE__), __LINE__, const_cast<char*>(text))
+
+// Arguments must not trace themselves.
+#define FwTrace(format, ...)                                       \
+  do {                                                             \
+    VqTraceSetFileAndLine(const_cast<char*>(__FILE__), __LINE__);  \
+    VqTrace(const_cast<char*>(format) __VA_OPT__(, ) __VA_ARGS__); \
+  } while (0)
+
+#endif

@@ -1,0 +1,4 @@
+#ifndef VQNEXPAT_H
+#define VQNEXPAT_H
+
+#endif

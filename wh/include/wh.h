@@ -1,0 +1,5 @@
+// The whole warehouse floor.
+#ifndef WH_H
+#define WH_H
+
+#endif
