@@ -8,8 +8,8 @@
 
 namespace {
 
-std::vector<std::string> asserts;
-std::vector<std::string> traces;
+std::vector<std::string> asserts_seen;
+std::vector<std::string> traces_seen;
 bool asserts_expected = false;
 bool traces_expected = false;
 
@@ -17,7 +17,7 @@ bool traces_expected = false;
 
 void VqCustomAssert(char* pszFilename, int nLine, char* pszMessage, int) {
   if (asserts_expected)
-    asserts.emplace_back(pszMessage);
+    asserts_seen.emplace_back(pszMessage);
   else
     ADD_FAILURE_AT(pszFilename, nLine) << "unexpected assertion: " << pszMessage;
 }
@@ -26,34 +26,34 @@ void VqCustomTrace(char* pszFilename, int nLine, char* pszFormat, va_list vlist)
   char text[2048];
   std::vsnprintf(text, sizeof text, pszFormat, vlist);
   if (traces_expected)
-    traces.emplace_back(text);
+    traces_seen.emplace_back(text);
   else
     ADD_FAILURE_AT(pszFilename, nLine) << "unexpected trace: " << text;
 }
 
 ExpectAsserts::ExpectAsserts(std::vector<std::string> texts)
     : expected_(std::move(texts)), outer_active_(asserts_expected), history_(vq_assert_history) {
-  outer_.swap(asserts);
+  outer_.swap(asserts_seen);
   asserts_expected = true;
   vq_assert_history = 0;
 }
 
 ExpectAsserts::~ExpectAsserts() {
-  EXPECT_EQ(expected_, asserts);
-  asserts.swap(outer_);
+  EXPECT_EQ(expected_, asserts_seen);
+  asserts_seen.swap(outer_);
   asserts_expected = outer_active_;
   vq_assert_history = history_;
 }
 
 ExpectTraces::ExpectTraces(std::vector<std::string> texts)
     : expected_(std::move(texts)), outer_active_(traces_expected) {
-  outer_.swap(traces);
+  outer_.swap(traces_seen);
   traces_expected = true;
 }
 
 ExpectTraces::~ExpectTraces() {
-  EXPECT_EQ(expected_, traces);
-  traces.swap(outer_);
+  EXPECT_EQ(expected_, traces_seen);
+  traces_seen.swap(outer_);
   traces_expected = outer_active_;
 }
 
@@ -61,23 +61,23 @@ CollectReports::CollectReports()
     : outer_assert_active_(asserts_expected),
       outer_trace_active_(traces_expected),
       history_(vq_assert_history) {
-  outer_asserts_.swap(asserts);
-  outer_traces_.swap(traces);
+  outer_asserts_.swap(asserts_seen);
+  outer_traces_.swap(traces_seen);
   asserts_expected = traces_expected = true;
   vq_assert_history = 0;
 }
 
 CollectReports::~CollectReports() {
-  asserts.swap(outer_asserts_);
-  traces.swap(outer_traces_);
+  asserts_seen.swap(outer_asserts_);
+  traces_seen.swap(outer_traces_);
   asserts_expected = outer_assert_active_;
   traces_expected = outer_trace_active_;
   vq_assert_history = history_;
 }
 
 const std::vector<std::string>& CollectReports::asserts() const {
-  return ::asserts;
+  return asserts_seen;
 }
 const std::vector<std::string>& CollectReports::traces() const {
-  return ::traces;
+  return traces_seen;
 }
