@@ -1,0 +1,44 @@
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "fwboot.h"
+#include "whbootfw.h"
+
+namespace {
+
+FwBootContext boot_context;
+
+// The interrupt handler calls the exit function with no text. Nothing of the C library's streams may be touched
+// there; what is buffered is dropped, so that no half script is evaluated.
+[[noreturn]] void ExitFromSignal() {
+  char text[512];
+  std::size_t length = 0;
+  const char* const pieces[] = {"\n", FWC(boot_context.control.ptbzAppName),
+                                ": frameWork error - (null)\n"};
+  for (const char* piece : pieces)
+    for (; *piece && length < sizeof text; ++piece) text[length++] = *piece;
+  const ssize_t written = write(STDOUT_FILENO, text, length);
+  _exit(written < 0 ? 1 : 1);
+}
+
+void fw_error(FwTextString mes) {
+  if (!mes) ExitFromSignal();
+  std::printf("\n%s: frameWork error - %s\n", FWC(boot_context.control.ptbzAppName), FWC(mes));
+  std::exit(1);
+}
+
+}  // namespace
+
+void wh_boot_fw(int argc, char** argv) {
+  static bool done = false;
+  if (done) return;
+  done = true;
+  boot_context.control.ptbzAppName = FWT(argc > 0 && argv[0] ? argv[0] : "");
+  boot_context.control.exiterrorf = fw_error;
+  boot_context.control.platform.argc = argc;
+  boot_context.control.platform.argv = argv;
+  FwBoot(&boot_context);
+}
