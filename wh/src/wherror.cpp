@@ -36,7 +36,8 @@ struct Kind {
   const char* format;
 };
 
-// In the order of creation; each becomes the last child of its parent. Texts are exact, double blanks included.
+// In the order of creation; each becomes the last child of its parent. Texts are exact, double
+// blanks included.
 const Kind kinds[] = {
     {whErrorNoValue, fwErrorRoot, "Error: %[0]t %[1]s is not defined in %[2]t %[3]s"},
     {whErrorMissing, fwErrorRoot, "Error: %[0]t %[1]s is missing from %[2]t %[3]s"},
@@ -67,7 +68,9 @@ const Kind kinds[] = {
     {whErrorDataStorage, fwErrorRoot, "Error:  data storage API error (%[0]t %[1]s)"},
 };
 
-FwTextString OrEmpty(FwTextString ptbz) { return ptbz ? ptbz : FWT(""); }
+FwTextString OrEmpty(FwTextString ptbz) {
+  return ptbz ? ptbz : FWT("");
+}
 
 }  // namespace
 

@@ -11,17 +11,18 @@ namespace {
 
 FwBootContext boot_context;
 
-// The interrupt handler calls the exit function with no text. Nothing of the C library's streams may be touched
-// there; what is buffered is dropped, so that no half script is evaluated.
+// The interrupt handler calls the exit function with no text. Nothing of the C library's streams
+// may be touched there; what is buffered is dropped, so that no half script is evaluated.
 [[noreturn]] void ExitFromSignal() {
   char text[512];
   std::size_t length = 0;
   const char* const pieces[] = {"\n", FWC(boot_context.control.ptbzAppName),
                                 ": frameWork error - (null)\n"};
   for (const char* piece : pieces)
-    for (; *piece && length < sizeof text; ++piece) text[length++] = *piece;
-  const ssize_t written = write(STDOUT_FILENO, text, length);
-  _exit(written < 0 ? 1 : 1);
+    for (; *piece && length < sizeof text; ++piece)
+      text[length++] = *piece;
+  [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, length);
+  _exit(1);
 }
 
 void fw_error(FwTextString mes) {

@@ -1,0 +1,88 @@
+#include "emission.h"
+
+#include <cstdio>
+
+#include "fwfile.h"
+#include "fwrun.h"
+
+namespace {
+
+struct DIALECT {
+  const char* head;
+  const char* set;
+  const char* unset;
+};
+
+const DIALECT bat_dialect = {"", "set %s=%s\n", "set %s=\n"};
+const DIALECT sh_dialect = {"", "%s='%s'; export %s\n", "unset %s ;\n"};
+const DIALECT csh_dialect = {"", "setenv %s '%s' ;\n", "unsetenv %s ;\n"};
+// Kept: under a shell of the sh family the assignment runs through eval, so its value is parsed
+// twice.
+const DIALECT posh_dialect = {
+    "test $?shell = 1 && set setcmd=setenv && set eq=' ' && set unsetcmd=unsetenv;\n"
+    "test $?shell != 1 && setcmd=eval && eq== && unsetcmd=unset;\n",
+    "$setcmd %s$eq'%s' ;\ntest $?shell != 1 && export %s ;\n", "$unsetcmd %s ;\n"};
+
+void print_difference(const DIALECT& dialect, WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  std::fputs(dialect.head, stdout);
+  print_context con = {oldenv, const_cast<char*>(dialect.set)};
+  wh_sorted_enumerate_environ(newenv, print_new, &con, nullptr);
+  con = {newenv, const_cast<char*>(dialect.unset)};
+  wh_sorted_enumerate_environ(oldenv, print_del, &con, nullptr);
+}
+
+FwTextString Name(FwHashEntry* entry) {
+  return static_cast<FwTextString>(entry->key);
+}
+FwTextString Value(FwHashEntry* entry) {
+  return static_cast<FwTextString>(entry->value);
+}
+
+}  // namespace
+
+int32 print_new(FwHashEntry* entry, void* context, FwErrorState*) {
+  const auto* con = static_cast<print_context*>(context);
+  FwTextString old_value = wh_lookup_ev(Name(entry), con->env);
+  if (!old_value || !wh_env_equal(old_value, Value(entry)))
+    std::printf(con->fmt, Name(entry), Value(entry), Name(entry));
+  return 1;
+}
+
+int32 print_del(FwHashEntry* entry, void* context, FwErrorState*) {
+  const auto* con = static_cast<print_context*>(context);
+  if (!wh_lookup_ev(Name(entry), con->env)) std::printf(con->fmt, Name(entry));
+  return 1;
+}
+
+int32 printval(FwHashEntry* entry, void*, FwErrorState*) {
+  std::printf("%s=%s\n", FWC(Name(entry)), FWC(Value(entry)));
+  return 1;
+}
+
+void print_env(WH_ENVIRON* env) {
+  if (env)
+    wh_enumerate_environ(env, printval, nullptr, nullptr);
+  else
+    std::printf("null environment\n");
+}
+
+void print_bat(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  print_difference(bat_dialect, oldenv, newenv);
+}
+
+void print_sh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  print_difference(sh_dialect, oldenv, newenv);
+}
+
+void print_csh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  print_difference(csh_dialect, oldenv, newenv);
+}
+
+void print_posh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  print_difference(posh_dialect, oldenv, newenv);
+}
+
+void execute_program(FwErrorState* err, WH_ENVIRON* newenv, FwTextString program, FwVector* args) {
+  wh_set_process_env(err, newenv);
+  FwRunProgram(err, program, args, FwCurrentDir(), 1);
+}
