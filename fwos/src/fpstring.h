@@ -1,0 +1,43 @@
+// Text strings: the platform half, which knows the locale.
+#ifndef FPSTRING_H
+#define FPSTRING_H
+
+#include "fwtypes.h"
+
+// The name of the locale. A copy in the C library's memory, as it outlives the allocator.
+extern char* FpLocaleStr;
+
+// Nonzero if conversion to and from the local encoding is set up.
+extern int fUnicode;
+
+// Takes the locale from the environment and sets up the converters.
+// Asserts "Something screwy - no locale set", "Locale conversions not set up correctly: non-ascii
+// filenames, etc, will not work".
+void FpStrInit();
+void FpStrShutdown();
+
+// Appends FpLocaleStr.
+void FpStrGetLocaleIDString(FwStrRecord* pRecord);
+
+// Never called in this build. Assert "Shouldn't be called" and return the character.
+FwTextCharacter FpStrToUpper(FwTextCharacter tc);
+FwTextCharacter FpStrToLower(FwTextCharacter tc);
+
+// Scan with the C library and so with local numerics. 1 and the cursor moved, or 0.
+int32 FpStrScanLocalUInt(FwTextString* pptbz, uint32* pnResult);
+int32 FpStrScanLocalReal(FwTextString* pptbz, double* pnResult);
+
+// The local numerics: "." and 0 where the locale has none.
+FwTextCharacter FpStrDecimalPointChar();
+FwTextCharacter FpStrThousandsSeparatorChar();
+
+// Print with local numerics, through the plain formatters FcStrPrintfInt and FcStrPrintfReal.
+// Return the bytes added.
+uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
+                          int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
+                          FwTextByte tbPositiveChar, int32 fOptionalForm);
+uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
+                           int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
+                           FwTextByte tbPositiveChar, int32 fOptionalForm);
+
+#endif
