@@ -3,7 +3,12 @@
 #ifndef STANDARD_H
 #define STANDARD_H
 
+#include "hostplat.h"
+#include "vq32x2.h"
 #include "vqassert.h"
+#include "vqmemcmp.h"
+#include "vqmemcpy.h"
+#include "vqosarch.h"
 #include "vqtypes.h"
 
 #endif
