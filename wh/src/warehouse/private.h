@@ -8,9 +8,10 @@
 #include "fwmem.h"
 #include "warehouse.h"
 
-// The names that every expansion can use. Only the value of HOST-PLATFORM changes, once.
+// The names that every expansion can use, first in every symbol table.
 extern WH_CONTEXT global_context;
-extern WH_CONTEXT_VALUE gcv_host;
+// Gives HOST-PLATFORM of the global context its value, which is kept and not copied.
+void bind_host_platform(FwTextString name);
 
 // A zeroed record.
 template <class T>

@@ -32,7 +32,7 @@ void wh_init() {
   char name[kHostNameSize];
   host_platform(name);
   wh_host_platform = FwStrDuplicate(FWT(name));
-  gcv_host.v = wh_host_platform;
+  bind_host_platform(wh_host_platform);
 }
 
 FwTextString dup_str(FwTextString str) {
