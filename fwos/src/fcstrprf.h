@@ -55,6 +55,12 @@ struct FcStrArgList {
   uint32 cSize;
 };
 
+// Stands behind each string of a message that holds several.
+inline constexpr FwTextByte kFcStrMarker = 8;
+
+// A pointer's item can't be longer.
+inline constexpr uint32 kFcPrfMaxPointerItem = 31;
+
 inline constexpr uint32 kFcPrfVaList = 0;
 inline constexpr uint32 kFcPrfArgList = 1;
 
@@ -112,6 +118,7 @@ struct FcPrfContext {
   int32 fGivenArgList;
   int32* paMapFormatFromArg;  // for each slot the index of its item, or kFcPrfSlot...
   uint32 cMaxSlots;           // entries of that map
+  uint32 cSlots;              // those in use
   int32 fLocalisedNumerics;
   va_list ArgsSave;  // the variable list as it stood when the items' arguments were read
   int32 fArgsSaved;
@@ -135,6 +142,10 @@ uint32 FcStrPrintfInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWi
 uint32 FcStrPrintfReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
                        int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
                        FwTextByte tbPositiveChar, int32 fOptionalForm);
+
+// Puts what the C library's printf makes of a format and its arguments.
+[[gnu::format(printf, 2, 3)]] uint32 FcStrPutCFormat(FwStrRecord* pRecord, const char* pszFormat,
+                                                     ...);
 
 // Puts at most cbStringLength bytes of a string, padded to cbWidth bytes; a width of 0 means none.
 // A string with a width must not be empty.
@@ -178,8 +189,12 @@ bool fFcPrfGetNextPercentIndex(FcPrfContext* pctpr, uint32 iSearchFrom, const ch
 bool FcPrfParseBranchList(FcPrfContext* pctpr, FcPrfArgIterator* pArgIterator, uint32* piPercent);
 bool FcPrfParseOptional(FcPrfContext* pctpr, FcPrfArgIterator* pArgIterator, uint32* piPercent);
 
-// Takes the next argument. Asserts and returns false if a given list holds another type there.
-bool FcPrfNextArg(FcPrfArgIterator* pArgIterator, const char* pszType, FcStrArg* pArg);
+// Copies the format into RecordFormat with all branches and options expanded.
+bool FcPrfExpand(FcPrfContext* pctpr, FwTextString ptbzFormat, FcPrfArgIterator* pArgIterator);
+
+// Takes the next argument: read into pStore from a variable list, or the list's own.
+// Asserts and returns null if a given list holds another type there.
+FcStrArg* FcPrfNextArg(FcPrfArgIterator* pArgIterator, const char* pszType, FcStrArg* pStore);
 
 // Prepare RecordFormat for a message: see FwStrPrintf.
 bool FcPrfHandleMessages(FcPrfContext* pctpr);

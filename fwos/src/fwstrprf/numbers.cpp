@@ -1,0 +1,352 @@
+// Numbers: the printers that know no locale, and the way to the C library for those that do.
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include "fcstrprf.h"
+#include "fpstring.h"
+#include "fwmem.h"
+#include "fwstring.h"
+#include "fwstrprf.h"
+#include "vqassert.h"
+
+namespace {
+
+// Wide enough for every number that a format ordinarily asks for; larger areas are allocated.
+constexpr std::size_t kWorkArea = 128;
+
+uint32 LengthOf(FwStrRecord* pRecord) {
+  return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
+}
+
+void PutRepeated(FwStrRecord* pRecord, char ch, int64 n) {
+  for (; n > 0; n--) {
+    FwStrPutRawByte(pRecord, static_cast<FwRawByte>(ch));
+  }
+}
+
+// How an integer begins and in which digits it is written.
+struct IntegerForm {
+  uint32 nBase;
+  const char* pszDigits;
+  char achPrefix[2];
+  uint32 cbPrefix;
+  uint32 nMagnitude;
+};
+
+bool ChooseForm(int32 value, char type, FwTextByte tbPositiveChar, int32 fOptionalForm,
+                IntegerForm* pForm) {
+  *pForm = {10, "0123456789abcdef", {0, 0}, 0, static_cast<uint32>(value)};
+  switch (type) {
+    case 'd':
+    case 'i':
+      if (value < 0) {
+        pForm->achPrefix[pForm->cbPrefix++] = '-';
+        pForm->nMagnitude = 0u - pForm->nMagnitude;
+      } else if (tbPositiveChar != 0) {
+        pForm->achPrefix[pForm->cbPrefix++] = static_cast<char>(tbPositiveChar);
+      }
+      return true;
+    case 'u':
+      return true;
+    case 'o':
+      pForm->nBase = 8;
+      break;
+    case 'x':
+      pForm->nBase = 16;
+      break;
+    case 'X':
+      pForm->nBase = 16;
+      pForm->pszDigits = "0123456789ABCDEF";
+      break;
+    default:
+      FwAssertFailed("Bad type");
+      return false;
+  }
+  if (fOptionalForm) {
+    // Kept: the prefix stands before 0 as well, unlike the C library's.
+    pForm->achPrefix[pForm->cbPrefix++] = '0';
+    if (type != 'o') pForm->achPrefix[pForm->cbPrefix++] = type;
+  }
+  return true;
+}
+
+// A real as FwStrPrintReal decides to write it.
+struct RealForm {
+  double scaled = 0;  // below 10, its digits are the output; 0 if zero is printed
+  char outputType = 0;
+  bool fPrintingZero = false;
+  bool fTrailingZeros = true;
+  bool fAlwaysOutputDp = false;
+  int64 nExponent = 0;
+  int64 nDigitsBeforeDp = 1;
+  int64 nDigitsAfterDp = 0;
+};
+
+bool IsGeneral(char type) {
+  return type == 'g' || type == 'G';
+}
+
+double RoundingValue(int64 nPower) {
+  static constexpr double kValues[] = {0.5,      0.05,      0.005,      0.0005,      0.00005,
+                                       0.000005, 0.0000005, 0.00000005, 0.000000005, 0.0000000005};
+  if (nPower >= 0 && nPower < static_cast<int64>(std::size(kValues))) return kValues[nPower];
+  return 0.5 / std::pow(10, static_cast<double>(nPower));
+}
+
+// Scales and rounds the value, or finds that zero is to be printed.
+void RoundReal(double value, char type, int64 nPrecision, RealForm* pForm) {
+  bool fUnscaled = pForm->outputType == 'f' && pForm->nExponent < 1;
+  if (!pForm->fPrintingZero && !fUnscaled) {
+    value /= std::pow(10, static_cast<double>(pForm->nExponent));
+  }
+  int64 nRoundingPower = nPrecision;
+  if (IsGeneral(type)) {
+    nRoundingPower = nPrecision - 1;
+    if (fUnscaled) nRoundingPower -= pForm->nExponent;
+  } else if (type == 'f' && pForm->nExponent >= 1) {
+    nRoundingPower += pForm->nExponent;
+  }
+  double roundingValue = RoundingValue(nRoundingPower);
+  if (pForm->fPrintingZero || value < roundingValue) {
+    pForm->fPrintingZero = true;
+    pForm->nExponent = 0;
+    pForm->scaled = 0;
+    return;
+  }
+  pForm->scaled = value + roundingValue;
+  if (pForm->scaled >= 10.0) {
+    pForm->scaled = pForm->scaled / 10 + roundingValue / 10;
+    pForm->nExponent++;
+  }
+}
+
+// How many digits stand before the point and behind it.
+void CountDigits(char type, int64 nPrecision, RealForm* pForm) {
+  int64 nExponent = pForm->nExponent;
+  int64 nDigits = nPrecision;
+  int64 nBefore = 1;
+  if (pForm->fPrintingZero) {
+    if (!IsGeneral(type)) nDigits++;
+  } else if (IsGeneral(type)) {
+    if (pForm->outputType == 'f') {
+      if (nExponent < 0) {
+        nDigits -= nExponent;
+      } else {
+        nBefore = nExponent + 1;
+      }
+    }
+  } else if (type == 'f') {
+    if (nExponent > 0) nDigits += nExponent;
+    nDigits++;
+    if (nExponent >= 0) nBefore = nExponent + 1;
+  } else {
+    nDigits++;
+  }
+  int64 nAfter = nDigits > nBefore ? nDigits - nBefore : 0;
+  if (nAfter > 0 && !pForm->fTrailingZeros) {
+    double whole;
+    double fraction =
+        std::modf(std::pow(10, static_cast<double>(nBefore - 1)) * pForm->scaled, &whole);
+    int64 nLastNonZero = 0;
+    for (int64 n = 1; n <= nAfter && fraction != 0; n++) {
+      double digit;
+      fraction = std::modf(fraction * 10, &digit);
+      if (digit != 0) nLastNonZero = n;
+    }
+    nAfter = nLastNonZero;
+  }
+  pForm->nDigitsBeforeDp = nBefore;
+  pForm->nDigitsAfterDp = nAfter;
+}
+
+void PutDigits(FwStrRecord* pRecord, double* pScaled, int64 n) {
+  for (; n > 0; n--) {
+    int nDigit = static_cast<int>(*pScaled);
+    FwStrPutRawByte(pRecord, static_cast<FwRawByte>('0' + nDigit));
+    *pScaled = (*pScaled - nDigit) * 10;
+  }
+}
+
+// The C library's flags and numbers for one item.
+struct CFormat {
+  char szFormat[64];
+
+  CFormat(char type, int32 nMinWidth, int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
+          FwTextByte tbPositiveChar, int32 fOptionalForm) {
+    char szFlags[5];
+    char* pszFlags = szFlags;
+    if (fLeftJustified) *pszFlags++ = '-';
+    if (fPadWithZero) *pszFlags++ = '0';
+    if (tbPositiveChar != 0) *pszFlags++ = static_cast<char>(tbPositiveChar);
+    if (fOptionalForm) *pszFlags++ = '#';
+    *pszFlags = 0;
+    char szWidth[12] = "";
+    if (nMinWidth > 0) std::snprintf(szWidth, sizeof szWidth, "%d", nMinWidth);
+    char szPrecision[13] = "";
+    if (nPrecision >= 0) std::snprintf(szPrecision, sizeof szPrecision, ".%d", nPrecision);
+    std::snprintf(szFormat, sizeof szFormat, "%%%s%s%s%c", szFlags, szWidth, szPrecision, type);
+  }
+};
+
+}  // namespace
+
+uint32 FwStrPrintInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
+                     int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
+                     FwTextByte tbPositiveChar, int32 fUseCLocale, int32 fOptionalForm) {
+  if (!fUseCLocale && (type == 'd' || type == 'i' || type == 'u')) {
+    return FpStrPrintLocalInt(pRecord, value, type, nMinWidth, nMinDigits, fLeftJustified,
+                              fPadWithZero, tbPositiveChar, fOptionalForm);
+  }
+  IntegerForm form;
+  if (!ChooseForm(value, type, tbPositiveChar, fOptionalForm, &form)) return 0;
+
+  char achDigits[16];
+  char* pchDigits = std::end(achDigits);
+  do {
+    *--pchDigits = form.pszDigits[form.nMagnitude % form.nBase];
+    form.nMagnitude /= form.nBase;
+  } while (form.nMagnitude != 0);
+  int64 nDigits = std::end(achDigits) - pchDigits;
+  int64 nZeros = nMinDigits > nDigits ? nMinDigits - nDigits : 0;
+  int64 nPadding = nMinWidth - (nDigits + nZeros) - form.cbPrefix;
+  if (nPadding < 0) nPadding = 0;
+  if (fPadWithZero && !fLeftJustified) {
+    // Kept: a precision does not cancel the zero flag, as it does in C.
+    nZeros += nPadding;
+    nPadding = 0;
+  }
+  int64 nLeading = fLeftJustified ? 0 : nPadding;
+
+  // All but trailing blanks goes out in one put, so that a fixed record is cut once.
+  std::size_t cb = static_cast<std::size_t>(nLeading + form.cbPrefix + nZeros + nDigits);
+  char achArea[kWorkArea];
+  char* pchArea = achArea;
+  if (cb > sizeof achArea) {
+    pchArea = static_cast<char*>(FwMemAlloc(cb, ALLOC_MUST_SUCCEED | INIT_NONE));
+  }
+  char* pch = pchArea;
+  std::memset(pch, ' ', static_cast<std::size_t>(nLeading));
+  pch += nLeading;
+  std::memcpy(pch, form.achPrefix, form.cbPrefix);
+  pch += form.cbPrefix;
+  std::memset(pch, '0', static_cast<std::size_t>(nZeros));
+  pch += nZeros;
+  std::memcpy(pch, pchDigits, static_cast<std::size_t>(nDigits));
+
+  uint32 cbBefore = LengthOf(pRecord);
+  FwStrNPutRawString(pRecord, reinterpret_cast<FwRawByte*>(pchArea), static_cast<uint32>(cb));
+  if (pchArea != achArea) FwMemFree(pchArea);
+  PutRepeated(pRecord, ' ', nPadding - nLeading);
+  return LengthOf(pRecord) - cbBefore;
+}
+
+uint32 FwStrPrintReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
+                      int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
+                      FwTextByte tbPositiveChar, int32 fUseCLocale, int32 fOptionalForm) {
+  if (!fUseCLocale) {
+    return FpStrPrintLocalReal(pRecord, value, type, nMinWidth, nPrecision, fLeftJustified,
+                               fPadWithZero, tbPositiveChar, fOptionalForm);
+  }
+  if (!std::isfinite(value)) {
+    const char* psz = std::isnan(value) ? "nan" : value < 0 ? "-inf" : "inf";
+    return FcStrNPutPaddedRawByteString(pRecord, FWT(psz), static_cast<uint32>(std::strlen(psz)),
+                                        nMinWidth > 0 ? static_cast<uint32>(nMinWidth) : 0,
+                                        fLeftJustified != 0, ' ');
+  }
+  bool fNegative = value < 0;
+  double absolute = std::fabs(value);
+  int64 nDigits = nPrecision == kFcPrfNone ? 6 : nPrecision;
+  bool fZeroPadded = fPadWithZero && !fLeftJustified;
+
+  RealForm form;
+  form.outputType = type;
+  form.fAlwaysOutputDp = fOptionalForm != 0;
+  double exponent = 0;
+  if (absolute < 1e-30) {
+    form.fPrintingZero = true;
+  } else {
+    exponent = std::log10(absolute);
+    form.nExponent = static_cast<int64>(std::floor(exponent));
+  }
+  if (IsGeneral(type)) {
+    if (nDigits < 1) nDigits = 1;
+    bool fExponential = exponent < -4.0 || exponent >= static_cast<double>(nDigits);
+    form.outputType = !fExponential ? 'f' : type == 'g' ? 'e' : 'E';
+    // Kept: %#g keeps trailing zeros but forces no point.
+    form.fTrailingZeros = fOptionalForm != 0;
+    form.fAlwaysOutputDp = false;
+  }
+  constexpr int64 kExponentDigits = 3;
+  int64 nTrailingChars = 0;
+  if (form.outputType == 'e' || form.outputType == 'E') {
+    nTrailingChars = kExponentDigits + 2;
+  } else if (form.outputType != 'f') {
+    FwAssertFailed("Bad type");
+    return 0;
+  }
+  RoundReal(absolute, type, nDigits, &form);
+  CountDigits(type, nDigits, &form);
+  // A negative value that rounds to zero has no minus sign.
+  FwTextByte tbSign = fNegative && !form.fPrintingZero ? '-' : tbPositiveChar;
+  bool fPoint = form.nDigitsAfterDp > 0 || form.fAlwaysOutputDp;
+  int64 nPadding = nMinWidth - (tbSign != 0) - form.nDigitsBeforeDp - form.nDigitsAfterDp - fPoint -
+                   nTrailingChars;
+
+  uint32 cbBefore = LengthOf(pRecord);
+  if (!fLeftJustified && !fZeroPadded) PutRepeated(pRecord, ' ', nPadding);
+  if (tbSign != 0) FwStrPutRawByte(pRecord, tbSign);
+  if (fZeroPadded) PutRepeated(pRecord, '0', nPadding);
+  PutDigits(pRecord, &form.scaled, form.nDigitsBeforeDp);
+  if (fPoint) FwStrPutRawByte(pRecord, '.');
+  PutDigits(pRecord, &form.scaled, form.nDigitsAfterDp);
+  if (form.outputType != 'f') {
+    FwStrPutRawByte(pRecord, static_cast<FwRawByte>(form.outputType));
+    FwStrPutRawByte(pRecord, form.nExponent < 0 ? '-' : '+');
+    int64 nExponent = std::llabs(form.nExponent);
+    for (int64 nPower = 100; nPower > 0; nPower /= 10) {
+      FwStrPutRawByte(pRecord, static_cast<FwRawByte>('0' + nExponent / nPower % 10));
+    }
+  }
+  if (fLeftJustified) PutRepeated(pRecord, ' ', nPadding);
+  return LengthOf(pRecord) - cbBefore;
+}
+
+uint32 FcStrPutCFormat(FwStrRecord* pRecord, const char* pszFormat, ...) {
+  char szText[kWorkArea];
+  char* pszText = szText;
+  va_list VaList;
+  va_start(VaList, pszFormat);
+  int cb = std::vsnprintf(szText, sizeof szText, pszFormat, VaList);
+  va_end(VaList);
+  if (cb < 0) return 0;
+  std::size_t cbText = static_cast<std::size_t>(cb) + 1;
+  if (cbText > sizeof szText) {
+    pszText = static_cast<char*>(FwMemAlloc(cbText, ALLOC_MUST_SUCCEED | INIT_NONE));
+    va_start(VaList, pszFormat);
+    std::vsnprintf(pszText, cbText, pszFormat, VaList);
+    va_end(VaList);
+  }
+  uint32 cbAdded = FwStrPutRawString(pRecord, reinterpret_cast<FwRawString>(pszText));
+  if (pszText != szText) FwMemFree(pszText);
+  return cbAdded;
+}
+
+uint32 FcStrPrintfInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
+                      int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
+                      FwTextByte tbPositiveChar, int32 fOptionalForm) {
+  CFormat format(type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero, tbPositiveChar,
+                 fOptionalForm);
+  return FcStrPutCFormat(pRecord, format.szFormat, value);
+}
+
+uint32 FcStrPrintfReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
+                       int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
+                       FwTextByte tbPositiveChar, int32 fOptionalForm) {
+  CFormat format(type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero, tbPositiveChar,
+                 fOptionalForm);
+  return FcStrPutCFormat(pRecord, format.szFormat, value);
+}
