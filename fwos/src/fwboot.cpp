@@ -1,0 +1,126 @@
+#include "fwboot.h"
+
+#include <iterator>
+
+#include "fcboot.h"
+#include "fpboot.h"
+
+// Before the first boot and after the last shutdown the stand-ins are there to be called.
+FwBootContext fcBootContext = {
+    .control = {.exiterrorf = FcDefaultExitErrorf, .logf = FcDefaultLogf}};
+uint32 fcBootLevel = 0;
+
+namespace {
+
+uint32 bootCounter;
+
+constexpr uint32 kBootedLevel = 14;
+
+// The level is odd while a module is being started, the next even one once it is up. The shutdown
+// sets it to the even one below.
+struct BootRow {
+  uint32 nLevel;
+  void (*pfnInit)();
+  void (*pfnShutdown)();
+};
+
+constexpr BootRow kRows[] = {
+    {1, FcControlInit, FcControlShutdown},
+    {3, FcMemInit, FcMemShutdown},
+    {5, FcStrInit, FcStrShutdown},
+    {7, FcErrorInit, FcErrorShutdown},
+    {9, FcFileInit, FcFileShutdown},
+    {11, FcTranslInit, FcTranslShutdown},
+    {13, FcEventInitNonGui, FcEventShutdownNonGui},
+};
+
+void CopyContext(const FwBootContext& context) {
+  fcBootContext = context;
+  FwControlContext& control = fcBootContext.control;
+  FwAssert(control.ptbzAppName != nullptr, "Application must provide a name.");
+  FwAssert(control.exiterrorf != nullptr, "Application must provide an exiterror function");
+  if (control.ptbzAppName == nullptr) control.ptbzAppName = FWT("");
+  if (control.exiterrorf == nullptr) control.exiterrorf = FcDefaultExitErrorf;
+  if (control.logf == nullptr) control.logf = FcDefaultLogf;
+}
+
+}  // namespace
+
+void FwBoot(FwBootContext* context) {
+  if (++bootCounter != 1) return;
+  FcAssertBootLevelEqual(0);
+  FwAssert(context != nullptr, "FwBoot() must be called with non-null argument.");
+  if (context == nullptr) {
+    --bootCounter;
+    return;
+  }
+  CopyContext(*context);
+  for (const BootRow& row : kRows) {
+    FcAssertBootLevelEqual(row.nLevel - 1);
+    fcBootLevel = row.nLevel;
+    row.pfnInit();
+    fcBootLevel = row.nLevel + 1;
+  }
+  FcAssertBootLevelEqual(kBootedLevel);
+  FcFileTest();
+}
+
+void FwShutdown() {
+  if (bootCounter == 0 || --bootCounter != 0) return;
+  for (auto row = std::rbegin(kRows); row != std::rend(kRows); ++row) {
+    if (fcBootLevel <= row->nLevel - 1) continue;
+    row->pfnShutdown();
+    fcBootLevel = row->nLevel - 1;
+  }
+  fcBootContext.control.exiterrorf = FcDefaultExitErrorf;
+  fcBootContext.control.logf = FcDefaultLogf;
+}
+
+int FwBootDone() {
+  return fcBootLevel > kBootedLevel - 1;
+}
+
+FwTextString FwStr_argv(int i) {
+  const FwPlatformControlContext& platform = fcBootContext.control.platform;
+  const bool fElement = platform.argvUTF8 != nullptr && i >= 0 && i <= platform.argc;
+  FwAssert(fElement, "Tried to lookup invalid element of argv");
+  return fElement ? platform.argvUTF8[i] : nullptr;
+}
+
+FwLogfFn* FwGetLogFunction() {
+  FwAssert(fcBootContext.control.logf != nullptr,
+           "FwGetLogFunction called before FwBoot has initialized the log function");
+  return fcBootContext.control.logf;
+}
+
+int32 FcAppTickle(int32 a, int32 b) {
+  FwApplicationTickleFn* const pfnTickle = fcBootContext.control.application_tickle;
+  if (pfnTickle == nullptr) return 0;
+  const int32 result = pfnTickle(a, b);
+  FwAssert(result == 0 || b != 0, "abort requested when not allowed");
+  return result;
+}
+
+void FcBootLevelInsufficient() {
+  FwAssertFailed("FrameWork insufficiently booted");
+}
+
+void FcBootLevelWrong() {
+  FwAssertFailed("Wrong boot level");
+}
+
+void FcDefaultExitErrorf(FwTextString) {
+  FwAssert(fcBootLevel != 0, "Cannot call FC_EXITERRORF when framework not booted");
+  FwAssert(fcBootLevel == 0, "FC_EXITERRORF failed to call application provided function");
+}
+
+void FcDefaultLogf(const char*, ...) {
+  // Kept: also the booted framework's, when the application gives no function to log with.
+  FwAssertFailed("Cannot call FC_LOGF when framework not booted");
+}
+
+void FcControlInit() {
+  FpBootRecordThread();
+}
+
+void FcControlShutdown() {}
