@@ -7,7 +7,7 @@
 
 // Before the first boot and after the last shutdown the stand-ins are there to be called.
 FwBootContext fcBootContext = {
-    .control = {.exiterrorf = FcDefaultExitErrorf, .logf = FcDefaultLogf}};
+    {nullptr, FcDefaultExitErrorf, FcDefaultLogf, nullptr, {}}, {}, {}, {}, {}, {}};
 uint32 fcBootLevel = 0;
 
 namespace {
