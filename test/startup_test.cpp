@@ -1,0 +1,124 @@
+// How a run begins: nothing may come before or between the records of a script.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tool.h"
+
+namespace {
+
+// Prints nothing under --sh: PATH holds the element already.
+void MakeNoDifference(Warehouse* warehouse) {
+  warehouse->Product("C/Contents/1.0/1", Insert("PATH", "/bin"));
+}
+
+TEST(Startup, AnOrdinaryRunPrintsNothingButRecords) {
+  Warehouse warehouse;
+  MakeNoDifference(&warehouse);
+  for (const char* locale :
+       {"LC_ALL=C.UTF-8", "LC_ALL=C", "LC_ALL=POSIX", "LC_ALL=no_SUCH", "LANG=inv"}) {
+    SCOPED_TRACE(locale);
+    RunOptions options;
+    options.environment = {"PATH=/usr/bin:/bin", locale};
+    Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "--sh"}, options), "", "", 0);
+  }
+}
+
+TEST(Startup, AnEmptyEnvironmentIsAnEnvironment) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1", Insert("A", "x"));
+  RunOptions options;
+  options.environment = std::vector<std::string>{};
+  Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "--sh"}, options), "A='x'; export A\n", "", 0);
+  warehouse.Product("D/Contents/1.0/1");
+  Expect(Zorenv({"-r", warehouse.Root(), "-p", "D", "--sh"}, options), "", "", 0);
+}
+
+TEST(Startup, ARunMayEmptyTheEnvironment) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1", Delete("*"));
+  RunOptions options;
+  options.environment = {"A=x"};
+  Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "--sh"}, options), "unset A ;\n", "", 0);
+}
+
+TEST(Startup, AnyNameWillDo) {
+  Warehouse warehouse;
+  MakeNoDifference(&warehouse);
+  for (const char* argv0 : {"zorenv", "", "/no/such/zorenv", "no/such", "/"}) {
+    RunOptions options;
+    options.argv0 = argv0;
+    Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "--sh"}, options), "", "", 0);
+  }
+}
+
+TEST(Startup, ABareNameWithoutAPathIsSilent) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1", Insert("A", "x"));
+  RunOptions options;
+  options.environment = {"LC_ALL=C.UTF-8", "A=x"};
+  Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "--sh"}, options), "", "", 0);
+}
+
+TEST(Startup, ThroughASymbolicLink) {
+  Warehouse warehouse;
+  MakeNoDifference(&warehouse);
+  const std::string link = warehouse.Link("bin/env-of-products", ZORENV_PROGRAM);
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  Expect(RunProgram({link, "-r", warehouse.Root(), "-p", "C", "--sh"}, options), "", "", 0);
+}
+
+TEST(Startup, InADeletedDirectory) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1", Insert("A", "x"));
+  warehouse.Directory("gone");
+  const std::string leave = "cd gone && rmdir ../gone && exec \"$0\" \"$@\"";
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  options.directory = warehouse.path();
+  Expect(RunProgram(
+             {"/bin/sh", "-c", leave, ZORENV_PROGRAM, "-r", warehouse.Root(), "-p", "C", "--sh"},
+             options),
+         "A='x'; export A\n", "", 0);
+}
+
+TEST(Startup, ADeletedDirectoryIsNoRoot) {
+  Warehouse warehouse;
+  const std::string leave = "mkdir gone; cd gone && rmdir ../gone && exec \"$0\" \"$@\"";
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  options.directory = warehouse.path();
+  RunResult result =
+      RunProgram({"/bin/sh", "-c", leave, ZORENV_PROGRAM, "-p", "C", "--sh"}, options);
+  EXPECT_EQ(0u, result.out.find("NULL filename at "));
+  EXPECT_EQ("*** Error: Pointer parameter NULL\n", result.err);
+  EXPECT_EQ(1, result.status);
+  result =
+      RunProgram({"/bin/sh", "-c", leave, ZORENV_PROGRAM, "-r", "x", "-p", "C", "--sh"}, options);
+  Expect(result, "", "*** Error: File x String parameter syntax incorrect\n", 1);
+}
+
+TEST(Startup, AnInterruptEndsTheRunWithStatusOne) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1");
+  // The program run interrupts its parent, the tool, and waits.
+  const RunResult result =
+      Zorenv(warehouse, {"-p", "C", "--exec", "/bin/sh", "-c", "kill -INT $PPID; exec sleep 0.2"});
+  EXPECT_EQ("\nzorenv: frameWork error - (null)\n", result.out);
+  EXPECT_EQ("", result.err);
+  EXPECT_EQ(1, result.status);
+}
+
+// The program needs the C library, the maths library and the parser, and starts without
+// constructors of its own.
+TEST(Startup, NeedsNoOtherLibraries) {
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  const RunResult result = RunProgram({"/usr/bin/readelf", "-d", ZORENV_PROGRAM}, options);
+  ASSERT_EQ(0, result.status);
+  if (result.out.find("libasan") != std::string::npos) GTEST_SKIP() << "instrumented";
+  EXPECT_EQ(std::string::npos, result.out.find("libstdc++"));
+  EXPECT_EQ(std::string::npos, result.out.find("libgcc"));
+}
+
+}  // namespace
