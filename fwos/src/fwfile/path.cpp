@@ -1,0 +1,375 @@
+#include <cstring>
+
+#include "fcfile.h"
+#include "fpfile.h"
+#include "fwerror.h"
+#include "fwfile.h"
+#include "fwfile/coerce.h"
+#include "fwmem.h"
+#include "fwstring.h"
+#include "vqassert.h"
+
+FwTextString FcAppDir = nullptr;
+FwTextString FcCurrentDir = nullptr;
+FwTextString FcAppFileName = nullptr;
+
+namespace {
+
+constexpr FwTextByte kSeparator = '/';
+
+std::size_t Length(FwTextString ptbz) {
+  return std::strlen(FWC(ptbz));
+}
+
+uint32 Length(const FwStrRecord* pRecord) {
+  return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
+}
+
+bool fEndsWithSeparator(const FwStrRecord* pRecord) {
+  return pRecord->pbTerminator != pRecord->pbz && pRecord->pbTerminator[-1] == kSeparator;
+}
+
+// The last separator, or null.
+FwTextString LastSeparator(FwTextString ptbz) {
+  return reinterpret_cast<FwTextString>(std::strrchr(FWC(ptbz), kSeparator));
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// The process directories
+
+void FcFileInit() {
+  FpFileInit();
+  FwAssert(
+      !FcAppDir || (FwFileIsAbsolute(FcAppDir) && FwFileEndsWithSeparator(FcAppDir) != nullptr),
+      "bad app dir");
+  FwAssert(!FcCurrentDir ||
+               (FwFileIsAbsolute(FcCurrentDir) && FwFileEndsWithSeparator(FcCurrentDir) != nullptr),
+           "bad current dir");
+  FwAssert(!FcAppFileName || FwFileIsAbsolute(FcAppFileName), "bad app file name");
+}
+
+void FcFileShutdown() {
+  FpFileShutdown();
+  FwMemFreeAndClear(&FcAppDir);
+  FwMemFreeAndClear(&FcCurrentDir);
+  FwMemFreeAndClear(&FcAppFileName);
+}
+
+void FcFileTest() {}
+
+FwTextString FwAppDir() {
+  return FcAppDir;
+}
+
+FwTextString FwCurrentDir() {
+  return FcCurrentDir;
+}
+
+FwTextString FwAppFileName() {
+  return FcAppFileName;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The root: only these two know what one looks like.
+
+int32 FwFileParseRoot(FwStrRecord*, FwTextString* pptbzFilename) {
+  const bool fGiven = pptbzFilename && *pptbzFilename;
+  FwAssert(fGiven, "NULL");
+  if (!fGiven || **pptbzFilename != kSeparator) return 0;
+  ++*pptbzFilename;
+  return 1;
+}
+
+int32 FwFileBuildRoot(FwStrRecord* pRecord, FwTextString ptbzInput) {
+  const bool fGiven = pRecord && ptbzInput;
+  FwAssert(fGiven, "NULL");
+  if (!fGiven || *ptbzInput) return 0;
+  FwStrPutTextCharacter(pRecord, kSeparator);
+  return 1;
+}
+
+int32 FwFileSkipRoot(FwTextString* pptbzFilename) {
+  return FwFileParseRoot(nullptr, pptbzFilename);
+}
+
+int32 FwFileIsAbsolute(FwTextString ptbzFilename) {
+  return FwFileSkipRoot(&ptbzFilename);
+}
+
+int32 FwFileIsRoot(FwTextString ptbzFilename) {
+  return FwFileSkipRoot(&ptbzFilename) && !*ptbzFilename;
+}
+
+FwTextString FwFileCopyRoot(FwStrRecord* pRecord, FwTextString ptbzFilename) {
+  const bool fGiven = pRecord && ptbzFilename;
+  FwAssert(fGiven, "NULL");
+  if (!fGiven) return ptbzFilename;
+  FwTextString ptbzRest = ptbzFilename;
+  if (FwFileParseRoot(pRecord, &ptbzRest)) FwFileBuildRoot(pRecord, FWT(""));
+  return ptbzRest;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Elements
+
+FwTextString FwFileSkipPathElement(FwTextString ptbzInput) {
+  while (*ptbzInput && *ptbzInput != kSeparator)
+    ++ptbzInput;
+  return ptbzInput;
+}
+
+FwTextString FwFileCopyPathElement(FwStrRecord* pRecord, FwTextString ptbzInput) {
+  const bool fGiven = pRecord && ptbzInput;
+  FwAssert(fGiven, "NULL");
+  if (!fGiven) return ptbzInput;
+  FwTextString ptbzEnd = FwFileSkipPathElement(ptbzInput);
+  FwStrNPutTextString(pRecord, ptbzInput, static_cast<uint32>(ptbzEnd - ptbzInput));
+  return ptbzEnd;
+}
+
+FwTextString FwFileSkipToLeafname(FwTextString ptbzFilename) {
+  FwFileSkipRoot(&ptbzFilename);
+  if (!ptbzFilename) return nullptr;
+  FwTextString ptbzLast = LastSeparator(ptbzFilename);
+  return ptbzLast ? ptbzLast + 1 : ptbzFilename;
+}
+
+FwTextString FwFileLastPathElement(FwTextString path) {
+  FwFileSkipRoot(&path);
+  if (!path) return nullptr;
+  FwTextString ptbzElement = path + Length(path);
+  if (ptbzElement != path && ptbzElement[-1] == kSeparator) --ptbzElement;
+  while (ptbzElement != path && ptbzElement[-1] != kSeparator)
+    --ptbzElement;
+  return ptbzElement;
+}
+
+void FwFileRemoveLastPathElement(FwStrRecord* path) {
+  if (path->pbTerminator == path->pbz) return;
+  FwAssert(*path->pbTerminator == 0, "String not well terminated in FwFileRemoveLastPathElement");
+  FwAssert(path->pbTerminator[-1] != 0, "Terminator points too far in FwFileRemoveLastPathElement");
+
+  FwTextByte* ptbLast = path->pbTerminator;
+  FwStrGetPreviousTextCharacter(path->pbz, &ptbLast);
+  if (ptbLast == path->pbz) {
+    FwStrRecordShorten(path, 0);
+    return;
+  }
+  FwFileRemoveTrailingSeparatorRec(path);
+  while (path->pbTerminator != path->pbz && !fEndsWithSeparator(path)) {
+    ptbLast = path->pbTerminator;
+    FwStrGetPreviousTextCharacter(path->pbz, &ptbLast);
+    FwStrRecordShorten(path, static_cast<uint32>(ptbLast - path->pbz));
+  }
+}
+
+void FwFileRemoveFirstPathElement(FwStrRecord* path) {
+  FwTextString ptbzRest = FwFileSkipPathElement(path->pbz);
+  if (*ptbzRest) ++ptbzRest;
+  FwTextString ptbzCopy = FwStrDuplicate(ptbzRest);
+  FwStrRecordShorten(path, 0);
+  FwStrPutTextString(path, ptbzCopy);
+  FwMemFree(ptbzCopy);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Separators
+
+FwTextString FwFileEndsWithSeparator(FwTextString ptbzFilename) {
+  FwAssert(ptbzFilename, "NULL");
+  if (!ptbzFilename || !*ptbzFilename) return nullptr;
+  FwTextString ptbzLast = ptbzFilename + Length(ptbzFilename) - 1;
+  return *ptbzLast == kSeparator ? ptbzLast : nullptr;
+}
+
+void FwFileNativeSeparators(FwStrRecord* pRecord) {
+  if (!pRecord) return;
+  for (FwByte* pb = pRecord->pbz; *pb; ++pb)
+    if (*pb == '\\') *pb = kSeparator;
+}
+
+int32 FwFileEnsureTrailingSeparator(FwStrRecord* pRecord) {
+  FwAssert(pRecord, "NULL");
+  if (!pRecord || pRecord->pbTerminator == pRecord->pbz || fEndsWithSeparator(pRecord)) return 0;
+  return FwStrPutTextCharacter(pRecord, kSeparator) != 0;
+}
+
+int32 FwFileEnsureTrailingSeparatorRealloc(FwTextString* pptbzFilename) {
+  FwTextString ptbzOld = *pptbzFilename;
+  if (!ptbzOld || !*ptbzOld || FwFileEndsWithSeparator(ptbzOld)) return 0;
+  *pptbzFilename = FwFilenameConcatenateAlloc(ptbzOld, FWT(""));
+  FwMemFree(ptbzOld);
+  return 1;
+}
+
+int32 FwFileRemoveTrailingSeparator(FwTextString ptbzFilename) {
+  FwTextString ptbzLast = FwFileEndsWithSeparator(ptbzFilename);
+  if (!ptbzLast || FwFileIsRoot(ptbzFilename)) return 0;
+  *ptbzLast = 0;
+  return 1;
+}
+
+// Kept: without the test for the root that the string form makes, so "/" becomes empty.
+int32 FwFileRemoveTrailingSeparatorRec(FwStrRecord* pRecord) {
+  FwAssert(pRecord, "NULL");
+  if (!pRecord || !fEndsWithSeparator(pRecord)) return 0;
+  FwStrRecordShorten(pRecord, Length(pRecord) - 1);
+  return 1;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Joining
+
+void FwFilenameConcatenate(FwStrRecord* pRecord, FwTextString ptbzRel) {
+  const bool fGiven = pRecord && ptbzRel;
+  FwAssert(fGiven, "NULL");
+  if (!fGiven) return;
+  FwFileEnsureTrailingSeparator(pRecord);
+  if (*ptbzRel == kSeparator) ++ptbzRel;
+  FwStrPutTextString(pRecord, ptbzRel);
+}
+
+void FwFilenameConcatenateEx(FwStrRecord* dir, FwTextString path) {
+  FwTextString ptbzCopy = FwStrDuplicate(path);
+  FwTextString ptbzNext = ptbzCopy;
+  while (FwTextString ptbzElement = FwStrTok(&ptbzNext, FWT("/\\:")))
+    FwFilenameConcatenate(dir, ptbzElement);
+  FwMemFree(ptbzCopy);
+}
+
+FwTextString FwFilenameConcatenateAlloc(FwTextString ptbzAbs, FwTextString ptbzRel) {
+  // Exactly the size of the result, if ptbzRel has no separator to drop, so that closing the record
+  // need not move it.
+  FwStrRecord rec;
+  const bool fSeparator = *ptbzAbs && !FwFileEndsWithSeparator(ptbzAbs);
+  FwStrRecordOpenSize(&rec,
+                      static_cast<uint32>(Length(ptbzAbs) + fSeparator + Length(ptbzRel) + 1));
+  FwStrPutTextString(&rec, ptbzAbs);
+  FwFilenameConcatenate(&rec, ptbzRel);
+  return FwStrRecordClose(&rec);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Absolute names
+
+FwTextString FiFileCoerceFilename(FwErrorState* pErrState, FwTextString ptbzFilename,
+                                  uint32 flags) {
+  if (!ptbzFilename) {
+    FwAssertFailed("NULL filename");
+    FwErrorSet(pErrState, fwErrorPointerNull, 0);
+    return nullptr;
+  }
+  FwTextString ptbzAbsolute = ptbzFilename;
+  if (!FwFileIsAbsolute(ptbzFilename)) {
+    if (!FcCurrentDir) {
+      FwErrorSet(pErrState, fwErrorStringSyntax, 2, FWT("File"), ptbzFilename);
+      return nullptr;
+    }
+    ptbzAbsolute = FwFilenameConcatenateAlloc(FcCurrentDir, ptbzFilename);
+  }
+  if (flags == kCoerceAny) return ptbzAbsolute;
+
+  bool fRefused = false;
+  if (!FwFileEndsWithSeparator(ptbzAbsolute)) {
+    // Kept: tested against both bits together, so a directory name without its separator passes
+    // where the root is welcome.
+    if (!(flags & (kCoerceFile | kCoerceRoot))) {
+      FwAssertFailed("directory name missing trailing directory separator ");
+      fRefused = true;
+    }
+  } else if (!FwFileIsRoot(ptbzAbsolute)) {
+    if (!(flags & kCoerceDirectory)) {
+      FwAssertFailed("trailing directory separator when file name expected");
+      fRefused = true;
+    }
+  } else if (!(flags & kCoerceRoot)) {
+    FwAssertFailed("root directory when file name expected");
+    fRefused = true;
+  }
+  if (!fRefused) return ptbzAbsolute;
+  FwErrorSet(pErrState, fwErrorStringValue, 2, FWT("File"), ptbzFilename);
+  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
+  return nullptr;
+}
+
+void FiFileFreeCoerced(FwTextString ptbzCoerced, FwTextString ptbzFilename) {
+  if (ptbzCoerced && ptbzCoerced != ptbzFilename) FwMemFree(ptbzCoerced);
+}
+
+FwTextString FwFileAbsolutePath(FwErrorState* pErrState, FwTextString ptbzPath) {
+  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzPath, kCoerceAny);
+  return ptbzAbsolute && ptbzAbsolute == ptbzPath ? FwStrDuplicate(ptbzPath) : ptbzAbsolute;
+}
+
+int32 FwFilenameLengthOK(FwTextString ptbzFilename) {
+  FwErrorState err;
+  FwTextString ptbzAbsolute = FwFileAbsolutePath(&err, ptbzFilename);
+  const int32 fOK = ptbzAbsolute && FpFilenameLengthOK(ptbzAbsolute);
+  if (ptbzAbsolute) FwMemFree(ptbzAbsolute);
+  FwErrorClear(&err);
+  return fOK;
+}
+
+FwTextString FwFilenameContainsFilename(FwErrorState* pErrState, FwTextString ptbzFilename1,
+                                        FwTextString ptbzFilename2) {
+  if (!ptbzFilename1 && !ptbzFilename2) return FwStrDuplicate(FWT(""));
+  if (!ptbzFilename1 || !ptbzFilename2) return nullptr;
+  if (std::strcmp(FWC(ptbzFilename1), FWC(ptbzFilename2)) == 0)
+    return FwStrDuplicate(ptbzFilename2);
+
+  // Kept: the caller's own string loses its separator.
+  FwFileRemoveTrailingSeparator(ptbzFilename1);
+
+  FwStrRecord head;
+  FwStrRecordOpen(&head);
+  FwTextString ptbzTail = FwFileCopyRoot(&head, ptbzFilename2);
+  ptbzTail = FwFileCopyPathElement(&head, ptbzTail);
+  // Kept: the loop ends with the last element copied, so the whole of the second name is compared
+  // as text only, above.
+  while (*ptbzTail) {
+    if (FwFilenamesReferToSameFile(pErrState, ptbzFilename1, head.pbz))
+      return FwStrRecordClose(&head);
+    if (*ptbzTail == kSeparator) {
+      FwStrPutTextCharacter(&head, kSeparator);
+      ++ptbzTail;
+    }
+    ptbzTail = FwFileCopyPathElement(&head, ptbzTail);
+  }
+  FwStrRecordAbandon(&head);
+  return nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Extensions
+
+FwTextByte* FwFileFindExtension(FwStrRecord* filename) {
+  FwTextByte* ptb = filename->pbTerminator;
+  for (;;) {
+    FwTextByte* const ptbAfter = ptb;
+    const FwTextCharacter tc = FwStrGetPreviousTextCharacter(filename->pbz, &ptb);
+    if (tc == 0 || tc == kSeparator) return nullptr;
+    if (tc == '.') return ptbAfter;
+  }
+}
+
+int32 FwFileCheckExtension(FwStrRecord* filename, FwTextString wanted_ext) {
+  FwTextByte* ptbzExtension = FwFileFindExtension(filename);
+  return ptbzExtension && std::strcmp(FWC(ptbzExtension), FWC(wanted_ext)) == 0;
+}
+
+int32 FwFileChangeExtension(FwTextString filename, FwStrRecord* result, FwTextString new_ext) {
+  FwStrRecordShorten(result, 0);
+  FwStrPutTextString(result, filename);
+  FwTextByte* ptbzExtension = FwFileFindExtension(result);
+  if (!ptbzExtension) return 0;
+  const auto cbStem = static_cast<uint32>(ptbzExtension - result->pbz);
+  if (!new_ext) {
+    FwStrRecordShorten(result, cbStem - 1);
+    return 1;
+  }
+  FwStrRecordShorten(result, cbStem);
+  FwStrPutTextString(result, new_ext);
+  return 1;
+}
