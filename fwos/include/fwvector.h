@@ -2,7 +2,7 @@
 // uses it. The record owns the vector, the vector owns its array of slots and never what the
 // elements point to.
 //
-//   FwVector vector = {};                        // uninitialized is the zero-filled state
+//   FwVector vector;                             // uninitialized is the zero-filled state
 //   FwVectorOpen(&vector, 10);
 //   FwVectorAddElement(&vector, FwStrDuplicate(ptbz));
 //   for (int32 i = 0; i < FwVectorLength(&vector); i++)
@@ -34,10 +34,10 @@ enum FwVectorState : int32 {
 inline constexpr uintptr_t kFwVectorUnset = 0xffff;
 
 struct FwVector {
-  int32 state;
-  int32 nCurrentSize;       // elements in use
-  int32 nCurrentAllocSize;  // slots in the array
-  void** pElements;         // framework block; both fields stay readable after FwVectorClose
+  int32 state = FW_VECTOR_UNINITIALIZED;
+  int32 nCurrentSize = 0;       // elements in use
+  int32 nCurrentAllocSize = 0;  // slots in the array
+  void** pElements = nullptr;   // framework block; both fields stay readable after FwVectorClose
 };
 
 // Shaped as the C library's qsort wants it: receives the addresses of two slots.

@@ -37,6 +37,17 @@ FwTextByte* FcTextCharacterOffset(FwTextString ptbzStart, FwTextByte* ptb, int32
 int32 fFcStrWellTerminated(FwTextString ptbz, FwTextByte** pptbFirstBadChar);
 int32 fFcStrNWellTerminated(FwTextString ptb, uint32 cbLength, FwTextByte** pptbFirstBadChar);
 
+// The length of the character that a byte leads; 0 if it can't lead one.
+inline uint32 FcUTF8LeadLength(FwTextByte tb) {
+  if (tb < 0x80) return 1;
+  if (tb < 0xC0) return 0;
+  if (tb < 0xE0) return 2;
+  if (tb < 0xF0) return 3;
+  if (tb < 0xF8) return 4;
+  if (tb < 0xFC) return 5;
+  return tb < 0xFE ? 6 : 0;
+}
+
 // The scanners below FwStrToL, FwStrToUL and FwStrToD. White space and one sign may come first.
 // Base 0 reads the base from the text: 0x for 16, 0 for 8. fUseCLocale has no effect: digits and
 // point are ASCII always. Out of range, the result is the nearest bound and the return is false.

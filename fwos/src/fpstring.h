@@ -4,8 +4,8 @@
 
 #include "fwtypes.h"
 
-// The name of the locale. A copy in the C library's memory, as it outlives the allocator.
-extern char* FpLocaleStr;
+// The name of the locale, from FpStrInit to FpStrShutdown.
+extern FwTextString FpLocaleStr;
 
 // Nonzero if conversion to and from the local encoding is set up.
 extern int fUnicode;

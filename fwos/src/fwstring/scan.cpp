@@ -1,0 +1,251 @@
+// Scanners for integers and reals. Each works on a cursor of its own and moves the caller's only
+// over text that was a number.
+#include <cmath>
+
+#include "fcstring.h"
+#include "fwstring.h"
+#include "vqassert.h"
+
+namespace {
+
+// The value of a digit, or a large number for any other character.
+uint32 digit_value(FwTextCharacter tc) {
+  if (tc >= '0' && tc <= '9') return static_cast<uint32>(tc - '0');
+  if (tc >= 'A' && tc <= 'Z') return static_cast<uint32>(tc - 'A') + 10;
+  if (tc >= 'a' && tc <= 'z') return static_cast<uint32>(tc - 'a') + 10;
+  return 0xFF;
+}
+
+bool is_x(FwTextByte tb) {
+  return tb == 'x' || tb == 'X';
+}
+
+// The text at a cursor, white space skipped. Nothing is decoded: what counts here is ASCII, and a
+// number ends at any other byte.
+FwTextByte* skip_white_space(FwTextByte* ptb) {
+  while (FwStrIsWhiteSpace(*ptb))
+    ptb++;
+  return ptb;
+}
+
+// The significant digits of a decimal number: leading zeros are dropped, and at most 32 are kept.
+struct Digits {
+  static constexpr int32 kMost = 32;
+  uint8 digits[kMost];
+  int32 nSig = 0;
+  int32 nBeforePoint = 0;   // significant ones, kept or not
+  int32 nDecimalZeros = 0;  // behind the point, before the first significant digit
+  bool fAny = false;
+
+  void keep(FwTextByte tb) {
+    if (nSig < kMost) digits[nSig++] = static_cast<uint8>(tb - '0');
+  }
+
+  void add_before_point(FwTextByte tb) {
+    fAny = true;
+    if (tb == '0' && nBeforePoint == 0) return;
+    keep(tb);
+    nBeforePoint++;
+  }
+
+  void add_behind_point(FwTextByte tb) {
+    fAny = true;
+    if (tb == '0' && nSig == 0)
+      nDecimalZeros++;
+    else
+      keep(tb);
+  }
+
+  void cut_trailing_zeros() {
+    while (nSig > 0 && digits[nSig - 1] == 0)
+      nSig--;
+  }
+
+  // The digits from iFrom up to iTo as an integer; at most 8, so it fits.
+  uint32 chunk(int32 iFrom, int32 iTo) const {
+    uint32 value = 0;
+    for (int32 i = iFrom < 0 ? 0 : iFrom; i < iTo; i++)
+      value = value * 10 + digits[i];
+    return value;
+  }
+
+  // All digits as an integer, summed from the most significant chunk down.
+  double value() const {
+    double sum = 0.0;
+    if (nSig > 24) sum += chunk(nSig - 32, nSig - 24) * 1e24;
+    if (nSig > 16) sum += chunk(nSig - 24, nSig - 16) * 1e16;
+    if (nSig > 8) sum += chunk(nSig - 16, nSig - 8) * 1e8;
+    return sum + chunk(nSig - 8, nSig);
+  }
+};
+
+// Reads an exponent at its marker. Returns the place behind it, or the marker's own when no digit
+// follows.
+FwTextByte* scan_exponent(FwTextByte* ptbMarker, int32* pnExponent) {
+  constexpr int32 kLargest = 308;
+  FwTextByte* ptb = ptbMarker + 1;
+  const bool fNegative = *ptb == '-';
+  if (*ptb == '-' || *ptb == '+') ptb++;
+  if (!FwStrIsDigit(*ptb)) return ptbMarker;
+  int32 nExponent = 0;
+  for (; FwStrIsDigit(*ptb); ptb++) {
+    if (nExponent < kLargest) nExponent = nExponent * 10 + (*ptb - '0');
+  }
+  *pnExponent = fNegative ? -nExponent : nExponent;
+  return ptb;
+}
+
+}  // namespace
+
+int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
+                    [[maybe_unused]] int32 fUseCLocale) {
+  FwAssert(pptbz != nullptr, "NULL pptbz");
+  FwAssert(pnResult != nullptr, "NULL pnResult");
+  if (pnResult != nullptr) *pnResult = 0;
+  if (pptbz == nullptr || pnResult == nullptr) return 0;
+  FwAssert(*pptbz != nullptr, "NULL ptbz");
+  if (*pptbz == nullptr) return 0;
+  FwAssert(nBase != 1, "Bad base");
+  if (nBase == 1) return 0;
+
+  FwTextByte* ptb = skip_white_space(*pptbz);
+  const bool fNegative = *ptb == '-';
+  if (*ptb == '-' || *ptb == '+') ptb++;
+
+  if (nBase == 0) {
+    if (*ptb != '0') {
+      nBase = 10;
+    } else if (is_x(ptb[1])) {
+      nBase = 16;
+      ptb += 2;
+    } else {
+      // Kept: the zero is consumed here and is no digit, so "0" alone is no number.
+      nBase = 8;
+      ptb++;
+    }
+  } else if (nBase == 16 && ptb[0] == '0' && is_x(ptb[1])) {
+    ptb += 2;
+  }
+
+  constexpr uint32 kMost = 0xFFFFFFFF;
+  const uint32 nQuotient = kMost / nBase;
+  const uint32 nRemainder = kMost % nBase;
+  uint32 value = 0;
+  bool fAny = false;
+  bool fOverflow = false;
+  for (uint32 nDigit; (nDigit = digit_value(*ptb)) < 36 && nDigit < nBase; ptb++) {
+    fAny = true;
+    if (value > nQuotient || (value == nQuotient && nDigit > nRemainder))
+      fOverflow = true;
+    else
+      value = value * nBase + nDigit;
+  }
+  if (!fAny) return 0;
+  *pptbz = ptb;
+  if (fOverflow) {
+    *pnResult = kMost;
+    return 0;
+  }
+  *pnResult = fNegative ? 0u - value : value;
+  return 1;
+}
+
+int32 FcStrScanInt(FwTextString* pptbz, uint32 nBase, int32* pnResult, int32 fUseCLocale) {
+  FwAssert(pptbz != nullptr, "NULL pptbz");
+  FwAssert(pnResult != nullptr, "NULL pnResult");
+  if (pnResult != nullptr) *pnResult = 0;
+  if (pptbz == nullptr || pnResult == nullptr) return 0;
+  FwAssert(*pptbz != nullptr, "NULL ptbz");
+  if (*pptbz == nullptr) return 0;
+
+  const bool fNegative = *skip_white_space(*pptbz) == '-';
+  uint32 value;
+  if (!FcStrScanUInt(pptbz, nBase, &value, fUseCLocale)) {
+    if (value == 0xFFFFFFFF) *pnResult = fNegative ? INT32_MIN : INT32_MAX;
+    return 0;
+  }
+  const bool fTopBit = (value & 0x80000000) != 0;
+  if (fNegative && !fTopBit) {
+    // Kept: "-0" comes here too, as the negated value is what is tested.
+    *pnResult = INT32_MIN;
+    return 0;
+  }
+  if (!fNegative && fTopBit) {
+    *pnResult = INT32_MAX;
+    return 0;
+  }
+  *pnResult = static_cast<int32>(value);
+  return 1;
+}
+
+int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int32 fUseCLocale) {
+  FwAssert(pptbz != nullptr, "NULL pptbz");
+  FwAssert(pnResult != nullptr, "NULL pnResult");
+  if (pnResult != nullptr) *pnResult = 0.0;
+  if (pptbz == nullptr || pnResult == nullptr) return 0;
+  FwAssert(*pptbz != nullptr, "NULL ptbz");
+  if (*pptbz == nullptr) return 0;
+
+  FwTextByte* ptb = skip_white_space(*pptbz);
+  const bool fNegative = *ptb == '-';
+  if (*ptb == '-' || *ptb == '+') ptb++;
+
+  Digits digits;
+  for (; FwStrIsDigit(*ptb); ptb++)
+    digits.add_before_point(*ptb);
+  // A point with no digit on either side isn't part of a number.
+  if (*ptb == '.' && (digits.fAny || FwStrIsDigit(ptb[1]))) {
+    ptb++;
+    for (; FwStrIsDigit(*ptb); ptb++)
+      digits.add_behind_point(*ptb);
+  }
+  if (!digits.fAny) return 0;
+  int32 nExponent = 0;
+  if (*ptb == 'e' || *ptb == 'E') ptb = scan_exponent(ptb, &nExponent);
+  *pptbz = ptb;
+
+  digits.cut_trailing_zeros();
+  // Kept: a zero has lost its sign.
+  if (digits.nSig == 0) return 1;
+  nExponent += digits.nBeforePoint > 0 ? digits.nBeforePoint - digits.nSig
+                                       : -(digits.nSig + digits.nDecimalZeros);
+  double value = digits.value();
+  if (fNegative) value = -value;
+  if (nExponent != 0) value *= std::pow(10.0, nExponent);
+  *pnResult = value;
+  return 1;
+}
+
+int32 FwStrToL(FwTextString* pptbz, uint32 nBase, int32* pnResult) {
+  FwAssert(pptbz != nullptr && pnResult != nullptr, "NULL param");
+  if (pnResult != nullptr) *pnResult = 0;
+  if (pptbz == nullptr || pnResult == nullptr) return 0;
+  FwAssert(nBase >= 2, "Bad base");
+  if (nBase < 2) return 0;
+  int32 value;
+  if (!FcStrScanInt(pptbz, nBase, &value, 1)) return 0;
+  *pnResult = value;
+  return 1;
+}
+
+int32 FwStrToUL(FwTextString* pptbz, uint32 nBase, uint32* pnResult) {
+  FwAssert(pptbz != nullptr && pnResult != nullptr, "NULL param");
+  if (pnResult != nullptr) *pnResult = 0;
+  if (pptbz == nullptr || pnResult == nullptr) return 0;
+  FwAssert(nBase >= 2, "Bad base");
+  if (nBase < 2) return 0;
+  uint32 value;
+  if (!FcStrScanUInt(pptbz, nBase, &value, 1)) return 0;
+  *pnResult = value;
+  return 1;
+}
+
+int32 FwStrToD(FwTextString* pptbz, double* prResult) {
+  FwAssert(pptbz != nullptr && prResult != nullptr, "NULL param");
+  if (prResult != nullptr) *prResult = 0.0;
+  if (pptbz == nullptr || prResult == nullptr) return 0;
+  double value;
+  if (!FcStrScanReal(pptbz, &value, 1)) return 0;
+  *prResult = value;
+  return 1;
+}

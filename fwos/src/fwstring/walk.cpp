@@ -1,0 +1,166 @@
+// Character-wise walking, checking and classification.
+#include <cstring>
+
+#include "fcstring.h"
+#include "fpstring.h"
+#include "fwstring.h"
+#include "fwunicod.h"
+#include "vqassert.h"
+
+namespace {
+
+// Steps over bytes below 0x80, up to the end or a zero. Eight at a time: most text is ASCII.
+FwTextByte* skip_ascii(FwTextByte* ptb, const FwTextByte* ptbEnd) {
+  while (ptbEnd - ptb >= 8) {
+    uint64 word;
+    std::memcpy(&word, ptb, sizeof word);
+    constexpr uint64 kOnes = 0x0101010101010101;
+    constexpr uint64 kHighs = 0x8080808080808080;
+    if (((word | (word - kOnes)) & kHighs) != 0) break;
+    ptb += 8;
+  }
+  while (ptb < ptbEnd && *ptb != 0 && *ptb < 0x80)
+    ptb++;
+  return ptb;
+}
+
+}  // namespace
+
+FwTextCharacter FwStrGetTextCharacter(FwTextByte** pptb) {
+  FwAssert(pptb != nullptr, "NULL pptb");
+  if (pptb == nullptr) return 0;
+  FwTextByte* ptb = *pptb;
+  FwAssert(ptb != nullptr, "NULL *pptb");
+  if (ptb == nullptr) return 0;
+  if (*ptb < 0x80) {
+    *pptb = ptb + 1;
+    return *ptb;
+  }
+  FwTextCharacter tc;
+  const uint32 nLength = FwUTF8ToCharacter(&tc, ptb);
+  // A byte that leads nothing is stepped over; a lead byte near the end doesn't carry the cursor
+  // past the terminator.
+  uint32 n = 1;
+  while (n < nLength && ptb[n] != 0)
+    n++;
+  *pptb = ptb + n;
+  return tc;
+}
+
+FwTextCharacter FwStrGetPreviousTextCharacter(FwTextString ptbzStart, FwTextByte** pptb) {
+  FwAssert(ptbzStart != nullptr, "NULL ptbz");
+  FwAssert(pptb != nullptr, "NULL pptb");
+  if (ptbzStart == nullptr || pptb == nullptr) return 0;
+  FwTextByte* ptb = *pptb != nullptr ? *pptb : ptbzStart + std::strlen(FWC(ptbzStart));
+  FwAssert(ptb >= ptbzStart, "Search before start");
+  if (ptb <= ptbzStart) {
+    if (ptb == ptbzStart) *pptb = ptb;
+    return 0;
+  }
+  do {
+    ptb--;
+  } while (ptb > ptbzStart && FwStrGetByteType(*ptb) == FW_TEXTBYTE_TRAIL);
+  FwAssert(*ptb != 0, "Shouldn't see NULL terminator");
+  FwAssert(FwStrGetByteType(*ptb) != FW_TEXTBYTE_TRAIL, "No lead byte found");
+  *pptb = ptb;
+  FwTextCharacter tc;
+  FwUTF8ToCharacter(&tc, ptb);
+  return tc;
+}
+
+FwTextByte* FcTextCharacterOffset(FwTextString ptbzStart, FwTextByte* ptb, int32 nOffset) {
+  FwAssert(ptbzStart != nullptr, "NULL ptbz");
+  FwAssert(ptb != nullptr, "NULL ptb");
+  if (ptbzStart == nullptr || ptb == nullptr) return nullptr;
+  for (; nOffset > 0 && *ptb != 0; nOffset--)
+    FwStrGetTextCharacter(&ptb);
+  for (; nOffset < 0 && ptb != ptbzStart; nOffset++) {
+    if (FwStrGetPreviousTextCharacter(ptbzStart, &ptb) == 0) break;
+  }
+  return ptb;
+}
+
+uint32 FwStrCountCharacters(FwTextString ptbz) {
+  FwAssert(ptbz != nullptr, "NULL ptbz");
+  if (ptbz == nullptr) return 0;
+  uint32 n = 0;
+  for (; *ptbz != 0; ptbz++)
+    n += (*ptbz & 0xC0) != 0x80;
+  return n;
+}
+
+uint32 FwStrGetByteType(FwTextByte tb) {
+  return (tb & 0xC0) == 0x80 ? FW_TEXTBYTE_TRAIL : FW_TEXTBYTE_LEAD;
+}
+
+int32 FwStrValidate(FwTextString ptbz) {
+  FwAssert(ptbz != nullptr, "NULL ptbz");
+  if (ptbz == nullptr) return 0;
+  FwTextByte* ptb = ptbz;
+  FwTextCharacter tc;
+  do {
+    tc = FwStrGetTextCharacter(&ptb);
+    FwAssert(tc >= 0, "Badly formed multibyte string");
+  } while (tc > 0);
+  return tc == 0;
+}
+
+int32 fFcStrWellTerminated(FwTextString ptbz, FwTextByte** pptbFirstBadChar) {
+  FwAssert(ptbz != nullptr, "NULL ptbz");
+  if (ptbz == nullptr) return 0;
+  return fFcStrNWellTerminated(ptbz, static_cast<uint32>(std::strlen(FWC(ptbz))), pptbFirstBadChar);
+}
+
+int32 fFcStrNWellTerminated(FwTextString ptb, uint32 cbLength, FwTextByte** pptbFirstBadChar) {
+  FwAssert(ptb != nullptr, "NULL ptb");
+  if (ptb == nullptr) return 0;
+  const FwTextByte* const ptbEnd = ptb + cbLength;
+  while ((ptb = skip_ascii(ptb, ptbEnd)) < ptbEnd) {
+    if (*ptb == 0) return 1;
+    const uint32 nLength = FcUTF8LeadLength(*ptb);
+    if (nLength > static_cast<size_t>(ptbEnd - ptb)) {
+      if (pptbFirstBadChar != nullptr) *pptbFirstBadChar = ptb;
+      return 0;
+    }
+    // The length that the lead byte tells is what counts, even where a zero ends the character.
+    FwTextCharacter tc;
+    FwUTF8ToCharacter(&tc, ptb);
+    ptb += nLength > 0 ? nLength : 1;
+    if (tc == 0) return 1;
+  }
+  return 1;
+}
+
+int32 FwStrIsWhiteSpace(FwTextCharacter tc) {
+  return tc == ' ' || tc == '\t';
+}
+
+int32 FwStrIsDigit(FwTextCharacter tc) {
+  return tc >= '0' && tc <= '9';
+}
+
+FwTextCharacter FwStrSkipWhiteSpace(FwTextByte** pptb) {
+  FwAssert(pptb != nullptr, "NULL pptb");
+  if (pptb == nullptr) return 0;
+  FwTextCharacter tc;
+  do {
+    tc = FwStrGetTextCharacter(pptb);
+  } while (FwStrIsWhiteSpace(tc));
+  return tc;
+}
+
+FwTextCharacter FwStrToUpper(FwTextCharacter tc) {
+  return tc >= 'a' && tc <= 'z' ? tc - 'a' + 'A' : tc;
+}
+
+FwTextCharacter FwStrToLower(FwTextCharacter tc) {
+  return tc >= 'A' && tc <= 'Z' ? tc - 'A' + 'a' : tc;
+}
+
+FwTextCharacter FwGetTextCharacterUpper(FwByte** ptr) {
+  return FwStrToUpper(FwStrGetTextCharacter(ptr));
+}
+
+void FwStrGetLocaleIDString(FwStrRecord* pRecord) {
+  FpStrGetLocaleIDString(pRecord);
+}
