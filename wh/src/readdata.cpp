@@ -1,0 +1,186 @@
+#include "readdata.h"
+
+#include <cstring>
+
+#include "fwmem.h"
+#include "wherror.h"
+#include "whreaddata.h"
+#include "wqmem.h"
+
+namespace {
+
+struct BRACKET_CHECK {
+  WH_XML_PARSE_FLAGS flag;
+  FwError* kind;
+};
+
+const BRACKET_CHECK bracket_checks[] = {
+    {WH_XML_PF_ROUND_BRACKETS, whErrorRoundBrackets},
+    {WH_XML_PF_SQUARE_BRACKETS, whErrorSquareBrackets},
+    {WH_XML_PF_SQUIGGLY_BRACKETS, whErrorSquigglyBrackets},
+};
+
+// The parser's own string, its brackets noted; null if the attribute is absent.
+FwTextString find_attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_FLAGS* flags) {
+  for (; attlist[0] != nullptr; attlist += 2) {
+    if (!uni_eq_str(attlist[0], name)) continue;
+    FwTextString value = FWT(attlist[1]);
+    *flags |= scan_for_expansions(value);
+    return value;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+WH_XML_PARSE_FLAGS scan_for_expansions(FwTextString s) {
+  WH_XML_PARSE_FLAGS seen = 0;
+  // A percent sign and brackets are bytes of their own, and never part of another character.
+  for (const char* p = std::strchr(FWC(s), '%'); p != nullptr; p = std::strchr(p, '%')) {
+    switch (*++p) {
+      case '\0':
+        return seen;
+      case '(':
+        seen |= WH_XML_PF_ROUND_BRACKETS;
+        break;
+      case '[':
+        seen |= WH_XML_PF_SQUARE_BRACKETS;
+        break;
+      case '{':
+        seen |= WH_XML_PF_SQUIGGLY_BRACKETS;
+        break;
+    }
+    ++p;
+  }
+  return seen;
+}
+
+int string_to_num(FwTextString str) {
+  int32 number = 0;
+  if (str == nullptr || !FwStrToL(&str, 10, &number)) return 0;
+  return number;
+}
+
+int uni_eq_str(const XML_Char* uni, const char* str) {
+  return std::strcmp(uni, str) == 0;
+}
+
+FwTextString attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_FLAGS* flags) {
+  return dup_str(find_attr(name, attlist, flags));
+}
+
+FwTextString attr_default(const char* name, const XML_Char** attlist, FwTextString deflt,
+                          WH_XML_PARSE_FLAGS* flags) {
+  FwTextString value = attr(name, attlist, flags);
+  if (value != nullptr) return value;
+  *flags |= scan_for_expansions(deflt);
+  return FwStrDuplicate(deflt);
+}
+
+int num_attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_FLAGS* flags) {
+  return string_to_num(find_attr(name, attlist, flags));
+}
+
+FwTextCharacter char_attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_FLAGS* flags) {
+  FwTextString value = find_attr(name, attlist, flags);
+  return value == nullptr ? 0 : FwStrGetTextCharacter(&value);
+}
+
+FwTextString xml_lineno(USERDATA* userData) {
+  FwStrRecord record = {};
+  FwStrRecordOpen(&record);
+  FwStrPutInt(&record, static_cast<int32>(XML_GetCurrentLineNumber(userData->parser)));
+  return FwStrRecordClose(&record);
+}
+
+int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
+  XML_Parser xml = XML_ParserCreate(nullptr);
+  if (xml == nullptr) FwMemExitMemoryExhausted();
+  USERDATA user{parser->state, xml};
+  XML_SetUserData(xml, &user);
+  XML_SetElementHandler(xml, parser->start_el, parser->end_el);
+  if (parser->doctype_start_el != nullptr)
+    XML_SetStartDoctypeDeclHandler(xml, parser->doctype_start_el);
+  if (parser->cdata != nullptr) XML_SetCharacterDataHandler(xml, parser->cdata);
+  int status = xml_from_fwfile(err, filename, xml);
+  XML_ParserFree(xml);
+  return status;
+}
+
+void raise_located(ELEMENT* element, FwError* kind) {
+  READER* reader = element->user->dfa;
+  FwTextString line = xml_lineno(element->user);
+  FwErrorSet(reader->err, kind, 4, FWT("File"), reader->filename, FWT("Line number"), line);
+  wh_free(line);
+}
+
+void check_brackets(ELEMENT* element) {
+  WH_XML_PARSE_FLAGS faults = element->seen & element->user->dfa->flags;
+  if (faults == 0) return;
+  for (const BRACKET_CHECK& check : bracket_checks)
+    if (faults & check.flag) raise_located(element, check.kind);
+}
+
+void check_doctype(ELEMENT* element) {
+  READER* reader = element->user->dfa;
+  if (!(reader->flags & WH_XML_PF_DOCTYPE_MISMATCH)) return;
+  if (reader->doctype != nullptr && uni_eq_str(element->name, FWC(reader->doctype))) return;
+  raise_located(element, whErrorDoctypeMismatch);
+}
+
+void doctype_element(void* userData, const XML_Char* name, const XML_Char*, const XML_Char*, int) {
+  static_cast<USERDATA*>(userData)->dfa->doctype = xmlstr_to_FwStr(name);
+}
+
+void text_data(void* userData, const XML_Char* s, int len) {
+  READER* reader = static_cast<USERDATA*>(userData)->dfa;
+  if (reader->textopen) xmlstrN_to_FwStrRecord(s, &reader->text, len);
+}
+
+int run_reader(FwErrorState* err, FwTextString file, PARSER* parser, int final, FwError* invalid) {
+  READER* reader = parser->state;
+  reader->err = err;
+  reader->filename = file;
+  if (read_datafile(err, file, parser) && reader->state == final) return 1;
+  if (err->pError == nullptr && reader->state != final)
+    FwErrorSet(err, invalid, 2, FWT("File"), file);
+  return 0;
+}
+
+void release_reader(READER* reader) {
+  if (reader->textopen) FwStrRecordAbandon(&reader->text);
+  reader->textopen = 0;
+  FwMemFreeAndClear(&reader->host);
+  FwMemFreeAndClear(&reader->doctype);
+}
+
+void opentext(READER* reader) {
+  FwStrRecordOpen(&reader->text);
+  reader->textopen = 1;
+}
+
+FwTextString closetext(READER* reader) {
+  reader->textopen = 0;
+  return FwStrRecordClose(&reader->text);
+}
+
+void start_pattern(READER* reader, ELEMENT* element, WH_PATTERN** chain) {
+  reader->pattern = chain;
+  reader->host = attr("host", element->atts, &element->seen);
+}
+
+void match_entry(READER* reader, ELEMENT* element) {
+  WH_PATTERN* entry = make_pattern();
+  entry->host = attr("host", element->atts, &element->seen);
+  if (entry->host == nullptr) entry->host = dup_str(reader->host);
+  *reader->pattern = entry;
+  reader->var = &entry->vars;
+}
+
+WH_VAR* var_entry(READER* reader, ELEMENT* element) {
+  auto* entry = FwMemNew<WH_VAR>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  entry->n = attr("n", element->atts, &element->seen);
+  entry->v = attr("v", element->atts, &element->seen);
+  *reader->var = entry;
+  return entry;
+}

@@ -1,0 +1,7 @@
+#include "wqmem.h"
+
+#include "fwmem.h"
+
+void wh_free(void* ptr) {
+  if (ptr != nullptr) FwMemFree(ptr);
+}
