@@ -4,7 +4,7 @@
 // {state, tag, next state, action}. What a table doesn't list leads to the format's error state,
 // which no tag leaves; the parser reads on to the end of the file. A reader is
 //
-//   struct DFA : READER { ... };                       the state, and the record being built
+//   struct DFA : READER { ... };                       the record being built, and where it grows
 //   constexpr START_RULE<DFA> starts[] = {...};        rows in the order of their states
 //   constexpr END_RULE<DFA> ends[] = {...};
 //   constexpr MACHINE machine{starts, ends, st_error, st_final, 1};
@@ -21,9 +21,10 @@
 #define WHREADDATA_H
 
 #include <cstddef>
-#include <iterator>
+#include <type_traits>
 
 #include "fwerror.h"
+#include "fwmem.h"
 #include "fwstring.h"
 #include "readdata.h"
 #include "vqnexpat.h"
@@ -35,11 +36,11 @@ struct READER;
 
 // What a reader hands to read_datafile.
 struct PARSER {
-  READER* state;                                // the format's DFA
-  XML_StartElementHandler start_el;             // required
-  XML_EndElementHandler end_el;                 // required
-  XML_StartDoctypeDeclHandler doctype_start_el; // null if DOCTYPE isn't looked at
-  XML_CharacterDataHandler cdata;               // null if the format has no text
+  READER* state;                                 // the format's DFA
+  XML_StartElementHandler start_el;              // required
+  XML_EndElementHandler end_el;                  // required
+  XML_StartDoctypeDeclHandler doctype_start_el;  // null if DOCTYPE isn't looked at
+  XML_CharacterDataHandler cdata;                // null if the format has no text
 };
 
 // What the handlers receive.
@@ -118,13 +119,12 @@ struct END_RULE {
 
 inline constexpr int kMaxState = 100;
 
-// Rows, found by their state without a search.
+// Rows, found by their state without a search. They must stand in the order of their states.
 template <class RULE, std::size_t N>
 struct RULE_TABLE {
   const RULE* rows;
   uint8 first[kMaxState + 2] = {};  // the rows of state s are first[s] to first[s + 1] - 1
 
-  // Rows must be in the order of their states: no constant results from others.
   constexpr explicit RULE_TABLE(const RULE (&table)[N]) : rows(table) {
     static_assert(N < 256);
     std::size_t row = 0;
@@ -134,8 +134,9 @@ struct RULE_TABLE {
         ++row;
     }
     first[kMaxState + 1] = static_cast<uint8>(row);
-    if (row != N) rows = nullptr, first[kMaxState + 2] = 0;
   }
+
+  constexpr bool InOrder() const { return first[kMaxState + 1] == N; }
 
   const RULE* Find(int state, const XML_Char* tag) const {
     if (state < 0 || state > kMaxState) return nullptr;
@@ -169,14 +170,15 @@ void raise_located(ELEMENT* element, FwError* kind);
 // Raises, one after the other, the kinds of the bracket forms that were seen and asked for.
 void check_brackets(ELEMENT* element);
 
-// For the root: raises whErrorDoctypeMismatch if that was asked for and the DOCTYPE's name isn't the
-// element's, or there is no DOCTYPE.
+// For the root: raises whErrorDoctypeMismatch if that was asked for and the DOCTYPE's name isn't
+// the element's, or there is no DOCTYPE.
 void check_doctype(ELEMENT* element);
 
 // The element handlers of a format, as the parser calls them.
 template <const auto& machine>
 void start_element(void* userData, const XML_Char* name, const XML_Char** atts) {
   using DFA = typename std::remove_cvref_t<decltype(machine)>::Dfa;
+  static_assert(machine.starts.InOrder() && machine.ends.InOrder());
   auto* user = static_cast<USERDATA*>(userData);
   auto* dfa = static_cast<DFA*>(user->dfa);
   ELEMENT element{user, name, atts, 0};

@@ -1,0 +1,127 @@
+// The replay of SETENV commands. It is purely sequential: a later command sees the result of an
+// earlier one, and nothing is weighed against anything else.
+#include <cstring>
+
+#include "fwstring.h"
+#include "recipe/records.h"
+
+namespace {
+
+constexpr int kElementsRoom = 10;
+constexpr FwTextCharacter kSeparator = ':';
+
+bool is_op(WH_SETENV* setenv, const char* op) {
+  return FwStrEqualFolded(setenv->op, FWT(op));
+}
+
+// Takes every occurrence of value out of the list.
+void remove_equal(FwVector* elements, FwTextString value) {
+  for (int i = FwVectorLength(elements) - 1; i >= 0; --i) {
+    auto element = static_cast<FwTextString>(FwVectorGetElement(elements, i));
+    if (!wh_env_equal(element, value)) continue;
+    FwVectorRemoveElement(elements, i);
+    wh_free(element);
+  }
+}
+
+// The list operations. Without a value nothing is taken out or put in, but the variable is split
+// and joined all the same.
+void edit_list(WH_SETENV* setenv, WH_ENVIRON* env) {
+  FwTextString current = wh_lookup_ev(setenv->name, env);
+  FwVector elements = {};
+  FwVectorOpen(&elements, kElementsRoom);
+  if (current != nullptr) FwStrTextSplitByChar(current, kSeparator, &elements);
+  if (setenv->value != nullptr) {
+    remove_equal(&elements, setenv->value);
+    if (is_op(setenv, "append"))
+      FwVectorAddElement(&elements, FwStrDuplicate(setenv->value));
+    else if (is_op(setenv, "prepend"))
+      FwVectorInsertElement(&elements, FwStrDuplicate(setenv->value), 0);
+  }
+  FwStrRecord joined = {};
+  FwStrRecordOpen(&joined);
+  FwStrTextJoinByChar(&elements, 0, kSeparator, &joined);
+  wh_set_ev(env, setenv->name, joined.pbz);
+  FwStrRecordAbandon(&joined);
+  FwVectorAbandon(&elements, 1);
+}
+
+// One command, its text expanded. After a fault the later commands of the step are still expanded,
+// and the last fault stands, but none is carried out.
+void replay_command(FwErrorState* err, WH_COMMAND* command, WH_SYMTAB* symtab, WH_ENVIRON* env) {
+  WH_COMMAND* expanded = wh_expand_command(err, command, symtab);
+  if (err->pError == nullptr) emulate_setenv(err, expanded->u.setenv, env);
+  free_command(&expanded);
+}
+
+void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety, WH_ENVIRON* env) {
+  FwErrorState err;
+  WH_PATTERN* pattern = wh_expand_pattern(&err, step->pattern, callenv->symtab);
+  if (err.pError == nullptr && matchvar(variety, pattern, nullptr)) {
+    for (int i = 0; i < FwVectorLength(&step->commands); ++i) {
+      auto* command = static_cast<WH_COMMAND*>(FwVectorGetElement(&step->commands, i));
+      if (command->type == wh_setenv) replay_command(&err, command, callenv->symtab, env);
+    }
+  }
+  rep_clear(&err, callenv->errorfunc);
+  free_pattern(&pattern);
+}
+
+// Apart from the walk's callback: a chain of parts keeps that one's frame open, and it must be
+// small.
+[[gnu::noinline]] void replay_recipe(WH_CALL_ENV* callenv, WH_RECIPE* recipe, WH_VARIETY* variety,
+                                     WH_ENVIRON* env) {
+  WH_CONTEXT* context = context_from_variety(variety);
+  add_context(callenv->symtab, context);
+  for (int i = 0; i < FwVectorLength(&recipe->steps); ++i)
+    replay_step(callenv, static_cast<WH_STEP*>(FwVectorGetElement(&recipe->steps, i)), variety,
+                env);
+  remove_context(callenv->symtab, context);
+  free_context(&context);
+}
+
+}  // namespace
+
+int ui_matches(FwTextString ui1, FwTextString ui2) {
+  return ui1 == nullptr || ui2 == nullptr || FwStrCompare(ui1, ui2) == 0;
+}
+
+void emulate_setenv(FwErrorState*, WH_SETENV* setenv, WH_ENVIRON* environ) {
+  // A command without a name has nothing to act on.
+  if (environ == nullptr || setenv->name == nullptr) return;
+  if (is_op(setenv, "set"))
+    wh_set_ev(environ, setenv->name, setenv->value);
+  else if (is_op(setenv, "delete"))
+    wh_delete_ev(environ, setenv->name);
+  else
+    edit_list(setenv, environ);
+}
+
+void old_setenv_in_variety(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* product) {
+  auto* state = static_cast<SETENV_STATE*>(callenv->state);
+  // The table owns the context only until it is removed: the next product's table gets it as well.
+  add_context(callenv->symtab, state->context);
+  wh_traverse_partlist(callenv, product->partlist, variety, nullptr, old_setenv_in_spec);
+  WH_RECIPE* recipe = state->set ? product->setup : product->unset;
+  // A product uses the new files or the old ones, never both.
+  if (recipe != nullptr && product->envset == nullptr && product->envunset == nullptr)
+    replay_recipe(callenv, recipe, variety, state->environ);
+  remove_context(callenv->symtab, state->context);
+}
+
+void old_setenv_in_spec(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec) {
+  wh_traverse_spec(callenv->index, spec, old_setenv_in_variety, callenv->errorfunc, callenv->source,
+                   callenv->state);
+}
+
+void wh_legacy_setenv(WH_INDEX* index, WH_ENVIRON* environ, WH_PRODUCT_SPEC_LIST* speclist,
+                      WH_CONTEXT* context, WH_ERROR_FUNC error, int set) {
+  // Kept: the word names the newer files, though the older ones are read; messages show it.
+  FwTextString word = FWT(set ? "env.xml" : "unenv.xml");
+  SETENV_STATE state{environ, context, set};
+  index_unvisit(index);
+  for (int i = 0; i < FwVectorLength(&speclist->specs); ++i) {
+    auto* spec = static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&speclist->specs, i));
+    wh_traverse_spec(index, spec, old_setenv_in_variety, error, word, &state);
+  }
+}
