@@ -1,7 +1,5 @@
 // The replay of SETENV commands. It is purely sequential: a later command sees the result of an
 // earlier one, and nothing is weighed against anything else.
-#include <cstring>
-
 #include "fwstring.h"
 #include "recipe/records.h"
 
@@ -87,8 +85,7 @@ int ui_matches(FwTextString ui1, FwTextString ui2) {
 }
 
 void emulate_setenv(FwErrorState*, WH_SETENV* setenv, WH_ENVIRON* environ) {
-  // A command without a name has nothing to act on.
-  if (environ == nullptr || setenv->name == nullptr) return;
+  if (environ == nullptr) return;
   if (is_op(setenv, "set"))
     wh_set_ev(environ, setenv->name, setenv->value);
   else if (is_op(setenv, "delete"))
