@@ -1,0 +1,234 @@
+// The expansion language: %(NAME), %[FILE] and %{NAME}.
+//
+// Text is worked through in passes. A pass replaces each reference once and copies all else; as
+// long as one has replaced something, the next works on what it made. References inside the
+// brackets of another come first by themselves: a percent sign ends the search for the closing
+// bracket, so the outer one is plain text until the inner ones are gone.
+#include <cstring>
+
+#include "fwfile.h"
+#include "fwstring.h"
+#include "private.h"
+#include "wherror.h"
+#include "wqmem.h"
+
+namespace {
+
+// A value that refers to itself never settles. These bounds lie far above any use; passing one of
+// them counts as exhausted memory.
+constexpr int kMaxPasses = 100000;
+constexpr std::size_t kMaxLength = std::size_t{1} << 28;  // bytes, one pass
+constexpr std::size_t kMaxTotal = std::size_t{1} << 30;   // bytes, all passes of one call
+
+struct PASS {
+  FwErrorState* err;
+  WH_SYMTAB* symtab;
+  FwStrRecord output;
+  bool expanded;  // something was replaced
+};
+
+// Whether a pass would change nothing and find nothing amiss.
+bool is_settled(FwTextString text) {
+  for (; *text != 0; text++)
+    if (*text == '%' || *text >= 0x80) return false;
+  return true;
+}
+
+// Characters of several bytes are stepped over by the framework, so that bytes of unknown encoding
+// are taken as everywhere else: they may hide a percent sign.
+FwTextByte* behind_character(FwTextByte* ptb) {
+  if (*ptb < 0x80) return ptb + 1;
+  FwStrGetTextCharacter(&ptb);
+  return ptb;
+}
+
+FwTextByte* next_percent(FwTextByte* ptb) {
+  while (*ptb != 0 && *ptb != '%')
+    ptb = behind_character(ptb);
+  return ptb;
+}
+
+// The bracket that closes the one at open, null if there is none or if the byte at open is none.
+FwTextByte* closing_bracket(FwTextByte* open) {
+  FwTextByte closing = 0;
+  switch (*open) {
+    case '(':
+      closing = ')';
+      break;
+    case '[':
+      closing = ']';
+      break;
+    case '{':
+      closing = '}';
+      break;
+    default:
+      return nullptr;
+  }
+  FwTextByte* ptb = open + 1;
+  while (*ptb != closing) {
+    if (*ptb == 0 || *ptb == '%') return nullptr;
+    ptb = behind_character(ptb);
+  }
+  return ptb;
+}
+
+// Bytes are copied as they stand, whatever their encoding.
+void put_bytes(FwStrRecord* output, FwByte* bytes, std::size_t count) {
+  if (count == 0) return;
+  if (static_cast<std::size_t>(output->pbTerminator - output->pbz) + count > kMaxLength)
+    FwMemExitMemoryExhausted();
+  FwStrNPutRawString(output, bytes, static_cast<uint32>(count));
+}
+
+void put_value(PASS* pass, FwTextString value) {
+  put_bytes(&pass->output, value, std::strlen(FWC(value)));
+  pass->expanded = true;
+}
+
+void set_no_value(PASS* pass, FwTextString name) {
+  FwErrorSet(pass->err, whErrorNoValue, 4, FWT("% variable"), name, FWT("File"),
+             pass->symtab->source);
+}
+
+// Removes one line end, of any of the three kinds.
+// Kept: it looks at all of output, so an empty file takes away a line end that stood before it.
+void strip_line_end(FwStrRecord* output) {
+  const std::size_t length = static_cast<std::size_t>(output->pbTerminator - output->pbz);
+  std::size_t cut = 0;
+  if (length > 0 && output->pbz[length - 1] == '\r') cut = 1;
+  if (length > 0 && output->pbz[length - 1] == '\n')
+    cut = length > 1 && output->pbz[length - 2] == '\r' ? 2 : 1;
+  if (cut > 0) FwStrRecordShorten(output, static_cast<uint32>(length - cut));
+}
+
+// Appends a file's contents, less one line end at their end. 0 if the file can't be read: output
+// then has what was read before.
+int wh_expand_with_file_contents(FwErrorState* pErr, FwTextString ptbzFileName,
+                                 FwStrRecord* output) {
+  const FwFile file = FwFileOpen(pErr, ptbzFileName, FW_OPEN_RDONLY);
+  if (file == FW_FILE_INVALID) return 0;
+  FwByte block[1024];
+  while (const uint32 count = FwFileRead(pErr, file, block, sizeof block)) {
+    if (pErr->pError != nullptr) break;
+    put_bytes(output, block, count);
+  }
+  if (pErr->pError != nullptr) {
+    FwErrorState closeErr;
+    FwFileClose(&closeErr, file);
+    FwErrorClear(&closeErr);
+    return 0;
+  }
+  strip_line_end(output);
+  return FwFileClose(pErr, file) != 0;
+}
+
+// %(NAME). A name without a value stays in the text, bare.
+void expand_name(PASS* pass, FwTextByte* name, uint32 length) {
+  if (FwTextString value = symtab_lookup(name, pass->symtab, length)) {
+    put_value(pass, value);
+    return;
+  }
+  put_bytes(&pass->output, name, length);
+  FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
+  set_no_value(pass, text);
+  FwMemFree(text);
+}
+
+// %[FILE]. No file is opened once there is an error.
+void expand_file(PASS* pass, FwTextByte* name, uint32 length) {
+  if (pass->err->pError != nullptr) return;
+  FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
+  if (wh_expand_with_file_contents(pass->err, text, &pass->output)) pass->expanded = true;
+  FwMemFree(text);
+}
+
+// %{NAME}. A variable that exists is not put in once there is an error; one that does not exist
+// replaces the error.
+void expand_variable(PASS* pass, FwTextByte* name, uint32 length) {
+  FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
+  FwTextString value = getenv_UTF8(text);
+  if (value == nullptr)
+    set_no_value(pass, text);
+  else if (pass->err->pError == nullptr)
+    put_value(pass, value);
+  wh_free(value);
+  FwMemFree(text);
+}
+
+void run_pass(PASS* pass, FwTextString text) {
+  FwTextByte* ptb = text;
+  for (;;) {
+    FwTextByte* percent = next_percent(ptb);
+    put_bytes(&pass->output, ptb, static_cast<std::size_t>(percent - ptb));
+    if (*percent == 0) return;
+
+    FwTextByte* open = percent + 1;
+    FwTextByte* close = closing_bracket(open);
+    if (close == nullptr) {
+      // The character behind the sign goes with it, a second sign as well: there is no escape.
+      ptb = *open == 0 ? open : behind_character(open);
+      put_bytes(&pass->output, percent, static_cast<std::size_t>(ptb - percent));
+      continue;
+    }
+    FwTextByte* name = open + 1;
+    const uint32 length = static_cast<uint32>(close - name);
+    if (*open == '(') expand_name(pass, name, length);
+    if (*open == '[') expand_file(pass, name, length);
+    if (*open == '{') expand_variable(pass, name, length);
+    ptb = close + 1;
+  }
+}
+
+}  // namespace
+
+FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab) {
+  if (str == nullptr) return nullptr;
+  if (is_settled(str)) return FwStrDuplicate(str);
+
+  FwTextString text = str;
+  std::size_t total = 0;
+  for (int passes = 1;; passes++) {
+    PASS pass = {err, symtab, {}, false};
+    FwStrRecordOpen(&pass.output);
+    run_pass(&pass, text);
+    FwTextString output = FwStrRecordClose(&pass.output);
+    const bool unchanged = std::strcmp(FWC(output), FWC(text)) == 0;
+    if (text != str) FwMemFree(text);
+    text = output;
+    if (!pass.expanded || is_settled(text)) return text;
+
+    total += std::strlen(FWC(text));
+    if (unchanged || passes == kMaxPasses || total > kMaxTotal) FwMemExitMemoryExhausted();
+  }
+}
+
+WH_PATTERN* wh_expand_pattern(FwErrorState* err, WH_PATTERN* pattern, WH_SYMTAB* symtab) {
+  WH_PATTERN* chain = nullptr;
+  WH_PATTERN** link = &chain;
+  for (; pattern != nullptr; pattern = pattern->next) {
+    WH_PATTERN* alternative = make_pattern();
+    alternative->host = wh_expand(err, pattern->host, symtab);
+    WH_VAR** tail = &alternative->vars;
+    for (WH_VAR* var = pattern->vars; var != nullptr; var = var->next) {
+      *tail = new_record<WH_VAR>();
+      (*tail)->n = wh_expand(err, var->n, symtab);
+      (*tail)->v = wh_expand(err, var->v, symtab);
+      tail = &(*tail)->next;
+    }
+    *link = alternative;
+    link = &alternative->next;
+  }
+  return chain;
+}
+
+// As make_prodname does, of the expanded category.
+WH_PRODUCT_NAME* wh_expand_prodname(FwErrorState* err, WH_PRODUCT_NAME* prodname,
+                                    WH_SYMTAB* symtab) {
+  WH_PRODUCT_NAME* expanded = new_record<WH_PRODUCT_NAME>();
+  expanded->category = wh_expand(err, prodname->category, symtab);
+  expanded->name = wh_expand(err, prodname->name, symtab);
+  expanded->version = wh_expand(err, prodname->version, symtab);
+  expanded->rev = wh_expand(err, prodname->rev, symtab);
+  if (expanded->category != nullptr) standardize_separators(expanded->category);
+  return expanded;
+}

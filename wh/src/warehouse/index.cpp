@@ -1,0 +1,265 @@
+// The index of the products loaded so far, and the queries that it answers.
+#include <cstring>
+#include <initializer_list>
+
+#include "partlist.h"
+#include "private.h"
+#include "prodinfo.h"
+#include "readdata.h"
+#include "recipe.h"
+#include "settings.h"
+#include "wqmem.h"
+
+namespace {
+
+constexpr uint32 kFirstNameSlots = 64;
+
+// ---- Products by name
+
+// FNV-1a over the four fields, a zero byte behind each.
+uint32 name_hash(WH_PRODUCT_NAME* prodname) {
+  uint32 h = 2166136261u;
+  for (FwTextString field :
+       {prodname->category, prodname->name, prodname->version, prodname->rev}) {
+    for (FwTextString ptb = field; ptb != nullptr && *ptb != 0; ptb++)
+      h = (h ^ *ptb) * 16777619u;
+    h *= 16777619u;
+  }
+  return h;
+}
+
+// The slot that holds the product of that name, or the empty one where it belongs.
+WH_PRODUCT** name_slot(WH_INDEX* index, WH_PRODUCT_NAME* prodname) {
+  const uint32 mask = index->by_name_size - 1;
+  uint32 i = name_hash(prodname) & mask;
+  while (index->by_name[i] != nullptr &&
+         !equal_prodnames(index->by_name[i]->prodinfo->prodname, prodname))
+    i = (i + 1) & mask;
+  return &index->by_name[i];
+}
+
+void make_name_slots(WH_INDEX* index, uint32 size) {
+  index->by_name = static_cast<WH_PRODUCT**>(
+      FwMemAlloc(size * sizeof(WH_PRODUCT*), ALLOC_MUST_SUCCEED | INIT_ZERO));
+  index->by_name_size = size;
+}
+
+WH_PRODUCT* entry(WH_INDEX* index, int i) {
+  return static_cast<WH_PRODUCT*>(FwVectorGetElement(&index->entries, i));
+}
+
+void add_entry(WH_INDEX* index, WH_PRODUCT* product) {
+  FwVectorAddElement(&index->entries, product);
+  const int count = FwVectorLength(&index->entries);
+  if (static_cast<uint32>(count) > index->by_name_size / 2) {
+    FwMemFree(index->by_name);
+    make_name_slots(index, index->by_name_size * 2);
+    for (int i = 0; i < count - 1; i++)
+      *name_slot(index, entry(index, i)->prodinfo->prodname) = entry(index, i);
+  }
+  WH_PRODUCT** slot = name_slot(index, product->prodinfo->prodname);
+  if (*slot == nullptr) *slot = product;
+}
+
+// ---- Loading
+
+// The files behind the first, in the order of reading. A missing one is excused, but for the part
+// list.
+bool read_product_files(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
+                        WH_PRODUCT* product) {
+  auto path = [&](const char* file) { return wh_filepath(index->base, prodname, FWT(file)); };
+
+  FwTextString file = path("partlist.xml");
+  product->partlist = read_partlist(err, file, WH_XML_PF_NO_CHECKS);
+  FwMemFree(file);
+  if (product->partlist == nullptr || err->pError != nullptr) return false;
+
+  static constexpr struct {
+    const char* file;
+    WH_RECIPE* WH_PRODUCT::*field;
+  } recipes[] = {
+      {"setup.xml", &WH_PRODUCT::setup},
+      {"prep.xml", &WH_PRODUCT::prep},
+      {"unset.xml", &WH_PRODUCT::unset},
+  };
+  for (const auto& recipe : recipes) {
+    file = path(recipe.file);
+    product->*recipe.field = read_recipe(err, file, WH_XML_PF_NO_CHECKS);
+    FwMemFree(file);
+    if (!excused(err)) return false;
+  }
+
+  static constexpr struct {
+    const char* file;
+    WH_ENV_SETTINGS* WH_PRODUCT::*field;
+  } settings[] = {
+      {"env.xml", &WH_PRODUCT::envset},
+      {"unenv.xml", &WH_PRODUCT::envunset},
+  };
+  for (const auto& setting : settings) {
+    file = path(setting.file);
+    product->*setting.field = read_env_settings(err, file, WH_XML_PF_NO_CHECKS);
+    FwMemFree(file);
+    if (!excused(err)) return false;
+  }
+  return true;
+}
+
+// ---- Queries
+
+using QUERY_FUNC = WH_PRODUCT_SPEC*(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QUERY* query,
+                                    WH_ERROR_FUNC errorfunc);
+
+WH_PRODUCT_SPEC_LIST* run_queries(FwErrorState* err, WH_INDEX* index,
+                                  WH_PRODUCT_QUERY_LIST* querylist, WH_ERROR_FUNC errorfunc,
+                                  QUERY_FUNC* run) {
+  WH_PRODUCT_SPEC_LIST* specs = make_speclist();
+  for (int i = 0; i < FwVectorLength(&querylist->queries); i++) {
+    auto* query = static_cast<WH_PRODUCT_QUERY*>(FwVectorGetElement(&querylist->queries, i));
+    if (WH_PRODUCT_SPEC* spec = run(err, index, query, errorfunc)) add_spec(specs, spec);
+  }
+  return specs;
+}
+
+// The product that a query names; an error is reported.
+WH_PRODUCT* queried_product(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QUERY* query,
+                            WH_ERROR_FUNC errorfunc) {
+  WH_PRODUCT* product = index_fetch(err, index, query->prodname, query->optional);
+  return report(err, errorfunc) ? nullptr : product;
+}
+
+bool names_platform(WH_VAR* vars) {
+  for (WH_VAR* var = vars; var != nullptr; var = var->next)
+    if (same_text(var->n, FWT("platform"))) return true;
+  return false;
+}
+
+// Judged by the product's first variety alone.
+bool is_platform_dependent(WH_PRODUCT* product) {
+  FwVector* varieties = &product->prodinfo->varieties->seq;
+  return FwVectorLength(varieties) > 0 &&
+         names_platform(static_cast<WH_VARIETY*>(FwVectorGetElement(varieties, 0))->vars);
+}
+
+}  // namespace
+
+WH_INDEX* index_open(FwTextString base) {
+  WH_INDEX* index = new_record<WH_INDEX>();
+  FwVectorOpen(&index->entries, 20);
+  index->base = dup_str(base);
+  make_name_slots(index, kFirstNameSlots);
+  return index;
+}
+
+void index_close(WH_INDEX* index) {
+  for (int i = 0; i < FwVectorLength(&index->entries); i++) {
+    WH_PRODUCT* product = entry(index, i);
+    free_product(&product);
+  }
+  FwVectorAbandon(&index->entries, 0);
+  FwMemFree(index->by_name);
+  wh_free(index->base);
+  FwMemFree(index);
+}
+
+WH_PRODUCT* index_fetch(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
+                        int optional) {
+  if (WH_PRODUCT* product = *name_slot(index, prodname)) return product;
+  return index_add(err, index, prodname, optional);
+}
+
+WH_PRODUCT* index_add(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname, int optional) {
+  WH_PRODUCT_INFO* prodinfo =
+      read_prodinfo(err, prodname, index->base, optional, WH_XML_PF_NO_CHECKS);
+  if (prodinfo == nullptr) return nullptr;
+  WH_PRODUCT* product = new_record<WH_PRODUCT>();
+  product->prodinfo = prodinfo;
+  if (!read_product_files(err, index, prodname, product)) {
+    free_product(&product);
+    return nullptr;
+  }
+  add_entry(index, product);
+  return product;
+}
+
+void free_product(WH_PRODUCT** product) {
+  if (*product == nullptr) return;
+  free_env_settings(&(*product)->envunset);
+  free_env_settings(&(*product)->envset);
+  free_recipe(&(*product)->unset);
+  free_recipe(&(*product)->prep);
+  free_recipe(&(*product)->setup);
+  free_partlist(&(*product)->partlist);
+  free_prodinfo(&(*product)->prodinfo);
+  FwMemFreeAndClear(product);
+}
+
+void index_unvisit(WH_INDEX* index) {
+  for (int i = 0; i < FwVectorLength(&index->entries); i++) {
+    FwVector* varieties = &entry(index, i)->prodinfo->varieties->seq;
+    for (int j = 0; j < FwVectorLength(varieties); j++) {
+      auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(varieties, j));
+      variety->visited = 0;
+      variety->packed = 0;
+    }
+  }
+}
+
+WH_PRODUCT_SPEC* query_product(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QUERY* query,
+                               WH_ERROR_FUNC errorfunc) {
+  WH_PRODUCT* product = queried_product(err, index, query, errorfunc);
+  if (product == nullptr) return nullptr;
+  return make_spec(product,
+                   matching_varieties(product->prodinfo->varieties, query->pattern, nullptr));
+}
+
+WH_PRODUCT_SPEC* query_product_pd(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QUERY* query,
+                                  WH_ERROR_FUNC errorfunc) {
+  WH_PRODUCT* product = queried_product(err, index, query, errorfunc);
+  if (product == nullptr) return nullptr;
+
+  WH_VARIETY_SEQ* varieties =
+      matching_varieties(product->prodinfo->varieties, query->pattern, nullptr);
+  // A condition on the platform, as told by the query's first alternative, replaces the host's.
+  const bool has_plat = query->pattern != nullptr && names_platform(query->pattern->vars);
+  if (!has_plat && is_platform_dependent(product)) {
+    WH_VAR var = {FWT("platform"), wh_host_platform, nullptr};
+    WH_PATTERN plat_pattern = {&var, nullptr, nullptr};
+    WH_VARIETY_SEQ* for_host = matching_varieties(varieties, &plat_pattern, nullptr);
+    free_variety_seq(&varieties);
+    varieties = for_host;
+  }
+  return make_spec(product, varieties);
+}
+
+WH_PRODUCT_SPEC_LIST* query_products(FwErrorState* err, WH_INDEX* index,
+                                     WH_PRODUCT_QUERY_LIST* querylist, WH_ERROR_FUNC errorfunc) {
+  return run_queries(err, index, querylist, errorfunc, query_product);
+}
+
+WH_PRODUCT_SPEC_LIST* query_products_pd(FwErrorState* err, WH_INDEX* index,
+                                        WH_PRODUCT_QUERY_LIST* querylist, WH_ERROR_FUNC errorfunc) {
+  return run_queries(err, index, querylist, errorfunc, query_product_pd);
+}
+
+WH_PRODUCT_SPEC* query_expanded_product(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab,
+                                        WH_ERROR_FUNC errorfunc) {
+  FwErrorState err;
+  WH_PRODUCT_SPEC* spec = nullptr;
+  // A query of its own, on the stack: its media are of no interest here.
+  WH_PRODUCT_QUERY exp_query;
+  exp_query.optional = query->optional;
+  exp_query.prodname = wh_expand_prodname(&err, query->prodname, symtab);
+  if (!report(&err, errorfunc)) {
+    exp_query.pattern = wh_expand_pattern(&err, query->pattern, symtab);
+    if (!report(&err, errorfunc)) {
+      spec = query_product(&err, index, &exp_query, errorfunc);
+      // Kept: what query_product has reported is reported once more, as nobody clears the state.
+      report(&err, errorfunc);
+    }
+  }
+  free_pattern(&exp_query.pattern);
+  free_prodname(&exp_query.prodname);
+  FwErrorClear(&err);
+  return spec;
+}
