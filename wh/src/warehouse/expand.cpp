@@ -108,8 +108,12 @@ int wh_expand_with_file_contents(FwErrorState* pErr, FwTextString ptbzFileName,
   const FwFile file = FwFileOpen(pErr, ptbzFileName, FW_OPEN_RDONLY);
   if (file == FW_FILE_INVALID) return 0;
   FwByte block[1024];
+  std::size_t total = 0;
   while (const uint32 count = FwFileRead(pErr, file, block, sizeof block)) {
     if (pErr->pError != nullptr) break;
+    // Counted here as well: a block ends at a zero byte for put_bytes, and devices never end.
+    total += count;
+    if (total > kMaxLength) FwMemExitMemoryExhausted();
     put_bytes(output, block, count);
   }
   if (pErr->pError != nullptr) {
