@@ -76,11 +76,9 @@ extern const char _Fw_msg_Create_Handle[];
 extern const char _Fw_msg_Destroy_Handle[];
 extern const char _Fw_msg_classInheritsFrom_Handle[];
 
-// A function as an entry of a method table.
-template <class Function>
-FwMethod* FwMethodOf(Function* pfn) {
-  return reinterpret_cast<FwMethod*>(pfn);
-}
+// A function as an entry of a method table. A macro, as the call of a function that casts would be
+// made when the program starts, and tables are needed before that.
+#define FwMethodOf(function) (reinterpret_cast<FwMethod*>(function))
 
 // Allocates an instance, all zero. AllocFlag is ALLOC_MAY_FAIL or ALLOC_MUST_SUCCEED.
 // Asserts "Not a class", or "No memory provided for non heap object" for a class whose instances

@@ -28,7 +28,6 @@
 
 #include <cstddef>
 #include <new>
-#include <source_location>
 #include <type_traits>
 
 #include "vqtypes.h"
@@ -112,11 +111,11 @@ void FcMemFreeAndClear(T** ppvBlock, const char* pszFile, uint32 nLine) {
 // Memory for one record. With INIT_ZERO it starts as T{}: its member initialisers on zeroed bytes;
 // with INIT_NONE the caller sets every field.
 template <class T>
-T* FwMemNew(FwMemAllocFlag AllocFlags,
-            std::source_location where = std::source_location::current()) {
+T* FwMemNew(FwMemAllocFlag AllocFlags, const char* pszFile = __builtin_FILE(),
+            uint32 nLine = __builtin_LINE()) {
   static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
   static_assert(alignof(T) <= 8, "level 1 blocks are aligned to 8 bytes only");
-  void* pv = FcMemAllocSized(sizeof(T), AllocFlags, where.file_name(), where.line());
+  void* pv = FcMemAllocSized(sizeof(T), AllocFlags, pszFile, nLine);
   if (pv != nullptr && (AllocFlags & INIT_ZERO)) return ::new (pv) T{};
   return static_cast<T*>(pv);
 }

@@ -26,7 +26,7 @@ struct RunResult {
 };
 
 // Runs a program to its end, or to the limit. argv holds the program's path first.
-RunResult Run(const std::vector<std::string>& argv, const RunOptions& options = {});
+RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& options = {});
 
 // A directory that is made empty by the constructor and removed by the destructor. A path of one's
 // own is cleared of what an earlier run left; without one a fresh name below the temporary

@@ -75,7 +75,7 @@ struct WH_SEG {
 };
 
 struct WH_DESCRIPTIONS {
-  FwVector descs;  // of WH_DESC* (prodinfo.h)
+  FwVector descs = {};  // of WH_DESC* (prodinfo.h)
 };
 
 struct WH_VARIETY {
@@ -94,7 +94,7 @@ struct WH_VARIETY {
 
 // Does not own its varieties.
 struct WH_VARIETY_SEQ {
-  FwVector seq;  // of WH_VARIETY*
+  FwVector seq = {};  // of WH_VARIETY*
 };
 
 // The contents of "product.xml".
@@ -126,11 +126,11 @@ struct WH_PRODUCT_QUERY {
   WH_PRODUCT_NAME* prodname = nullptr;  // owned
   WH_PATTERN* pattern = nullptr;        // owned; null for no condition
   int optional = 0;                     // a missing product is no error
-  FwVector media;                       // of FwTextString, owned
+  FwVector media = {};                  // of FwTextString, owned
 };
 
 struct WH_PRODUCT_QUERY_LIST {
-  FwVector queries;  // of WH_PRODUCT_QUERY*, owned
+  FwVector queries = {};  // of WH_PRODUCT_QUERY*, owned
 };
 
 // The result of a query.
@@ -141,7 +141,7 @@ struct WH_PRODUCT_SPEC {
 };
 
 struct WH_PRODUCT_SPEC_LIST {
-  FwVector specs;  // of WH_PRODUCT_SPEC*, owned
+  FwVector specs = {};  // of WH_PRODUCT_SPEC*, owned
 };
 
 // The callback through which a walk hands out an error and goes on. Null silences the reports.
@@ -234,7 +234,7 @@ struct WH_CONTEXT {
 
 struct WH_SYMTAB {
   FwTextString source = nullptr;  // the file that the text comes from, for error messages
-  FwVector contexts;              // of WH_CONTEXT*, the global context first
+  FwVector contexts = {};         // of WH_CONTEXT*, the global context first
 };
 
 // A new head before next with copies of both strings. A null value makes no binding: the result is
@@ -344,7 +344,7 @@ WH_VARIETY_SEQ* matching_varieties(WH_VARIETY_SEQ* varieties, WH_PATTERN* patter
 //   by_name  [ 0 | P2 | 0 | 0 | P1 | P3 | 0 | 0 ]    hash of the four fields, linear probing,
 //                                                    at most half full; 2^k slots
 struct WH_INDEX {
-  FwVector entries;  // of WH_PRODUCT*, owned
+  FwVector entries = {};  // of WH_PRODUCT*, owned
   FwTextString base = nullptr;
   WH_PRODUCT** by_name = nullptr;
   uint32 by_name_size = 0;

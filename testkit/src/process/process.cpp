@@ -86,7 +86,7 @@ bool Converse(const RunOptions& options, Pipe& in, Pipe& out, Pipe& err, RunResu
 
 }  // namespace
 
-RunResult Run(const std::vector<std::string>& argv, const RunOptions& options) {
+RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& options) {
   RunResult result;
   Pipe in, out, err;
   std::vector<std::string> strings = argv;
