@@ -1,11 +1,132 @@
-// The translation layer's private half: its records and its place in the boot sequence.
+// The translation layer's private half: its records, its rooms, its place in the boot sequence.
+//
+// Both tables map a hash value to a chain of nodes, newest first. An older node with the same text
+// stays in the chain behind the one that overrides it:
+//
+//   fixedStrings: hash -> node(file 2, "file") -> node(file 1, "file") -> node(file 1, "elif")
+//
+// A node's data is one block:  [lock count, 1 byte][English text, 0][local text, 0]
 #ifndef FCTRANSL_H
 #define FCTRANSL_H
 
+#include "fwhash.h"
+#include "fwstring.h"
+#include "fwtransl.h"
 #include "fwtypes.h"
+
+struct FcTranslDatabase;
+struct FcTranslFile;
+
+struct FcTranslNode {
+  FcTranslNode* pNext;  // with the same hash
+  FcTranslFile* pFile;
+  uint32 location;  // file offset of the first line of the English text
+  FwByte* pbData;   // null until loaded
+};
+
+inline constexpr uint32 kFcTranslNodesInBlock = 100;
+
+struct FcTranslNodeBlock {
+  FcTranslNodeBlock* pNext;
+  uint32 nNextNodeToUse;
+  FcTranslNode aNodes[kFcTranslNodesInBlock];
+};
+
+struct FcTranslFile {
+  FcTranslFile* pNext;  // older
+  FcTranslDatabase* pDatabase;
+  FwTextString ptbzFileName;
+  FwObj* pFileObj;  // the buffered stream; null once closed
+  FwHashTable* headerTags;
+  FwID_Text atbzUSText;
+  FwID_Text atbzLocalText;
+  FwTranslLocale locale;
+  FcTranslNodeBlock* pNodeBlock;  // newest first
+  int32 nMaxOverrides;
+  int32 nOverrides;
+};
+
+struct FcTranslDatabase {
+  FwHashTable* fixedStrings;
+  FwHashTable* msgTemplates;
+  FcTranslFile* pMsgFiles;  // newest first
+};
+
+// Which file's locked nodes are counted, and how many there are.
+struct FcTranslNodeInUseCount {
+  FwTextString ptbzFileName;
+  int32 nCount;
+};
+
+extern FcTranslDatabase FcTranslationDatabase;
+
+extern const FwHashFunctions FcTranslTableFunctions;
+
+// Working storage of all reading: one line, and the two texts of a pair.
+extern FwStrRecord FcTransLineRecord;
+extern FwStrRecord FcTransEnglishRecord;
+extern FwStrRecord FcTransLocalRecord;
 
 // Boot level 11: open the working records and make the tables, and free them all again.
 void FcTranslInit();
 void FcTranslShutdown();
+
+// --- Keys and comparison ---
+
+inline constexpr uint32 kFcTranslWhole = 0xFFFFFFFF;  // a length: up to the terminator
+inline constexpr uint32 kFcTranslKeyLength = 6;
+using FcTranslKeyString = FwTextByte[kFcTranslKeyLength + 1];
+
+// Hashes at most cLength bytes, markers left out; with fTemplate, %% as one %. Never 0.
+uint32 FcTransl_StringHashFunction(FwTextString ptbzString, uint32 cLength, int32 fTemplate);
+
+// Copies the first 6 bytes to the key and hashes it. In a template %% counts as one %; a single %
+// is passed over, and logged.
+uint32 FcTranslCalculateMessageKey(FwTextString ptbzMessage, uint32 cLength,
+                                   FcTranslKeyString pbKeyString, int32 fTemplate);
+
+// Equality apart from markers in the message and, with fMessageTemplate, %% for % in the template.
+int32 FcTranslMessageMatchesTemplate(FwTextString ptbzMessage, uint32 cMessageLength,
+                                     FwTextString ptbzTemplate, uint32 cTemplateLength,
+                                     int32 fMessageTemplate);
+
+// --- Nodes ---
+
+// The texts of a loaded node. Assert "Node data not loaded!", null.
+FwTextString FcTranslNodeEnglish(FcTranslNode* pNode);
+FwTextString FcTranslNodeLocal(FcTranslNode* pNode);
+
+// A fresh node of the file, which owns it.
+FcTranslNode* FcTranslGetNextNode(FcTranslFile* pFile);
+
+// Copies the texts of the two records into the node's data. 0 if memory is exhausted.
+// Asserts "FcTranslNodeInitData: Node data already loaded", 0.
+int32 FcTranslNodeInitData(FcTranslNode* pNode);
+
+// The chain under a hash value, or null.
+FcTranslNode* FcTranslFindChain(FwHashTable* pTable, uint32 nHash);
+
+// The add function of both tables; value is the new node. Asserts "FcTranslHashAddNode: internal
+// error" for a node that is in a chain.
+int32 FcTranslHashAddNode(FwHashEntry* pEntry, void* key, void* value, int32 fNew,
+                          FwErrorState* pErrState);
+
+int32 FcTranslSameFile(FcTranslFile* pFile1, FcTranslFile* pFile2);
+
+// Unlinks all nodes of a file, of every file for null. Frees nothing.
+void FcTranslRemoveNodes(FcTranslDatabase* pDatabase, FwTextString ptbzFileName);
+
+void FcTranslLockNode(FcTranslNode* pNode);
+void FcTranslUnlockNode(FcTranslNode* pNode);
+
+// The locked nodes of a file, in both tables.
+int32 FcTranslCountLockedNodes(FcTranslDatabase* pDatabase, FwTextString ptbzFileName);
+
+// The newest fixed string equal to the text, loaded, or null.
+FcTranslNode* FcTranslFindFixedStringNode(FcTranslDatabase* pDatabase, FwTextString ptbzEnglish,
+                                          uint32 cLength);
+
+// Frees the blocks of a file with the texts of their nodes.
+void FcTranslFreeNodeBlocks(FcTranslFile* pFile);
 
 #endif

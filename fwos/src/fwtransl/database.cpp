@@ -1,0 +1,44 @@
+// The one database of the layer, from boot to shutdown.
+#include "fcboot.h"
+#include "fctransl.h"
+#include "fwmem.h"
+
+int32 g_fTrace_fwtransl = 0;
+
+FcTranslDatabase FcTranslationDatabase;
+
+constinit const FwHashFunctions FcTranslTableFunctions = {nullptr, nullptr, FcTranslHashAddNode,
+                                                          nullptr};
+
+FwStrRecord FcTransLineRecord;
+FwStrRecord FcTransEnglishRecord;
+FwStrRecord FcTransLocalRecord;
+
+namespace {
+
+constexpr uint32 kRecordSize = 512;
+constexpr uint32 kTableSize = 127;
+
+FwHashTable* CreateTable() {
+  FwHashTable* pTable = FwHashCreateTable(kTableSize, &FcTranslTableFunctions, nullptr);
+  if (pTable == nullptr) FwMemExitMemoryExhausted();
+  return pTable;
+}
+
+}  // namespace
+
+void FcTranslInit() {
+  FwStrRecordOpenSize(&FcTransLineRecord, kRecordSize);
+  FwStrRecordOpenSize(&FcTransEnglishRecord, kRecordSize);
+  FwStrRecordOpenSize(&FcTransLocalRecord, kRecordSize);
+  FcTranslationDatabase = {CreateTable(), CreateTable(), nullptr};
+}
+
+void FcTranslShutdown() {
+  FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
+  FwHashFreeTable(&FcTranslationDatabase.fixedStrings);
+  FwHashFreeTable(&FcTranslationDatabase.msgTemplates);
+  FwStrRecordAbandon(&FcTransLineRecord);
+  FwStrRecordAbandon(&FcTransEnglishRecord);
+  FwStrRecordAbandon(&FcTransLocalRecord);
+}
