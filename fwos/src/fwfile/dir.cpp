@@ -242,3 +242,57 @@ int32 FwDirDelete(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   if (!DeleteEntries(pErrState, ptbzDirname, flags)) return 0;
   return FwFileDelete(pErrState, ptbzDirname, flags & FW_DELETE_DEFER);
 }
+
+// ---------------------------------------------------------------------------------------------
+// Space
+
+namespace {
+
+// Sets the record to the deepest leading part of the name that exists; empty if a relative name's
+// first element doesn't.
+void FiFileExistingPath(FwStrRecord* pRecord, FwTextString ptbzFilename) {
+  FwStrRecordShorten(pRecord, 0);
+  FwTextString ptbzTail = FwFileCopyRoot(pRecord, ptbzFilename);
+  while (*ptbzTail) {
+    if (*ptbzTail == '/') {
+      ++ptbzTail;
+      continue;
+    }
+    const auto cbBefore = static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
+    FwFileEnsureTrailingSeparator(pRecord);
+    ptbzTail = FwFileCopyPathElement(pRecord, ptbzTail);
+    FwErrorState err;
+    const bool fExists = FwFileGetInfo(&err, pRecord->pbz, nullptr, 0);
+    FwErrorClear(&err);
+    if (!fExists) {
+      FwStrRecordShorten(pRecord, cbBefore);
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+int32 FwFileDiskFree(FwErrorState* pErrState, FwTextString ptbzFilename,
+                     FwFileDiskFreeInfo* pDFInfo) {
+  if (!fFiFileState(pErrState) || !fFiFileArgument(pErrState, pDFInfo)) return 0;
+  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceAny);
+  if (!ptbzAbsolute) return 0;
+  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
+  FwStrRecord existing;
+  FwStrRecordOpen(&existing);
+  FiFileExistingPath(&existing, ptbzFilename);
+  const int32 fSuccess = FpFileDiskFree(pErrState, existing.pbz, pDFInfo);
+  FwStrRecordAbandon(&existing);
+  return fSuccess;
+}
+
+int FwFileDiskFreeEx(FwErrorState* err, FwTextString path, FwFileDiskFreeInfo* diskfree) {
+  if (!path) return FwFileDiskFree(err, path, diskfree);
+  FwStrRecord existing;
+  FwStrRecordOpen(&existing);
+  FiFileExistingPath(&existing, path);
+  const int32 fSuccess = FwFileDiskFree(err, existing.pbz, diskfree);
+  FwStrRecordAbandon(&existing);
+  return fSuccess;
+}

@@ -1,0 +1,343 @@
+// Trees of files: copying, attributes, sizes.
+//
+// A side-file dir/.AppleDouble/name holds the extra data of dir/name. It is looked for at the top
+// of a tree only: below, the directories of side-files are ordinary ones.
+
+#include <cstring>
+
+#include "fwerror.h"
+#include "fwfile.h"
+#include "fwfile/coerce.h"
+#include "fwfile/validate.h"
+#include "fwmem.h"
+#include "fwprog.h"
+#include "fwstring.h"
+#include "vqassert.h"
+
+namespace {
+
+// What stays the same all over a tree that is copied.
+struct TreeCopy {
+  FwObj* progress;
+  FwTextString ptbzExcept;  // name of directories to be skipped; null or empty: none
+};
+
+uint32 Length(const FwStrRecord& path) {
+  return static_cast<uint32>(path.pbTerminator - path.pbz);
+}
+
+void OpenPath(FwStrRecord* path, FwTextString ptbz) {
+  FwStrRecordOpen(path);
+  FwStrPutTextString(path, ptbz);
+}
+
+// Tells a name that was handled; sets fwErrorAbort if the work is to stop.
+bool Report(FwErrorState* err, FwObj* progress, FwTextString ptbzName) {
+  if (!progress || Fw_msg_Progress(progress, ptbzName)) return true;
+  FwErrorSet(err, fwErrorAbort, 0);
+  return false;
+}
+
+bool fExists(FwTextString ptbzName) {
+  FwErrorState err;
+  const bool fFound = FwFileGetInfo(&err, ptbzName, nullptr, 0);
+  FwErrorClear(&err);
+  return fFound;
+}
+
+// Sets out to the name of the side-file, and returns its length.
+uint32 FiFileAppleName(FwStrRecord* out, FwTextString path) {
+  FwTextString ptbzLeaf = FwFileSkipToLeafname(path);
+  FwStrRecordShorten(out, 0);
+  FwStrNPutTextString(out, path, static_cast<uint32>(ptbzLeaf - path));
+  FwFilenameConcatenate(out, FWT(".AppleDouble"));
+  FwFilenameConcatenate(out, ptbzLeaf);
+  return Length(*out);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Copying
+
+// Makes the target's directory and removes what stands in the target's place.
+void ClearTheWay(FwErrorState* err, FwTextString ptbzNew) {
+  FwTextString ptbzDir =
+      FwStrNDuplicate(ptbzNew, static_cast<int>(FwFileSkipToLeafname(ptbzNew) - ptbzNew));
+  FwDirCreate(err, ptbzDir, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
+  FwMemFree(ptbzDir);
+  if (err->pError) return;
+  if (!FwFileDelete(err, ptbzNew, FW_DELETE_FORCE) && err->pError &&
+      Fw_msg_IsDescendant(fwErrorNonExistent, err->pError))
+    FwErrorClear(err);
+}
+
+void FiFileCopyLeaf(FwErrorState* err, FwTextString oldpath, FwTextString newpath,
+                    FwObj* progress) {
+  if (err->pError) return;
+  ClearTheWay(err, newpath);
+  if (!err->pError) FwFileCopy(err, oldpath, newpath, FW_FILE_OVERWRITE);
+  Report(err, progress, newpath);
+}
+
+void FiFileCopyLink(FwErrorState* err, FwTextString oldpath, FwTextString newpath, FwFileInfo* info,
+                    FwObj* progress) {
+  if (err->pError) return;
+  ClearTheWay(err, newpath);
+  if (!err->pError) FwFileCopyLink(err, oldpath, newpath, info, 0);
+  Report(err, progress, newpath);
+}
+
+void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpath,
+                    FwFileInfo* newinfo, const TreeCopy& copy);
+
+// Copies what oldpath denotes. A type that can't be copied is an error in errType.
+void CopyByType(FwErrorState* err, FwErrorState* errType, FwStrRecord* oldpath,
+                FwStrRecord* newpath, FwFileInfo* info, const TreeCopy& copy) {
+  switch (info->type) {
+    case FW_FILE_TYPE_FILE:
+      FiFileCopyLeaf(err, oldpath->pbz, newpath->pbz, copy.progress);
+      break;
+    case FW_FILE_TYPE_DIRECTORY:
+      FwFileEnsureTrailingSeparator(newpath);
+      FiFileCopyTree(err, oldpath, newpath, info, copy);
+      break;
+    case FW_FILE_TYPE_LINK:
+      FiFileCopyLink(err, oldpath->pbz, newpath->pbz, info, copy.progress);
+      break;
+    default:
+      FwErrorSet(errType, fwErrorUnimplemented, 0);
+  }
+}
+
+bool fSkipped(const FwFileInfo& info, FwTextString ptbzName, const TreeCopy& copy) {
+  return info.type == FW_FILE_TYPE_DIRECTORY && copy.ptbzExcept && *copy.ptbzExcept &&
+         std::strcmp(FWC(ptbzName), FWC(copy.ptbzExcept)) == 0;
+}
+
+// Copies the entries of a directory. What goes wrong with one of them is in errEntry and stops the
+// walk; what goes wrong with the walk itself is in err.
+void CopyEntries(FwErrorState* err, FwErrorState* errEntry, FwDir* pDir, FwStrRecord* oldpath,
+                 FwStrRecord* newpath, const TreeCopy& copy) {
+  const uint32 cbOld = Length(*oldpath);
+  const uint32 cbNew = Length(*newpath);
+  FwStrRecord name;
+  FwStrRecordOpen(&name);
+  FwFileInfo info;
+  while (!errEntry->pError && FwDirNext(err, pDir, &name, &info, FW_INFO_NOFOLLOW)) {
+    if (!fSkipped(info, name.pbz, copy)) {
+      FwFilenameConcatenate(oldpath, name.pbz);
+      FwFilenameConcatenate(newpath, name.pbz);
+      CopyByType(errEntry, err, oldpath, newpath, &info, copy);
+      FwStrRecordShorten(oldpath, cbOld);
+      FwStrRecordShorten(newpath, cbNew);
+    }
+    FwStrRecordShorten(&name, 0);
+  }
+  FwStrRecordAbandon(&name);
+}
+
+void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpath,
+                    FwFileInfo* newinfo, const TreeCopy& copy) {
+  if (err->pError) return;
+  FwFileEnsureTrailingSeparator(oldpath);
+  FwFileEnsureTrailingSeparator(newpath);
+  FwDirCreate(err, newpath->pbz, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
+  if (err->pError || !Report(err, copy.progress, newpath->pbz)) return;
+  FwDir* pDir = FwDirOpen(err, oldpath->pbz, 0);
+  if (!pDir) return;
+  FwErrorState errEntry;
+  CopyEntries(err, &errEntry, pDir, oldpath, newpath, copy);
+  FwDirClose(err, pDir);
+  // Last, so that a directory that turns read-only could be filled.
+  FwFileSetInfo(err, newpath->pbz, newinfo, FW_INFO_ATTRIBUTES);
+  if (errEntry.pError) FwErrorCopy(err, &errEntry);
+  FwErrorClear(&errEntry);
+}
+
+void CopySideFile(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew, FwObj* progress) {
+  // A directory's name has no leaf, so there is no file to look for.
+  if (FwFileEndsWithSeparator(ptbzOld)) return;
+  FwStrRecord oldSide;
+  FwStrRecord newSide;
+  FwStrRecordOpen(&oldSide);
+  FwStrRecordOpen(&newSide);
+  FiFileAppleName(&oldSide, ptbzOld);
+  if (fExists(oldSide.pbz)) {
+    FiFileAppleName(&newSide, ptbzNew);
+    FiFileCopyLeaf(err, oldSide.pbz, newSide.pbz, progress);
+  }
+  FwStrRecordAbandon(&oldSide);
+  FwStrRecordAbandon(&newSide);
+}
+
+int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, const TreeCopy& copy,
+               bool fSideFile) {
+  FwTextString ptbzOld = FiFileCoerceFilename(err, oldname, kCoerceAny);
+  if (!ptbzOld) return 0;
+  FwTextString ptbzNew = FiFileCoerceFilename(err, newname, kCoerceAny);
+  if (!ptbzNew) {
+    FiFileFreeCoerced(ptbzOld, oldname);
+    return 0;
+  }
+  FwStrRecord oldpath;
+  FwStrRecord newpath;
+  OpenPath(&oldpath, ptbzOld);
+  OpenPath(&newpath, ptbzNew);
+  FiFileFreeCoerced(ptbzOld, oldname);
+  FiFileFreeCoerced(ptbzNew, newname);
+  FwFileInfo info;
+  if (FwFileGetInfo(err, oldpath.pbz, &info, FW_INFO_NOFOLLOW)) {
+    if (fSideFile) CopySideFile(err, oldpath.pbz, newpath.pbz, copy.progress);
+    CopyByType(err, err, &oldpath, &newpath, &info, copy);
+  }
+  FwStrRecordAbandon(&oldpath);
+  FwStrRecordAbandon(&newpath);
+  return err->pError == nullptr;
+}
+
+}  // namespace
+
+int32 FwFileCopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, FwObj* progress,
+                     uint32 flags) {
+  if (!fFiFileState(err)) return 0;
+  FwAssert(!(flags & ~FW_FILE_OVERWRITE), "bad arg");
+  if (!fFiFileFlags(err, flags, FW_FILE_OVERWRITE)) return 0;
+  return CopyTree(err, oldname, newname, {progress, nullptr}, true);
+}
+
+int32 FwFileCopyTreeEx(FwErrorState* err, FwTextString oldname, FwTextString newname,
+                       FwObj* progress, uint32 flags, FwTextString ptbzExcept) {
+  if (!fFiFileState(err)) return 0;
+  FwAssert(!(flags & ~FW_FILE_OVERWRITE), "bad arg");
+  if (!fFiFileFlags(err, flags, FW_FILE_OVERWRITE)) return 0;
+  return CopyTree(err, oldname, newname, {progress, ptbzExcept}, false);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Attributes
+
+namespace {
+
+void SetSideFileInfo(FwErrorState* err, FwTextString ptbzName, FwFileInfo* info) {
+  FwStrRecord side;
+  FwStrRecordOpen(&side);
+  FiFileAppleName(&side, ptbzName);
+  if (fExists(side.pbz)) FwFileSetInfo(err, side.pbz, info, FW_INFO_ATTRIBUTES);
+  FwStrRecordAbandon(&side);
+}
+
+void SetDirectoryInfo(FwErrorState* err, FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
+  FwStrRecord path;
+  OpenPath(&path, ptbzName);
+  FwFileEnsureTrailingSeparator(&path);
+  FwErrorState errEntry;
+  // Before the walk, which could fail on a read-only directory.
+  FwFileSetInfo(&errEntry, path.pbz, info, FW_INFO_ATTRIBUTES);
+  FwErrorClear(&errEntry);
+  if (FwDir* pDir = FwDirOpen(err, path.pbz, 0)) {
+    const uint32 cbPath = Length(path);
+    FwFileInfo entry;
+    while (!errEntry.pError && FwDirNext(err, pDir, &path, &entry, FW_INFO_NOFOLLOW)) {
+      FwFileSetInfoTree(&errEntry, path.pbz, flags);
+      FwStrRecordShorten(&path, cbPath);
+    }
+    FwDirClose(err, pDir);
+    if (errEntry.pError) FwErrorCopy(err, &errEntry);
+    FwErrorClear(&errEntry);
+  }
+  FwStrRecordAbandon(&path);
+}
+
+}  // namespace
+
+int32 FwFileSetInfoTree(FwErrorState* err, FwTextString target, uint32 flags) {
+  if (!fFiFileState(err)) return 0;
+  FwAssert(!(flags & ~FW_TREE_MAKE_WRITABLE), "bad arg");
+  if (!fFiFileFlags(err, flags, FW_TREE_MAKE_WRITABLE)) return 0;
+  FwTextString ptbzAbsolute = FiFileCoerceFilename(err, target, kCoerceAny);
+  if (!ptbzAbsolute) return 0;
+  FwFileInfo info;
+  if (FwFileGetInfo(err, ptbzAbsolute, &info, FW_INFO_NOFOLLOW)) {
+    if (flags & FW_TREE_MAKE_WRITABLE) info.attributes |= FW_FILE_ATTR_WRITABLE;
+    SetSideFileInfo(err, ptbzAbsolute, &info);
+    if (info.type == FW_FILE_TYPE_DIRECTORY)
+      SetDirectoryInfo(err, ptbzAbsolute, &info, flags);
+    else if (info.type == FW_FILE_TYPE_FILE)
+      FwFileSetInfo(err, ptbzAbsolute, &info, FW_INFO_ATTRIBUTES);
+  }
+  FiFileFreeCoerced(ptbzAbsolute, target);
+  return err->pError == nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Sizes
+
+namespace {
+
+constexpr uint32 kSignBit = 0x80000000;
+
+void FiFileLeafSize(FwFileInfo* info, FwFileTreeSizeInfo* sizeinfo, uint32 rblocksize) {
+  ++sizeinfo->files;
+  VqU32x2Add(&sizeinfo->exact, &sizeinfo->exact, &info->size[0]);
+  VqU32x2Add(&sizeinfo->taken, &sizeinfo->taken, &info->size[0]);
+  const uint32 cbRest = info->size[0].low & (rblocksize - 1);
+  if (cbRest) VqU32x2AddUint32(&sizeinfo->taken, &sizeinfo->taken, rblocksize - cbRest);
+}
+
+void FiFileNodeSize(FwErrorState* err, FwStrRecord* path, FwFileTreeSizeInfo* sizeinfo,
+                    uint32 rblocksize) {
+  FwFileEnsureTrailingSeparator(path);
+  FwDir* pDir = FwDirOpen(err, path->pbz, 0);
+  if (!pDir) return;
+  ++sizeinfo->dirs;
+  const uint32 cbPath = Length(*path);
+  FwFileInfo info;
+  while (!err->pError && FwDirNext(err, pDir, path, &info, FW_INFO_NOFOLLOW)) {
+    if (info.type == FW_FILE_TYPE_DIRECTORY)
+      FiFileNodeSize(err, path, sizeinfo, rblocksize);
+    else
+      FiFileLeafSize(&info, sizeinfo, rblocksize);
+    FwStrRecordShorten(path, cbPath);
+  }
+  FwDirClose(err, pDir);
+}
+
+void FiFileTreeSize(FwErrorState* err, FwStrRecord* path, FwFileTreeSizeInfo* sizeinfo,
+                    uint32 rblocksize) {
+  if (err->pError) return;
+  FwFileInfo info;
+  if (!FwFileGetInfo(err, path->pbz, &info, FW_INFO_NOFOLLOW)) {
+    if (err->pError && Fw_msg_IsDescendant(fwErrorNonExistent, err->pError)) FwErrorClear(err);
+    return;
+  }
+  if (info.type == FW_FILE_TYPE_DIRECTORY)
+    FiFileNodeSize(err, path, sizeinfo, rblocksize);
+  else
+    FiFileLeafSize(&info, sizeinfo, rblocksize);
+}
+
+// The smallest power of two not below n, at most the sign bit.
+uint32 RoundBlockSize(uint32 n) {
+  uint32 rounded = 1;
+  while (rounded < n && !(rounded & kSignBit))
+    rounded *= 2;
+  return rounded;
+}
+
+}  // namespace
+
+uint32 FwFileTreeSize(FwErrorState* err, FwTextString path, FwFileTreeSizeInfo* sizeinfo,
+                      uint32 blocksize) {
+  if (!fFiFileState(err) || !fFiFileArgument(err, path) || !fFiFileArgument(err, sizeinfo))
+    return 0;
+  *sizeinfo = {};
+  const uint32 rblocksize = RoundBlockSize(blocksize);
+  FwStrRecord name;
+  FwStrRecordOpen(&name);
+  FiFileAppleName(&name, path);
+  FiFileTreeSize(err, &name, sizeinfo, rblocksize);
+  FwStrRecordShorten(&name, 0);
+  FwStrPutTextString(&name, path);
+  FiFileTreeSize(err, &name, sizeinfo, rblocksize);
+  FwStrRecordAbandon(&name);
+  return err->pError == nullptr;
+}
