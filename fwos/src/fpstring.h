@@ -10,6 +10,9 @@ extern FwTextString FpLocaleStr;
 // Nonzero if conversion to and from the local encoding is set up.
 extern int fUnicode;
 
+// Nonzero if FwStrUTF8ToLocal changes nothing, so that a name can go to the system as it is.
+int32 fFpStrLocalIsUTF8();
+
 // Takes the locale from the environment and sets up the converters.
 // Asserts "Something screwy - no locale set", "Locale conversions not set up correctly: non-ascii
 // filenames, etc, will not work".

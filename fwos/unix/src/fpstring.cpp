@@ -226,6 +226,10 @@ uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, char type, int32 
                          tbPositiveChar, fOptionalForm);
 }
 
+int32 fFpStrLocalIsUTF8() {
+  return iconvt_UTF8ToNative == no_conversion();
+}
+
 FwTextString FwStrLocalToUTF8(const char* local) {
   if (local == nullptr) return nullptr;
   if (iconvt_NativeToUTF8 == no_conversion()) return FwStrDuplicate(FWT(local));

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fpstring.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwmem.h"
@@ -25,7 +26,9 @@ constexpr std::size_t kNameBuffer = 4095;
 }  // namespace
 
 FpLocalName::FpLocalName(FwTextString ptbzName)
-    : pszLocal(FwStrUTF8ToLocal(ptbzName)), fOwned(pszLocal != nullptr) {}
+    : pszLocal(FWC(ptbzName)), fOwned(ptbzName && !fFpStrLocalIsUTF8()) {
+  if (fOwned) pszLocal = FwStrUTF8ToLocal(ptbzName);
+}
 
 FpLocalName::~FpLocalName() {
   if (!fOwned) return;
