@@ -1,0 +1,350 @@
+// Which varieties include which.
+//
+// Each variety learns what includes it: the including variety hands on all that it has itself, to
+// each variety of each of its parts, and goes there if that was news. So circles of parts come to
+// an end, and a variety is gone to as often as it can learn something.
+//
+// A part list may be gone through often, and chains of parts may be long. So the answers of the
+// queries are kept, the sets are bit sets over the varieties met, and the walk has a stack of its
+// own. A query that gives nothing is asked again each time: it may report, and the number of
+// reports is not for this step to change.
+//
+//   MEMBER  variety, id ------ set  [..1.11.]   ids of those that include it, itself among them
+//              |
+//              +-- edges[top]   for its own product queried directly, where BASE-DIRECTORY is bound
+//              +-- edges[part]  the product as a part: per part, the varieties of the answer
+//
+// Between calls the knowledge rests in the tables "ancestors" of the varieties. The sets of a long
+// chain would fill memory there: beyond kStoredInFull entries a table holds only the including
+// varieties next to it, from whose tables the rest follows. The entry of the variety itself says
+// so, by having no value.
+#include <algorithm>
+#include <bit>
+
+#include "engine.h"
+#include "fwmem.h"
+#include "wherror.h"
+
+namespace {
+
+constexpr int32 kStoredInFull = 1 << 20;
+
+// Identity tables. They differ from a table without functions only in not being checked at each
+// add.
+constexpr FwHashFunctions kIdentity = {nullptr, nullptr, nullptr, nullptr, 1};
+
+struct BITS {
+  uint64* words = nullptr;
+  int32 count = 0;
+};
+
+void reserve(BITS* bits, int32 count) {
+  if (count <= bits->count) return;
+  auto* words = static_cast<uint64*>(
+      FwMemAlloc(static_cast<size_t>(count) * sizeof(uint64), ALLOC_MUST_SUCCEED | INIT_ZERO));
+  std::copy_n(bits->words, bits->count, words);
+  FwMemFreeAndClear(&bits->words);
+  bits->words = words;
+  bits->count = count;
+}
+
+uint64 bit_of(int32 id) {
+  return uint64{1} << (id % 64);
+}
+
+bool test_bit(const BITS* bits, int32 id) {
+  return id / 64 < bits->count && (bits->words[id / 64] & bit_of(id));
+}
+
+void set_bit(BITS* bits, int32 id) {
+  reserve(bits, id / 64 + 1);
+  bits->words[id / 64] |= bit_of(id);
+}
+
+bool has_all(const BITS* bits, const BITS* wanted) {
+  for (int32 i = 0; i < wanted->count; ++i)
+    if (wanted->words[i] & ~(i < bits->count ? bits->words[i] : 0)) return false;
+  return true;
+}
+
+void add_all(BITS* bits, const BITS* more) {
+  reserve(bits, more->count);
+  for (int32 i = 0; i < more->count; ++i)
+    bits->words[i] |= more->words[i];
+}
+
+int32 count_bits(const BITS* bits) {
+  int32 n = 0;
+  for (int32 i = 0; i < bits->count; ++i)
+    n += std::popcount(bits->words[i]);
+  return n;
+}
+
+struct MEMBER;
+
+// A part that applies to a variety.
+struct EDGE {
+  WH_PRODUCT_QUERY* query = nullptr;
+  WH_PRODUCT* product = nullptr;  // the answer; null while there is none
+  FwVector varieties;             // of MEMBER*: its complete varieties
+  EDGE* next = nullptr;
+};
+
+// The same product is asked about its parts under two symbol tables.
+enum EDGE_KIND { edges_top = 0, edges_part = 1 };
+
+struct EDGES {
+  bool known = false;
+  EDGE* first = nullptr;
+};
+
+struct MEMBER {
+  WH_VARIETY* variety = nullptr;
+  int32 id = 0;
+  bool loaded = false;  // set holds what the variety's table says
+  bool known = false;   // the variety has a set, if only of itself
+  BITS set;
+  EDGES edges[2];
+  POSITIONS includers;  // the ids of those that it learnt from
+};
+
+// A variety whose parts are being gone through.
+struct FRAME {
+  MEMBER* member = nullptr;
+  WH_PRODUCT_NAME* prodname = nullptr;  // of a part: its symbol table is made when it is needed
+  WH_SYMTAB* symtab = nullptr;
+  WH_CONTEXT* context = nullptr;
+  EDGE* edge = nullptr;
+  int32 variety = 0;  // the next one of edge
+  FRAME* below = nullptr;
+};
+
+}  // namespace
+
+struct ANCESTRY {
+  FwHashTable* members;  // WH_VARIETY to MEMBER
+  FwVector by_id;        // of MEMBER*
+};
+
+namespace {
+
+FwHashTable* make_identity_table(uint32 size) {
+  FwHashTable* table = FwHashCreateTable(size, &kIdentity, nullptr);
+  if (!table) FwMemExitMemoryExhausted();
+  return table;
+}
+
+void add_identity(FwHashTable* table, void* key, void* value) {
+  if (!FwHashAddEntry(table, key, value, nullptr)) FwMemExitMemoryExhausted();
+}
+
+MEMBER* get_member(ANCESTRY* ancestry, WH_VARIETY* variety) {
+  if (FwHashEntry* entry = FwHashLookupEntry(ancestry->members, variety, nullptr))
+    return static_cast<MEMBER*>(entry->value);
+  auto* member = FwMemNew<MEMBER>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  member->variety = variety;
+  member->id = FwVectorLength(&ancestry->by_id);
+  FwVectorAddElement(&ancestry->by_id, member);
+  add_identity(ancestry->members, variety, member);
+  return member;
+}
+
+struct LOADING {
+  ANCESTRY* ancestry;
+  MEMBER* member;
+  FwVector pending;  // of WH_VARIETY*: those whose tables are to be added
+  bool complete;     // the table in hand
+};
+
+int32 load_ancestor(FwHashEntry* entry, void* context, FwErrorState* /*err*/) {
+  auto* loading = static_cast<LOADING*>(context);
+  auto* variety = static_cast<WH_VARIETY*>(entry->key);
+  MEMBER* ancestor = get_member(loading->ancestry, variety);
+  if (test_bit(&loading->member->set, ancestor->id)) return 1;
+  set_bit(&loading->member->set, ancestor->id);
+  if (!loading->complete) FwVectorAddElement(&loading->pending, variety);
+  return 1;
+}
+
+// The member of a variety, with what an earlier call has found.
+MEMBER* load_member(ANCESTRY* ancestry, WH_VARIETY* variety) {
+  MEMBER* member = get_member(ancestry, variety);
+  if (member->loaded) return member;
+  member->loaded = true;
+  if (!variety->ancestors) return member;
+  member->known = true;
+  LOADING loading = {ancestry, member, {}, true};
+  FwVectorOpen(&loading.pending, 4);
+  FwVectorAddElement(&loading.pending, variety);
+  for (int32 i = 0; i < FwVectorLength(&loading.pending); ++i) {
+    auto* source = element_at<WH_VARIETY>(&loading.pending, i);
+    if (!source->ancestors) continue;
+    FwHashEntry* self = FwHashLookupEntry(source->ancestors, source, nullptr);
+    loading.complete = self && self->value;
+    FwHashEnumerateEntries(source->ancestors, load_ancestor, &loading, nullptr);
+  }
+  FwVectorAbandon(&loading.pending, 0);
+  return member;
+}
+
+// The parts of a list that apply to the variety, not yet asked for.
+void list_edges(EDGES* edges, WH_VARIETY* variety, WH_PARTLIST* partlist) {
+  edges->known = true;
+  EDGE** tail = &edges->first;
+  for (WH_PARTSPEC* spec = partlist->partspecs; spec; spec = spec->next) {
+    if (!matchvar(variety, spec->pattern, nullptr)) continue;
+    for (WH_PART* part = spec->parts; part; part = part->next) {
+      if (part->type != part_product) continue;
+      *tail = FwMemNew<EDGE>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+      (*tail)->query = part->u.product;
+      tail = &(*tail)->next;
+    }
+  }
+}
+
+FRAME* push_frame(FRAME* below, MEMBER* member, EDGE_KIND kind, WH_PARTLIST* partlist) {
+  EDGES* edges = &member->edges[kind];
+  if (!edges->known) list_edges(edges, member->variety, partlist);
+  auto* frame = FwMemNew<FRAME>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  frame->member = member;
+  frame->edge = edges->first;
+  frame->below = below;
+  return frame;
+}
+
+FRAME* pop_frame(FRAME* frame) {
+  FRAME* below = frame->below;
+  if (frame->context) {
+    remove_context(frame->symtab, frame->context);
+    free_context(&frame->context);
+  }
+  if (frame->prodname) free_symtab(&frame->symtab);
+  FwMemFree(frame);
+  return below;
+}
+
+// Asks for a part.
+void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC errorfunc) {
+  // Kept: the file that an error names is env.xml also if the other file is being applied.
+  if (!frame->symtab) frame->symtab = symtab_from_prodname(frame->prodname, FWT("env.xml"));
+  if (!frame->context) {
+    frame->context = context_from_variety(frame->member->variety);
+    add_context(frame->symtab, frame->context);
+  }
+  EDGE* edge = frame->edge;
+  WH_PRODUCT_SPEC* spec = query_expanded_product(index, edge->query, frame->symtab, errorfunc);
+  if (!spec) return;
+  edge->product = spec->product;
+  const FwVector* varieties = &spec->varieties->seq;
+  open_vector(&edge->varieties, FwVectorLength(varieties));
+  for (int32 i = 0; i < FwVectorLength(varieties); ++i) {
+    auto* variety = element_at<WH_VARIETY>(varieties, i);
+    if (wh_variety_is_complete(variety))
+      FwVectorAddElement(&edge->varieties, get_member(ancestry, variety));
+  }
+  free_spec(&spec);
+}
+
+// What the variety of a part learns from the one that includes it. True if something was news.
+bool teach(ANCESTRY* ancestry, MEMBER* member, const MEMBER* includer) {
+  load_member(ancestry, member->variety);
+  if (member->known && has_all(&member->set, &includer->set)) return false;
+  member->known = true;
+  set_bit(&member->set, member->id);
+  add_all(&member->set, &includer->set);
+  add_position(&member->includers, includer->id);
+  return true;
+}
+
+// Goes on by one variety, or by one part if those of the last one are through.
+FRAME* step(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC errorfunc) {
+  EDGE* edge = frame->edge;
+  if (!edge) return pop_frame(frame);
+  if (!edge->product) query_edge(ancestry, frame, index, errorfunc);
+  if (!edge->product || frame->variety == FwVectorLength(&edge->varieties)) {
+    frame->edge = edge->next;
+    frame->variety = 0;
+    return frame;
+  }
+  auto* member = element_at<MEMBER>(&edge->varieties, frame->variety++);
+  if (!teach(ancestry, member, frame->member)) return frame;
+  FRAME* above = push_frame(frame, member, edges_part, edge->product->partlist);
+  above->prodname = edge->product->prodinfo->prodname;
+  return above;
+}
+
+void store_ancestor(ANCESTRY* ancestry, FwHashTable* table, int32 id) {
+  auto* ancestor = element_at<MEMBER>(&ancestry->by_id, id);
+  if (!FwHashLookupEntry(table, ancestor->variety, nullptr))
+    add_identity(table, ancestor->variety, ancestor->variety);
+}
+
+// Writes back what the variety has learnt. stored counts the entries of all tables.
+void store_member(ANCESTRY* ancestry, MEMBER* member, int32* stored) {
+  if (!member->known || (member->variety->ancestors && member->includers.count == 0)) return;
+  int32 count = count_bits(&member->set);
+  bool full = count <= kStoredInFull - *stored;
+  if (!member->variety->ancestors) member->variety->ancestors = make_identity_table(4);
+  FwHashTable* table = member->variety->ancestors;
+  add_identity(table, member->variety, full ? member->variety : nullptr);
+  if (full) {
+    *stored += count;
+    for (int32 id = 0; id < member->set.count * 64; ++id)
+      if (test_bit(&member->set, id)) store_ancestor(ancestry, table, id);
+  } else {
+    for (int32 i = 0; i < member->includers.count; ++i)
+      store_ancestor(ancestry, table, member->includers.list[i]);
+  }
+}
+
+void free_member(MEMBER* member) {
+  for (EDGES& edges : member->edges)
+    while (EDGE* edge = edges.first) {
+      edges.first = edge->next;
+      if (edge->product) FwVectorAbandon(&edge->varieties, 0);
+      FwMemFree(edge);
+    }
+  FwMemFreeAndClear(&member->set.words);
+  free_positions(&member->includers);
+  FwMemFree(member);
+}
+
+}  // namespace
+
+ANCESTRY* make_ancestry() {
+  auto* ancestry = FwMemNew<ANCESTRY>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  ancestry->members = make_identity_table(13);
+  FwVectorOpen(&ancestry->by_id, 20);
+  return ancestry;
+}
+
+void free_ancestry(ANCESTRY** ancestry) {
+  if (!*ancestry) return;
+  const FwVector* by_id = &(*ancestry)->by_id;
+  int32 stored = 0;
+  for (int32 i = 0; i < FwVectorLength(by_id); ++i)
+    store_member(*ancestry, element_at<MEMBER>(by_id, i), &stored);
+  for (int32 i = 0; i < FwVectorLength(by_id); ++i)
+    free_member(element_at<MEMBER>(by_id, i));
+  FwVectorAbandon(&(*ancestry)->by_id, 0);
+  FwHashFreeTable(&(*ancestry)->members);
+  FwMemFreeAndClear(ancestry);
+}
+
+void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH_PARTLIST* partlist,
+                    WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc) {
+  MEMBER* member = load_member(ancestry, variety);
+  if (!member->known) {
+    member->known = true;
+    set_bit(&member->set, member->id);
+  }
+  FRAME* frame = push_frame(nullptr, member, edges_top, partlist);
+  frame->symtab = symtab;
+  while (frame)
+    frame = step(ancestry, frame, index, errorfunc);
+}
+
+int includes(ANCESTRY* ancestry, WH_VARIETY* ancestor, WH_VARIETY* variety) {
+  MEMBER* member = load_member(ancestry, variety);
+  return test_bit(&member->set, get_member(ancestry, ancestor)->id);
+}

@@ -1,0 +1,295 @@
+// Builds the output environment: wh_apply_env, and the sort of a variable's elements.
+#include "engine.h"
+#include "fwmem.h"
+#include "vqassert.h"
+#include "wherror.h"
+
+namespace {
+
+FwTextString name_of(FwHashEntry* entry) {
+  return static_cast<FwTextString>(entry->key);
+}
+
+VAR_OPS* var_ops_of(FwHashEntry* entry) {
+  return static_cast<VAR_OPS*>(entry->value);
+}
+
+struct APPLY_STATE {
+  FwHashTable* variables;
+  WH_ENVIRON* output_env;
+  WH_ERROR_FUNC errorfunc;
+  FwErrorState err;
+};
+
+// ---- The input's elements ----
+
+// Copies a variable that no operation touches, or makes nodes of the elements that stay.
+int32 take_input(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
+  auto* state = static_cast<APPLY_STATE*>(vstate);
+  auto* value = static_cast<FwTextString>(entry->value);
+  FwHashEntry* touched = FwHashLookupEntry(state->variables, entry->key, nullptr);
+  if (!touched) {
+    wh_set_ev(state->output_env, name_of(entry), value);
+    return 1;
+  }
+  VAR_OPS* var_ops = var_ops_of(touched);
+  if (var_ops->sep == 0) var_ops->sep = ':';
+  const FwVector* elements = split_input(var_ops, value, var_ops->sep);
+  for (int32 i = 0; i < FwVectorLength(elements); ++i) {
+    auto* element = element_at<FwTextByte>(elements, i);
+    // This creates what there is not: it decides the order of the values, and so of the nodes.
+    VAL_OPS* val_ops = get_val_ops(var_ops, element);
+    if (FwVectorLength(&val_ops->rem) > 0 || find_node(var_ops, element)) continue;
+    FwVectorAddElement(&var_ops->oldorder, get_node(var_ops, element));
+  }
+  return 1;
+}
+
+// ---- The constraints ----
+
+// All nodes of a variable in slot order.
+struct NODES {
+  VAR_OPS* var_ops;
+  FwVector list;   // of NODE*
+  LITERALS index;  // made when the first literal pattern asks
+};
+
+int32 make_value_node(FwHashEntry* entry, void* var_ops, FwErrorState* /*err*/) {
+  if (FwVectorLength(&static_cast<VAL_OPS*>(entry->value)->ins) > 0)
+    get_node(static_cast<VAR_OPS*>(var_ops), name_of(entry));
+  return 1;
+}
+
+int32 list_node(FwHashEntry* entry, void* list, FwErrorState* /*err*/) {
+  FwVectorAddElement(static_cast<FwVector*>(list), entry->value);
+  return 1;
+}
+
+// Notes that one node comes before another, once: the sort does nothing at a second meeting.
+void constrain_before(NODE* node, NODE* that) {
+  if (that->before == node) return;
+  that->before = node;
+  FwVectorAddElement(&that->pred, node);
+}
+
+void constrain_after(NODE* node, NODE* that) {
+  if (that->after == node) return;
+  that->after = node;
+  FwVectorAddElement(&node->pred, that);
+}
+
+// Constrains node and each other node that a pattern matches.
+void constrain(NODES* nodes, NODE* node, const FwVector* patterns,
+               void (*constraint)(NODE* node, NODE* that)) {
+  for (int32 p = 0; p < FwVectorLength(patterns); ++p) {
+    GLOB glob;
+    open_glob(&glob, element_at<FwTextByte>(patterns, p));
+    int32 count = FwVectorLength(&nodes->list);
+    if (glob.key) {
+      if (!nodes->index.table) {
+        open_literals(&nodes->index);
+        for (int32 i = 0; i < count; ++i)
+          add_literal(&nodes->index, element_at<NODE>(&nodes->list, i)->value, i);
+      }
+      const POSITIONS* found = find_literal(&nodes->index, glob.key);
+      for (int32 i = 0; found && i < found->count; ++i) {
+        auto* that = element_at<NODE>(&nodes->list, found->list[i]);
+        if (that != node) constraint(node, that);
+      }
+    } else {
+      for (int32 i = 0; i < count; ++i) {
+        auto* that = element_at<NODE>(&nodes->list, i);
+        if (that != node && glob_accepts(&glob, that->value)) constraint(node, that);
+      }
+    }
+    close_glob(&glob);
+  }
+}
+
+int32 constrain_value(FwHashEntry* entry, void* vnodes, FwErrorState* /*err*/) {
+  auto* nodes = static_cast<NODES*>(vnodes);
+  const FwVector* ins = &static_cast<VAL_OPS*>(entry->value)->ins;
+  if (FwVectorLength(ins) == 0) return 1;
+  NODE* node = find_node(nodes->var_ops, name_of(entry));
+  if (!node) {
+    FwAssertFailed("node not found");
+    return 1;
+  }
+  for (int32 i = 0; i < FwVectorLength(ins); ++i) {
+    const WH_ENV_INSERT* insert = element_at<EXPANDED_OP>(ins, i)->op->u.ins;
+    constrain(nodes, node, &insert->before, constrain_before);
+    constrain(nodes, node, &insert->after, constrain_after);
+  }
+  return 1;
+}
+
+int32 constrain_variable(FwHashEntry* entry, void* /*vstate*/, FwErrorState* /*err*/) {
+  VAR_OPS* var_ops = var_ops_of(entry);
+  if (var_ops->sep == 0) var_ops->sep = ':';
+  // First all nodes, so that constraints see each other's values whatever arrived first.
+  FwHashEnumerateEntries(var_ops->values, make_value_node, var_ops, nullptr);
+  NODES nodes = {var_ops, {}, {}};
+  open_vector(&nodes.list, static_cast<int32>(var_ops->nodes->nUsedEntries));
+  FwHashEnumerateEntries(var_ops->nodes, list_node, &nodes.list, nullptr);
+  FwHashEnumerateEntries(var_ops->values, constrain_value, &nodes, nullptr);
+  close_literals(&nodes.index);
+  FwVectorAbandon(&nodes.list, 0);
+  return 1;
+}
+
+// ---- The sort ----
+
+// Meets a node. True if its predecessors are to be gone through now.
+bool meet(NODE* node, FwTextString name, FwErrorState* err) {
+  switch (node->state) {
+    case st_new:
+      node->state = st_visiting;
+      return true;
+    case st_visiting:
+      FwErrorSet(err, whErrorEnvCycle, 4, FWT("value"), node->value, FWT("environment variable"),
+                 name);
+      node->state = st_visited;
+      return false;
+    case st_visited:
+      return false;
+    default:
+      FwAssertFailed("bad case in sort_node");
+      return false;
+  }
+}
+
+void emit(NODE* node, VAR_OPS* var_ops) {
+  FwStrRecord* result = &var_ops->result;
+  if (result->pbTerminator > result->pbz) FwStrPutTextCharacter(result, var_ops->sep);
+  FwStrPutTextString(result, node->value);
+  node->state = st_visited;
+}
+
+int32 sort_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
+  auto* state = static_cast<APPLY_STATE*>(vstate);
+  VAR_OPS* var_ops = var_ops_of(entry);
+  FwErrorState* err = &state->err;
+
+  for (int32 i = 0; i < FwVectorLength(&var_ops->oldorder); ++i)
+    sort_node(element_at<NODE>(&var_ops->oldorder, i), name_of(entry), var_ops, err);
+  const FwHashTable* nodes = var_ops->nodes;
+  for (FwHashEntry* slot = nodes->pEntries; slot <= nodes->pLastEntry; ++slot)
+    if (slot->key) sort_node(static_cast<NODE*>(slot->value), name_of(entry), var_ops, err);
+
+  if (err->pError) {
+    // Kept: without a function to call, the error stays and all later variables go the same way.
+    if (state->errorfunc) {
+      state->errorfunc(err);
+      FwErrorClear(err);
+    }
+    return 1;
+  }
+  bool empty = var_ops->result.pbTerminator == var_ops->result.pbz;
+  if (var_ops->del && empty) return 1;
+  FwTextString result = FwStrRecordClose(&var_ops->result);
+  wh_set_ev(state->output_env, name_of(entry), result);
+  FwMemFree(result);
+  return 1;
+}
+
+// ---- The whole ----
+
+struct RESOLVE_STATE {
+  WH_ERROR_FUNC error;
+  ANCESTRY* ancestry;
+};
+
+int32 resolve_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
+  auto* state = static_cast<RESOLVE_STATE*>(vstate);
+  res_context context = {state->error, name_of(entry), state->ancestry};
+  FwHashEnumerateEntries(var_ops_of(entry)->values, resolve, &context, nullptr);
+  return 1;
+}
+
+// Tells all varieties below the chosen ones what includes them.
+void find_all_ancestors(WH_INDEX* index, WH_PRODUCT_SPEC_LIST* speclist, ANCESTRY* ancestry,
+                        WH_CONTEXT* context, FwTextString file, WH_ERROR_FUNC error) {
+  for (int32 i = 0; i < FwVectorLength(&speclist->specs); ++i) {
+    auto* spec = element_at<WH_PRODUCT_SPEC>(&speclist->specs, i);
+    WH_SYMTAB* symtab = symtab_from_prodname(spec->product->prodinfo->prodname, file);
+    add_context(symtab, context);
+    const FwVector* varieties = &spec->varieties->seq;
+    for (int32 v = 0; v < FwVectorLength(varieties); ++v) {
+      auto* variety = element_at<WH_VARIETY>(varieties, v);
+      if (wh_variety_is_complete(variety))
+        find_ancestors(variety, index, ancestry, spec->product->partlist, symtab, error);
+    }
+    remove_context(symtab, context);
+    free_symtab(&symtab);
+  }
+}
+
+}  // namespace
+
+WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString base,
+                         WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
+  FwTextString file = FWT(set ? "env.xml" : "unenv.xml");
+  COLLECT_STATE state;
+  state.environ = input_env;
+  state.context = make_context(make_cv(FWT("BASE-DIRECTORY"), base, nullptr));
+  open_vector(&state.eops, 20);
+  state.newvars = make_names_table();
+  state.set = set;
+
+  index_unvisit(index);
+  for (int32 i = 0; i < FwVectorLength(&speclist->specs); ++i)
+    wh_traverse_spec(index, element_at<WH_PRODUCT_SPEC>(&speclist->specs, i), collect_variety_ops,
+                     error, file, &state);
+
+  FwHashTable* variables = make_names_table();
+  for (int32 i = 0; i < FwVectorLength(&state.eops); ++i)
+    generate_instances(element_at<EXPANDED_OP>(&state.eops, i), input_env, state.newvars, variables,
+                       error);
+
+  ANCESTRY* ancestry = make_ancestry();
+  find_all_ancestors(index, speclist, ancestry, state.context, file, error);
+
+  RESOLVE_STATE resolving = {error, ancestry};
+  FwHashEnumerateEntries(variables, resolve_variable, &resolving, nullptr);
+  WH_ENVIRON* output_env = apply_ops(variables, input_env, error);
+
+  for (int32 i = 0; i < FwVectorLength(&state.eops); ++i) {
+    auto* eop = element_at<EXPANDED_OP>(&state.eops, i);
+    free_expanded_op(&eop);
+  }
+  free_context(&state.context);
+  FwHashFreeTable(&state.newvars);
+  FwVectorAbandon(&state.eops, 0);
+  free_variables(&variables);
+  free_ancestry(&ancestry);
+  return output_env;
+}
+
+WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc) {
+  APPLY_STATE state = {variables, make_environ(), errorfunc, {}};
+  wh_enumerate_environ(input_env, take_input, &state, nullptr);
+  FwHashEnumerateEntries(variables, constrain_variable, &state, nullptr);
+  FwHashEnumerateEntries(variables, sort_variable, &state, nullptr);
+  FwErrorClear(&state.err);
+  return state.output_env;
+}
+
+// A walk in depth with a stack of its own, as chains of constraints may be as long as a value. A
+// node is on the stack at most once, so its place among its predecessors is kept in itself.
+void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err) {
+  if (!meet(node, name, err)) return;
+  FwVector stack;
+  open_vector(&stack, 10);
+  FwVectorAddElement(&stack, node);
+  while (int32 depth = FwVectorLength(&stack)) {
+    auto* top = element_at<NODE>(&stack, depth - 1);
+    if (top->next_pred < FwVectorLength(&top->pred)) {
+      auto* pred = element_at<NODE>(&top->pred, top->next_pred++);
+      if (meet(pred, name, err)) FwVectorAddElement(&stack, pred);
+    } else {
+      emit(top, var_ops);
+      FwVectorPopElement(&stack);
+    }
+  }
+  FwVectorAbandon(&stack, 0);
+}

@@ -1,0 +1,190 @@
+// The inside of wh_apply_env. It works in these steps:
+//
+//   collect    walks the chosen products and their parts and gives the list of operations that
+//              apply, expanded: EXPANDED_OP
+//   generate   spreads each operation over the variables that it names, into a two-level index:
+//              variable (VAR_OPS), then element value (VAL_OPS)
+//   ancestors  finds out which varieties include which
+//   resolve    settles each value that is both inserted and removed, or inserted more than once
+//   apply      builds the new environment: a variable is a set of elements (NODE) with constraints
+//              between them, sorted so that the old order stands wherever no constraint disagrees
+//
+// The lists keep the order of arrival and the tables are walked in slot order; both show in the
+// result. The fields marked as private only save time: results are those of trying each pattern on
+// each text in turn.
+#ifndef ENVIRON_ENGINE_H
+#define ENVIRON_ENGINE_H
+
+#include "environ.h"
+#include "fwhash.h"
+#include "fwstring.h"
+#include "fwvector.h"
+#include "glob/literals.h"
+#include "settings.h"
+#include "traverse.h"
+#include "warehouse.h"
+
+struct ANCESTRY;
+
+// An operation as it is to be applied.
+struct EXPANDED_OP {
+  WH_ENV_OP* op = nullptr;        // owned
+  WH_VARIETY* variety = nullptr;  // where it came from
+  int hasglob = 0;                // its name is a pattern
+
+  // Private. Of a remove: its values, cut up, and whether all of them are literal.
+  GLOB* patterns = nullptr;
+  int32 pattern_count = 0;
+  bool literal = false;
+};
+
+struct COLLECT_STATE {
+  WH_ENVIRON* environ = nullptr;   // the input
+  WH_CONTEXT* context = nullptr;   // BASE-DIRECTORY
+  FwVector eops;                   // of EXPANDED_OP*, a product's parts before itself
+  FwHashTable* newvars = nullptr;  // literally named variables that the input lacks
+  int set = 0;                     // env.xml, or with 0 unenv.xml
+};
+
+// Private. Texts on which removes are tried, in order of arrival.
+struct SUBJECTS {
+  FwVector texts;  // of FwTextString
+  LITERALS index;  // of the first indexed texts
+  int32 indexed = 0;
+  bool owned = false;  // the texts are freed with the list
+};
+
+// An element of a variable's new value.
+enum nodestate { st_new = 0, st_visiting = 1, st_visited = 2 };
+
+struct NODE {
+  FwTextString value = nullptr;  // owned
+  int state = st_new;
+  FwVector pred;  // of NODE*: those that must come before this one
+
+  // Private: how many of pred the sort has gone through, and the last node for which a constraint
+  // before and after it was noted, as a second one changes nothing.
+  int32 next_pred = 0;
+  NODE* before = nullptr;
+  NODE* after = nullptr;
+};
+
+// All that is known of one variable.
+struct VAR_OPS {
+  FwHashTable* values = nullptr;  // element value to VAL_OPS
+  FwVector inserts;               // of EXPANDED_OP*
+  FwVector removes;               // of EXPANDED_OP*, deletes too
+  FwVector oldorder;              // of NODE*: what is left of the input value
+  int del = 0;                    // a delete is among the removes
+  int sep = 0;                    // separator, 0 while unknown
+  FwHashTable* nodes = nullptr;   // element value to NODE
+  FwStrRecord result;             // the new value as it is built
+
+  // Private. The inserted values; the input's elements as split at split_sep; the literal patterns
+  // of the removes, and the positions of the removes that have another pattern.
+  SUBJECTS inserted;
+  SUBJECTS elements;
+  int split_sep = 0;
+  LITERALS remove_keys;
+  POSITIONS glob_removes;
+};
+
+struct VAL_OPS {
+  FwVector ins;  // of EXPANDED_OP*: inserts of exactly this value
+  FwVector rem;  // of EXPANDED_OP*: removes with a pattern that matches it
+};
+
+// What resolve is called with.
+struct res_context {
+  WH_ERROR_FUNC errorfunc = nullptr;
+  FwTextString variable = nullptr;
+  ANCESTRY* ancestry = nullptr;
+};
+
+// For tables keyed by names and by elements: the key is copied, the value is the caller's pointer.
+extern const FwHashFunctions hash_functions;
+
+// A table with these functions, as all here start.
+FwHashTable* make_names_table();
+
+// The contents of a vector, typed.
+template <class T>
+T* element_at(const FwVector* vector, int32 i) {
+  return static_cast<T*>(vector->pElements[i]);
+}
+
+// ---- Records (records.cpp) ----
+
+// Takes over op.
+EXPANDED_OP* make_expanded_op(WH_ENV_OP* op, WH_VARIETY* variety, int hasglob);
+void free_expanded_op(EXPANDED_OP** eop);
+VAR_OPS* make_var_ops();
+VAL_OPS* make_val_ops();
+// Frees the table of variables with all that it holds.
+void free_variables(FwHashTable** variables);
+// These find or create.
+VAR_OPS* get_var_ops(FwHashTable* variables, FwTextString name);
+VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value);
+
+NODE* make_node(FwTextString value);
+void free_node(NODE** node);
+NODE* get_node(VAR_OPS* var_ops, FwTextString value);   // finds or creates
+NODE* find_node(VAR_OPS* var_ops, FwTextString value);  // null if there is none
+
+void add_subject(SUBJECTS* subjects, FwTextString text);
+void free_subjects(SUBJECTS* subjects);
+
+// ---- Collection (collect.cpp) ----
+
+void collect_variety_ops(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* product);
+void collect_part_ops(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec);
+
+// ---- Instances (generate.cpp) ----
+
+void generate_instances(EXPANDED_OP* eop, WH_ENVIRON* input_env, FwHashTable* newvars,
+                        FwHashTable* variables, WH_ERROR_FUNC error);
+void add_op_to_variable(EXPANDED_OP* eop, FwTextString name, FwHashTable* variables,
+                        WH_ENVIRON* input_env, WH_ERROR_FUNC error);
+// Enters remeop at value, once, if one of its patterns matches.
+void add_rem_reqs(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop);
+void check_sep(VAR_OPS* var_ops, int* sep, FwTextString name, WH_ERROR_FUNC error);
+// The elements of the input value, split at sep. They stay the variable's.
+const FwVector* split_input(VAR_OPS* var_ops, FwTextString value, int sep);
+
+// ---- Ancestors (ancestors.cpp) ----
+
+ANCESTRY* make_ancestry();
+// Stores what was found in the ancestors tables of the varieties.
+void free_ancestry(ANCESTRY** ancestry);
+// Finds all that the variety includes and tells each what includes it. symtab is that of its
+// product, with BASE-DIRECTORY.
+void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH_PARTLIST* partlist,
+                    WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc);
+// 1 if the variety is ancestor or is included by it.
+int includes(ANCESTRY* ancestry, WH_VARIETY* ancestor, WH_VARIETY* variety);
+
+// ---- Resolution (resolve.cpp) ----
+
+// A callback for the table of values, with a res_context. Gives 1.
+int32 resolve(FwHashEntry* entry, void* vstate, FwErrorState* err);
+
+// ---- Application (apply.cpp) ----
+
+// The output environment.
+WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc);
+// Appends the node to the result, after all its predecessors.
+void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err);
+
+// ---- Diagnostics (dump.cpp) ----
+
+// For debugging: print on standard output. The first two are callbacks that give 1, for the table
+// of variables and for a table of values.
+int32 dumpinst(FwHashEntry* entry, void* context, FwErrorState* err);
+int32 print_val_ops(FwHashEntry* entry, void* context, FwErrorState* err);
+void dumpvariety(WH_VARIETY* variety);
+
+// ---- The platform's half (env.cpp) ----
+
+[[noreturn]] void wait_for_ever();
+
+#endif

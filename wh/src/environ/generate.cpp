@@ -1,0 +1,180 @@
+// Spreads the operations over the variables and the values that they touch.
+#include "engine.h"
+#include "fwmem.h"
+#include "wherror.h"
+
+namespace {
+
+// From so many texts or removes on it pays to look literal patterns up instead of trying each pair.
+constexpr int32 kIndexFrom = 32;
+
+struct GEN_STATE {
+  EXPANDED_OP* eop;
+  FwHashTable* variables;
+  WH_ENVIRON* input_env;
+  WH_ERROR_FUNC error;
+  GLOB* name;  // the operation's name, cut up
+};
+
+int32 add_op_to_matched_variables(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
+  auto* state = static_cast<GEN_STATE*>(vstate);
+  auto* name = static_cast<FwTextString>(entry->key);
+  if (glob_accepts(state->name, name))
+    add_op_to_variable(state->eop, name, state->variables, state->input_env, state->error);
+  return 1;
+}
+
+void enter_remove(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
+  FwVectorAddElement(&get_val_ops(var_ops, value)->rem, remeop);
+}
+
+// Tries one remove on all texts, in their order.
+void try_remove(VAR_OPS* var_ops, SUBJECTS* subjects, EXPANDED_OP* remeop) {
+  if (subjects->texts.state != FW_VECTOR_OPEN) return;
+  int32 count = FwVectorLength(&subjects->texts);
+  if (!remeop->literal || count < kIndexFrom) {
+    for (int32 i = 0; i < count; ++i)
+      add_rem_reqs(var_ops, element_at<FwTextByte>(&subjects->texts, i), remeop);
+    return;
+  }
+  if (!subjects->index.table) open_literals(&subjects->index);
+  for (; subjects->indexed < count; ++subjects->indexed)
+    add_literal(&subjects->index, element_at<FwTextByte>(&subjects->texts, subjects->indexed),
+                subjects->indexed);
+  POSITIONS hits;
+  for (int32 i = 0; i < remeop->pattern_count; ++i)
+    if (const POSITIONS* found = find_literal(&subjects->index, remeop->patterns[i].key))
+      for (int32 j = 0; j < found->count; ++j)
+        add_position(&hits, found->list[j]);
+  sort_positions(&hits);
+  for (int32 i = 0; i < hits.count; ++i)
+    enter_remove(var_ops, element_at<FwTextByte>(&subjects->texts, hits.list[i]), remeop);
+  free_positions(&hits);
+}
+
+// Tries all removes that have arrived on one text, in their order.
+void try_removes(VAR_OPS* var_ops, FwTextString value) {
+  int32 count = FwVectorLength(&var_ops->removes);
+  if (count < kIndexFrom) {
+    for (int32 i = 0; i < count; ++i)
+      add_rem_reqs(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, i));
+    return;
+  }
+  POSITIONS none;
+  const POSITIONS* found = nullptr;
+  if (FwTextString key = literal_key(value)) {
+    found = find_literal(&var_ops->remove_keys, key);
+    FwMemFree(key);
+  }
+  const POSITIONS* literal = found ? found : &none;
+  const POSITIONS* others = &var_ops->glob_removes;
+  for (int32 i = 0, j = 0; i < literal->count || j < others->count;) {
+    if (j == others->count || (i < literal->count && literal->list[i] <= others->list[j])) {
+      if (j < others->count && literal->list[i] == others->list[j]) ++j;
+      enter_remove(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, literal->list[i++]));
+    } else {
+      add_rem_reqs(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, others->list[j++]));
+    }
+  }
+}
+
+void note_remove(VAR_OPS* var_ops, EXPANDED_OP* eop) {
+  int32 position = FwVectorLength(&var_ops->removes);
+  FwVectorAddElement(&var_ops->removes, eop);
+  if (!eop->literal) add_position(&var_ops->glob_removes, position);
+  if (!var_ops->remove_keys.table) open_literals(&var_ops->remove_keys);
+  for (int32 i = 0; i < eop->pattern_count; ++i)
+    if (eop->patterns[i].key)
+      add_literal_key(&var_ops->remove_keys, eop->patterns[i].key, position);
+}
+
+void add_insert(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ERROR_FUNC error) {
+  WH_ENV_INSERT* ins = eop->op->u.ins;
+  check_sep(var_ops, &ins->sep, name, error);
+  FwVectorAddElement(&get_val_ops(var_ops, ins->value)->ins, eop);
+  FwVectorAddElement(&var_ops->inserts, eop);
+  add_subject(&var_ops->inserted, ins->value);
+  try_removes(var_ops, ins->value);
+}
+
+void add_remove(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ENVIRON* input_env,
+                WH_ERROR_FUNC error) {
+  WH_ENV_REMOVE* rem = eop->op->u.rem;
+  check_sep(var_ops, &rem->sep, name, error);
+  note_remove(var_ops, eop);
+  try_remove(var_ops, &var_ops->inserted, eop);
+
+  FwTextString value = wh_lookup_ev(name, input_env);
+  if (!value) return;
+  if (rem->sep == 0) rem->sep = var_ops->sep = ':';
+  split_input(var_ops, value, rem->sep);
+  // Kept: a value that is in the input more than once lists the remove as often.
+  try_remove(var_ops, &var_ops->elements, eop);
+}
+
+}  // namespace
+
+void generate_instances(EXPANDED_OP* eop, WH_ENVIRON* input_env, FwHashTable* newvars,
+                        FwHashTable* variables, WH_ERROR_FUNC error) {
+  if (!eop->hasglob) {
+    add_op_to_variable(eop, eop->op->name, variables, input_env, error);
+    return;
+  }
+  GLOB name;
+  open_glob(&name, eop->op->name);
+  GEN_STATE state = {eop, variables, input_env, error, &name};
+  wh_enumerate_environ(input_env, add_op_to_matched_variables, &state, nullptr);
+  FwHashEnumerateEntries(newvars, add_op_to_matched_variables, &state, nullptr);
+  close_glob(&name);
+}
+
+void add_op_to_variable(EXPANDED_OP* eop, FwTextString name, FwHashTable* variables,
+                        WH_ENVIRON* input_env, WH_ERROR_FUNC error) {
+  VAR_OPS* var_ops = get_var_ops(variables, name);
+  switch (eop->op->type) {
+    case wh_env_insert:
+      add_insert(eop, name, var_ops, error);
+      break;
+    case wh_env_delete:
+      var_ops->del = 1;
+      [[fallthrough]];
+    case wh_env_remove:
+      add_remove(eop, name, var_ops, input_env, error);
+      break;
+  }
+}
+
+void add_rem_reqs(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
+  for (int32 i = 0; i < remeop->pattern_count; ++i)
+    if (glob_accepts(&remeop->patterns[i], value)) {
+      enter_remove(var_ops, value, remeop);
+      return;
+    }
+}
+
+void check_sep(VAR_OPS* var_ops, int* sep, FwTextString name, WH_ERROR_FUNC error) {
+  if (var_ops->sep == 0) {
+    var_ops->sep = *sep;
+  } else if (*sep == 0) {
+    // The operation is shared by all variables that its name matches, so the first one with a known
+    // separator settles it for those that follow.
+    *sep = var_ops->sep;
+  } else if (var_ops->sep != *sep && error) {
+    FwErrorState err;
+    FwErrorSet(&err, whErrorEnvMixedSep, 2, FWT("environment variable"), name);
+    error(&err);
+    FwErrorClear(&err);
+  }
+}
+
+const FwVector* split_input(VAR_OPS* var_ops, FwTextString value, int sep) {
+  SUBJECTS* elements = &var_ops->elements;
+  if (elements->texts.state != FW_VECTOR_OPEN || var_ops->split_sep != sep) {
+    free_subjects(elements);
+    elements->owned = true;
+    var_ops->split_sep = sep;
+    open_vector(&elements->texts, 10);
+    FwStrTextSplitByChar(value, sep, &elements->texts);
+  }
+  return &elements->texts;
+}

@@ -1,0 +1,126 @@
+#include "literals.h"
+
+#include <algorithm>
+
+#include "fwmem.h"
+#include "fwstring.h"
+#include "glob.h"
+
+namespace {
+
+// FNV-1a. Unlike the hash of the environment tables, the order of these slots shows nowhere, so it
+// may be one that keeps similar paths apart.
+uint32 literal_hash(void* key) {
+  uint32 h = 2166136261U;
+  for (auto* p = static_cast<FwTextString>(key); *p; ++p)
+    h = (h ^ *p) * 16777619U;
+  return h;
+}
+
+void remove_literal(FwHashEntry* entry) {
+  auto* positions = static_cast<POSITIONS*>(entry->value);
+  free_positions(positions);
+  FwMemFree(positions);
+  FwMemFree(entry->key);
+}
+
+constexpr FwHashFunctions kLiteralFunctions = {literal_hash, FwHash_StringCompareFunction, nullptr,
+                                               remove_literal, 1};
+
+// Takes over key if it is new, else frees it.
+void file_position(LITERALS* literals, FwTextString key, int32 position) {
+  FwHashEntry* entry = FwHashLookupEntry(literals->table, key, nullptr);
+  if (entry) {
+    FwMemFree(key);
+  } else {
+    entry = FwHashAddEntry(literals->table, key,
+                           FwMemNew<POSITIONS>(ALLOC_MUST_SUCCEED | INIT_ZERO), nullptr);
+    if (!entry) FwMemExitMemoryExhausted();
+  }
+  auto* positions = static_cast<POSITIONS*>(entry->value);
+  if (positions->count == 0 || positions->list[positions->count - 1] != position)
+    add_position(positions, position);
+}
+
+}  // namespace
+
+void open_glob(GLOB* glob, FwTextString pattern) {
+  parse(&glob->tokens, pattern);
+  glob->key = literal_key(pattern);
+  glob->everything = glob->tokens.count == 2 && glob->tokens.list[0].type == T_ANY;
+}
+
+void close_glob(GLOB* glob) {
+  free_tokens(&glob->tokens);
+  FwMemFreeAndClear(&glob->key);
+}
+
+int glob_accepts(const GLOB* glob, FwTextString string) {
+  if (glob->everything) return 1;
+  TOKENS tokens;
+  parse(&tokens, string);
+  int accepts = path_matches(glob->tokens.list, tokens.list, string);
+  free_tokens(&tokens);
+  return accepts;
+}
+
+FwTextString literal_key(FwTextString text) {
+  if (wh_has_globs(text)) return nullptr;
+  TOKENS tokens;
+  FwStrRecord key;
+  parse(&tokens, text);
+  FwStrRecordOpenSize(&key, static_cast<uint32>(glob_view(text).size() + 1));
+  for (const TOKEN* token = tokens.list; token->type != T_END; ++token) {
+    if (token > tokens.list && token[-1].type == T_PATH) FwStrPutRawByte(&key, '/');
+    FwStrNPutRawString(&key, FWT(token->string.data()), static_cast<uint32>(token->string.size()));
+  }
+  free_tokens(&tokens);
+  return FwStrRecordClose(&key);
+}
+
+void add_position(POSITIONS* positions, int32 position) {
+  if (positions->count == positions->room) {
+    int32 room = positions->room ? 2 * positions->room : 2;
+    auto* list = static_cast<int32*>(
+        FwMemAlloc(static_cast<size_t>(room) * sizeof(int32), ALLOC_MUST_SUCCEED | INIT_NONE));
+    std::copy_n(positions->list, positions->count, list);
+    FwMemFreeAndClear(&positions->list);
+    positions->list = list;
+    positions->room = room;
+  }
+  positions->list[positions->count++] = position;
+}
+
+void sort_positions(POSITIONS* positions) {
+  std::sort(positions->list, positions->list + positions->count);
+  int32* end = std::unique(positions->list, positions->list + positions->count);
+  positions->count = static_cast<int32>(end - positions->list);
+}
+
+void free_positions(POSITIONS* positions) {
+  FwMemFreeAndClear(&positions->list);
+  *positions = POSITIONS{};
+}
+
+void open_literals(LITERALS* literals) {
+  literals->table = FwHashCreateTable(13, &kLiteralFunctions, nullptr);
+  if (!literals->table) FwMemExitMemoryExhausted();
+}
+
+void close_literals(LITERALS* literals) {
+  FwHashFreeTable(&literals->table);
+}
+
+void add_literal(LITERALS* literals, FwTextString text, int32 position) {
+  if (FwTextString key = literal_key(text)) file_position(literals, key, position);
+}
+
+void add_literal_key(LITERALS* literals, FwTextString key, int32 position) {
+  file_position(literals, FwStrDuplicate(key), position);
+}
+
+const POSITIONS* find_literal(const LITERALS* literals, FwTextString key) {
+  if (!literals->table) return nullptr;
+  FwHashEntry* entry = FwHashLookupEntry(literals->table, key, nullptr);
+  return entry ? static_cast<const POSITIONS*>(entry->value) : nullptr;
+}
