@@ -1,0 +1,366 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "model_support.h"
+#include "process.h"
+#include "recorder.h"
+#include "warehouse/private.h"
+
+namespace {
+
+Pairs Bindings(WH_CONTEXT_VALUE* cv) {
+  Pairs pairs;
+  for (; cv != nullptr; cv = cv->next)
+    pairs.emplace_back(Str(cv->n), Str(cv->v));
+  return pairs;
+}
+
+// The bindings of variables, which are freed.
+Pairs BindingsOf(WH_VAR* vars) {
+  WH_CONTEXT_VALUE* cv = cv_from_var_list(vars);
+  Pairs pairs = Bindings(cv);
+  free_cv_list(&cv);
+  return pairs;
+}
+
+std::string Lookup(WH_SYMTAB* symtab, const std::string& name) {
+  Text text(name);
+  return Str(symtab_lookup(text, symtab, static_cast<uint32>(name.size())));
+}
+
+TEST(GlobalContext, HoldsTheseNamesInThisOrder) {
+  const Pairs expected = {
+      {"FS", "/"},
+      {"EXE", ""},
+      {"DLL", ".so"},
+      {"LIB", ".a"},
+      {"THIS-CNVR", "%(THIS-CATEGORY)%(FS)%(THIS-NAME)%(FS)%(THIS-VERSION)%(FS)%(THIS-REV)"},
+      {"PLAT-THIS-CNVR",
+       "%(PLAT-CATEGORY)%(PFS)%(THIS-NAME)%(PFS)%(THIS-VERSION)%(PFS)%(THIS-REV)"},
+      {"BASE-CN", "%(BASE-DIRECTORY)%(FS)%(THIS-CATEGORY)%(FS)%(THIS-NAME)"},
+      {"FROM-CN", "%(INSTALLED-FROM)%(FS)%(THIS-CATEGORY)%(FS)%(THIS-NAME)"},
+      {"BASE-CNV", "%(BASE-DIRECTORY)%(FS)%(THIS-CATEGORY)%(FS)%(THIS-NAME)%(FS)%(THIS-VERSION)"},
+      {"FROM-CNV", "%(INSTALLED-FROM)%(FS)%(THIS-CATEGORY)%(FS)%(THIS-NAME)%(FS)%(THIS-VERSION)"},
+      {"BASE-CNVR",
+       "%(BASE-DIRECTORY)%(FS)%(THIS-CATEGORY)%(FS)%(THIS-NAME)%(FS)%(THIS-VERSION)%(FS)"
+       "%(THIS-REV)"},
+      {"FROM-CNVR",
+       "%(INSTALLED-FROM)%(FS)%(THIS-CATEGORY)%(FS)%(THIS-NAME)%(FS)%(THIS-VERSION)%(FS)"
+       "%(THIS-REV)"},
+      {"BINPATH", "%(BASE-DIRECTORY)"},
+      {"HOST-PLATFORM", Str(wh_host_platform)},
+  };
+  EXPECT_EQ(Bindings(global_context.vals), expected);
+}
+
+TEST(ContextValue, OfNullMakesNothing) {
+  WH_CONTEXT_VALUE* cv = make_cv(FWT("a"), FWT("1"), nullptr);
+  EXPECT_EQ(make_cv(FWT("b"), nullptr, cv), cv);
+  cv = make_cv(FWT("c"), FWT(""), cv);
+  EXPECT_EQ(Bindings(cv), (Pairs{{"c", ""}, {"a", "1"}}));
+  free_cv_list(&cv);
+  EXPECT_EQ(cv, nullptr);
+}
+
+TEST(ProductContext, BindsTheNameInThisOrder) {
+  WH_PRODUCT_NAME* name = Prodname("a/b", "Tools", "1.8", "5");
+  WH_CONTEXT* context = context_from_prodname(name);
+  EXPECT_EQ(Bindings(context->vals), (Pairs{{"THIS-CATEGORY", "a/b"},
+                                            {"THIS-NAME", "Tools"},
+                                            {"THIS-REV", "5"},
+                                            {"THIS-VERSION", "1.8"},
+                                            {"PLAT-CATEGORY", "a%(PFS)b"}}));
+  free_context(&context);
+  EXPECT_EQ(context, nullptr);
+  free_prodname(&name);
+}
+
+TEST(ProductContext, LeavesNullFieldsOut) {
+  WH_PRODUCT_NAME name;
+  name.name = FWT("Tools");
+  WH_CONTEXT* context = context_from_prodname(&name);
+  EXPECT_EQ(Bindings(context->vals), (Pairs{{"THIS-NAME", "Tools"}}));
+  free_context(&context);
+}
+
+TEST(ProductContext, PlatCategorySplitsAtAnySeparator) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"a", "a"},
+      {"a\\b:c/d", "a%(PFS)b%(PFS)c%(PFS)d"},
+      {"/a//b/", "a%(PFS)b"},
+      {"", ""},
+  };
+  for (auto [category, expected] : rows) {
+    WH_PRODUCT_NAME name;
+    name.category = FWT(category);
+    WH_CONTEXT* context = context_from_prodname(&name);
+    EXPECT_EQ(Bindings(context->vals),
+              (Pairs{{"THIS-CATEGORY", category}, {"PLAT-CATEGORY", expected}}));
+    free_context(&context);
+  }
+}
+
+TEST(VarietyContext, ALinuxPlatformBringsTheSuffixesOfUnix) {
+  Variety variety({{"platform", "linux-x86"}});
+  WH_CONTEXT* context = context_from_variety(&variety);
+  EXPECT_EQ(
+      Bindings(context->vals),
+      (Pairs{
+          {"PLIB", ".a"}, {"PDLL", ".so"}, {"PEXE", ""}, {"PFS", "/"}, {"platform", "linux-x86"}}));
+  free_context(&context);
+}
+
+TEST(VarietyContext, EachFamilyHasItsSuffixes) {
+  const struct {
+    const char* platform;
+    const char* lib;
+    const char* dll;
+    const char* exe;
+    const char* sep;
+  } rows[] = {
+      {"pc", ".lib", ".dll", ".exe", "\\"}, {"win_nt-x86", ".lib", ".dll", ".exe", "\\"},
+      {"hpux", ".a", ".sl", "", "/"},       {"hpux_11-hppa", ".a", ".sl", "", "/"},
+      {"unix", ".a", ".so", "", "/"},       {"darwin-ppc", ".a", ".so", "", "/"},
+      {"macos", ".a", ".so", "", ":"},      {"macos_9-g4", ".a", ".so", "", ":"},
+  };
+  for (const auto& row : rows) {
+    Variety variety({{"platform", row.platform}});
+    EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"PLIB", row.lib},
+                                               {"PDLL", row.dll},
+                                               {"PEXE", row.exe},
+                                               {"PFS", row.sep},
+                                               {"platform", row.platform}}))
+        << row.platform;
+  }
+}
+
+TEST(VarietyContext, ATargetBringsNamesWithT) {
+  Variety variety({{"opt", "1"}, {"target", "pc"}, {"opt", "2"}});
+  EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"opt", "1"},
+                                             {"TLIB", ".lib"},
+                                             {"TDLL", ".dll"},
+                                             {"TEXE", ".exe"},
+                                             {"TFS", "\\"},
+                                             {"target", "pc"},
+                                             {"opt", "2"}}));
+}
+
+TEST(VarietyContext, APlatformOfNoFamilyGivesOnlyItself) {
+  Variety variety({{"platform", "beos-x86"}, {"target", "all"}});
+  EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"platform", "beos-x86"}, {"target", "all"}}));
+  WH_SYMTAB* symtab = make_symtab(FWT("env.xml"));
+  add_context(symtab, context_from_variety(&variety));
+  Error err;
+  EXPECT_EQ(Take(wh_expand(&err, FWT("a%(PFS)b"), symtab)), "aPFSb");
+  EXPECT_EQ(err.pError, whErrorNoValue);
+  free_symtab(&symtab);
+}
+
+TEST(VarietyContext, AMissingNameOrValueBindsNothing) {
+  Variety variety({{"platform", nullptr}, {nullptr, "x"}, {"a", "b"}, {nullptr, nullptr}});
+  EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"a", "b"}}));
+  EXPECT_EQ(cv_from_var_list(nullptr), nullptr);
+}
+
+TEST(SymbolTable, HoldsACopyOfItsSourceAndTheGlobalContext) {
+  Text source("env.xml");
+  WH_SYMTAB* symtab = make_symtab(source);
+  EXPECT_NE(symtab->source, static_cast<FwTextString>(source));
+  EXPECT_EQ(Str(symtab->source), "env.xml");
+  EXPECT_EQ(symtab->contexts.nCurrentAllocSize, 4);
+  ASSERT_EQ(FwVectorLength(&symtab->contexts), 1);
+  EXPECT_EQ(FwVectorGetElement(&symtab->contexts, 0), &global_context);
+  free_symtab(&symtab);
+  EXPECT_EQ(symtab, nullptr);
+}
+
+TEST(SymbolTable, GlobalNamesCannotBeOverridden) {
+  WH_SYMTAB* symtab = make_symtab(FWT("x"));
+  add_context(symtab, make_context(make_cv(FWT("LIB"), FWT(".mine"), nullptr)));
+  EXPECT_EQ(Lookup(symtab, "LIB"), ".a");
+  free_symtab(&symtab);
+}
+
+TEST(SymbolTable, TheFirstContextAndTheFirstBindingWin) {
+  WH_SYMTAB* symtab = make_symtab(FWT("x"));
+  add_context(symtab, make_context(make_cv(
+                          FWT("A"), FWT("1"),
+                          make_cv(FWT("A"), FWT("2"), make_cv(FWT("B"), FWT("3"), nullptr)))));
+  add_context(symtab,
+              make_context(make_cv(FWT("B"), FWT("4"), make_cv(FWT("C"), FWT("5"), nullptr))));
+  EXPECT_EQ(Lookup(symtab, "A"), "1");
+  EXPECT_EQ(Lookup(symtab, "B"), "3");
+  EXPECT_EQ(Lookup(symtab, "C"), "5");
+  EXPECT_EQ(Lookup(symtab, "D"), "(null)");
+  free_symtab(&symtab);
+}
+
+TEST(SymbolTable, TheLengthOfANameMustMatchExactly) {
+  WH_SYMTAB* symtab = make_symtab(FWT("x"));
+  add_context(symtab, make_context(make_cv(FWT("NAME"), FWT("v"), nullptr)));
+  EXPECT_EQ(Lookup(symtab, "NAM"), "(null)");
+  EXPECT_EQ(Lookup(symtab, "NAMES"), "(null)");
+  EXPECT_EQ(Lookup(symtab, "name"), "(null)");
+  EXPECT_EQ(Lookup(symtab, ""), "(null)");
+  // The name need not end where its length does.
+  EXPECT_EQ(Str(symtab_lookup(FWT("NAME)rest"), symtab, 4)), "v");
+  free_symtab(&symtab);
+}
+
+TEST(SymbolTable, RemovingGivesTheContextBack) {
+  WH_SYMTAB* symtab = make_symtab(FWT("x"));
+  WH_CONTEXT* context = make_context(make_cv(FWT("A"), FWT("1"), nullptr));
+  WH_CONTEXT* other = make_context(make_cv(FWT("A"), FWT("2"), nullptr));
+  add_context(symtab, context);
+  add_context(symtab, other);
+  add_context(symtab, context);
+  remove_context(symtab, context);
+  EXPECT_EQ(Lookup(symtab, "A"), "2");
+  EXPECT_EQ(FwVectorLength(&symtab->contexts), 3);
+  remove_context(symtab, context);
+  EXPECT_EQ(FwVectorLength(&symtab->contexts), 2);
+  remove_context(symtab, context);
+  EXPECT_EQ(FwVectorLength(&symtab->contexts), 2);
+  free_context(&context);
+  free_symtab(&symtab);
+}
+
+TEST(SymbolTable, OfAProductIsNamedByItsPathFromTheBase) {
+  WH_PRODUCT_NAME* name = Prodname("a/b", "Tools", "1.8", "5");
+  WH_SYMTAB* symtab = symtab_from_prodname(name, FWT("env.xml"));
+  EXPECT_EQ(Str(symtab->source), "a/b/Tools/1.8/5/env.xml");
+  EXPECT_EQ(Lookup(symtab, "THIS-NAME"), "Tools");
+  Error err;
+  EXPECT_EQ(Take(wh_expand(&err, FWT("%(THIS-CNVR)"), symtab)), "a/b/Tools/1.8/5");
+  EXPECT_EQ(err.pError, nullptr);
+  free_symtab(&symtab);
+  free_prodname(&name);
+}
+
+TEST(SymbolTable, ThePlatformFormOfTheNameTakesTheVarietysSeparator) {
+  WH_PRODUCT_NAME* name = Prodname("a/b", "Tools", "1.8", "5");
+  Variety variety({{"platform", "win_nt-x86"}});
+  WH_SYMTAB* symtab = symtab_from_prodname(name, FWT("env.xml"));
+  add_context(symtab, context_from_variety(&variety));
+  Error err;
+  EXPECT_EQ(Take(wh_expand(&err, FWT("%(PLAT-THIS-CNVR)%(PDLL)"), symtab)),
+            "a\\b\\Tools\\1.8\\5.dll");
+  EXPECT_EQ(err.pError, nullptr);
+  // What the installation was made from is bound nowhere.
+  EXPECT_EQ(Take(wh_expand(&err, FWT("%(FROM-CN)"), symtab)), "INSTALLED-FROM/a/b/Tools");
+  EXPECT_EQ(err.text(),
+            "*** Error: % variable INSTALLED-FROM is not defined in File a/b/Tools/1.8/5/env.xml");
+  free_symtab(&symtab);
+  free_prodname(&name);
+}
+
+TEST(Variant, IsWhatWasStoredLast) {
+  Error err;
+  Text first("one");
+  wh_setVariant(first);
+  EXPECT_NE(wh_getVariant(&err), static_cast<FwTextString>(first));
+  EXPECT_EQ(Str(wh_getVariant(&err)), "one");
+  wh_setVariant(FWT("two"));
+  EXPECT_EQ(Str(wh_getVariant(&err)), "two");
+  wh_setVariant(nullptr);
+  EXPECT_EQ(wh_getVariant(&err), nullptr);
+}
+
+// ---- Self-location: a copy of this program runs inside a small warehouse and prints the name.
+
+class SelfLocation : public testing::Test {
+ protected:
+  // The copy in a directory of the tree.
+  std::string Program(const std::string& directory) {
+    tree_.Directory(directory);
+    std::string program = tree_ / (directory + "/located");
+    std::filesystem::copy_file("/proc/self/exe", program);
+    return program;
+  }
+
+  RunResult Locate(const std::string& program, const std::string& root) {
+    RunOptions options;
+    options.environment = {{"LC_ALL=C.UTF-8"}};
+    if (!root.empty()) options.environment->push_back("ZORROOT=" + root);
+    options.directory = tree_.path();
+    return Run({program, "--print-cnvr"}, options);
+  }
+
+  // What is printed when both calls fail alike.
+  static std::string Twice(const std::string& detail) {
+    const std::string line =
+        "*** Error:  could not read warehouse structure to get CNVR (" + detail + " )\n";
+    return line + line;
+  }
+
+  TemporaryTree tree_;
+};
+
+TEST_F(SelfLocation, FindsTheProductAboveTheProgram) {
+  std::string program = Program("root/c/n/1.0/0/bin");
+  tree_.Write("root/c/n/1.0/0/product.xml", "");
+  RunResult result = Locate(program, tree_ / "root");
+  EXPECT_EQ(result.out, "c|n|1.0|0\nc|n|1.0|0\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(SelfLocation, WorksWithATrailingSeparatorAndADeepCategory) {
+  std::string program = Program("root/a/b/n/1.0/0/linux/bin");
+  tree_.Write("root/a/b/n/1.0/0/product.xml", "");
+  EXPECT_EQ(Locate(program, tree_ / "root/").out, "a/b|n|1.0|0\na/b|n|1.0|0\n");
+}
+
+TEST_F(SelfLocation, TheCurrentDirectoryStandsForAnUnsetRoot) {
+  std::string program = Program("c/n/1.0/0/bin");
+  tree_.Write("c/n/1.0/0/product.xml", "");
+  EXPECT_EQ(Locate(program, "").out, "c|n|1.0|0\nc|n|1.0|0\n");
+}
+
+TEST_F(SelfLocation, TheShallowestProductWins) {
+  std::string program = Program("root/c/n/1.0/0/sub/bin");
+  tree_.Write("root/c/n/1.0/0/product.xml", "");
+  tree_.Write("root/c/n/1.0/0/sub/product.xml", "");
+  EXPECT_EQ(Locate(program, tree_ / "root").out, "c|n|1.0|0\nc|n|1.0|0\n");
+}
+
+TEST_F(SelfLocation, TheProgramsOwnDirectoryIsNotLookedAt) {
+  std::string program = Program("root/c/n/1.0/0");
+  tree_.Write("root/c/n/1.0/0/product.xml", "");
+  RunResult result = Locate(program, tree_ / "root");
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, Twice("product.xml not found"));
+  // Nor when it is the root itself.
+  EXPECT_EQ(Locate(program, tree_ / "root/c/n/1.0/0").err, Twice("product.xml not found"));
+}
+
+TEST_F(SelfLocation, AProgramOutsideTheRootIsToldSo) {
+  std::string program = Program("elsewhere/bin");
+  tree_.Directory("root");
+  RunResult result = Locate(program, tree_ / "root");
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            Twice("$ZORROOT is not set correctly  - executable is not inside $ZORROOT"));
+}
+
+TEST_F(SelfLocation, AProductTooCloseToTheRootHasNoName) {
+  std::string program = Program("root/n/1.0/0/bin");
+  tree_.Write("root/n/1.0/0/product.xml", "");
+  EXPECT_EQ(Locate(program, tree_ / "root").err,
+            Twice("Could not read product information from product.xml"));
+}
+
+TEST_F(SelfLocation, WithoutRootAndCurrentDirectoryThereIsNothingToLookIn) {
+  std::string program = Program("bin");
+  tree_.Directory("gone");
+  RunOptions options;
+  options.environment = {{"LC_ALL=C.UTF-8"}};
+  options.directory = tree_ / "gone";
+  RunResult result =
+      Run({"/bin/sh", "-c", "rmdir \"$PWD\" && exec \"$0\" --print-cnvr", program}, options);
+  EXPECT_EQ(result.out, "zorroot unsetzorroot unset");
+  EXPECT_EQ(result.err, Twice("$ZORROOT unset"));
+}
+
+}  // namespace

@@ -1,0 +1,360 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <initializer_list>
+
+#include "model_support.h"
+#include "process.h"
+#include "recorder.h"
+
+namespace {
+
+class Expand : public testing::Test {
+ protected:
+  Expand() : symtab_(make_symtab(FWT("c/n/1/0/env.xml"))) {}
+  ~Expand() override { free_symtab(&symtab_); }
+
+  void Bind(const char* name, const std::string& value) {
+    Text text(value);
+    add_context(symtab_, make_context(make_cv(FWT(name), text, nullptr)));
+  }
+
+  // Expands with a clear state; text is what the state then says.
+  std::string operator()(const std::string& str) {
+    Error err;
+    Text text(str);
+    std::string result = Take(wh_expand(&err, text, symtab_));
+    error_ = err.text();
+    return result;
+  }
+
+  static std::string NotDefined(const std::string& name) {
+    return "*** Error: % variable " + name + " is not defined in File c/n/1/0/env.xml";
+  }
+
+  WH_SYMTAB* symtab_;
+  std::string error_;
+  TemporaryTree tree_;
+};
+
+// A variable of the process environment for the length of a scope.
+class ProcessVariable {
+ public:
+  ProcessVariable(const char* name, const char* value) : name_(name) {
+    if (value)
+      setenv(name, value, 1);
+    else
+      unsetenv(name);
+  }
+  ~ProcessVariable() { unsetenv(name_); }
+  ProcessVariable(const ProcessVariable&) = delete;
+  ProcessVariable& operator=(const ProcessVariable&) = delete;
+
+ private:
+  const char* name_;
+};
+
+TEST_F(Expand, NullGivesNull) {
+  Error err;
+  EXPECT_EQ(wh_expand(&err, nullptr, symtab_), nullptr);
+  EXPECT_EQ(err.pError, nullptr);
+}
+
+TEST_F(Expand, WhatIsNoReferenceStaysAsItIs) {
+  Bind("X", "value");
+  Bind("A", "value");
+  for (const char* text :
+       {"",     "plain", "100%", "%",    "%x",           "%%",    "%%(X)", "a%%(X)b",
+        "%(A",  "%(",    "%[",   "%{",   "%[abc",        "%{abc", "%(A]",  "%[A)",
+        "%(X%", "% (X)", "(X)",  "%)X(", "%\xc3\xa4(X)", "%<X>"}) {
+    EXPECT_EQ((*this)(text), text);
+    EXPECT_EQ(error_, "");
+  }
+}
+
+TEST_F(Expand, NamesAreReplacedByTheirValues) {
+  Bind("A", "%(B)");
+  Bind("B", "x");
+  Bind("E", "");
+  const std::pair<const char*, const char*> rows[] = {
+      {"%(B)", "x"},          {"a%(B)c", "axc"},
+      {"%(B)%(B)", "xx"},     {"%(A)", "x"},
+      {"%(A)%(B)", "xx"},     {"%(E)", ""},
+      {"%%%(B)", "%%x"},      {"%%(%(B)", "%%(x"},
+      {"%x%(B)", "%xx"},      {"\xc3\xa4%(B)\xe2\x82\xac", "\xc3\xa4x\xe2\x82\xac"},
+      {"%(FS)%(LIB)", "/.a"},
+  };
+  for (auto [text, expected] : rows) {
+    EXPECT_EQ((*this)(text), expected) << text;
+    EXPECT_EQ(error_, "") << text;
+  }
+}
+
+TEST_F(Expand, AReferenceInsideBracketsGoesFirst) {
+  Bind("IN", "OUT");
+  Bind("OUT", "x");
+  EXPECT_EQ((*this)("%(%(IN))"), "x");
+  EXPECT_EQ(error_, "");
+  tree_.Write("x", "content\n");
+  Bind("DIR", tree_.path());
+  EXPECT_EQ((*this)("<%[%(DIR)/x]>"), "<content>");
+  EXPECT_EQ(error_, "");
+}
+
+TEST_F(Expand, AReferenceMayComeTogetherInALaterPass) {
+  Bind("P", "%");
+  Bind("Q", "(B)");
+  Bind("B", "x");
+  EXPECT_EQ((*this)("%(P)(B)"), "x");
+  EXPECT_EQ((*this)("%(P)%(Q)"), "x");
+  // The first sign takes the second along, as in any text.
+  EXPECT_EQ((*this)("%%(P)"), "%%(P)");
+}
+
+TEST_F(Expand, AnUndefinedNameStaysBareWithAnError) {
+  EXPECT_EQ((*this)("p%(A)q"), "pAq");
+  EXPECT_EQ(error_, NotDefined("A"));
+  EXPECT_EQ((*this)("%()"), "");
+  EXPECT_EQ(error_, NotDefined(""));
+}
+
+TEST_F(Expand, APrefixOfANameIsNotTheName) {
+  Bind("NAME", "v");
+  EXPECT_EQ((*this)("%(NAM)"), "NAM");
+  EXPECT_EQ(error_, NotDefined("NAM"));
+  EXPECT_EQ((*this)("%(NAMES)"), "NAMES");
+  EXPECT_EQ(error_, NotDefined("NAMES"));
+}
+
+TEST_F(Expand, WorkGoesOnAfterAnErrorAndTheLastOneStands) {
+  Bind("B", "x");
+  EXPECT_EQ((*this)("%(U1)%(B)%(U2)%(B)"), "U1xU2x");
+  EXPECT_EQ(error_, NotDefined("U2"));
+}
+
+TEST_F(Expand, EnvironmentVariablesAreReplaced) {
+  ProcessVariable set("ZT_SET", "some text");
+  ProcessVariable empty("ZT_EMPTY", "");
+  EXPECT_EQ((*this)("<%{ZT_SET}%{ZT_EMPTY}>"), "<some text>");
+  EXPECT_EQ(error_, "");
+  Bind("WHICH", "SET");
+  EXPECT_EQ((*this)("%{ZT_%(WHICH)}"), "some text");
+  EXPECT_EQ(error_, "");
+}
+
+TEST_F(Expand, TheTextOfAVariableIsExpandedInTurn) {
+  ProcessVariable set("ZT_SET", "%(B)");
+  Bind("B", "x");
+  EXPECT_EQ((*this)("%{ZT_SET}"), "x");
+}
+
+TEST_F(Expand, AnUnsetEnvironmentVariableGivesNothingAndAnError) {
+  ProcessVariable unset("ZT_UNSET", nullptr);
+  Bind("B", "x");
+  EXPECT_EQ((*this)("%{ZT_UNSET}"), "");
+  EXPECT_EQ(error_, NotDefined("ZT_UNSET"));
+  EXPECT_EQ((*this)("%{ZT_UNSET}%(B)"), "x");
+  EXPECT_EQ(error_, NotDefined("ZT_UNSET"));
+}
+
+TEST_F(Expand, OnceThereIsAnErrorFilesAndVariablesAreNotPutIn) {
+  ProcessVariable set("ZT_SET", "text");
+  ProcessVariable unset("ZT_UNSET", nullptr);
+  Bind("B", "x");
+  const std::string file = "%[" + tree_.Write("file", "content") + "]";
+  const std::string missing = "%[" + (tree_ / "missing") + "]";
+  const struct {
+    std::string text;
+    std::string expected;
+    std::string error;
+  } rows[] = {
+      {"%(U)%{ZT_SET}", "U", NotDefined("U")},
+      {"%(U)" + file, "U", NotDefined("U")},
+      {"%(U)" + missing, "U", NotDefined("U")},
+      {"%(U)%{ZT_UNSET}", "U", NotDefined("ZT_UNSET")},
+      {"%(U)%(B)", "Ux", NotDefined("U")},
+      {"%{ZT_SET}" + file + "%(U)", "textcontentU", NotDefined("U")},
+      {missing + "%{ZT_SET}%(B)", "x",
+       "*** Error: File " + (tree_ / "missing") + " Does not exist"},
+      {missing + "%(U)", "U", NotDefined("U")},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ((*this)(row.text), row.expected) << row.text;
+    EXPECT_EQ(error_, row.error) << row.text;
+  }
+}
+
+TEST_F(Expand, AnErrorFromBeforeTheCallCountsAsWell) {
+  ProcessVariable set("ZT_SET", "text");
+  Bind("B", "x");
+  Error err;
+  FwErrorSet(&err, fwErrorOperationFailed, 0);
+  EXPECT_EQ(Take(wh_expand(&err, FWT("<%{ZT_SET}%(B)>"), symtab_)), "<x>");
+  EXPECT_EQ(err.pError, fwErrorOperationFailed);
+}
+
+TEST_F(Expand, OneLineEndOfAFileGoes) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"abc\r\n", "abc"}, {"abc\n", "abc"},       {"abc\r", "abc"},   {"abc\n\n", "abc\n"},
+      {"abc", "abc"},     {"abc\n\r", "abc\n"},   {"\n", ""},         {"\r\n", ""},
+      {"a\nb\n", "a\nb"}, {"abc\r\r\n", "abc\r"}, {"abc \n", "abc "},
+  };
+  for (const auto& [content, expected] : rows) {
+    const std::string file = tree_.Write("file", content);
+    EXPECT_EQ((*this)("<%[" + file + "]"), "<" + expected) << testing::PrintToString(content);
+    EXPECT_EQ(error_, "");
+  }
+}
+
+TEST_F(Expand, AnEmptyFileTakesAwayALineEndBeforeIt) {
+  const std::string file = tree_.Write("empty", "");
+  EXPECT_EQ((*this)("line\n%[" + file + "]"), "line");
+  EXPECT_EQ((*this)("line\r\n%[" + file + "]."), "line.");
+  EXPECT_EQ((*this)("line%[" + file + "]"), "line");
+  EXPECT_EQ((*this)("%[" + file + "]"), "");
+}
+
+TEST_F(Expand, AFileOfAnyLengthIsReadWhole) {
+  // Blocks are of 1024 bytes: a character of two bytes falls across their edge.
+  for (std::size_t length : {1022u, 1023u, 1024u, 1025u, 2048u, 5000u}) {
+    const std::string content = std::string(length, 'x') + "\xc3\xa4y";
+    const std::string file = tree_.Write("file", content + "\n");
+    EXPECT_EQ((*this)("%[" + file + "]"), content) << length;
+  }
+}
+
+TEST_F(Expand, TheTextOfAFileIsExpandedInTurn) {
+  Bind("B", "x");
+  const std::string file = tree_.Write("file", "<%(B)>\n");
+  EXPECT_EQ((*this)("%[" + file + "]"), "<x>");
+}
+
+TEST_F(Expand, AMissingFileIsAnErrorOfTheFile) {
+  const std::string missing = tree_ / "missing";
+  EXPECT_EQ((*this)("<%[" + missing + "]>"), "<>");
+  EXPECT_EQ(error_, "*** Error: File " + missing + " Does not exist");
+}
+
+TEST_F(Expand, ADirectoryIsNoFile) {
+  {
+    ExpectAsserts expected({"trailing directory separator when file name expected"});
+    EXPECT_EQ((*this)("<%[" + tree_.path() + "/]>"), "<>");
+    EXPECT_EQ(error_, "*** Error: File " + tree_.path() + "/ String parameter illegal value");
+  }
+  // An empty name stands for the current directory.
+  ExpectAsserts expected({"trailing directory separator when file name expected"});
+  EXPECT_EQ((*this)("<%[]>"), "<>");
+  EXPECT_EQ(error_, "*** Error: File  String parameter illegal value");
+}
+
+TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
+  CollectReports collect;
+  Bind("B", "x");
+  for (const char* bytes : {"\xe9", "a\x80z", "\xff\xfe", "caf\xe9", "\xc3"}) {
+    ProcessVariable set("ZT_SET", bytes);
+    EXPECT_EQ((*this)("%{ZT_SET}"), bytes);
+    EXPECT_EQ((*this)("%(B)%{ZT_SET}"), std::string("x") + bytes);
+    EXPECT_EQ((*this)(bytes), bytes);
+    EXPECT_EQ(error_, "");
+    const std::string file = tree_.Write("file", std::string(bytes) + "\n");
+    EXPECT_EQ((*this)("%[" + file + "]"), bytes);
+  }
+}
+
+TEST_F(Expand, ManyPassesAreNoMatter) {
+  const int count = 200;
+  for (int i = 0; i < count; i++)
+    Bind(("N" + std::to_string(i)).c_str(), "%(N" + std::to_string(i + 1) + ")");
+  Bind("N200", "end");
+  EXPECT_EQ((*this)("%(N0)"), "end");
+}
+
+// The text goes to standard output; a death test looks at standard error.
+void ExpandToDeath(const std::string& str, WH_SYMTAB* symtab) {
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  FwErrorState err;
+  Text text(str);
+  wh_expand(&err, text, symtab);
+}
+
+using ExpandDeathTest = Expand;
+
+TEST_F(ExpandDeathTest, AValueThatRefersToItselfEndsAsExhaustedMemory) {
+  const char* const message = "\n.*: frameWork error - Run out of memory\n";
+  Bind("A", "%(A)");
+  EXPECT_EXIT(ExpandToDeath("%(A)", symtab_), testing::ExitedWithCode(1), message);
+  Bind("B", "%(C)");
+  Bind("C", "%(B)");
+  EXPECT_EXIT(ExpandToDeath("%(B)", symtab_), testing::ExitedWithCode(1), message);
+  Bind("D", "%(D)" + std::string(1 << 25, 'x'));
+  EXPECT_EXIT(ExpandToDeath("%(D)", symtab_), testing::ExitedWithCode(1), message);
+}
+
+TEST_F(ExpandDeathTest, AFileWithoutEndEndsAsExhaustedMemory) {
+  EXPECT_EXIT(ExpandToDeath("%[/dev/zero]", symtab_), testing::ExitedWithCode(1),
+              "frameWork error - Run out of memory");
+}
+
+TEST_F(Expand, APatternKeepsItsShape) {
+  Bind("N", "name");
+  Bind("V", "value");
+  Bind("H", "host");
+  WH_PATTERN* pattern = Alternative({{"%(N)", "%(V)"}, {nullptr, "x%(V)"}}, "%(H)",
+                                    Alternative({}, nullptr, Alternative({{"n", nullptr}})));
+  Error err;
+  WH_PATTERN* expanded = wh_expand_pattern(&err, pattern, symtab_);
+  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(Str(expanded->host), "host");
+  EXPECT_EQ(Str(expanded->vars->n), "name");
+  EXPECT_EQ(Str(expanded->vars->v), "value");
+  EXPECT_EQ(expanded->vars->next->n, nullptr);
+  EXPECT_EQ(Str(expanded->vars->next->v), "xvalue");
+  EXPECT_EQ(expanded->vars->next->next, nullptr);
+  EXPECT_EQ(expanded->next->vars, nullptr);
+  EXPECT_EQ(expanded->next->host, nullptr);
+  EXPECT_EQ(Str(expanded->next->next->vars->n), "n");
+  EXPECT_EQ(expanded->next->next->vars->v, nullptr);
+  EXPECT_EQ(expanded->next->next->next, nullptr);
+  EXPECT_EQ(Str(pattern->vars->n), "%(N)");
+  free_pattern(&expanded);
+  free_pattern(&pattern);
+  EXPECT_EQ(wh_expand_pattern(&err, nullptr, symtab_), nullptr);
+}
+
+TEST_F(Expand, APatternIsExpandedToItsEndAndTheLastErrorStands) {
+  WH_PATTERN* pattern = Alternative({{"%(U1)", "%(U2)"}}, "%(U3)", Alternative({{"a", "%(U4)"}}));
+  Error err;
+  WH_PATTERN* expanded = wh_expand_pattern(&err, pattern, symtab_);
+  EXPECT_EQ(err.text(), NotDefined("U4"));
+  EXPECT_EQ(Str(expanded->vars->v), "U2");
+  EXPECT_EQ(Str(expanded->host), "U3");
+  free_pattern(&expanded);
+  free_pattern(&pattern);
+}
+
+TEST_F(Expand, AProductNameHasItsCategorySeparatorsRewrittenAfterwards) {
+  Bind("CAT", "a\\b:c");
+  Bind("V", "1:0");
+  WH_PRODUCT_NAME* name = Prodname("%(CAT)/d", "n", "%(V)", "%(U)");
+  Error err;
+  WH_PRODUCT_NAME* expanded = wh_expand_prodname(&err, name, symtab_);
+  EXPECT_EQ(Fields(expanded), "a/b/c/d|n|1:0|U");
+  EXPECT_EQ(err.text(), NotDefined("U"));
+  EXPECT_EQ(Fields(name), "%(CAT)/d|n|%(V)|%(U)");
+  free_prodname(&expanded);
+  free_prodname(&name);
+}
+
+TEST_F(Expand, AnErrorInOneFieldOfANameKeepsVariablesOutOfTheNext) {
+  ProcessVariable set("ZT_SET", "text");
+  WH_PRODUCT_NAME* name = Prodname("%(U)", "%{ZT_SET}", "1", "0");
+  Error err;
+  WH_PRODUCT_NAME* expanded = wh_expand_prodname(&err, name, symtab_);
+  EXPECT_EQ(Fields(expanded), "U||1|0");
+  EXPECT_EQ(err.text(), NotDefined("U"));
+  free_prodname(&expanded);
+  free_prodname(&name);
+}
+
+}  // namespace

@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include "model_support.h"
+
+namespace {
+
+struct OpRow {
+  const char* lhs;
+  int op;
+  const char* rhs;
+  int expected;
+};
+
+TEST(TestOp, EachOperatorMeansThis) {
+  const OpRow rows[] = {
+      {"1.0", 0, "1.0", 1},  {"1.0", 0, "1.00", 0}, {"a", 0, "A", 0},      {"1.0", 1, "1.00", 1},
+      {"1.9", 1, "1.10", 0},  //
+      {"1.10", 2, "1.9", 0}, {"1.9", 2, "1.10", 1}, {"1.9", 2, "1.9", 0},  {"1.9", 3, "1.10", 1},
+      {"1.9", 3, "1.9", 1},  {"1.10", 3, "1.9", 0}, {"1.10", 4, "1.9", 1}, {"1.9", 4, "1.9", 0},
+      {"1.9", 4, "1.10", 0}, {"1.10", 5, "1.9", 1}, {"1.9", 5, "1.9", 1},  {"1.9", 5, "1.10", 0},
+      {"1.0", 6, "1.00", 0}, {"1.9", 6, "1.10", 1},  //
+      {"abc", 7, "a*", 1},   {"a*", 7, "abc", 0},   {"abc", 7, "abc", 1},  {"abc", 7, "b*", 0},
+  };
+  for (const OpRow& row : rows)
+    EXPECT_EQ(wh_test_op(FWT(row.lhs), row.op, FWT(row.rhs)), row.expected)
+        << row.lhs << " " << row.op << " " << row.rhs;
+}
+
+TEST(TestOp, AnUnknownOperatorIsToldOnStandardOutput) {
+  for (int op : {-1, -2, 8, 1000}) {
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(wh_test_op(FWT("a"), op, FWT("b")), 0);
+    fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "operator 'error' is not implemented\n");
+  }
+}
+
+TEST(TestOp, ANullSideNeverHolds) {
+  for (int op = 0; op <= 7; op++) {
+    EXPECT_EQ(wh_test_op(nullptr, op, FWT("b")), 0);
+    EXPECT_EQ(wh_test_op(FWT("a"), op, nullptr), 0);
+    EXPECT_EQ(wh_test_op_multi(FWT("a"), op, nullptr), 0);
+  }
+}
+
+TEST(TestOpMulti, ACommaMeansOrForEveryOperator) {
+  const OpRow rows[] = {
+      {"2", 0, "1,2", 1},
+      {"3", 0, "1,2", 0},
+      {"1.00", 1, "0.9,1.0", 1},
+      {"abc", 7, "x*,a*", 1},
+      {"abc", 7, "x*,y*", 0},
+      // No version equals both, so this always holds.
+      {"1", 6, "1,2", 1},
+      {"2", 6, "1,2", 1},
+      // Empty parts do not exist.
+      {"", 0, ",", 0},
+      {"", 7, "a,,b", 0},
+      {"", 0, "", 1},
+  };
+  for (const OpRow& row : rows)
+    EXPECT_EQ(wh_test_op_multi(FWT(row.lhs), row.op, FWT(row.rhs)), row.expected)
+        << row.lhs << " " << row.op << " " << row.rhs;
+}
+
+TEST(TestVar, AVariableThatTheVarietyLacksNeverMatches) {
+  Variety variety({{"a", "1"}, {nullptr, "x"}, {"novalue", nullptr}});
+  for (int op = 0; op <= 7; op++) {
+    EXPECT_EQ(wh_test_var(&variety, FWT("b"), op, FWT("1")), 0) << op;
+    EXPECT_EQ(wh_test_var(&variety, FWT("novalue"), op, FWT("1")), 0) << op;
+    EXPECT_EQ(wh_test_var(&variety, nullptr, op, FWT("x")), 0) << op;
+    EXPECT_EQ(wh_test_var(&variety, FWT("a"), op, nullptr), 0) << op;
+  }
+}
+
+TEST(TestVar, TheFirstVariableOfANameCounts) {
+  Variety variety({{"a", "1"}, {"a", "2"}});
+  EXPECT_EQ(Str(var_lookup(FWT("a"), &variety)), "1");
+  EXPECT_EQ(wh_test_var(&variety, FWT("a"), 0, FWT("1")), 1);
+  EXPECT_EQ(wh_test_var(&variety, FWT("a"), 0, FWT("2")), 0);
+  EXPECT_EQ(var_lookup(FWT("A"), &variety), nullptr);
+  EXPECT_EQ(var_lookup(nullptr, &variety), nullptr);
+}
+
+TEST(TestVar, PlatformAndTargetCompareAsPlatforms) {
+  const struct {
+    const char* name;
+    const char* has;
+    const char* wanted;
+    int expected;
+  } rows[] = {
+      {"platform", "linux-x86", "unix", 1},     {"platform", "unix", "linux-x86", 1},
+      {"platform", "unix-x86", "linux-all", 1}, {"platform", "linux-x86", "pc", 0},
+      {"platform", "linux-x86", "pc,unix", 1},  {"platform", "linux-x86", "pc,mac", 0},
+      {"platform", "linux-x86", "lin*", 1},  // by the operator
+      {"platform", "linux-x86", "pc,lin*", 1},  {"target", "linux-x86", "unix", 1},
+      {"Platform", "linux-x86", "unix", 0},     {"targets", "linux-x86", "unix", 0},
+  };
+  for (const auto& row : rows) {
+    Variety variety({{row.name, row.has}});
+    EXPECT_EQ(wh_test_var(&variety, FWT(row.name), 7, FWT(row.wanted)), row.expected)
+        << row.name << " " << row.has << " " << row.wanted;
+  }
+}
+
+TEST(TestVar, LeavesTheListOfPlatformsAsItWas) {
+  Variety variety({{"platform", "linux-x86"}});
+  Text wanted("pc,,mac,unix,dos");
+  EXPECT_EQ(wh_test_var(&variety, FWT("platform"), 7, wanted), 1);
+  EXPECT_EQ(wanted.str(), "pc,,mac,unix,dos");
+  // A literal can't be written to, and need not be.
+  EXPECT_EQ(wh_test_var(&variety, FWT("platform"), 7, FWT("pc,mac")), 0);
+}
+
+int Matches(WH_VARIETY* variety, WH_PATTERN* pattern, const char* host = nullptr) {
+  const int result = matchvar(variety, pattern, host ? FWT(host) : nullptr);
+  free_pattern(&pattern);
+  return result;
+}
+
+TEST(MatchVar, NoConditionMatchesEverything) {
+  Variety variety({});
+  EXPECT_EQ(matchvar(&variety, nullptr, nullptr), 1);
+  EXPECT_EQ(Matches(&variety, make_pattern()), 1);
+}
+
+TEST(MatchVar, AllConditionsOfAnAlternativeMustHold) {
+  Variety variety({{"platform", "linux-x86"}, {"opt", "debug"}});
+  EXPECT_EQ(Matches(&variety, Alternative({{"platform", "pc,unix"}})), 1);
+  EXPECT_EQ(Matches(&variety, Alternative({{"platform", "pc,unix"}, {"opt", "d*"}})), 1);
+  EXPECT_EQ(Matches(&variety, Alternative({{"platform", "unix"}, {"opt", "release"}})), 0);
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}, {"other", "*"}})), 0);
+}
+
+TEST(MatchVar, OneAlternativeIsEnough) {
+  Variety variety({{"opt", "debug"}});
+  EXPECT_EQ(
+      Matches(&variety, Alternative({{"opt", "x"}}, nullptr, Alternative({{"opt", "d?bug"}}))), 1);
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "x"}}, nullptr, Alternative({{"opt", "y"}}))),
+            0);
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "x"}}, nullptr, make_pattern())), 1);
+}
+
+TEST(MatchVar, TheHostCountsOnlyIfBothAreGiven) {
+  Variety variety({{"opt", "debug"}});
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}, "pc")), 1);
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}), "linux-x86"), 1);
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}, "unix"), "linux-x86"), 1);
+  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}, "pc"), "linux-x86"), 0);
+  EXPECT_EQ(Matches(&variety,
+                    Alternative({{"opt", "debug"}}, "pc", Alternative({{"opt", "debug"}}, "unix")),
+                    "linux-x86"),
+            1);
+}
+
+TEST(MatchVar, MissingAttributesMatchNothing) {
+  Variety variety({{nullptr, "x"}, {"n", nullptr}, {"a", "1"}});
+  EXPECT_EQ(Matches(&variety, Alternative({{nullptr, "x"}})), 0);
+  EXPECT_EQ(Matches(&variety, Alternative({{"n", "*"}})), 0);
+  EXPECT_EQ(Matches(&variety, Alternative({{"a", nullptr}})), 0);
+  EXPECT_EQ(Matches(&variety, Alternative({{nullptr, nullptr}})), 0);
+}
+
+TEST(MatchingVarieties, KeepTheirOrder) {
+  Variety unix_debug({{"platform", "unix"}, {"opt", "debug"}});
+  Variety pc_debug({{"platform", "pc"}, {"opt", "debug"}});
+  Variety unix_release({{"platform", "unix"}, {"opt", "release"}});
+  WH_VARIETY_SEQ* all = make_variety_seq();
+  for (WH_VARIETY* variety :
+       {static_cast<WH_VARIETY*>(&unix_release), static_cast<WH_VARIETY*>(&pc_debug),
+        static_cast<WH_VARIETY*>(&unix_debug)})
+    add_variety(all, variety);
+  WH_PATTERN* pattern = Alternative({{"platform", "linux-x86"}});
+  WH_VARIETY_SEQ* matching = matching_varieties(all, pattern, nullptr);
+  ASSERT_EQ(FwVectorLength(&matching->seq), 2);
+  EXPECT_EQ(FwVectorGetElement(&matching->seq, 0), &unix_release);
+  EXPECT_EQ(FwVectorGetElement(&matching->seq, 1), &unix_debug);
+  free_variety_seq(&matching);
+  free_pattern(&pattern);
+  free_variety_seq(&all);
+}
+
+TEST(PlatformVariant, IsTheFirstPlatformThatIncludesTheHost) {
+  Variety first({{"opt", "x"}, {"platform", "pc"}, {"platform", nullptr}});
+  Variety second({{"platform", "hpux"}, {"platform", "unix-x86"}, {"platform", "linux"}});
+  WH_PRODUCT_INFO info;
+  info.varieties = make_variety_seq();
+  FwTextString host = wh_host_platform;
+  wh_host_platform = FWT("linux_2_4_20-i686");
+  EXPECT_EQ(platform_variant_matching_host(&info), nullptr);
+  add_variety(info.varieties, &first);
+  EXPECT_EQ(platform_variant_matching_host(&info), nullptr);
+  add_variety(info.varieties, &second);
+  EXPECT_EQ(platform_variant_matching_host(&info), second.vars->next->v);
+  wh_host_platform = host;
+  free_variety_seq(&info.varieties);
+}
+
+}  // namespace
