@@ -285,7 +285,7 @@ class SelfLocation : public testing::Test {
     options.environment = {{"LC_ALL=C.UTF-8"}};
     if (!root.empty()) options.environment->push_back("ZORROOT=" + root);
     options.directory = tree_.path();
-    return Run({program, "--print-cnvr"}, options);
+    return RunProgram({program, "--print-cnvr"}, options);
   }
 
   // What is printed when both calls fail alike.
@@ -357,8 +357,7 @@ TEST_F(SelfLocation, WithoutRootAndCurrentDirectoryThereIsNothingToLookIn) {
   RunOptions options;
   options.environment = {{"LC_ALL=C.UTF-8"}};
   options.directory = tree_ / "gone";
-  RunResult result =
-      Run({"/bin/sh", "-c", "rmdir \"$PWD\" && exec \"$0\" --print-cnvr", program}, options);
+  RunResult result = RunProgram({program, "--print-cnvr", "--lose-directory"}, options);
   EXPECT_EQ(result.out, "zorroot unsetzorroot unset");
   EXPECT_EQ(result.err, Twice("$ZORROOT unset"));
 }

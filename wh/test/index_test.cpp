@@ -9,7 +9,7 @@
 namespace {
 
 const char* const kNoParts = "<PARTLIST/>";
-const char* const kRecipe = "<INSTALL version=\"3\"/>";
+const char* const kRecipe = "<RECIPE/>";
 const char* const kSettings = "<ENV-SETTINGS/>";
 
 std::string ProductXml(const std::string& varieties) {
@@ -74,8 +74,8 @@ class Index : public testing::Test {
     return names;
   }
 
-  std::string Run(decltype(query_product)* function, const char* name,
-                  WH_PATTERN* pattern = nullptr) {
+  std::string Varieties(decltype(query_product)* function, const char* name,
+                        WH_PATTERN* pattern = nullptr) {
     Error err;
     WH_PRODUCT_QUERY* query = Query(name, pattern);
     std::string names = Names(function(&err, index_, query, nullptr));
@@ -298,16 +298,16 @@ TEST_F(Index, UnvisitClearsTwoMarksOfAllVarieties) {
 TEST_F(Index, AQueryChoosesTheVarietiesThatMatch) {
   Product("p", VarietyXml("d1", Var("opt", "debug")) + VarietyXml("r", Var("opt", "release")) +
                    VarietyXml("d2", Var("opt", "debug")));
-  EXPECT_EQ(Run(query_product, "p"), "d1 r d2 ");
-  EXPECT_EQ(Run(query_product, "p", Alternative({{"opt", "d*"}})), "d1 d2 ");
-  EXPECT_EQ(Run(query_product_pd, "p", Alternative({{"opt", "d*"}})), "d1 d2 ");
-  EXPECT_EQ(Run(query_product_pd, "p"), "d1 r d2 ");
+  EXPECT_EQ(Varieties(query_product, "p"), "d1 r d2 ");
+  EXPECT_EQ(Varieties(query_product, "p", Alternative({{"opt", "d*"}})), "d1 d2 ");
+  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"opt", "d*"}})), "d1 d2 ");
+  EXPECT_EQ(Varieties(query_product_pd, "p"), "d1 r d2 ");
 }
 
 TEST_F(Index, AProductOfWhichNoVarietyMatchesGivesAnEmptySpec) {
   Product("p");
-  EXPECT_EQ(Run(query_product, "p", Alternative({{"opt", "x"}})), "");
-  EXPECT_EQ(Run(query_product_pd, "p", Alternative({{"opt", "x"}})), "");
+  EXPECT_EQ(Varieties(query_product, "p", Alternative({{"opt", "x"}})), "");
+  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"opt", "x"}})), "");
   EXPECT_EQ(error_, "");
 }
 
@@ -316,40 +316,42 @@ TEST_F(Index, TheHostChoosesAmongThePlatformsOfADependentProduct) {
                    VarietyXml("other", Var("platform", "beos-x86")) +
                    VarietyXml("debug", Var("platform", Str(wh_host_platform)) + Var("opt", "d")) +
                    VarietyXml("none"));
-  EXPECT_EQ(Run(query_product_pd, "p"), "host debug ");
-  EXPECT_EQ(Run(query_product_pd, "p", Alternative({{"opt", "d"}})), "debug ");
+  EXPECT_EQ(Varieties(query_product_pd, "p"), "host debug ");
+  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"opt", "d"}})), "debug ");
   // The plain form has no regard to the host.
-  EXPECT_EQ(Run(query_product, "p"), "host other debug none ");
+  EXPECT_EQ(Varieties(query_product, "p"), "host other debug none ");
 }
 
 TEST_F(Index, AQueryForAPlatformReplacesTheHost) {
   Product("p", VarietyXml("host", Var("platform", Str(wh_host_platform))) +
                    VarietyXml("other", Var("platform", "beos-x86")) +
                    VarietyXml("win", Var("platform", "win_nt-x86")));
-  EXPECT_EQ(Run(query_product_pd, "p", Alternative({{"platform", "beos-x86"}})), "other ");
-  EXPECT_EQ(Run(query_product_pd, "p", Alternative({{"platform", "pc"}})), "win ");
-  EXPECT_EQ(Run(query_product_pd, "p", Alternative({{"platform", "b*,win_nt-x86"}})), "other win ");
+  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"platform", "beos-x86"}})), "other ");
+  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"platform", "pc"}})), "win ");
+  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"platform", "b*,win_nt-x86"}})),
+            "other win ");
 }
 
 TEST_F(Index, OnlyTheFirstAlternativeOfAQueryIsAskedForThePlatform) {
   Product("p", VarietyXml("host", Var("platform", Str(wh_host_platform)) + Var("opt", "d")) +
                    VarietyXml("other", Var("platform", "beos-x86") + Var("opt", "d")));
-  EXPECT_EQ(Run(query_product_pd, "p",
+  EXPECT_EQ(
+      Varieties(query_product_pd, "p",
                 Alternative({{"opt", "none"}}, nullptr, Alternative({{"platform", "beos-x86"}}))),
-            "");
-  EXPECT_EQ(Run(query_product_pd, "p",
-                Alternative({{"platform", "hp"}}, nullptr, Alternative({{"opt", "d"}}))),
+      "");
+  EXPECT_EQ(Varieties(query_product_pd, "p",
+                      Alternative({{"platform", "hp"}}, nullptr, Alternative({{"opt", "d"}}))),
             "host other ");
 }
 
 TEST_F(Index, OnlyTheFirstVarietyTellsWhetherAProductIsDependent) {
   Product("p", VarietyXml("none") + VarietyXml("other", Var("platform", "beos-x86")));
-  EXPECT_EQ(Run(query_product_pd, "p"), "none other ");
+  EXPECT_EQ(Varieties(query_product_pd, "p"), "none other ");
 }
 
 TEST_F(Index, AProductWithoutVarietiesIsIndependent) {
   Product("p", "");
-  EXPECT_EQ(Run(query_product_pd, "p"), "");
+  EXPECT_EQ(Varieties(query_product_pd, "p"), "");
   EXPECT_EQ(error_, "");
 }
 

@@ -3,6 +3,7 @@
 // With --print-cnvr it runs no tests, but asks twice for the product that it stands in and prints
 // the answers: a test starts a copy of it inside a small warehouse.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string_view>
@@ -27,6 +28,11 @@ void PrintCnvr() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The framework is to come up without a current directory.
+  if (argc > 2 && std::string_view(argv[2]) == "--lose-directory") {
+    char directory[4096];
+    if (getcwd(directory, sizeof directory) == nullptr || rmdir(directory) != 0) return 2;
+  }
   wh_boot_fw(argc, argv);
   wh_init();
   if (argc > 1 && std::string_view(argv[1]) == "--print-cnvr") {

@@ -114,7 +114,7 @@ TEST(Separators, AreAllTurnedIntoSlashes) {
 
 TEST(Vectors, OpenInStorageThatIsNotZeroed) {
   FwVector vector;
-  std::memset(&vector, 0x55, sizeof vector);
+  std::memset(static_cast<void*>(&vector), 0x55, sizeof vector);
   open_vector(&vector, 0);
   EXPECT_EQ(vector.nCurrentAllocSize, 1);
   EXPECT_EQ(FwVectorLength(&vector), 0);
