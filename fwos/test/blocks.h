@@ -1,0 +1,51 @@
+// Counts the blocks that the memory manager takes from the raw allocator, and makes one of the
+// requests fail on demand.
+#ifndef FWOS_TEST_BLOCKS_H
+#define FWOS_TEST_BLOCKS_H
+
+#include <cstdlib>
+
+#include "fwmem/level.h"
+
+class CountedBlocks {
+ public:
+  CountedBlocks() : alloc_(pfnFcMemAlloc), free_(pfnFcMemFree) {
+    live_ = taken_ = 0;
+    fail_at_ = -1;
+    pfnFcMemAlloc = Alloc;
+    pfnFcMemFree = Free;
+  }
+  ~CountedBlocks() {
+    pfnFcMemAlloc = alloc_;
+    pfnFcMemFree = free_;
+  }
+  CountedBlocks(const CountedBlocks&) = delete;
+  CountedBlocks& operator=(const CountedBlocks&) = delete;
+
+  // Blocks taken and not freed, and all taken, since the guard was made.
+  int live() const { return live_; }
+  int taken() const { return taken_; }
+
+  // Lets the request number n from now on fail, 0 being the next.
+  void FailAt(int n) { fail_at_ = n; }
+
+ private:
+  static void* Alloc(std::size_t cb) {
+    if (fail_at_ >= 0 && fail_at_-- == 0) return nullptr;
+    live_++;
+    taken_++;
+    return std::malloc(cb);
+  }
+  static void Free(void* pv) {
+    live_--;
+    std::free(pv);
+  }
+
+  static inline int live_ = 0;
+  static inline int taken_ = 0;
+  static inline int fail_at_ = -1;
+  alloc_fp alloc_;
+  free_fp free_;
+};
+
+#endif
