@@ -1,0 +1,374 @@
+#include "fwclass.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fcclass.h"
+#include "fwerror.h"
+#include "fwmem.h"
+#include "fwobserv.h"
+#include "fwprog.h"
+#include "fwtree.h"
+#include "recorder.h"
+
+namespace {
+
+// A class of two generations, as an application would write it: Shape, and Square below it.
+struct Shape : FwObject {
+  int32 sides = 0;
+  int32 created = 0;
+};
+
+struct Square : Shape {
+  int32 width = 0;
+};
+
+std::vector<std::string> calls;
+
+extern const FwClassRecord ShapeClass;
+extern const FwClassRecord SquareClass;
+
+FwObj* Shape_method_Create(FwObj* pObj, const FwClassRecord* pClassRecord) {
+  calls.emplace_back("create shape");
+  if (pObj == nullptr) pObj = FwClassAlloc(pClassRecord, ALLOC_MUST_SUCCEED);
+  static_cast<Shape*>(pObj)->sides = 4;
+  return FcSuperMethod<Fw_msg_Create_Fn>(_Fw_msg_Create_Handle, ShapeClass)(pObj, pClassRecord);
+}
+
+void Shape_method_Destroy(FwObj* pObj) {
+  calls.emplace_back("destroy shape");
+  FcSuperMethod<Fw_msg_Destroy_Fn>(_Fw_msg_Destroy_Handle, ShapeClass)(pObj);
+}
+
+FwObj* Square_method_Create(FwObj* pObj, const FwClassRecord* pClassRecord) {
+  calls.emplace_back("create square");
+  if (pObj == nullptr) pObj = FwClassAlloc(pClassRecord, ALLOC_MUST_SUCCEED);
+  static_cast<Square*>(pObj)->width = 7;
+  return FcSuperMethod<Fw_msg_Create_Fn>(_Fw_msg_Create_Handle, SquareClass)(pObj, pClassRecord);
+}
+
+const FwIntercept ShapeMethods[] = {{_Fw_msg_Create_Handle, FwMethodOf(Shape_method_Create)},
+                                    {_Fw_msg_Destroy_Handle, FwMethodOf(Shape_method_Destroy)},
+                                    {nullptr, nullptr}};
+const FwIntercept SquareMethods[] = {{_Fw_msg_Create_Handle, FwMethodOf(Square_method_Create)},
+                                     {nullptr, nullptr}};
+
+const FwClassRecord ShapeClass = {FW_CLASS_COOKIE, "Shape",      sizeof(Shape),
+                                  &FwObjectClass,  ShapeMethods, 0};
+const FwClassRecord SquareClass = {FW_CLASS_COOKIE, "Square",      sizeof(Square),
+                                   &ShapeClass,     SquareMethods, 0};
+
+// No table at all, and an empty one, are both allowed.
+const FwClassRecord PlainClass = {FW_CLASS_COOKIE, "Plain", sizeof(FwObject),
+                                  &FwObjectClass,  nullptr, 0};
+const FwIntercept NoMethods[] = {{nullptr, nullptr}};
+const FwClassRecord EmptyClass = {FW_CLASS_COOKIE, "Empty",   sizeof(FwObject),
+                                  &PlainClass,     NoMethods, 0};
+
+const char UnknownMessage[] = "UnknownMessage";
+
+struct DestroyedNote {
+  void* pSubject = nullptr;
+  void* pElement = nullptr;
+  int notified = 0;
+  std::vector<std::string> order;
+};
+
+void NoteDestroyed(void* /*pObserver*/, void* pSubject, FwObj* pChange, void* pContext) {
+  auto* note = static_cast<DestroyedNote*>(pContext);
+  note->pSubject = pSubject;
+  note->pElement = static_cast<FwChangeDestroy*>(pChange)->pElement;
+  note->notified++;
+  note->order.emplace_back("notified");
+}
+
+void NoteEnded(void* /*pObserver*/, void* /*pSubject*/, const FwClassRecord* /*pChangeClass*/,
+               void* pContext) {
+  static_cast<DestroyedNote*>(pContext)->order.emplace_back("ended");
+}
+
+void IgnoreChange(void* /*pObserver*/, void* /*pSubject*/, FwObj* /*pChange*/, void* /*pContext*/) {
+}
+
+}  // namespace
+
+TEST(FwClass, SendingCreateToTheTreeClassIsProhibited) {
+  ExpectAsserts expected({"Class prohibits message"});
+  EXPECT_EQ(Fw_msg_Create(nullptr, &FwTreeClass), nullptr);
+}
+
+TEST(FwClass, AProhibitionIsReportedFromTheCacheToo) {
+  ExpectAsserts expected({"Class prohibits message", "Class prohibits message"});
+  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, &FwChangeAddClass), nullptr);
+  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, &FwChangeAddClass), nullptr);
+}
+
+TEST(FwClass, AProhibitionStopsTheSearchThroughTheSuperclasses) {
+  // FwErrorClass prohibits what FwTreeClass offers.
+  EXPECT_NE(FwClassFindMethod(_Fw_msg_CreateAndLink_Handle, &FwTreeClass), nullptr);
+  ExpectAsserts expected({"Class prohibits message"});
+  EXPECT_EQ(Fw_msg_CreateAndLink(&FwErrorClass, nullptr, nullptr), nullptr);
+}
+
+TEST(FwClass, InheritanceIsFoundThroughClassesBetween) {
+  FwChangeCreate change;
+  ASSERT_EQ(Fw_msg_CreateWith(&change, &FwChangeCreateClass, nullptr), &change);
+  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeCreateClass), 1);
+  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeAddClass), 1);
+  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeMemberShipClass), 1);
+  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwObjectClass), 1);
+  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeRemoveClass), 0);
+  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, nullptr), 0);
+}
+
+TEST(FwClass, ASecondDispatchIsServedByTheCache) {
+  FwMethod* method = FwClassFindMethod(_Fw_msg_Destroy_Handle, &EmptyClass);
+  ASSERT_NE(method, nullptr);
+  const uint32 hits = fcCacheHits;
+  const uint32 misses = fcCacheMisses;
+  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Destroy_Handle, &EmptyClass), method);
+  EXPECT_EQ(fcCacheHits, hits + 1);
+  EXPECT_EQ(fcCacheMisses, misses);
+}
+
+TEST(FwClass, ASubclassAndItsSuperclassAreCachedSeparately) {
+  const FwClassRecord fresh = {FW_CLASS_COOKIE, "Fresh", sizeof(FwObject),
+                               &FwObjectClass,  nullptr, 0};
+  FwMethod* inherited = FwClassFindMethod(_Fw_msg_Destroy_Handle, &FwObjectClass);
+  const uint32 misses = fcCacheMisses;
+  const uint32 used = fcCacheUsed;
+  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Destroy_Handle, &fresh), inherited);
+  EXPECT_EQ(fcCacheMisses, misses + 1);
+  EXPECT_LE(fcCacheUsed, used + 1);
+  EXPECT_LE(fcCacheUsed, 512u);
+}
+
+TEST(FwClass, TheCacheNeverAnswersForAnotherPair) {
+  // More pairs than the cache has entries, twice over: each answer must be its own class's.
+  std::vector<FwClassRecord> classes;
+  classes.reserve(1500);
+  for (int i = 0; i < 1500; i++)
+    classes.push_back({FW_CLASS_COOKIE, "Many", sizeof(FwObject),
+                       i % 2 == 0 ? &FwObjectClass : &ShapeClass, nullptr, 0});
+  FwMethod* ofObject = FwClassFindMethod(_Fw_msg_Destroy_Handle, &FwObjectClass);
+  FwMethod* ofShape = FwClassFindMethod(_Fw_msg_Destroy_Handle, &ShapeClass);
+  ASSERT_NE(ofObject, ofShape);
+  for (int round = 0; round < 2; round++) {
+    for (std::size_t i = 0; i < classes.size(); i++) {
+      ASSERT_EQ(FwClassFindMethod(_Fw_msg_Destroy_Handle, &classes[i]),
+                i % 2 == 0 ? ofObject : ofShape);
+    }
+  }
+  EXPECT_LE(fcCacheUsed, 512u);
+}
+
+TEST(FwClass, AllocatingANonHeapClassIsRefused) {
+  ExpectAsserts expected({"No memory provided for non heap object"});
+  EXPECT_EQ(FwClassAlloc(&FwChangeClass, ALLOC_MAY_FAIL), nullptr);
+}
+
+TEST(FwClass, AllocatingWhatIsNoClassIsRefused) {
+  FwClassRecord broken = FwObjectClass;
+  broken.classMagicCookie = 0xdead;
+  ExpectAsserts expected({"Not a class", "Not a class"});
+  EXPECT_EQ(FwClassAlloc(nullptr, ALLOC_MAY_FAIL), nullptr);
+  EXPECT_EQ(FwClassAlloc(&broken, ALLOC_MAY_FAIL), nullptr);
+}
+
+TEST(FwClass, FindingAMethodOfWhatIsNoClassIsRefused) {
+  FwClassRecord broken = FwObjectClass;
+  broken.classMagicCookie = 0;
+  ExpectAsserts expected({"Not a class", "Not a class"});
+  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, nullptr), nullptr);
+  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, &broken), nullptr);
+}
+
+TEST(FwClass, AMessageThatNoClassKnowsIsNotFound) {
+  ExpectAsserts expected({"Message not found"});
+  EXPECT_EQ(FwClassFindMethod(UnknownMessage, &SquareClass), nullptr);
+}
+
+TEST(FwClass, MessagesAreTheAddressNotTheText) {
+  const char copy[] = "Fw_msg_Create";
+  ExpectAsserts expected({"Message not found"});
+  EXPECT_EQ(FwClassFindMethod(copy, &FwObjectClass), nullptr);
+}
+
+TEST(FwClass, AHeapInstanceStartsAllZero) {
+  auto* square = static_cast<Square*>(FwClassAlloc(&SquareClass, ALLOC_MUST_SUCCEED));
+  ASSERT_NE(square, nullptr);
+  EXPECT_EQ(square->pClassRecord, nullptr);
+  EXPECT_EQ(square->sides, 0);
+  EXPECT_EQ(square->width, 0);
+  FwMemFree(square);
+}
+
+TEST(FwClass, ConstructorsAndDestructorsRunThroughTheSuperclasses) {
+  calls.clear();
+  auto* square = static_cast<Square*>(Fw_msg_Create(nullptr, &SquareClass));
+  ASSERT_NE(square, nullptr);
+  EXPECT_EQ(square->pClassRecord, &SquareClass);
+  EXPECT_EQ(square->sides, 4);
+  EXPECT_EQ(square->width, 7);
+  Fw_msg_Destroy(square);
+  EXPECT_EQ(calls, (std::vector<std::string>{"create square", "create shape", "destroy shape"}));
+}
+
+TEST(FwClass, TheRootConstructsInMemoryOfTheCallersWithoutClearingIt) {
+  Shape shape;
+  shape.created = 5;
+  EXPECT_EQ(FwClassFindMethodAs<Fw_msg_Create_Fn>(_Fw_msg_Create_Handle, &FwObjectClass)(
+                &shape, &ShapeClass),
+            &shape);
+  EXPECT_EQ(shape.pClassRecord, &ShapeClass);
+  EXPECT_EQ(shape.created, 5);
+}
+
+TEST(FwClass, TheRootRefusesToAllocateANonHeapInstance) {
+  ExpectAsserts expected({"No memory provided for non heap object"});
+  EXPECT_EQ(Fw_msg_Create(nullptr, &FwChangeClass), nullptr);
+}
+
+TEST(FwClass, DestroyingANonHeapObjectLeavesItsMemoryAlone) {
+  FwChange change;
+  ASSERT_EQ(Fw_msg_Create(&change, &FwChangeClass), &change);
+  Fw_msg_Destroy(&change);  // freeing the stack would end the program
+  EXPECT_EQ(change.pClassRecord, &FwChangeClass);
+}
+
+TEST(FwClass, AHeapClassFreesMemoryOfTheCallersAllTheSame) {
+  // The flag is on the class: what the caller allocated is gone with the object. A leak is reported
+  // if it were not.
+  void* memory = FwMemAlloc(sizeof(FwObject), ALLOC_MUST_SUCCEED | INIT_NONE);
+  ASSERT_EQ(Fw_msg_Create(memory, &PlainClass), memory);
+  Fw_msg_Destroy(memory);
+}
+
+TEST(FwClass, DestructionIsToldToObserversOfTheClass) {
+  DestroyedNote note;
+  int observer = 0;
+  void* subject = const_cast<FwClassRecord*>(&PlainClass);
+  FwObserveStart(&observer, subject, &FwChangeDestroyClass, NoteDestroyed, &note, nullptr);
+  FwObj* pObj = Fw_msg_Create(nullptr, &PlainClass);
+  const auto address = reinterpret_cast<std::uintptr_t>(pObj);
+  Fw_msg_Destroy(pObj);
+  EXPECT_EQ(note.notified, 1);
+  EXPECT_EQ(note.pSubject, subject);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(note.pElement), address);
+  FwObserveEnd(&observer, nullptr, nullptr);
+}
+
+TEST(FwClass, DestructionNotifiesBeforeItEndsTheObjectsOwnObservations) {
+  DestroyedNote note;
+  int observer = 0;
+  FwObserveStart(&observer, const_cast<FwClassRecord*>(&PlainClass), &FwChangeClass, NoteDestroyed,
+                 &note, nullptr);
+  FwObj* pObj = Fw_msg_Create(nullptr, &PlainClass);
+  FwObserveStart(&observer, pObj, &FwChangeClass, IgnoreChange, &note, NoteEnded);
+  Fw_msg_Destroy(pObj);
+  EXPECT_EQ(note.order, (std::vector<std::string>{"notified", "ended"}));
+  FwObserveEnd(&observer, nullptr, nullptr);
+}
+
+TEST(FwClass, MessageHandlesHoldTheNameOfTheMessage) {
+  EXPECT_STREQ(_Fw_msg_Create_Handle, "Fw_msg_Create");
+  EXPECT_STREQ(_Fw_msg_Destroy_Handle, "Fw_msg_Destroy");
+  EXPECT_STREQ(_Fw_msg_classInheritsFrom_Handle, "Fw_msg_classInheritsFrom");
+  EXPECT_STREQ(_Fw_msg_EnumerateDescendantsMatching_Handle, "Fw_msg_EnumerateDescendantsMatching");
+  EXPECT_STREQ(_Fw_msg_CreateError_Handle, "Fw_msg_CreateError");
+  EXPECT_STREQ(_Fw_msg_CreateWith_Handle, "Fw_msg_CreateWith");
+}
+
+namespace {
+
+struct MethodRow {
+  FwMessageID messageID;
+  bool prohibited = false;
+};
+
+struct ClassRow {
+  const FwClassRecord* pClass;
+  const char* pszName;
+  std::size_t nBytes;
+  const FwClassRecord* pSuper;
+  bool nonHeap;
+  std::vector<MethodRow> methods;
+};
+
+}  // namespace
+
+TEST(FwClass, TheClassesAreAsTheirTableSays) {
+  const std::vector<ClassRow> rows = {
+      {&FwObjectClass,
+       "ObjectClass",
+       8,
+       nullptr,
+       false,
+       {{_Fw_msg_Create_Handle}, {_Fw_msg_Destroy_Handle}, {_Fw_msg_classInheritsFrom_Handle}}},
+      {&FwTreeClass,
+       "TreeClass",
+       32,
+       &FwObjectClass,
+       false,
+       {{_Fw_msg_CreateAndLink_Handle},
+        {_Fw_msg_Create_Handle, true},
+        {_Fw_msg_Destroy_Handle},
+        {_Fw_msg_GetRoot_Handle},
+        {_Fw_msg_IsDescendant_Handle},
+        {_Fw_msg_EnumerateChildren_Handle},
+        {_Fw_msg_EnumerateChildrenMatching_Handle},
+        {_Fw_msg_EnumerateDescendants_Handle},
+        {_Fw_msg_EnumerateDescendantsMatching_Handle},
+        {_Fw_msg_AtIndex_Handle},
+        {_Fw_msg_IthMatching_Handle},
+        {_Fw_msg_IndexInParent_Handle},
+        {_Fw_msg_PredecessorsMatching_Handle}}},
+      {&FwErrorClass,
+       "Error",
+       40,
+       &FwTreeClass,
+       true,
+       {{_Fw_msg_CreateError_Handle}, {_Fw_msg_CreateAndLink_Handle, true}}},
+      {&FwProgressCounterClass,
+       "ProgressCounterClass",
+       16,
+       &FwObjectClass,
+       false,
+       {{_Fw_msg_Create_Progress_Handle}, {_Fw_msg_Progress_Handle}}},
+      {&FwChangeClass, "ChangeClass", 8, &FwObjectClass, true, {}},
+      {&FwChangeMembersClass,
+       "ChangeMembersClass",
+       16,
+       &FwChangeClass,
+       true,
+       {{_Fw_msg_CreateWith_Handle}, {_Fw_msg_Create_Handle, true}}},
+      {&FwChangeMemberShipClass, "ChangeMemberShipClass", 16, &FwChangeMembersClass, true, {}},
+      {&FwChangeAddClass, "ChangeAddClass", 16, &FwChangeMemberShipClass, true, {}},
+      {&FwChangeCreateClass, "ChangeCreateClass", 16, &FwChangeAddClass, true, {}},
+      {&FwChangeRenameClass, "ChangeRenameClass", 32, &FwChangeMemberShipClass, true, {}},
+      {&FwChangeRemoveClass, "ChangeRemoveClass", 16, &FwChangeMemberShipClass, true, {}},
+      {&FwChangeDestroyClass, "ChangeDestroyClass", 16, &FwChangeRemoveClass, true, {}},
+      // The printable name is shared.
+      {&FwChangeMemberValueClass, "ChangeMemberShipClass", 24, &FwChangeMembersClass, true, {}},
+  };
+  for (const ClassRow& row : rows) {
+    SCOPED_TRACE(row.pszName);
+    EXPECT_EQ(row.pClass->classMagicCookie, 0xdeaf);
+    EXPECT_STREQ(row.pClass->pszClassName, row.pszName);
+    EXPECT_EQ(static_cast<std::size_t>(row.pClass->nBytesInInstance), row.nBytes);
+    EXPECT_EQ(row.pClass->pSuperClassRecord, row.pSuper);
+    EXPECT_EQ(row.pClass->flags, row.nonHeap ? FW_CLASS_NON_HEAP : 0u);
+    const FwIntercept* pRow = row.pClass->pMethodTable;
+    for (const MethodRow& method : row.methods) {
+      ASSERT_NE(pRow, nullptr);
+      EXPECT_STREQ(pRow->messageID, method.messageID);
+      EXPECT_EQ(pRow->messageID, method.messageID);
+      EXPECT_EQ(pRow->method == nullptr, method.prohibited);
+      pRow++;
+    }
+    EXPECT_TRUE(pRow == nullptr || pRow->messageID == nullptr);
+  }
+}
