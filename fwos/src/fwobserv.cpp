@@ -176,8 +176,8 @@ const FwClassRecord FwChangeRemoveClass = {
 const FwClassRecord FwChangeDestroyClass = {
     FW_CLASS_COOKIE, "ChangeDestroyClass", sizeof(FwChangeDestroy), &FwChangeRemoveClass,
     nullptr,         FW_CLASS_NON_HEAP};
-// Kept: the printable name is that of another class. Names are for display only, and logs have
-// always shown this one.
+// Kept: the printable name is that of another class. It is what users of the name see, and nothing
+// is looked up by it.
 const FwClassRecord FwChangeMemberValueClass = {
     FW_CLASS_COOKIE, "ChangeMemberShipClass", sizeof(FwChangeMemberValue), &FwChangeMembersClass,
     nullptr,         FW_CLASS_NON_HEAP};

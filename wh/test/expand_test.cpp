@@ -248,12 +248,6 @@ TEST_F(Expand, ADirectoryIsNoFile) {
   EXPECT_EQ(error_, "*** Error: File  String parameter illegal value");
 }
 
-TEST_F(Expand, AFileThatCannotBeReadGivesNothing) {
-  const std::string directory = tree_.Directory("directory");
-  EXPECT_EQ((*this)("<%[" + directory + "]>"), "<>");
-  EXPECT_EQ(error_, "*** Error: Operation denied");
-}
-
 TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
   CollectReports collect;
   Bind("B", "x");
@@ -293,12 +287,8 @@ TEST_F(ExpandDeathTest, AValueThatRefersToItselfEndsAsExhaustedMemory) {
   Bind("B", "%(C)");
   Bind("C", "%(B)");
   EXPECT_EXIT(ExpandToDeath("%(B)", symtab_), testing::ExitedWithCode(1), message);
-}
-
-TEST_F(ExpandDeathTest, AValueThatGrowsWithEachPassEndsAsExhaustedMemory) {
-  Bind("A", "%(A)" + std::string(1 << 27, 'x'));
-  EXPECT_EXIT(ExpandToDeath("%(A)", symtab_), testing::ExitedWithCode(1),
-              "frameWork error - Run out of memory");
+  Bind("D", "%(D)" + std::string(1 << 25, 'x'));
+  EXPECT_EXIT(ExpandToDeath("%(D)", symtab_), testing::ExitedWithCode(1), message);
 }
 
 TEST_F(ExpandDeathTest, AFileWithoutEndEndsAsExhaustedMemory) {

@@ -35,9 +35,7 @@ void FcTranslInit() {
 }
 
 void FcTranslShutdown() {
-  // There are no tables if the boot ended in the midst of their making.
-  if (FcTranslationDatabase.msgTemplates != nullptr)
-    FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
+  FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
   FwHashFreeTable(&FcTranslationDatabase.fixedStrings);
   FwHashFreeTable(&FcTranslationDatabase.msgTemplates);
   FwStrRecordAbandon(&FcTransLineRecord);

@@ -192,13 +192,9 @@ void free_query(WH_PRODUCT_QUERY** query) {
   if (*query == nullptr) return;
   free_prodname(&(*query)->prodname);
   free_pattern(&(*query)->pattern);
-  FwVector* media = &(*query)->media;
-  if (media->state == FW_VECTOR_OPEN) {
-    for (int i = 0; i < FwVectorLength(media); i++)
-      wh_free(FwVectorGetElement(media, i));
-    FwVectorAbandon(media, 0);
-  }
-  FwMemFreeAndClear(query);
+  for (int i = 0; i < FwVectorLength(&(*query)->media); i++)
+    wh_free(FwVectorGetElement(&(*query)->media, i));
+  free_with_vector(query, &(*query)->media);
 }
 
 WH_PRODUCT_QUERY_LIST* make_querylist() {
