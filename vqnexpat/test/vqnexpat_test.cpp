@@ -185,10 +185,23 @@ TEST(XmlFromFwfile, ReportsEachErrorOfTheParserThatAFileCanProvoke) {
   }
 }
 
+// Entities of entities: a few hundred bytes that stand for ten thousand million.
+std::string EntityBomb() {
+  std::string content = "<!DOCTYPE a [<!ENTITY e0 'aaaaaaaaaa'>";
+  for (int level = 1; level < 10; ++level) {
+    content += "<!ENTITY e" + std::to_string(level) + " '";
+    for (int i = 0; i < 10; ++i)
+      content += "&e" + std::to_string(level - 1) + ";";
+    content += "'>";
+  }
+  return content + "]><a>&e9;</a>";
+}
+
 TEST(XmlFromFwfile, AnErrorWithoutAKindIsAssertedAndBecomesABug) {
   const std::string contents[] = {
       "<?xml encoding=\"UTF-8\"?><a/>",
       "<!DOCTYPE a PUBLIC '{' 'x'><a/>",
+      EntityBomb(),
   };
   TemporaryTree tree;
   for (const std::string& content : contents) {
