@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fwmem.h"
+#include "fwstrprf.h"
 #include "process.h"
 #include "recorder.h"
 
@@ -25,7 +26,7 @@ std::string Take(FwTextString text) {
 std::string Rendered(FwErrorState* err) {
   FwStrRecord record = {};
   FwStrRecordOpen(&record);
-  FwErrorPrintf(&record, err);
+  FwStrPrintf(&record, 0, err->pError->ptbzFormat, err->items[0].type, err->items[0].name);
   return Take(FwStrRecordClose(&record));
 }
 
@@ -180,7 +181,7 @@ TEST(XmlFromFwfile, ReportsEachErrorOfTheParserThatAFileCanProvoke) {
     FwErrorState err;
     EXPECT_EQ(0, Feed(&err, path).result) << row.content;
     EXPECT_EQ(row.kind, err.pError) << row.content;
-    EXPECT_EQ(std::string(row.text) + " in File " + path + ", (Error Code: 0)", Rendered(&err));
+    EXPECT_EQ(std::string(row.text) + " in File " + path, Rendered(&err));
     FwErrorClear(&err);
   }
 }
@@ -220,7 +221,7 @@ TEST(XmlFromFwfile, AMissingFileIsTheErrorOfOpening) {
   Feed feed(&err, path);
   EXPECT_EQ(0, feed.result);
   EXPECT_EQ(fwErrorNonExistent, err.pError);
-  EXPECT_EQ("Error: File " + path + " Does not exist, (Error Code: 2)", Rendered(&err));
+  EXPECT_EQ("Error: File " + path + " Does not exist", Rendered(&err));
   FwErrorClear(&err);
 }
 
@@ -327,6 +328,7 @@ TEST(XmlFromFwfile, ClosesTheFileInEveryCase) {
     for (const std::string& path : {good, bad, dir}) {
       FwErrorState err;
       Feed feed(&err, path);
+      ASSERT_EQ(path == bad ? 0 : 1, feed.result);
       ASSERT_NE(fwErrorSoftwareLimit, err.pError);
       FwErrorClear(&err);
     }
