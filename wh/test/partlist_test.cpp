@@ -23,7 +23,7 @@ struct List {
   }
 
   std::string Read(const std::string& content, WH_XML_PARSE_FLAGS flags = 0) {
-    tree.Write("partlist.xml", content);
+    Rewrite(tree, "partlist.xml", content);
     return Get(flags);
   }
 

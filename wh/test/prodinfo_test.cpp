@@ -26,7 +26,7 @@ struct Product {
   }
 
   std::string Read(const std::string& content, WH_XML_PARSE_FLAGS flags = 0, int optional = 0) {
-    tree.Write("c/n/1/0/product.xml", content);
+    Rewrite(tree, "c/n/1/0/product.xml", content);
     return Get(optional, flags);
   }
 

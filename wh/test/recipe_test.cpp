@@ -26,7 +26,7 @@ struct Recipe {
   }
 
   std::string Read(const std::string& content, WH_XML_PARSE_FLAGS flags = 0) {
-    tree.Write(leaf, content);
+    Rewrite(tree, leaf, content);
     return Get(flags);
   }
 

@@ -23,7 +23,7 @@ struct Settings {
   }
 
   std::string Read(const std::string& content, WH_XML_PARSE_FLAGS flags = 0) {
-    tree.Write("env.xml", content);
+    Rewrite(tree, "env.xml", content);
     return Get(flags);
   }
 
