@@ -337,16 +337,22 @@ WH_VARIETY_SEQ* matching_varieties(WH_VARIETY_SEQ* varieties, WH_PATTERN* patter
 
 // ---- The index ----------------------------------------------------------------------------------
 
+// A place of the index's table of names: empty if product is null.
+struct WH_INDEX_SLOT {
+  WH_PRODUCT* product = nullptr;
+  uint32 hash = 0;  // of the four fields of its name
+};
+
 // The products loaded so far under one base directory. A product is read the first time that it is
 // asked for and lives until index_close. entries keeps the order of loading; by_name finds a
 // product by its name without a scan:
 //
-//   by_name  [ 0 | P2 | 0 | 0 | P1 | P3 | 0 | 0 ]    hash of the four fields, linear probing,
-//                                                    at most half full; 2^k slots
+//   by_name  [ 0 | P2 | 0 | 0 | P1 | P3 | 0 | 0 ]    linear probing from hash modulo size;
+//                                                    2^k slots, at most half of them full
 struct WH_INDEX {
   FwVector entries = {};  // of WH_PRODUCT*, owned
   FwTextString base = nullptr;
-  WH_PRODUCT** by_name = nullptr;
+  WH_INDEX_SLOT* by_name = nullptr;
   uint32 by_name_size = 0;
 };
 

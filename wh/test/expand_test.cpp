@@ -248,6 +248,12 @@ TEST_F(Expand, ADirectoryIsNoFile) {
   EXPECT_EQ(error_, "*** Error: File  String parameter illegal value");
 }
 
+TEST_F(Expand, AFileThatCannotBeReadGivesNothing) {
+  const std::string directory = tree_.Directory("directory");
+  EXPECT_EQ((*this)("<%[" + directory + "]>"), "<>");
+  EXPECT_EQ(error_, "*** Error: Operation denied");
+}
+
 TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
   CollectReports collect;
   Bind("B", "x");
@@ -287,8 +293,12 @@ TEST_F(ExpandDeathTest, AValueThatRefersToItselfEndsAsExhaustedMemory) {
   Bind("B", "%(C)");
   Bind("C", "%(B)");
   EXPECT_EXIT(ExpandToDeath("%(B)", symtab_), testing::ExitedWithCode(1), message);
-  Bind("D", "%(D)" + std::string(1 << 25, 'x'));
-  EXPECT_EXIT(ExpandToDeath("%(D)", symtab_), testing::ExitedWithCode(1), message);
+}
+
+TEST_F(ExpandDeathTest, AValueThatGrowsWithEachPassEndsAsExhaustedMemory) {
+  Bind("A", "%(A)" + std::string(1 << 27, 'x'));
+  EXPECT_EXIT(ExpandToDeath("%(A)", symtab_), testing::ExitedWithCode(1),
+              "frameWork error - Run out of memory");
 }
 
 TEST_F(ExpandDeathTest, AFileWithoutEndEndsAsExhaustedMemory) {

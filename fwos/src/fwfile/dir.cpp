@@ -141,6 +141,18 @@ int32 FwDirClose(FwErrorState* pErrState, FwDir* DirHandle) {
 
 namespace {
 
+// Whether a file stands where the writable name of a directory could not be looked at.
+bool fFileInTheWay(FwTextString ptbzDirname) {
+  FwTextString ptbzSeparator = FwFileEndsWithSeparator(ptbzDirname);
+  if (!ptbzSeparator) return false;
+  FwErrorState err;
+  *ptbzSeparator = 0;
+  const bool fExists = FwFileGetInfo(&err, ptbzDirname, nullptr, 0);
+  *ptbzSeparator = '/';
+  FwErrorClear(&err);
+  return fExists;
+}
+
 // Creates the directory that a writable name denotes. The name is cut for the calls in between, and
 // whole again afterwards.
 int32 FiDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags) {
@@ -155,6 +167,8 @@ int32 FiDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   if (Fw_msg_IsDescendant(fwErrorNonExistent, err.pError)) {
     ptbzSeparator = FwFileEndsWithSeparator(ptbzDirname);
     FwAssert(ptbzSeparator, "FwDirCreate should have ensured trailing sep");
+  } else if (fFileInTheWay(ptbzDirname)) {
+    FwErrorSet(&err, fwErrorAlreadyExists, 2, FWT("File"), ptbzDirname);
   }
   if (!ptbzSeparator || FwFileIsRoot(ptbzDirname)) {
     FwErrorCopy(pErrState, &err);

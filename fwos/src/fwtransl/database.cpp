@@ -35,7 +35,9 @@ void FcTranslInit() {
 }
 
 void FcTranslShutdown() {
-  FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
+  // There are no tables if the boot ended in the midst of their making.
+  if (FcTranslationDatabase.msgTemplates != nullptr)
+    FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
   FwHashFreeTable(&FcTranslationDatabase.fixedStrings);
   FwHashFreeTable(&FcTranslationDatabase.msgTemplates);
   FwStrRecordAbandon(&FcTransLineRecord);

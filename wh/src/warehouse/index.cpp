@@ -29,18 +29,17 @@ uint32 name_hash(WH_PRODUCT_NAME* prodname) {
 }
 
 // The slot that holds the product of that name, or the empty one where it belongs.
-WH_PRODUCT** name_slot(WH_INDEX* index, WH_PRODUCT_NAME* prodname) {
+WH_INDEX_SLOT* name_slot(WH_INDEX* index, WH_PRODUCT_NAME* prodname, uint32 hash) {
   const uint32 mask = index->by_name_size - 1;
-  uint32 i = name_hash(prodname) & mask;
-  while (index->by_name[i] != nullptr &&
-         !equal_prodnames(index->by_name[i]->prodinfo->prodname, prodname))
-    i = (i + 1) & mask;
-  return &index->by_name[i];
+  WH_INDEX_SLOT* slot = &index->by_name[hash & mask];
+  for (uint32 i = hash + 1; slot->product != nullptr; slot = &index->by_name[i++ & mask])
+    if (slot->hash == hash && equal_prodnames(slot->product->prodinfo->prodname, prodname)) break;
+  return slot;
 }
 
 void make_name_slots(WH_INDEX* index, uint32 size) {
-  index->by_name = static_cast<WH_PRODUCT**>(
-      FwMemAlloc(size * sizeof(WH_PRODUCT*), ALLOC_MUST_SUCCEED | INIT_ZERO));
+  index->by_name = static_cast<WH_INDEX_SLOT*>(
+      FwMemAlloc(size * sizeof(WH_INDEX_SLOT), ALLOC_MUST_SUCCEED | INIT_ZERO));
   index->by_name_size = size;
 }
 
@@ -48,17 +47,24 @@ WH_PRODUCT* entry(WH_INDEX* index, int i) {
   return static_cast<WH_PRODUCT*>(FwVectorGetElement(&index->entries, i));
 }
 
+// Enters a product under its name, unless one of that name is there already.
+void enter_name(WH_INDEX* index, WH_PRODUCT* product) {
+  const uint32 hash = name_hash(product->prodinfo->prodname);
+  WH_INDEX_SLOT* slot = name_slot(index, product->prodinfo->prodname, hash);
+  if (slot->product == nullptr) *slot = {product, hash};
+}
+
 void add_entry(WH_INDEX* index, WH_PRODUCT* product) {
   FwVectorAddElement(&index->entries, product);
   const int count = FwVectorLength(&index->entries);
-  if (static_cast<uint32>(count) > index->by_name_size / 2) {
-    FwMemFree(index->by_name);
-    make_name_slots(index, index->by_name_size * 2);
-    for (int i = 0; i < count - 1; i++)
-      *name_slot(index, entry(index, i)->prodinfo->prodname) = entry(index, i);
+  if (static_cast<uint32>(count) <= index->by_name_size / 2) {
+    enter_name(index, product);
+    return;
   }
-  WH_PRODUCT** slot = name_slot(index, product->prodinfo->prodname);
-  if (*slot == nullptr) *slot = product;
+  FwMemFree(index->by_name);
+  make_name_slots(index, index->by_name_size * 2);
+  for (int i = 0; i < count; i++)
+    enter_name(index, entry(index, i));
 }
 
 // ---- Loading
@@ -164,8 +170,8 @@ void index_close(WH_INDEX* index) {
 
 WH_PRODUCT* index_fetch(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
                         int optional) {
-  if (WH_PRODUCT* product = *name_slot(index, prodname)) return product;
-  return index_add(err, index, prodname, optional);
+  WH_PRODUCT* product = name_slot(index, prodname, name_hash(prodname))->product;
+  return product != nullptr ? product : index_add(err, index, prodname, optional);
 }
 
 WH_PRODUCT* index_add(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname, int optional) {

@@ -192,9 +192,13 @@ void free_query(WH_PRODUCT_QUERY** query) {
   if (*query == nullptr) return;
   free_prodname(&(*query)->prodname);
   free_pattern(&(*query)->pattern);
-  for (int i = 0; i < FwVectorLength(&(*query)->media); i++)
-    wh_free(FwVectorGetElement(&(*query)->media, i));
-  free_with_vector(query, &(*query)->media);
+  FwVector* media = &(*query)->media;
+  if (media->state == FW_VECTOR_OPEN) {
+    for (int i = 0; i < FwVectorLength(media); i++)
+      wh_free(FwVectorGetElement(media, i));
+    FwVectorAbandon(media, 0);
+  }
+  FwMemFreeAndClear(query);
 }
 
 WH_PRODUCT_QUERY_LIST* make_querylist() {

@@ -1,0 +1,1151 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utime.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "fcboot.h"
+#include "files.h"
+#include "process.h"
+#include "recorder.h"
+#include "syscalls.h"
+
+namespace {
+
+// An open file that closes itself.
+class Open {
+ public:
+  Open(const std::string& path, uint32 flags) : file_(FwFileOpen(err_, Txt(path), flags)) {
+    EXPECT_EQ("clear", Describe(err_));
+    EXPECT_GE(file_, 0);
+  }
+  ~Open() {
+    if (file_ < 0) return;
+    EXPECT_EQ(1, FwFileClose(err_, file_));
+  }
+  Open(const Open&) = delete;
+  Open& operator=(const Open&) = delete;
+  operator FwFile() const { return file_; }
+
+ private:
+  Error err_;
+  FwFile file_;
+};
+
+// A tickle function that asks for an abort at its n-th call, or never.
+int nTickles = 0;
+int nAbortAt = 0;
+
+int32 CountTickles(int32, int32) {
+  return ++nTickles == nAbortAt;
+}
+
+class Tickle {
+ public:
+  explicit Tickle(int abort_at = 0) {
+    nTickles = 0;
+    nAbortAt = abort_at;
+    fcBootContext.control.application_tickle = CountTickles;
+  }
+  ~Tickle() { fcBootContext.control.application_tickle = nullptr; }
+  int count() const { return nTickles; }
+};
+
+Vq32x2 Offset(int64_t n) {
+  Vq32x2 offset;
+  offset.low = static_cast<uint32>(n);
+  offset.high = static_cast<int32>(n >> 32);
+  return offset;
+}
+
+int64_t Value(const Vq32x2& n) {
+  return static_cast<int64_t>(static_cast<uint64_t>(static_cast<uint32>(n.high)) << 32 | n.low);
+}
+
+// ---------------------------------------------------------------------------------------------
+// What every operation checks first
+
+// Each operation with its flags, or with none of its own.
+struct Operation {
+  const char* name;
+  std::function<int64_t(FwErrorState*, uint32)> run;
+  int64_t failure;
+  uint32 unknown;  // the lowest flag that it doesn't know; 0: it has none
+};
+
+char kSomeFile[] = "/no-such/file";
+
+const std::vector<Operation>& Operations() {
+  static FwFileInfo info = {};
+  static FwFileDiskFreeInfo diskfree;
+  static FwFileTreeSizeInfo size;
+  static char buffer[4];
+  static Vq32x2 offset;
+  static Record& record = *new Record;  // outlives the framework
+  static FwTextString file = FWT(kSomeFile);
+  static FwTextString dir = FWT("/no-such/dir/");
+  static FwFileOpenExtras extras;
+  static const std::vector<Operation> operations = {
+      {"FwFileOpen", [](auto* e, uint32 f) { return FwFileOpen(e, file, 1 | f); }, -1, 0x100},
+      {"FwFileOpenExtended",
+       [](auto* e, uint32 f) { return FwFileOpenExtended(e, file, 1 | f, &extras); }, -1, 0x100},
+      {"FwFileRead", [](auto* e, uint32) { return FwFileRead(e, 999, buffer, 1); }, 0, 0},
+      {"FwFileWrite", [](auto* e, uint32) { return FwFileWrite(e, 999, buffer, 1); }, 0, 0},
+      {"FwFileReadRecord", [](auto* e, uint32) { return FwFileReadRecord(e, 999, record); }, 0, 0},
+      {"FwFileReadLineRecord", [](auto* e, uint32) { return FwFileReadLineRecord(e, 999, record); },
+       0, 0},
+      {"FwFileSeek", [](auto* e, uint32) { return FwFileSeek(e, 999, &offset, 0); }, 0, 0},
+      {"FwFileExtent", [](auto* e, uint32) { return FwFileExtent(e, 999, &offset); }, 0, 0},
+      {"FwFileClose", [](auto* e, uint32) { return FwFileClose(e, 999); }, 0, 0},
+      {"FwFileCopy", [](auto* e, uint32 f) { return FwFileCopy(e, file, file, f); }, 0, 1},
+      {"FwFileCopyLink", [](auto* e, uint32) { return FwFileCopyLink(e, file, file, &info, 0); }, 0,
+       0},
+      {"FwFileRename", [](auto* e, uint32 f) { return FwFileRename(e, file, file, f); }, 0, 1},
+      {"FwFileDelete", [](auto* e, uint32 f) { return FwFileDelete(e, file, f); }, 0, 4},
+      {"FwFileGetInfo", [](auto* e, uint32 f) { return FwFileGetInfo(e, file, &info, f); }, 0, 2},
+      {"FwFileSetInfo", [](auto* e, uint32 f) { return FwFileSetInfo(e, file, &info, f); }, 0, 4},
+      {"FwFilenamesReferToSameFile",
+       [](auto* e, uint32) { return FwFilenamesReferToSameFile(e, file, file); }, 0, 0},
+      {"FwFilenamesReferToSameDisk",
+       [](auto* e, uint32) { return FwFilenamesReferToSameDisk(e, file, file); }, 0, 0},
+      {"FwDirOpen", [](auto* e, uint32 f) { return FwDirOpen(e, dir, f) != nullptr; }, 0, 2},
+      {"FwDirDelete", [](auto* e, uint32 f) { return FwDirDelete(e, dir, f); }, 0, 4},
+      {"FwFileCopyTree",
+       [](auto* e, uint32 f) { return FwFileCopyTree(e, file, file, nullptr, f); }, 0, 1},
+      {"FwFileCopyTreeEx",
+       [](auto* e, uint32 f) { return FwFileCopyTreeEx(e, file, file, nullptr, f, nullptr); }, 0,
+       1},
+      {"FwFileSetInfoTree", [](auto* e, uint32 f) { return FwFileSetInfoTree(e, file, f); }, 0, 2},
+      {"FwFileTreeSize", [](auto* e, uint32) { return FwFileTreeSize(e, file, &size, 1); }, 0, 0},
+      {"FwFileDiskFree", [](auto* e, uint32) { return FwFileDiskFree(e, file, &diskfree); }, 0, 0},
+  };
+  return operations;
+}
+
+TEST(FwFile, EveryOperationReturnsItsFailureValueAtOnceForANullState) {
+  for (const Operation& operation : Operations()) {
+    if (operation.name == std::string("FwFileCopyLink")) continue;
+    SCOPED_TRACE(operation.name);
+    ExpectAsserts expected({"NULL"});
+    EXPECT_EQ(operation.failure, operation.run(nullptr, 0));
+  }
+}
+
+TEST(FwFile, EveryOperationRefusesFlagsThatItDoesNotKnow) {
+  for (const Operation& operation : Operations()) {
+    if (!operation.unknown) continue;
+    SCOPED_TRACE(operation.name);
+    ExpectAsserts expected({"bad arg", "bad arg"});
+    Error err;
+    EXPECT_EQ(operation.failure, operation.run(err, operation.unknown));
+    EXPECT_EQ("Unimplemented", Describe(err));
+    FwErrorClear(err);
+    EXPECT_EQ(operation.failure, operation.run(err, 0x40000000));
+    EXPECT_EQ("Unimplemented", Describe(err));
+  }
+}
+
+TEST(FwFile, HandlesBelowZeroAreOutOfRange) {
+  char buffer[4];
+  Vq32x2 offset;
+  Record record;
+  const std::vector<std::function<uint32(FwErrorState*)>> operations = {
+      [&](FwErrorState* err) { return FwFileRead(err, -1, buffer, 1); },
+      [&](FwErrorState* err) { return FwFileWrite(err, -5, buffer, 1); },
+      [&](FwErrorState* err) { return FwFileReadRecord(err, -1, record); },
+      [&](FwErrorState* err) { return FwFileReadLineRecord(err, -1, record); },
+      [&](FwErrorState* err) { return static_cast<uint32>(FwFileExtent(err, -1, &offset)); },
+      [&](FwErrorState* err) { return static_cast<uint32>(FwFileSeek(err, -1, &offset, 0)); },
+      [&](FwErrorState* err) { return static_cast<uint32>(FwFileClose(err, -1)); },
+  };
+  for (const auto& operation : operations) {
+    Error err;
+    EXPECT_EQ(0u, operation(err));
+    EXPECT_EQ("NumericRange", Describe(err));
+  }
+}
+
+TEST(FwFile, NullBuffersAndRecordsAreRefused) {
+  const std::vector<std::function<int64_t(FwErrorState*)>> operations = {
+      [](FwErrorState* err) { return int64_t{FwFileRead(err, 0, nullptr, 1)}; },
+      [](FwErrorState* err) { return int64_t{FwFileWrite(err, 0, nullptr, 1)}; },
+      [](FwErrorState* err) { return int64_t{FwFileReadRecord(err, 0, nullptr)}; },
+      [](FwErrorState* err) { return int64_t{FwFileReadLineRecord(err, 0, nullptr)}; },
+      [](FwErrorState* err) { return int64_t{FwFileSeek(err, 0, nullptr, 0)}; },
+      [](FwErrorState* err) { return int64_t{FwFileExtent(err, 0, nullptr)}; },
+      [](FwErrorState* err) { return int64_t{FwFileSetInfo(err, FWT("/"), nullptr, 0)}; },
+      [](FwErrorState* err) { return int64_t{FwFileDiskFree(err, FWT("/"), nullptr)}; },
+      [](FwErrorState* err) { return int64_t{FwFileTreeSize(err, FWT("/"), nullptr, 1)}; },
+      [](FwErrorState* err) { return int64_t{FwDirNext(err, nullptr, nullptr, nullptr, 0)}; },
+      [](FwErrorState* err) { return int64_t{FwDirClose(err, nullptr)}; },
+      [](FwErrorState* err) {
+        FwFileWriteString(err, 0, nullptr);
+        return int64_t{0};
+      },
+  };
+  for (const auto& operation : operations) {
+    Error err;
+    EXPECT_EQ(0, operation(err));
+    EXPECT_EQ("PointerNull", Describe(err));
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Open and close
+
+TEST(FwFileOpen, GivesTheDescriptorItself) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "text"), FW_OPEN_RDONLY);
+  struct stat of_handle, of_name;
+  ASSERT_EQ(0, fstat(file, &of_handle));
+  ASSERT_EQ(0, stat((tree / "a").c_str(), &of_name));
+  EXPECT_EQ(of_name.st_ino, of_handle.st_ino);
+}
+
+TEST(FwFileOpen, WithoutAnAccessBitIsInvalidButNoError) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(-1, FwFileOpen(err, Txt(tree.Write("a", "")), 0));
+  EXPECT_EQ(-1, FwFileOpen(err, Txt(tree / "new"), FW_OPEN_CREAT));
+  EXPECT_EQ("clear", Describe(err));
+  EXPECT_FALSE(Exists(tree / "new"));
+}
+
+TEST(FwFileOpen, RefusesANameWithATrailingSeparator) {
+  TemporaryTree tree;
+  ExpectAsserts expected({"trailing directory separator when file name expected"});
+  Error err;
+  EXPECT_EQ(-1, FwFileOpen(err, Txt(tree.path() + "/"), FW_OPEN_RDONLY));
+  EXPECT_EQ("StringValue File " + tree.path() + "/", Describe(err));
+}
+
+TEST(FwFileOpen, RefusesTheRoot) {
+  ExpectAsserts expected({"root directory when file name expected"});
+  Error err;
+  EXPECT_EQ(-1, FwFileOpen(err, FWT("/"), FW_OPEN_RDONLY));
+  EXPECT_EQ("StringValue File /", Describe(err));
+}
+
+TEST(FwFileOpen, RefusesAnotherForkThanTheFirst) {
+  ExpectAsserts expected({"bad arg"});
+  Error err;
+  FwFileOpenExtras extras = fcFileOpenExtrasDefault;
+  extras.nFork = 1;
+  EXPECT_EQ(-1, FwFileOpenExtended(err, FWT("/dev/null"), FW_OPEN_RDONLY, &extras));
+  EXPECT_EQ("NumericRange", Describe(err));
+}
+
+TEST(FwFileOpen, ReportsTheAbsoluteNameOfARelativeOne) {
+  CurrentDirectory current("/no-such/");
+  Error err;
+  EXPECT_EQ(-1, FwFileOpen(err, FWT("a"), FW_OPEN_RDONLY));
+  EXPECT_EQ("NonExistent File /no-such/a", Describe(err));
+  EXPECT_EQ(ENOENT, err.platformError);
+}
+
+TEST(FwFileOpen, TakesARelativeNameFromTheDirectoryAtBoot) {
+  TemporaryTree tree;
+  tree.Write("a", "text");
+  CurrentDirectory current((tree.path() + "/").c_str());
+  Open file("a", FW_OPEN_RDONLY);
+}
+
+struct FlagsRow {
+  uint32 flags;
+  int system;  // as F_GETFL tells it
+};
+
+TEST(FwFileOpen, TranslatesTheFlagsAndTakesTheLowestAccessBit) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  const FlagsRow rows[] = {
+      {FW_OPEN_RDONLY, O_RDONLY},
+      {FW_OPEN_WRONLY, O_WRONLY},
+      {FW_OPEN_RDWR, O_RDWR},
+      {FW_OPEN_RDONLY | FW_OPEN_WRONLY, O_RDONLY},
+      {FW_OPEN_WRONLY | FW_OPEN_RDWR, O_WRONLY},
+      {FW_OPEN_RDONLY | FW_OPEN_COPYSOURCE, O_RDONLY},
+      {FW_OPEN_RDWR | FW_OPEN_APPEND, O_RDWR | O_APPEND},
+  };
+  for (const FlagsRow& row : rows) {
+    Open file(path, row.flags);
+    EXPECT_EQ(row.system, fcntl(file, F_GETFL) & (O_ACCMODE | O_APPEND)) << row.flags;
+  }
+}
+
+TEST(FwFileOpen, CreatesWithTheUmaskAndTruncates) {
+  TemporaryTree tree;
+  const mode_t mask = umask(027);
+  { Open file(tree / "new", FW_OPEN_WRONLY | FW_OPEN_CREAT); }
+  umask(mask);
+  EXPECT_EQ(0640u, Permissions(tree / "new"));
+  tree.Write("full", "text");
+  { Open file(tree / "full", FW_OPEN_WRONLY | FW_OPEN_TRUNC); }
+  EXPECT_EQ("", ReadFile(tree / "full"));
+}
+
+TEST(FwFileClose, ReportsAHandleThatIsNotOpen) {
+  Error err;
+  EXPECT_EQ(0, FwFileClose(err, 999));
+  EXPECT_EQ("Parameter File", Describe(err));
+  EXPECT_EQ(EBADF, err.platformError);
+}
+
+TEST(FwFileFromPlatformFileHandle, ReturnsItsArgument) {
+  EXPECT_EQ(7, FwFileFromPlatformFileHandle(7));
+  EXPECT_EQ(-1, FwFileFromPlatformFileHandle(-1));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Transfer
+
+TEST(FwFileRead, OfNoBytesCallsNobody) {
+  char byte;
+  Error err;
+  EXPECT_EQ(0u, FwFileRead(err, 999, &byte, 0));
+  EXPECT_EQ("clear", Describe(err));
+}
+
+TEST(FwFileRead, TakesAllInOneCallWithoutATickleFunction) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", std::string(300000, 'x')), FW_OPEN_RDONLY);
+  std::string buffer(300000, 0);
+  Error err;
+  CountTransfers count;
+  EXPECT_EQ(300000u, FwFileRead(err, file, buffer.data(), 300000));
+  EXPECT_EQ(1, count.reads());
+  EXPECT_EQ(std::string(300000, 'x'), buffer);
+}
+
+TEST(FwFileRead, EndsAtAShortCountWithoutAnError) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abc"), FW_OPEN_RDONLY);
+  char buffer[10];
+  Error err;
+  CountTransfers count;
+  EXPECT_EQ(3u, FwFileRead(err, file, buffer, 10));
+  EXPECT_EQ(1, count.reads());
+  EXPECT_EQ(0u, FwFileRead(err, file, buffer, 10));
+  EXPECT_EQ("clear", Describe(err));
+}
+
+TEST(FwFileRead, GoesInChunksOf128KilobytesWithATickleFunction) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", std::string(300000, 'x')), FW_OPEN_RDONLY);
+  std::string buffer(300000, 0);
+  Error err;
+  Tickle tickle;
+  CountTransfers count;
+  EXPECT_EQ(300000u, FwFileRead(err, file, buffer.data(), 300000));
+  EXPECT_EQ(3, count.reads());
+  EXPECT_EQ(3, tickle.count());
+}
+
+TEST(FwFileRead, CanBeAbortedBetweenChunks) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", std::string(300000, 'x')), FW_OPEN_RDONLY);
+  std::string buffer(300000, 0);
+  Error err;
+  Tickle tickle(2);
+  EXPECT_EQ(0x20000u, FwFileRead(err, file, buffer.data(), 300000));
+  EXPECT_EQ("Abort", Describe(err));
+}
+
+TEST(FwFileRead, DoesNothingWhileTheStateHoldsAnError) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abc"), FW_OPEN_RDONLY);
+  char buffer[3];
+  Error err;
+  FwErrorSet(err, fwErrorNonExistent, 2, FWT("File"), FWT("x"));
+  EXPECT_EQ(0u, FwFileRead(err, file, buffer, 3));
+  EXPECT_EQ("NonExistent File x", Describe(err));
+}
+
+TEST(FwFileRead, OfADirectoryIsDenied) {
+  TemporaryTree tree;
+  Open file(tree.path(), FW_OPEN_RDONLY);
+  char buffer[3];
+  Error err;
+  EXPECT_EQ(0u, FwFileRead(err, file, buffer, 3));
+  EXPECT_EQ("OperationDenied File", Describe(err));
+  EXPECT_EQ(EISDIR, err.platformError);
+}
+
+TEST(FwFileWrite, WritesAndReportsAHandleOpenForReading) {
+  TemporaryTree tree;
+  {
+    Open file(tree / "a", FW_OPEN_WRONLY | FW_OPEN_CREAT);
+    Error err;
+    char text[] = "abcdef";
+    EXPECT_EQ(3u, FwFileWrite(err, file, text, 3));
+    FwFileWriteString(err, file, FWT("-end"));
+    EXPECT_EQ("clear", Describe(err));
+  }
+  EXPECT_EQ("abc-end", ReadFile(tree / "a"));
+  Open file(tree / "a", FW_OPEN_RDONLY);
+  Error err;
+  char byte = 'x';
+  EXPECT_EQ(0u, FwFileWrite(err, file, &byte, 1));
+  EXPECT_EQ("Parameter File", Describe(err));
+}
+
+TEST(FwFileWrite, GoesInChunksWithATickleFunction) {
+  TemporaryTree tree;
+  Open file(tree / "a", FW_OPEN_WRONLY | FW_OPEN_CREAT);
+  std::string buffer(0x20001, 'y');
+  Error err;
+  Tickle tickle;
+  CountTransfers count;
+  EXPECT_EQ(0x20001u, FwFileWrite(err, file, buffer.data(), 0x20001));
+  EXPECT_EQ(2, count.writes());
+}
+
+TEST(FwFileWrite, AppendsWhereverTheHandleStands) {
+  TemporaryTree tree;
+  {
+    Open file(tree.Write("a", "abc"), FW_OPEN_WRONLY | FW_OPEN_APPEND);
+    Error err;
+    FwFileWriteString(err, file, FWT("d"));
+  }
+  EXPECT_EQ("abcd", ReadFile(tree / "a"));
+}
+
+TEST(FwFileReadRecord, AppendsTheWholeFileToAGrowingRecord) {
+  TemporaryTree tree;
+  const std::string content(10000, 'x');
+  Open file(tree.Write("a", content), FW_OPEN_RDONLY);
+  Record record("before ");
+  Error err;
+  EXPECT_EQ(10000u, FwFileReadRecord(err, file, record));
+  EXPECT_EQ("before " + content, record.text());
+  EXPECT_EQ(0u, FwFileReadRecord(err, file, record));
+  EXPECT_EQ("clear", Describe(err));
+}
+
+TEST(FwFileReadRecord, KeepsTheBytesBehindAZero) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", std::string("a\0b", 3)), FW_OPEN_RDONLY);
+  Record record;
+  Error err;
+  EXPECT_EQ(3u, FwFileReadRecord(err, file, record));
+  EXPECT_EQ(std::string("a\0b", 4), std::string(FWC(record.pbz), 4));
+}
+
+TEST(FwFileReadRecord, FillsAFixedRecordByASingleRead) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abcdef"), FW_OPEN_RDONLY);
+  FwByte buffer[6] = "x";
+  FwStrRecord record;
+  FwStrRecordOpenOn(&record, buffer, sizeof buffer);
+  Error err;
+  CountTransfers count;
+  EXPECT_EQ(4u, FwFileReadRecord(err, file, &record));
+  EXPECT_EQ("xabcd", Text(buffer));
+  EXPECT_EQ(1, count.reads());
+  EXPECT_EQ(0u, FwFileReadRecord(err, file, &record));
+  EXPECT_EQ(1, count.reads());
+}
+
+std::vector<std::string> Lines(const std::string& content, size_t n) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", content), FW_OPEN_RDONLY);
+  std::vector<std::string> lines;
+  Error err;
+  for (size_t i = 0; i < n; ++i) {
+    Record record;
+    const uint32 cb = FwFileReadLineRecord(err, file, record);
+    EXPECT_EQ(record.text().size(), cb);
+    lines.push_back(record.text());
+  }
+  EXPECT_EQ("clear", Describe(err));
+  return lines;
+}
+
+TEST(FwFileReadLineRecord, GivesNothingForAnEmptyLineAndForTheEnd) {
+  EXPECT_EQ((std::vector<std::string>{"a", "", "b", "", ""}), Lines("a\n\nb", 5));
+}
+
+TEST(FwFileReadLineRecord, EndsALineAtAZeroByteAndKeepsCarriageReturns) {
+  EXPECT_EQ((std::vector<std::string>{"a\r", "b", "c"}), Lines(std::string("a\r\nb\0c\n", 7), 3));
+}
+
+TEST(FwFileReadLineRecord, GrowsTheRecordForALongLine) {
+  const std::string line(5000, 'x');
+  EXPECT_EQ((std::vector<std::string>{line, "y"}), Lines(line + "\ny", 2));
+}
+
+TEST(FwFileReadLineRecord, StopsWhenAFixedRecordIsFullAndConsumesNoMore) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abcdef\n"), FW_OPEN_RDONLY);
+  FwByte buffer[4] = "";
+  FwStrRecord record;
+  FwStrRecordOpenOn(&record, buffer, sizeof buffer);
+  Error err;
+  EXPECT_EQ(3u, FwFileReadLineRecord(err, file, &record));
+  EXPECT_EQ("abc", Text(buffer));
+  Record rest;
+  EXPECT_EQ(3u, FwFileReadLineRecord(err, file, rest));
+  EXPECT_EQ("def", rest.text());
+}
+
+TEST(FwFileReadLineRecord, ReadsOneByteACall) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abc\ndef"), FW_OPEN_RDONLY);
+  Record record;
+  Error err;
+  CountTransfers count;
+  FwFileReadLineRecord(err, file, record);
+  EXPECT_EQ(4, count.reads());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Positions
+
+struct SeekRow {
+  int64_t offset;
+  uint32 from;
+  int32 result;
+  int64_t position;  // what comes back
+  int64_t length;    // of the file afterwards
+  const char* error;
+};
+
+// Each on a file of 8 bytes that stands at 3.
+const SeekRow kSeeks[] = {
+    {0, FW_SEEK_SET, 1, 0, 8, "clear"},
+    {0, FW_SEEK_CUR, 1, 3, 8, "clear"},
+    {0, FW_SEEK_END, 1, 8, 8, "clear"},
+    {5, FW_SEEK_SET, 1, 5, 8, "clear"},
+    {8, FW_SEEK_SET, 1, 8, 8, "clear"},
+    {9, FW_SEEK_SET, 1, 9, 9, "clear"},
+    {5, FW_SEEK_CUR, 1, 8, 8, "clear"},
+    {6, FW_SEEK_CUR, 1, 9, 9, "clear"},
+    {1, FW_SEEK_END, 1, 9, 9, "clear"},
+    {-2, FW_SEEK_CUR, 1, 1, 8, "clear"},
+    {-2, FW_SEEK_END, 1, 6, 8, "clear"},
+    {-1, FW_SEEK_SET, 0, 3, 8, "NumericRange"},
+    {-4, FW_SEEK_CUR, 0, 3, 8, "Parameter File"},
+    {-9, FW_SEEK_END, 0, 3, 8, "Parameter File"},
+    {0, 3, 0, 3, 8, "NumericRange"},
+    {5, 0xffffffff, 0, 3, 8, "NumericRange"},
+    {-0x80000001LL, FW_SEEK_CUR, 0, 3, 8, "NumericRange"},
+};
+
+TEST(FwFileSeek, MovesExtendsOrComesBackWithTheRealPosition) {
+  TemporaryTree tree;
+  for (const SeekRow& row : kSeeks) {
+    SCOPED_TRACE(std::to_string(row.offset) + " from " + std::to_string(row.from));
+    Open file(tree.Write("a", "12345678"), FW_OPEN_RDWR);
+    ASSERT_EQ(3, lseek(file, 3, SEEK_SET));
+    Vq32x2 offset = Offset(row.offset);
+    Error err;
+    EXPECT_EQ(row.result, FwFileSeek(err, file, &offset, row.from));
+    EXPECT_EQ(row.position, Value(offset));
+    EXPECT_EQ(row.position, lseek(file, 0, SEEK_CUR));
+    EXPECT_EQ(row.error, Describe(err));
+    EXPECT_EQ(static_cast<size_t>(row.length), ReadFile(tree / "a").size());
+  }
+}
+
+TEST(FwFileSeek, ToTenOfAnEmptyFileLeavesItTenBytesLong) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", ""), FW_OPEN_RDWR);
+  Vq32x2 offset = Offset(10);
+  Error err;
+  EXPECT_EQ(1, FwFileSeek(err, file, &offset, FW_SEEK_SET));
+  EXPECT_EQ(10, Value(offset));
+  EXPECT_EQ(10u, ReadFile(tree / "a").size());
+}
+
+TEST(FwFileSeek, ExtendsByZeros) {
+  TemporaryTree tree;
+  for (const size_t excess : {4096u, 4097u, 300000u}) {
+    Open file(tree.Write("a", "abc"), FW_OPEN_RDWR);
+    Vq32x2 offset = Offset(static_cast<int64_t>(3 + excess));
+    Error err;
+    CountTransfers count;
+    EXPECT_EQ(1, FwFileSeek(err, file, &offset, FW_SEEK_SET));
+    EXPECT_EQ(static_cast<int>((excess + 0x1ffff) / 0x20000), count.writes());
+    EXPECT_EQ(static_cast<int64_t>(3 + excess), Value(offset));
+    EXPECT_EQ("abc" + std::string(excess, 0), ReadFile(tree / "a"));
+  }
+}
+
+TEST(FwFileSeek, CannotExtendAFileOpenForReading) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abc"), FW_OPEN_RDONLY);
+  Vq32x2 offset = Offset(9);
+  Error err;
+  EXPECT_EQ(0, FwFileSeek(err, file, &offset, FW_SEEK_SET));
+  EXPECT_EQ("Parameter File", Describe(err));
+  EXPECT_EQ(3, Value(offset));
+}
+
+TEST(FwFileSeek, GivesMinusOneWhereThePositionCannotBeTold) {
+  Error err;
+  Vq32x2 offset = Offset(0);
+  EXPECT_EQ(0, FwFileSeek(err, -1, &offset, FW_SEEK_SET));
+  EXPECT_EQ(-1, Value(offset));
+  EXPECT_EQ("NumericRange", Describe(err));
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  FwErrorClear(err);
+  offset = Offset(0);
+  ExpectTraces traces({"Need to add mapping for platform error 29"});
+  ExpectAsserts asserts({"Unable to classify platform error"});
+  EXPECT_EQ(0, FwFileSeek(err, ends[0], &offset, FW_SEEK_CUR));
+  EXPECT_EQ(-1, Value(offset));
+  EXPECT_EQ(ESPIPE, err.platformError);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+TEST(FwFileSeek, AbortsAnExtensionBetweenChunks) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "abc"), FW_OPEN_RDWR);
+  Vq32x2 offset = Offset(300003);
+  Error err;
+  Tickle tickle(3);
+  EXPECT_EQ(0, FwFileSeek(err, file, &offset, FW_SEEK_SET));
+  EXPECT_EQ("Abort", Describe(err));
+  EXPECT_EQ(3 + 2 * 0x20000, Value(offset));
+}
+
+TEST(FwFileExtent, IsTheLengthOfARegularFile) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "12345"), FW_OPEN_RDONLY);
+  Vq32x2 extent = Offset(-1);
+  Error err;
+  EXPECT_EQ(1, FwFileExtent(err, file, &extent));
+  EXPECT_EQ(5, Value(extent));
+}
+
+TEST(FwFileExtent, OfAnythingElseIsDenied) {
+  Open file("/dev/null", FW_OPEN_RDONLY);
+  Vq32x2 extent;
+  Error err;
+  EXPECT_EQ(0, FwFileExtent(err, file, &extent));
+  EXPECT_EQ("OperationDenied File", Describe(err));
+  EXPECT_EQ(0xffffffffu, extent.low);
+  EXPECT_EQ(0, extent.high);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Information
+
+TEST(FwFileGetInfo, TellsTypeModeSizeAndTimes) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "12345");
+  ASSERT_EQ(0, chmod(path.c_str(), 0640));
+  const utimbuf times = {1000000000, 1234567890};
+  ASSERT_EQ(0, utime(path.c_str(), &times));
+  FwFileInfo info;
+  Error err;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &info, 0));
+  EXPECT_EQ(FW_FILE_TYPE_FILE, info.type);
+  EXPECT_EQ(0100640u, info.attributes);
+  EXPECT_EQ(5u, info.size[0].low);
+  EXPECT_EQ(0u, info.size[0].high);
+  EXPECT_EQ(1234567890u, info.modifiedTime.high);
+  EXPECT_EQ(0u, info.modifiedTime.low);
+  EXPECT_EQ(1000000000u, info.platform.accessTime.high);
+  EXPECT_EQ(0u, info.platform.accessTime.low);
+  EXPECT_EQ(static_cast<uint32>(info.platform.status.st_ctime), info.platform.changedTime.high);
+  EXPECT_EQ(0u, info.platform.changedTime.low);
+  EXPECT_EQ(5, info.platform.status.st_size);
+}
+
+TEST(FwFileGetInfo, SplitsALargeSize) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  ASSERT_EQ(0, truncate(path.c_str(), (int64_t{3} << 32) + 7));
+  FwFileInfo info;
+  Error err;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &info, 0));
+  EXPECT_EQ(7u, info.size[0].low);
+  EXPECT_EQ(3u, info.size[0].high);
+}
+
+TEST(FwFileGetInfo, WithoutARecordTestsForExistence) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(1, FwFileGetInfo(err, Txt(tree.path()), nullptr, 0));
+  EXPECT_EQ(0, FwFileGetInfo(err, Txt(tree / "none"), nullptr, 0));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+}
+
+TEST(FwFileGetInfo, LooksARelativeNameUpInTheRealCurrentDirectory) {
+  TemporaryTree tree;
+  CurrentDirectory current((tree.path() + "/").c_str());
+  tree.Write("only-there", "");
+  Error err;
+  EXPECT_EQ(0, FwFileGetInfo(err, FWT("only-there"), nullptr, 0));
+  EXPECT_EQ("NonExistent File only-there", Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(1, FwFileGetInfo(err, FWT("."), nullptr, 0));
+  CurrentDirectory unknown(nullptr);
+  EXPECT_EQ(0, FwFileGetInfo(err, FWT("."), nullptr, 0));
+  EXPECT_EQ("StringSyntax File .", Describe(err));
+}
+
+TEST(FwFileSetInfo, SetsWhatIsAskedFor) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  FwFileInfo info;
+  Error err;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &info, 0));
+  info.attributes = 0100600;
+  info.modifiedTime.high = 1111111111;
+  info.platform.accessTime.high = 1222222222;
+  EXPECT_EQ(1, FwFileSetInfo(err, Txt(path), &info, FW_INFO_MODIFIED_TIME));
+  FwFileInfo now;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &now, 0));
+  EXPECT_EQ(1111111111u, now.modifiedTime.high);
+  EXPECT_NE(1222222222u, now.platform.accessTime.high);
+  EXPECT_EQ(1, FwFileSetInfo(err, Txt(path), &info, FW_INFO_ACCESS_TIME | FW_INFO_ATTRIBUTES));
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &now, 0));
+  EXPECT_EQ(1111111111u, now.modifiedTime.high);
+  EXPECT_EQ(1222222222u, now.platform.accessTime.high);
+  EXPECT_EQ(0600u, Permissions(path));
+}
+
+TEST(FwFileSetInfo, SetsTheTimesOfAFileThatTurnsReadOnly) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  FwFileInfo info;
+  Error err;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &info, 0));
+  info.attributes = 0100444;
+  info.modifiedTime.high = 1111111111;
+  EXPECT_EQ(1, FwFileSetInfo(err, Txt(path), &info, FW_INFO_MODIFIED_TIME | FW_INFO_ATTRIBUTES));
+  FwFileInfo now;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(path), &now, 0));
+  EXPECT_EQ(1111111111u, now.modifiedTime.high);
+  EXPECT_EQ(0100444u, now.attributes);
+}
+
+TEST(FwFileSetInfo, WantsTheFormOfNameThatFits) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  FwFileInfo info;
+  Error err;
+  ASSERT_EQ(1, FwFileGetInfo(err, Txt(tree.path()), &info, 0));
+  EXPECT_EQ(0, FwFileSetInfo(err, Txt(tree.path()), &info, FW_INFO_ATTRIBUTES));
+  EXPECT_EQ("OperationDenied File " + tree.path(), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(1, FwFileSetInfo(err, Txt(tree.path() + "/"), &info, FW_INFO_ATTRIBUTES));
+  EXPECT_EQ(0, FwFileSetInfo(err, Txt(tree / "none"), &info, 0));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+}
+
+TEST(FwFileTimeToSeconds, AddsTheNanoseconds) {
+  VqU32x2 time;
+  time.high = 12;
+  time.low = 500000000;
+  EXPECT_NEAR(12.5, static_cast<double>(FwFileTimeToSeconds(&time)), 1e-12);
+}
+
+TEST(FwFilenamesReferToSameFile, ComparesDeviceAndInode) {
+  TemporaryTree tree;
+  tree.Write("a", "");
+  tree.Write("b", "");
+  tree.Link("link", "a");
+  ASSERT_EQ(0, link((tree / "a").c_str(), (tree / "hard").c_str()));
+  Error err;
+  EXPECT_NE(0, FwFilenamesReferToSameFile(err, Txt(tree / "a"), Txt(tree / "hard")));
+  EXPECT_NE(0, FwFilenamesReferToSameFile(err, Txt(tree / "a"), Txt(tree / "link")));
+  EXPECT_EQ(0, FwFilenamesReferToSameFile(err, Txt(tree / "a"), Txt(tree / "b")));
+  EXPECT_EQ("clear", Describe(err));
+  EXPECT_EQ(0, FwFilenamesReferToSameFile(err, Txt(tree / "a"), Txt(tree / "none")));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+}
+
+TEST(FwFilenamesReferToSameFile, TakesRelativeNamesFromTheDirectoryAtBoot) {
+  TemporaryTree tree;
+  tree.Write("a", "");
+  CurrentDirectory current((tree.path() + "/").c_str());
+  Error err;
+  EXPECT_NE(0, FwFilenamesReferToSameFile(err, FWT("a"), Txt(tree / "a")));
+}
+
+TEST(FwFilenamesReferToSameDisk, ComparesTheDevice) {
+  TemporaryTree tree;
+  tree.Write("a", "");
+  Error err;
+  EXPECT_NE(0, FwFilenamesReferToSameDisk(err, Txt(tree / "a"), Txt(tree.path())));
+  EXPECT_EQ(0, FwFilenamesReferToSameDisk(err, Txt(tree / "a"), FWT("/proc/")));
+  EXPECT_EQ("clear", Describe(err));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Copy
+
+TEST(FwFileCopy, CopiesContentAttributesAndAccessTime) {
+  TemporaryTree tree;
+  const std::string content = std::string(65536, 'a') + std::string(65536, 'b') + "tail";
+  const std::string from = tree.Write("from", content);
+  ASSERT_EQ(0, chmod(from.c_str(), 0444));
+  const utimbuf times = {1000000000, 1100000000};
+  ASSERT_EQ(0, utime(from.c_str(), &times));
+  Error err;
+  EXPECT_EQ(1, FwFileCopy(err, Txt(from), Txt(tree / "to"), 0));
+  EXPECT_EQ("clear", Describe(err));
+  struct stat status;
+  ASSERT_EQ(0, stat((tree / "to").c_str(), &status));
+  EXPECT_EQ(0100444u, status.st_mode);
+  EXPECT_EQ(1000000000, status.st_atime);
+  EXPECT_NE(1100000000, status.st_mtime);
+  EXPECT_EQ(content, ReadFile(tree / "to"));
+}
+
+TEST(FwFileCopy, CopiesAFileOfWholeBlocksAndAnEmptyOne) {
+  TemporaryTree tree;
+  Error err;
+  for (const size_t size : {0u, 65536u}) {
+    const std::string content(size, 'x');
+    EXPECT_EQ(
+        1, FwFileCopy(err, Txt(tree.Write("from", content)), Txt(tree / "to"), FW_FILE_OVERWRITE));
+    EXPECT_EQ(content, ReadFile(tree / "to"));
+  }
+  EXPECT_EQ("clear", Describe(err));
+}
+
+TEST(FwFileCopy, FollowsALinkAtTheSource) {
+  TemporaryTree tree;
+  tree.Write("real", "text");
+  Error err;
+  EXPECT_EQ(1, FwFileCopy(err, Txt(tree.Link("link", "real")), Txt(tree / "to"), 0));
+  EXPECT_EQ("text", ReadFile(tree / "to"));
+}
+
+TEST(FwFileCopy, RefusesAnExistingTarget) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(0, FwFileCopy(err, Txt(tree.Write("from", "new")), Txt(tree.Write("to", "old")), 0));
+  EXPECT_EQ("AlreadyExists File " + (tree / "to"), Describe(err));
+  EXPECT_EQ("old", ReadFile(tree / "to"));
+}
+
+TEST(FwFileCopy, ReplacesAnExistingTargetIfAsked) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(1, FwFileCopy(err, Txt(tree.Write("from", "new")), Txt(tree.Write("to", "longer")),
+                          FW_FILE_OVERWRITE));
+  EXPECT_EQ("new", ReadFile(tree / "to"));
+}
+
+TEST(FwFileCopy, OntoItselfLeavesTheFileIntact) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "text");
+  Error err;
+  EXPECT_EQ(0, FwFileCopy(err, Txt(path), Txt(path), FW_FILE_OVERWRITE));
+  EXPECT_EQ("AlreadyExists File " + path, Describe(err));
+  EXPECT_EQ("text", ReadFile(path));
+}
+
+TEST(FwFileCopy, CopiesRegularFilesOnly) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(0, FwFileCopy(err, FWT("/dev/null"), Txt(tree / "to"), 0));
+  EXPECT_EQ("OperationDenied", Describe(err));
+  EXPECT_FALSE(Exists(tree / "to"));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileCopy(err, Txt(tree / "none"), Txt(tree / "to"), 0));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+}
+
+TEST(FwFileCopy, NeedsMoreFreeSpaceThanTheSize) {
+  TemporaryTree tree;
+  const std::string from = tree.Write("from", "12345");
+  Error err;
+  {
+    DiskOf disk(5, 1000);
+    EXPECT_EQ(0, FwFileCopy(err, Txt(from), Txt(tree / "to"), 0));
+  }
+  EXPECT_EQ("DiskFull File", Describe(err));
+  EXPECT_FALSE(Exists(tree / "to"));
+  FwErrorClear(err);
+  DiskOf disk(6, 1000);
+  EXPECT_EQ(1, FwFileCopy(err, Txt(from), Txt(tree / "to"), 0));
+}
+
+TEST(FwFileCopy, ThatFailsLeavesNoTargetNotEvenTheOneOverwritten) {
+  TemporaryTree tree;
+  const std::string from = tree.Write("from", std::string(200000, 'x'));
+  const std::string to = tree.Write("to", "old");
+  Error err;
+  Tickle tickle(4);
+  EXPECT_EQ(0, FwFileCopy(err, Txt(from), Txt(to), FW_FILE_OVERWRITE));
+  EXPECT_EQ("Abort", Describe(err));
+  EXPECT_FALSE(Exists(to));
+  EXPECT_EQ(200000u, ReadFile(from).size());
+}
+
+TEST(FwFileCopy, TicklesAfterEachBlock) {
+  TemporaryTree tree;
+  Error err;
+  Tickle tickle(3);  // read, write, and the one after the only block
+  EXPECT_EQ(0, FwFileCopy(err, Txt(tree.Write("from", "text")), Txt(tree / "to"), 0));
+  EXPECT_EQ("Abort", Describe(err));
+  EXPECT_EQ(3, tickle.count());
+  EXPECT_FALSE(Exists(tree / "to"));
+}
+
+TEST(FwFileCopy, LeavesItsNamesUnwritten) {
+  TemporaryTree tree;
+  CurrentDirectory current((tree.path() + "/").c_str());
+  tree.Write("sub/from", "text");
+  Error err;
+  // Literals can't be written to.
+  EXPECT_EQ(1, FwFileCopy(err, FWT("sub/from"), FWT("sub/to"), 0));
+  EXPECT_EQ("text", ReadFile(tree / "sub/to"));
+}
+
+TEST(FwFileCopy, LeavesNoHandleOpen) {
+  TemporaryTree tree;
+  const int before = dup(0);
+  close(before);
+  Error err;
+  FwFileCopy(err, Txt(tree.Write("from", "text")), Txt(tree / "to"), 0);
+  {
+    Tickle tickle(2);
+    FwFileCopy(err, Txt(tree / "from"), Txt(tree / "other"), 0);
+  }
+  const int after = dup(0);
+  close(after);
+  EXPECT_EQ(before, after);
+}
+
+TEST(FwFileCopyLink, MakesALinkWithTheSameText) {
+  TemporaryTree tree;
+  const std::string from = tree.Link("from", "any where");
+  Error err;
+  EXPECT_EQ(1, FwFileCopyLink(err, Txt(from), Txt(tree / "to"), nullptr, 0));
+  char text[20] = {};
+  EXPECT_EQ(9, readlink((tree / "to").c_str(), text, sizeof text));
+  EXPECT_STREQ("any where", text);
+}
+
+TEST(FwFileCopyLink, PutsAFailedOperationOverThePlatformsError) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(0, FwFileCopyLink(err, Txt(tree.Write("plain", "")), Txt(tree / "to"), nullptr, 0));
+  EXPECT_EQ("OperationFailed File " + (tree / "to"), Describe(err));
+  EXPECT_EQ(0, err.platformError);
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileCopyLink(err, Txt(tree / "none"), Txt(tree / "to"), nullptr, 0));
+  EXPECT_EQ("OperationFailed File " + (tree / "to"), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileCopyLink(err, Txt(tree.Link("l", "x")), Txt(tree / "plain"), nullptr, 0));
+  EXPECT_EQ("OperationFailed File " + (tree / "plain"), Describe(err));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Rename
+
+TEST(FwFileRename, RenamesFilesAndDirectories) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(1, FwFileRename(err, Txt(tree.Write("a", "text")), Txt(tree / "b"), 0));
+  EXPECT_EQ("text", ReadFile(tree / "b"));
+  EXPECT_EQ(1, FwFileRename(err, Txt(tree.Directory("d") + "/"), Txt(tree / "e/"), 0));
+  EXPECT_TRUE(Exists(tree / "e"));
+  EXPECT_EQ("clear", Describe(err));
+}
+
+TEST(FwFileRename, RenamesAReadOnlyFileWithinADevice) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  ASSERT_EQ(0, chmod(path.c_str(), 0444));
+  Error err;
+  EXPECT_EQ(1, FwFileRename(err, Txt(path), Txt(tree / "b"), 0));
+}
+
+TEST(FwFileRename, WantsBothNamesOfOneKind) {
+  TemporaryTree tree;
+  tree.Directory("d");
+  tree.Write("a", "");
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "d/"), Txt(tree / "e"), 0));
+  EXPECT_EQ("OperationDenied", Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "a"), Txt(tree / "e/"), 0));
+  EXPECT_EQ("OperationDenied", Describe(err));
+}
+
+TEST(FwFileRename, WantsTheFormThatFitsTheOldName) {
+  TemporaryTree tree;
+  tree.Directory("d");
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "d"), Txt(tree / "e"), 0));
+  EXPECT_EQ("OperationDenied", Describe(err));
+  EXPECT_TRUE(Exists(tree / "d"));
+}
+
+TEST(FwFileRename, ReportsAnOldNameThatDoesNotExist) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "none"), Txt(tree / "b"), 0));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+  EXPECT_EQ(0, err.platformError);
+}
+
+TEST(FwFileRename, RefusesAnExistingNewNameUnlessAsked) {
+  TemporaryTree tree;
+  const std::string a = tree.Write("a", "a");
+  const std::string b = tree.Write("b", "b");
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(a), Txt(b), 0));
+  EXPECT_EQ("AlreadyExists File " + b, Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(1, FwFileRename(err, Txt(a), Txt(b), FW_FILE_OVERWRITE));
+  EXPECT_EQ("a", ReadFile(b));
+}
+
+TEST(FwFileRename, ToItselfQuietlyDoesNothing) {
+  TemporaryTree tree;
+  const std::string a = tree.Write("a", "a");
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(a), Txt(a), 0));
+  EXPECT_EQ("clear", Describe(err));
+  EXPECT_EQ("a", ReadFile(a));
+}
+
+TEST(FwFileRename, NamesTheNameThatIsAtFault) {
+  TemporaryTree tree;
+  tree.Write("full/file", "");
+  tree.Directory("d");
+  tree.Write("plain", "");
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "d/"), Txt(tree / "d/sub/"), 0));
+  EXPECT_EQ(EINVAL, err.platformError);
+  EXPECT_EQ("Parameter File " + (tree / "d/sub/"), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "d/"), Txt(tree / "full/"), FW_FILE_OVERWRITE));
+  EXPECT_EQ(ENOTEMPTY, err.platformError);
+  EXPECT_EQ("OperationDenied File " + (tree / "d/"), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileRename(err, Txt(tree / "plain"), Txt(tree / "full"), FW_FILE_OVERWRITE));
+  EXPECT_EQ(EISDIR, err.platformError);
+  EXPECT_EQ("OperationDenied File " + (tree / "full"), Describe(err));
+}
+
+TEST(FwFileRename, RefusesTheRoot) {
+  ExpectAsserts expected({"root directory when file name expected"});
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, FWT("/"), FWT("/x/"), 0));
+  EXPECT_EQ("StringValue File /", Describe(err));
+}
+
+// Two directories on different devices, if the system has them.
+class TwoDevices {
+ public:
+  TwoDevices() : other_("/dev/shm/zorenv-rename-" + std::to_string(getpid())) {
+    struct stat one, two;
+    differ_ = stat(tree_.path().c_str(), &one) == 0 && stat(other_.path().c_str(), &two) == 0 &&
+              one.st_dev != two.st_dev;
+  }
+  bool differ() const { return differ_; }
+  const TemporaryTree& here() const { return tree_; }
+  const TemporaryTree& there() const { return other_; }
+
+ private:
+  TemporaryTree tree_;
+  TemporaryTree other_;
+  bool differ_;
+};
+
+TEST(FwFileRename, CopiesAndDeletesBetweenDevices) {
+  TwoDevices devices;
+  if (!devices.differ()) GTEST_SKIP() << "one device only";
+  Error err;
+  const std::string from = devices.here().Write("a", "text");
+  EXPECT_EQ(1, FwFileRename(err, Txt(from), Txt(devices.there() / "b"), 0));
+  EXPECT_EQ("clear", Describe(err));
+  EXPECT_EQ("text", ReadFile(devices.there() / "b"));
+  EXPECT_FALSE(Exists(from));
+}
+
+TEST(FwFileRename, RefusesAReadOnlyFileBetweenDevices) {
+  TwoDevices devices;
+  if (!devices.differ()) GTEST_SKIP() << "one device only";
+  const std::string from = devices.here().Write("a", "text");
+  ASSERT_EQ(0, chmod(from.c_str(), 0444));
+  Error err;
+  EXPECT_EQ(0, FwFileRename(err, Txt(from), Txt(devices.there() / "b"), 0));
+  EXPECT_EQ("AccessDenied File " + from, Describe(err));
+  EXPECT_TRUE(Exists(from));
+  EXPECT_FALSE(Exists(devices.there() / "b"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Delete
+
+TEST(FwFileDelete, RemovesFilesLinksAndEmptyDirectories) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(1, FwFileDelete(err, Txt(tree.Write("a", "")), 0));
+  EXPECT_EQ(1, FwFileDelete(err, Txt(tree.Link("l", "none")), 0));
+  EXPECT_EQ(1, FwFileDelete(err, Txt(tree.Directory("d") + "/"), 0));
+  EXPECT_EQ("clear", Describe(err));
+  EXPECT_FALSE(Exists(tree / "a"));
+  EXPECT_FALSE(Exists(tree / "l"));
+  EXPECT_FALSE(Exists(tree / "d"));
+}
+
+TEST(FwFileDelete, TellsDirectoriesFromFilesByTheName) {
+  TemporaryTree tree;
+  tree.Write("d/a", "");
+  Error err;
+  EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "d"), 0));
+  EXPECT_EQ("OperationDenied File " + (tree / "d"), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "d/"), 0));
+  EXPECT_EQ(ENOTEMPTY, err.platformError);
+  EXPECT_EQ("OperationDenied File " + (tree / "d/"), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "d/a/"), 0));
+  EXPECT_EQ("StringValue File " + (tree / "d/a/"), Describe(err));
+  FwErrorClear(err);
+  EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "none"), 0));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+}
+
+TEST(FwFileDelete, RemovesAReadOnlyFileByForce) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("a", "");
+  ASSERT_EQ(0, chmod(path.c_str(), 0444));
+  Error err;
+  EXPECT_EQ(1, FwFileDelete(err, Txt(path), FW_DELETE_FORCE));
+  EXPECT_FALSE(Exists(path));
+}
+
+TEST(FwFileDelete, MakesWritableByForceEvenIfTheDeletionFails) {
+  TemporaryTree tree;
+  tree.Write("d/a", "");
+  ASSERT_EQ(0, chmod((tree / "d").c_str(), 0555));
+  Error err;
+  EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "d/"), FW_DELETE_FORCE));
+  EXPECT_EQ(0755u, Permissions(tree / "d"));
+}
+
+TEST(FwFileDelete, FailsByForceOnANameThatDoesNotExist) {
+  TemporaryTree tree;
+  Error err;
+  EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "none"), FW_DELETE_FORCE));
+  EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
+}
+
+TEST(FwFileDeleteEx, NeverPutsADeletionOff) {
+  TemporaryTree tree;
+  int deferred = 7;
+  Error err;
+  EXPECT_EQ(1, FwFileDeleteEx(err, Txt(tree.Write("a", "")), FW_DELETE_DEFER, &deferred));
+  EXPECT_EQ(0, deferred);
+}
+
+}  // namespace
