@@ -1,5 +1,6 @@
 // The block allocator: what is common to all debug levels, and level 0.
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -69,7 +70,8 @@ void FcMemCheckFlags(FwMemAllocFlag AllocFlags) {
 
 void FwMemExitMemoryExhausted() {
   fcBootContext.control.exiterrorf(FWT("Run out of memory"));
-  // Only the function that stands in before the boot returns.
+  // Only the function that stands in before the boot returns; what it asserted is to be seen.
+  std::fflush(stdout);
   std::_Exit(1);
 }
 
