@@ -103,6 +103,9 @@ FcTranslNode* FcTranslGetNextNode(FcTranslFile* pFile);
 // Asserts "FcTranslNodeInitData: Node data already loaded", 0.
 int32 FcTranslNodeInitData(FcTranslNode* pNode);
 
+// Whether the node's texts are there, read from the file if they were not.
+bool FcTranslEnsureData(FcTranslNode* pNode);
+
 // The chain under a hash value, or null.
 FcTranslNode* FcTranslFindChain(FwHashTable* pTable, uint32 nHash);
 
@@ -128,5 +131,34 @@ FcTranslNode* FcTranslFindFixedStringNode(FcTranslDatabase* pDatabase, FwTextStr
 
 // Frees the blocks of a file with the texts of their nodes.
 void FcTranslFreeNodeBlocks(FcTranslFile* pFile);
+
+// --- Reading ---
+
+// Moves the file's stream, and tells where it stands.
+int32 FcTranslSetFileOffset(FcTranslFile* pFile, uint32 nOffset, FwErrorState* pErrState);
+uint32 FcTranslGetFileOffset(FcTranslFile* pFile, FwErrorState* pErrState);
+
+// Read a line into the line record, comments left out, and return its text; null at the end, which
+// is no error, and on error. The second takes a line that isn't blank, trimmed.
+FwTextString FcTranslFileGetNextLine(FcTranslFile* pFile, int32 fSkipBlankLines,
+                                     uint32* pLineOffset, FwErrorState* pErrState);
+FwTextString FcTranslFileGetNextLineText(FcTranslFile* pFile, FwErrorState* pErrState);
+
+// Moves to the line behind the head of a section.
+int32 FcTranslFileFindSection(FcTranslFile* pFile, FwTextString ptbzSection,
+                              FwErrorState* pErrState);
+
+// Reads a pair into the two text records, and tells where its English text begins. 0 at the end of
+// the section, and for a fault, which is logged.
+int32 FcTranslFileReadStringPair(FcTranslFile* pFile, uint32* pOffset, FwErrorState* pErrState);
+
+// Reads the texts of a node from its file.
+int32 FcTranslLoadNodeData(FcTranslNode* pNode);
+
+// Reads the header into the file's record.
+int32 FcTranslFileLoadHeader(FcTranslFile* pFile, int32* pfPreload, FwErrorState* pErrState);
+
+// Ends reading from the file.
+void FcTranslFileCloseStream(FcTranslFile* pFile);
 
 #endif

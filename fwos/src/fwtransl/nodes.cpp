@@ -10,15 +10,17 @@ namespace {
 
 constexpr FwByte kLockLimit = 255;
 
-// A node whose text can't be had equals none.
+// A node whose text can't be had equals none. Nodes that share a chain are compared when they are
+// added, so of an entry read on demand the text is read then.
 bool SameEnglish(FcTranslNode* pNode1, FcTranslNode* pNode2) {
-  if (pNode1->pbData == nullptr || pNode2->pbData == nullptr) return false;
+  if (!FcTranslEnsureData(pNode1) || !FcTranslEnsureData(pNode2)) return false;
   return FwStrCompare(FcTranslNodeEnglish(pNode1), FcTranslNodeEnglish(pNode2)) == 0;
 }
 
 // Accounts for a node that is about to leave its chain: if none before it has its text, the next
 // one with its text is what it overrode.
 void EndOverride(FcTranslNode* pHead, FcTranslNode* pNode) {
+  if (pHead->pNext == nullptr) return;
   for (FcTranslNode* p = pHead; p != pNode; p = p->pNext) {
     if (SameEnglish(p, pNode)) return;
   }
@@ -98,6 +100,10 @@ int32 FcTranslNodeInitData(FcTranslNode* pNode) {
   std::memcpy(pbData + 1 + cbEnglish, FcTransLocalRecord.pbz, cbLocal);
   pNode->pbData = pbData;
   return 1;
+}
+
+bool FcTranslEnsureData(FcTranslNode* pNode) {
+  return pNode->pbData != nullptr;
 }
 
 FcTranslNode* FcTranslFindChain(FwHashTable* pTable, uint32 nHash) {
