@@ -12,8 +12,8 @@ struct Command {
   std::string output;
 };
 
-// The commands of a document: lines that begin with "$ " in blocks of the kind "console". What follows, up to the
-// next command or the end of the block, is their output.
+// The commands of a document: lines that begin with "$ " in blocks of the kind "console". What
+// follows, up to the next command or the end of the block, is their output.
 std::vector<Command> Commands(const std::string& document) {
   std::vector<Command> commands;
   std::istringstream lines(document);
@@ -42,7 +42,8 @@ class Documents : public testing::TestWithParam<const char*> {};
 
 TEST_P(Documents, TellWhatTheirCommandsPrint) {
   const std::string root = std::string(ZOR_SOURCE_DIR) + "/examples/warehouse";
-  const std::vector<Command> commands = Commands(ReadFile(std::string(ZOR_SOURCE_DIR) + "/" + GetParam()));
+  const std::vector<Command> commands =
+      Commands(ReadFile(std::string(ZOR_SOURCE_DIR) + "/" + GetParam()));
   ASSERT_FALSE(commands.empty());
   // One shell runs them all, in order, as a reader would; a line marks the end of each.
   const std::string mark = "---- next command ----\n";
@@ -50,8 +51,8 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   for (const Command& command : commands)
     script += Replace(command.text, stated_root, root) + "\nprintf '%s' '" + mark + "'\n";
   RunOptions options;
-  options.environment = {"PATH=/usr/bin:/bin", "HOME=/home/you", "LC_ALL=C.UTF-8", "ZORROOT=" + root,
-                         std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
+  options.environment = {"PATH=/usr/bin:/bin", "HOME=/home/you", "LC_ALL=C.UTF-8",
+                         "ZORROOT=" + root, std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
   options.directory = "/";
   const RunResult result = RunProgram({"/bin/sh", "-c", "exec 2>&1\n" + script}, options);
   std::string rest = Replace(result.out, root, stated_root);
@@ -64,6 +65,7 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Documents, testing::Values("README.md", "examples/warehouse/README.md"));
+INSTANTIATE_TEST_SUITE_P(All, Documents,
+                         testing::Values("README.md", "examples/warehouse/README.md"));
 
 }  // namespace

@@ -10,7 +10,7 @@ std::string Set(std::string_view name, std::string_view value) {
   return n + "='" + std::string(value) + "'; export " + n + "\n";
 }
 
-// A has B as a part; the input is PATH=/usr/bin:/bin.
+// A has B as a part; the input is PATH=/usr/bin:/bin. TOOLS hashes to slot 3, PATH to slot 42.
 struct WorkedExample : Warehouse {
   WorkedExample(std::string_view a_constraint, std::string_view b_constraints) {
     ProductWithParts(InC("A"), Insert("PATH", "/opt/a/bin", a_constraint), Part("B"));
@@ -22,13 +22,13 @@ struct WorkedExample : Warehouse {
 TEST(WorkedExample, TheIncluderBeforeAndThePartAfterIt) {
   WorkedExample warehouse(Before("/usr/bin"), After("/opt/a/bin"));
   Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}),
-         Set("PATH", "/opt/a/bin:/usr/bin:/opt/b/bin") + Set("TOOLS", "x"), "", 0);
+         Set("TOOLS", "x") + Set("PATH", "/opt/a/bin:/usr/bin:/opt/b/bin"), "", 0);
 }
 
 TEST(WorkedExample, TheIncluderAfterAnOldElement) {
   WorkedExample warehouse(After("/usr/bin"), After("/opt/a/bin"));
   Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}),
-         Set("PATH", "/usr/bin:/opt/a/bin:/opt/b/bin") + Set("TOOLS", "x"), "", 0);
+         Set("TOOLS", "x") + Set("PATH", "/usr/bin:/opt/a/bin:/opt/b/bin"), "", 0);
 }
 
 TEST(WorkedExample, ACycleIsReportedAndNoScriptIsPrinted) {

@@ -42,7 +42,7 @@ std::map<std::string, std::string> Evaluate(const Shell& shell, const Warehouse&
     at = end + 1;
   }
   for (const char* own : {"_", "PWD", "OLDPWD", "SHLVL", "HOST", "HOSTTYPE", "OSTYPE", "MACHTYPE",
-                          "VENDOR", "LOGNAME", "USER", "GROUP", "HOME", "SHELL", "TERM"})
+                          "VENDOR", "LOGNAME", "USER", "GROUP", "HOME", "SHELL", "TERM", "NLSPATH"})
     variables.erase(own);
   return variables;
 }

@@ -10,7 +10,7 @@ std::string TestDirectory() {
   const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
   std::string name = std::string(test->test_suite_name()) + "." + test->name();
   std::replace(name.begin(), name.end(), '/', '_');
-  return "/tmp/zor-tests/" + name;
+  return "/zor-tests/" + name;
 }
 
 std::string Element(std::string_view name, std::string_view content) {
@@ -24,7 +24,8 @@ std::string Attributes(std::string_view attributes) {
 
 }  // namespace
 
-Warehouse::Warehouse() : TemporaryTree(TestDirectory()) {
+Warehouse::Warehouse(std::string_view directory)
+    : TemporaryTree(std::string(directory) + TestDirectory()) {
   Directory("root");
 }
 

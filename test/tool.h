@@ -13,8 +13,8 @@
 // paths.
 class Warehouse : public TemporaryTree {
  public:
-  // Below /tmp/zor-tests, named after the running test.
-  Warehouse();
+  // Below DIRECTORY/zor-tests, named after the running test.
+  explicit Warehouse(std::string_view directory = "/tmp");
 
   // The directory of a product, "C/Contents/1.0/1" for what -p C finds, relative to the root.
   std::string Root() const { return *this / "root"; }

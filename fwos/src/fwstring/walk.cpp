@@ -44,7 +44,8 @@ FwTextCharacter FwStrGetTextCharacter(FwTextByte** pptb) {
   while (n < nLength && ptb[n] != 0)
     n++;
   *pptb = ptb + n;
-  return tc;
+  // An overlong zero is no terminator: what stands behind it belongs to the text.
+  return tc != 0 ? tc : static_cast<int8>(*ptb);
 }
 
 FwTextCharacter FwStrGetPreviousTextCharacter(FwTextString ptbzStart, FwTextByte** pptb) {

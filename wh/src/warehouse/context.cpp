@@ -332,7 +332,8 @@ FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length) 
   for (int i = 0; i < FwVectorLength(&symtab->contexts); i++) {
     auto* context = static_cast<WH_CONTEXT*>(FwVectorGetElement(&symtab->contexts, i));
     for (WH_CONTEXT_VALUE* cv = context->vals; cv != nullptr; cv = cv->next)
-      if (cv->n != nullptr && cv->v != nullptr &&
+      // Most bindings differ in the first byte already.
+      if (cv->n != nullptr && cv->v != nullptr && (length == 0 || *cv->n == *name) &&
           std::strncmp(FWC(cv->n), FWC(name), length) == 0 && cv->n[length] == 0)
         return cv->v;
   }

@@ -18,7 +18,7 @@ namespace {
 // them counts as exhausted memory.
 constexpr int kMaxPasses = 100000;
 constexpr std::size_t kMaxLength = std::size_t{1} << 28;  // bytes, one pass
-constexpr std::size_t kMaxTotal = std::size_t{1} << 30;   // bytes, all passes of one call
+constexpr std::size_t kMaxTotal = kMaxLength;             // bytes, all passes of one call
 
 struct PASS {
   FwErrorState* err;
