@@ -72,7 +72,7 @@ uint32 FwUTF8ToCharacter(FwTextCharacter* tc, FwTextByte* utf) {
   if (nLength == 0) {
     FwAssertFailed("Badly encoded UTF-8 character (malformed header in leading byte)");
     // Negative, so no character, and FwCharacterToUTF8 makes the same byte of it again.
-    *tc = static_cast<int8>(tbLead);
+    *tc = tbLead - 0x100;
     return 0;
   }
   FwAssert((tbLead & (0x80u >> nLength)) == 0,

@@ -264,6 +264,14 @@ TEST(FwStrRecordGrowth, ResizeOfAFixedRecordAndToNothingAssert) {
   EXPECT_EQ(32u, growing.capacity());
 }
 
+TEST(FwStrRecordGrowth, ALostTerminatorAsserts) {
+  Growing growing("abc");
+  *growing->pbTerminator = 'x';
+  ExpectAsserts expected({"Bad old terminator"});
+  FcStrRecordResize(growing.get(), 64);
+  EXPECT_EQ("abc", growing.text());
+}
+
 TEST(FwStrRecordGrowth, ExhaustionEndsTheProgram) {
   EXPECT_EXIT(
       {
@@ -366,6 +374,14 @@ TEST(FwStrPut, ACountedTextOnAFixedRecordStopsBeforeTheCharacterThatPassesTheCou
   Fixed other(3);
   EXPECT_EQ(2u, FwStrNPutTextString(other.get(), FWT("\xC3\xA9z\xC3\xA9"), 5));
   EXPECT_EQ("\xC3\xA9", other.text());
+}
+
+TEST(FwStrPut, AnOverlongZeroEndsTheSlowWayOfACountedText) {
+  Fixed fixed(4);
+  ExpectAsserts expected(
+      {"Badly encoded UTF-8 character (overly long encoding)", "Wasn't expecting terminator"});
+  EXPECT_EQ(1u, FwStrNPutTextString(fixed.get(), FWT("a\xC0\x80zz"), 5));
+  EXPECT_EQ("a", fixed.text());
 }
 
 TEST(FwStrPut, ABadCountAsserts) {

@@ -108,9 +108,10 @@ class Locale {
 // can't.
 class CompiledLocale {
  public:
-  explicit CompiledLocale(const std::string& charmap, const std::string& definition = "POSIX") {
-    RunProgram({"/usr/bin/localedef", "-c", "-i", definition, "-f", charmap, tree_ / "here"});
-    there_ = access((tree_ / "here/LC_CTYPE").c_str(), R_OK) == 0;
+  explicit CompiledLocale(const std::string& charmap, const std::string& definition = "POSIX",
+                          const std::string& name = "here") {
+    RunProgram({"/usr/bin/localedef", "-c", "-i", definition, "-f", charmap, tree_ / name});
+    there_ = access((tree_ / (name + "/LC_CTYPE")).c_str(), R_OK) == 0;
   }
   bool there() const { return there_; }
   const char* path() const { return tree_.path().c_str(); }
@@ -406,6 +407,22 @@ TEST(FpStrInit, InTheCLocaleTheNameIsEnUsAndTheCodeSetThatOfC) {
   EXPECT_STREQ("en_US", FWC(FpLocaleStr));
   EXPECT_STREQ("ANSI_X3.4-1968", nl_langinfo(CODESET));
   EXPECT_NE(0, fUnicode);
+}
+
+TEST(FpStrInit, InsteadOfCTakesEnUsIfThereIsOne) {
+  CompiledLocale compiled("ISO-8859-1", "POSIX", "en_US");
+  if (!compiled.there()) GTEST_SKIP() << "no localedef here";
+  {
+    Locale locale("C", compiled.path());
+    EXPECT_STREQ("en_US", FWC(FpLocaleStr));
+    EXPECT_STREQ("ISO-8859-1", nl_langinfo(CODESET));
+    EXPECT_EQ("caf\xE9", Take(FwStrLocalToUTF8("caf\xC3\xA9")));
+  }
+  {
+    Locale locale("C", compiled.path(), "inv");
+    EXPECT_STREQ("inv", FWC(FpLocaleStr));
+    EXPECT_STREQ("ISO-8859-1", nl_langinfo(CODESET));
+  }
 }
 
 TEST(FpStrInit, ALocaleThatIsNotInstalledCountsAsC) {

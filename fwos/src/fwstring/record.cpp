@@ -64,6 +64,7 @@ bool ensure_room(FwStrRecord* pRecord, size_t cbNeeded, size_t cbRequested) {
   if (room_of(pRecord) >= cbNeeded) return true;
   if (pRecord->fFixed) return false;
   FcStrRecordResize(pRecord, static_cast<size_t>(pRecord->pbLast - pRecord->pbz) + cbRequested + 1);
+  FwAssert(room_of(pRecord) >= cbNeeded, "Should be growing!");
   return true;
 }
 
@@ -254,6 +255,7 @@ uint32 FwStrNPutTextString(FwStrRecord* pRecord, FwTextByte* ptb, uint32 cbLengt
     // Looked at beforehand: the text needn't be terminated.
     if (std::max<uint32>(FcUTF8LeadLength(*ptb), 1) > static_cast<size_t>(ptbEnd - ptb)) break;
     const FwTextCharacter tc = FwStrGetTextCharacter(&ptb);
+    FwAssert(tc != 0, "Wasn't expecting terminator");
     if (tc == 0) break;
     cbAdded += FwStrPutTextCharacter(pRecord, tc);
   }
