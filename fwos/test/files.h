@@ -4,9 +4,12 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <string>
 
+#include "fcboot.h"
 #include "fcfile.h"
+#include "fpstring.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwmem.h"
@@ -105,6 +108,39 @@ class CurrentDirectory {
 
  private:
   FwTextString saved_;
+};
+
+// Text in another locale for the length of a scope: the C library's own, without UTF-8.
+class PlainLocale {
+ public:
+  PlainLocale() { Switch("C"); }
+  ~PlainLocale() { Switch("C.UTF-8"); }
+
+ private:
+  static void Switch(const char* name) {
+    FpStrShutdown();
+    setenv("LC_ALL", name, 1);
+    FpStrInit();
+  }
+};
+
+// A tickle function that asks for an abort at its n-th call, or never.
+inline int nTickles = 0;
+inline int nAbortAt = 0;
+
+inline int32 CountTickles(int32, int32) {
+  return ++nTickles == nAbortAt;
+}
+
+class Tickle {
+ public:
+  explicit Tickle(int abort_at = 0) {
+    nTickles = 0;
+    nAbortAt = abort_at;
+    fcBootContext.control.application_tickle = CountTickles;
+  }
+  ~Tickle() { fcBootContext.control.application_tickle = nullptr; }
+  int count() const { return nTickles; }
 };
 
 inline bool Exists(const std::string& path) {

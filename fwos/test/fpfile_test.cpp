@@ -13,26 +13,12 @@
 #include <cstdlib>
 #include <string>
 
+#include "blocks.h"
 #include "files.h"
-#include "fpstring.h"
 #include "process.h"
 #include "recorder.h"
 
 namespace {
-
-// Text in another locale for the length of a scope: the C library's own, without UTF-8.
-class PlainLocale {
- public:
-  PlainLocale() { Switch("C"); }
-  ~PlainLocale() { Switch("C.UTF-8"); }
-
- private:
-  static void Switch(const char* name) {
-    FpStrShutdown();
-    setenv("LC_ALL", name, 1);
-    FpStrInit();
-  }
-};
 
 // ---------------------------------------------------------------------------------------------
 // Types
@@ -258,6 +244,18 @@ TEST(Utf8Wrappers, LeaveErrnoAsTheCallSetIt) {
   errno = 0;
   EXPECT_EQ(-1, rename_UTF8(none, none));
   EXPECT_EQ(ENOENT, errno);
+}
+
+TEST(Utf8Wrappers, CopyNoNameWhereTextIsLocalText) {
+  TemporaryTree tree;
+  const std::string path = tree.Write("é", "");
+  Txt name(path);
+  Error err;
+  CountedBlocks blocks;
+  EXPECT_EQ(1, FwFileGetInfo(err, name, nullptr, 0));
+  const FwFile file = FwFileOpen(err, name, FW_OPEN_RDONLY);
+  EXPECT_EQ(1, FwFileClose(err, file));
+  EXPECT_EQ(0, blocks.taken());
 }
 
 TEST(Utf8Wrappers, ReturnNullForWhatFails) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "blocks.h"
 #include "files.h"
 #include "process.h"
 #include "recorder.h"
@@ -217,6 +218,24 @@ TEST(FwDirOpen, WithASnapshotKeepsThePlatformsOrder) {
   }
   EXPECT_EQ(5u, orders[0].size());
   EXPECT_EQ(orders[0], orders[1]);
+}
+
+TEST(FwDirOpen, WithASnapshotReportsThatMemoryIsShortAndLeavesNothingOpen) {
+  TemporaryTree tree;
+  for (int i = 0; i < 100; ++i)
+    tree.Write("file-with-a-long-name-" + std::to_string(i), "");
+  const std::string name = tree.path() + "/";
+  const int before = LowestFreeDescriptor();
+  // Behind the handle come the pool, the record of the names and then the pool's second block.
+  for (const int n : {1, 3}) {
+    Error err;
+    CountedBlocks blocks;
+    blocks.FailAt(n);
+    EXPECT_EQ(nullptr, FwDirOpen(err, Txt(name), FW_DIR_SNAPSHOT));
+    EXPECT_EQ("NoMemory", Describe(err));
+    EXPECT_EQ(0, blocks.live());
+    EXPECT_EQ(before, LowestFreeDescriptor());
+  }
 }
 
 TEST(FwDirOpen, ReportsThatNoDescriptorIsLeft) {

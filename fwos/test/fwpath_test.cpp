@@ -8,7 +8,6 @@
 #include "fcboot.h"
 #include "files.h"
 #include "fpfile.h"
-#include "fpstring.h"
 #include "fwfile/coerce.h"
 #include "process.h"
 #include "recorder.h"
@@ -619,6 +618,21 @@ TEST(FcFileInit, KnowsNoCurrentDirectoryThatWasDeleted) {
   ExpectAsserts none({});
   boot.Run(nullptr);
   EXPECT_EQ(nullptr, FwCurrentDir());
+}
+
+TEST(FcFileInit, CutsACurrentDirectoryThatTheLocaleCannotSay) {
+  TemporaryTree tree;
+  Boot boot;
+  ASSERT_EQ(0, chdir(tree.Directory("é").c_str()));
+  testing::internal::CaptureStdout();
+  {
+    PlainLocale plain;
+    ExpectAsserts expected(
+        {"Invalid multibyte sequence passed to FwStrLocalToUTF8() [iconv failed]"});
+    boot.Run(nullptr);
+  }
+  EXPECT_EQ("Failing string: " + (tree / "é") + "\n", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(tree.path() + "/", Text(FwCurrentDir()));
 }
 
 TEST(FcFileInit, AssertsOfDirectoriesThatAreNone) {

@@ -124,6 +124,14 @@ TEST(FwRunCommand, WaitsOnWhenInterrupted) {
   EXPECT_TRUE(NothingToWaitFor());
 }
 
+TEST(FwRunCommand, ReportsAChildWhoseStatusIsLost) {
+  auto* const saved = std::signal(SIGCHLD, SIG_IGN);
+  Error err;
+  EXPECT_EQ(kMinusOne, FwRunCommand(err, FWT("exit 3"), nullptr));
+  EXPECT_EQ("CallingCommand Command exit 3", Describe(err));
+  std::signal(SIGCHLD, saved);
+}
+
 TEST(FwRunCommand, ReportsThatNoChildCouldBeMade) {
   NoFork no_fork;
   Error err;
