@@ -27,7 +27,7 @@ struct RUN {
   WH_ENVIRON* newenv;
 };
 
-RUN the_run;
+constinit RUN the_run = {};
 
 // Failures that the driver itself has seen.
 int errors = 0;

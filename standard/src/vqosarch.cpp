@@ -186,7 +186,8 @@ constexpr LIST kListArch{list_arch, std::size(list_arch)};
 PLATFORM parse_platform(NSTRING string) {
   const std::size_t dash = string.rfind('-');
   if (dash == NSTRING::npos) return {string, all};
-  return {string.substr(0, dash), string.substr(dash + 1)};
+  // Cut by hand: substr can throw, and what serves throwing runs before main.
+  return {{string.data(), dash}, {string.data() + dash + 1, string.size() - dash - 1}};
 }
 
 // The position of the node of that name, -1 if there is none.
@@ -217,7 +218,7 @@ bool compatible(NSTRING name1, NSTRING name2, const LIST& list) {
       return compatible_rec(n, name2, list, visited);
     }
     const std::size_t underscore = name1.rfind('_');
-    name1 = name1.substr(0, underscore == NSTRING::npos ? 0 : underscore);
+    name1 = {name1.data(), underscore == NSTRING::npos ? 0 : underscore};
   }
   return false;
 }

@@ -28,7 +28,8 @@ void add_token(TOKENS* tokens, int type, std::string_view string) {
 // The tokens of a text that is not of the form **text**.
 void parse_path(TOKENS* tokens, std::string_view text) {
   size_t bar = text.find('|');
-  std::string_view path = text.substr(0, bar);
+  // Views are cut by hand: substr can throw, and what serves throwing runs before main.
+  std::string_view path(text.data(), std::min(bar, text.size()));
 
   // What follows path in memory is never a separator, so the view can be handed over as if it were
   // terminated.
@@ -36,19 +37,20 @@ void parse_path(TOKENS* tokens, std::string_view text) {
   FwTextString rest = begin;
   if (!path.empty() && FwFileParseRoot(nullptr, &rest)) {
     auto length = static_cast<size_t>(rest - begin);
-    add_token(tokens, T_ROOT, path.substr(0, length));
+    add_token(tokens, T_ROOT, {path.data(), length});
     path.remove_prefix(length);
   }
   while (!path.empty()) {
     size_t length = std::min(path.find('/'), path.size());
-    std::string_view element = path.substr(0, length);
+    std::string_view element(path.data(), length);
     path.remove_prefix(std::min(length + 1, path.size()));
     if (element == kAny)
       add_token(tokens, T_ANY, kAny);
     else if (!element.empty())
       add_token(tokens, T_PATH, element);
   }
-  if (bar != std::string_view::npos) add_token(tokens, T_EXISTS, text.substr(bar + 1));
+  if (bar != std::string_view::npos)
+    add_token(tokens, T_EXISTS, {text.data() + bar + 1, text.size() - bar - 1});
 }
 
 }  // namespace
@@ -63,7 +65,7 @@ void parse(TOKENS* tokens, FwTextString str) {
   bool surrounded = false;
   while (text.size() >= 4 && text.starts_with(kAny) && text.ends_with(kAny)) {
     surrounded = true;
-    text = text.substr(2, text.size() - 4);
+    text = {text.data() + 2, text.size() - 4};
   }
   if (surrounded) add_token(tokens, T_ANY, kAny);
   parse_path(tokens, text);
