@@ -11,6 +11,7 @@
 #include "fwmem.h"
 #include "fwobserv.h"
 #include "fwprog.h"
+#include "fwstream.h"
 #include "fwtree.h"
 #include "recorder.h"
 
@@ -353,6 +354,55 @@ TEST(FwClass, TheClassesAreAsTheirTableSays) {
       {&FwChangeDestroyClass, "ChangeDestroyClass", 16, &FwChangeRemoveClass, true, {}},
       // The printable name is shared.
       {&FwChangeMemberValueClass, "ChangeMemberShipClass", 24, &FwChangeMembersClass, true, {}},
+      {&FwStreamCoreClass,
+       "StreamCoreClass",
+       sizeof(FwStreamCore),
+       &FwObjectClass,
+       false,
+       {{_Fw_msg_CreateStreamCore_Handle},
+        {_Fw_msg_StreamDestroy_Handle},
+        {_Fw_msg_StreamRead_Handle, true},
+        {_Fw_msg_StreamWrite_Handle, true},
+        {_Fw_msg_StreamSeek_Handle, true},
+        {_Fw_msg_StreamExtent_Handle, true}}},
+      {&FwStreamBufferedClass,
+       "StreamBufferedClass",
+       sizeof(FwStreamBuffered),
+       &FwStreamCoreClass,
+       false,
+       {{_Fw_msg_CreateStreamBuffered_Handle},
+        {_Fw_msg_ReadLine_Handle},
+        {_Fw_msg_Write_Handle},
+        {_Fw_msg_StreamWrite_Handle},
+        {_Fw_msg_GetUnderlyingStream_Handle},
+        {_Fw_msg_StreamSeek_Handle},
+        {_Fw_msg_StreamExtent_Handle},
+        {_Fw_msg_StreamDestroy_Handle},
+        {_Fw_msg_SetLineBuffering_Handle},
+        {_Fw_msg_Flush_Handle},
+        {_Fw_msg_GetBufferRealPosition_Handle},
+        {_Fw_msg_UnreadBytes_Handle}}},
+      {&FwStreamIOClass,
+       "StreamIOClass",
+       sizeof(FwStreamIO),
+       &FwStreamCoreClass,
+       false,
+       {{_Fw_msg_CreateStreamIO_Handle},
+        {_Fw_msg_StreamRead_Handle, true},
+        {_Fw_msg_StreamWrite_Handle, true},
+        {_Fw_msg_StreamSeek_Handle, true},
+        {_Fw_msg_StreamExtent_Handle, true}}},
+      {&FwStreamIOFileClass,
+       "StreamIOFileClass",
+       sizeof(FwStreamIOFile),
+       &FwStreamIOClass,
+       false,
+       {{_Fw_msg_CreateStreamIOFile_Handle},
+        {_Fw_msg_StreamDestroy_Handle},
+        {_Fw_msg_StreamRead_Handle},
+        {_Fw_msg_StreamWrite_Handle},
+        {_Fw_msg_StreamSeek_Handle},
+        {_Fw_msg_StreamExtent_Handle}}},
   };
   for (const ClassRow& row : rows) {
     SCOPED_TRACE(row.pszName);
