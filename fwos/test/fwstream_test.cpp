@@ -86,8 +86,8 @@ using Calls = std::vector<std::string>;
 // A buffered stream on a string.
 class Stream {
  public:
-  Stream(std::string content, int32 nBufferSize, uint32 openFlags = FW_OPEN_RDONLY)
-      : content(std::move(content)) {
+  Stream(std::string text, int32 nBufferSize, uint32 openFlags = FW_OPEN_RDONLY)
+      : content(std::move(text)) {
     below = static_cast<MemoryStream*>(FwClassAlloc(&MemoryStreamClass, ALLOC_MUST_SUCCEED));
     FwClassFindMethodAs<Fw_msg_CreateStreamIO_Fn>(
         _Fw_msg_CreateStreamIO_Handle, &MemoryStreamClass)(below, &MemoryStreamClass, &err,
@@ -897,7 +897,7 @@ TEST(FwStream, AFileStreamReadsToItsEndAndStaysThere) {
   EXPECT_EQ(Fw_msg_StreamDestroy(pFile, &err, 1), 1);
 }
 
-TEST(FwStream, ASeekOfAFileThatFailsIsASstickyError) {
+TEST(FwStream, ASeekOfAFileThatFailsIsAStickyError) {
   TemporaryTree tree;
   const std::string path = tree.Write("f", "abc");
   FwErrorState err;
