@@ -15,9 +15,9 @@
 //              +-- edges[part]  the product as a part: per part, the varieties of the answer
 //
 // Between calls the knowledge rests in the tables "ancestors" of the varieties. The sets of a long
-// chain would fill memory there: beyond kStoredInFull entries a table holds only the including
-// varieties next to it, from whose tables the rest follows. The entry of the variety itself says
-// so, by having no value.
+// chain would fill memory there: beyond ancestors_stored_in_full entries a table holds only the
+// including varieties next to it, from whose tables the rest follows. The entry of the variety
+// itself says so, by having no value.
 #include <algorithm>
 #include <bit>
 
@@ -26,8 +26,6 @@
 #include "wherror.h"
 
 namespace {
-
-constexpr int32 kStoredInFull = 1 << 20;
 
 // Identity tables. They differ from a table without functions only in not being checked at each
 // add.
@@ -120,6 +118,8 @@ struct FRAME {
 };
 
 }  // namespace
+
+int32 ancestors_stored_in_full = 1 << 20;
 
 struct ANCESTRY {
   FwHashTable* members;  // WH_VARIETY to MEMBER
@@ -283,7 +283,7 @@ void store_ancestor(ANCESTRY* ancestry, FwHashTable* table, int32 id) {
 void store_member(ANCESTRY* ancestry, MEMBER* member, int32* stored) {
   if (!member->known || (member->variety->ancestors && member->includers.count == 0)) return;
   int32 count = count_bits(&member->set);
-  bool full = count <= kStoredInFull - *stored;
+  bool full = count <= ancestors_stored_in_full - *stored;
   if (!member->variety->ancestors) member->variety->ancestors = make_identity_table(4);
   FwHashTable* table = member->variety->ancestors;
   add_identity(table, member->variety, full ? member->variety : nullptr);

@@ -153,6 +153,10 @@ const FwVector* split_input(VAR_OPS* var_ops, FwTextString value, int sep);
 
 // ---- Ancestors (ancestors.cpp) ----
 
+// How many entries one call stores in the tables of the varieties before it stores only what the
+// rest follows from. Tests lower it.
+extern int32 ancestors_stored_in_full;
+
 ANCESTRY* make_ancestry();
 // Stores what was found in the ancestors tables of the varieties.
 void free_ancestry(ANCESTRY** ancestry);

@@ -1,0 +1,515 @@
+// Collection of operations, their instances, and the ancestors of varieties.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine_support.h"
+#include "environ/engine.h"
+#include "fwhash.h"
+#include "glob.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+const char kMixed[] = "*** Error:  inconsistent separators for environment variable ";
+
+// One operation of a list, in short: "B +PATH=/opt/b" with the product's name in front.
+std::string Short(const EXPANDED_OP* eop) {
+  const WH_ENV_OP* op = eop->op;
+  std::string text = (op->type == wh_env_insert   ? "+"
+                      : op->type == wh_env_remove ? "-"
+                                                  : "!") +
+                     Str(op->name) + "=";
+  if (op->type == wh_env_insert) return text + Str(op->u.ins->value);
+  for (int32 i = 0; i < FwVectorLength(&op->u.rem->values); ++i)
+    text += (i ? "," : "") + Str(element_at<FwTextByte>(&op->u.rem->values, i));
+  return text;
+}
+
+Strings Shorts(const FwVector* eops) {
+  Strings list;
+  for (int32 i = 0; i < FwVectorLength(eops); ++i)
+    list.push_back(Short(element_at<EXPANDED_OP>(eops, i)));
+  return list;
+}
+
+// The first steps of an application, kept open for looking at what they made.
+class Steps {
+ public:
+  Steps(const Warehouse& warehouse, const Strings& products, const Pairs& input, int set = 1)
+      : input_(input) {
+    state_.environ = input_;
+    state_.context = make_context(make_cv(FWT("BASE-DIRECTORY"), Fwt(warehouse.path()), nullptr));
+    open_vector(&state_.eops, 20);
+    state_.newvars = make_names_table();
+    state_.set = set;
+    index_unvisit(warehouse.index());
+    WH_PRODUCT_SPEC_LIST* specs = warehouse.Query(products);
+    for (int32 i = 0; i < FwVectorLength(&specs->specs); ++i)
+      wh_traverse_spec(warehouse.index(), element_at<WH_PRODUCT_SPEC>(&specs->specs, i),
+                       collect_variety_ops, Reports::Collect,
+                       set ? FWT("env.xml") : FWT("unenv.xml"), &state_);
+    free_speclist(&specs);
+    variables_ = make_names_table();
+    for (int32 i = 0; i < FwVectorLength(&state_.eops); ++i)
+      generate_instances(element_at<EXPANDED_OP>(&state_.eops, i), input_, state_.newvars,
+                         variables_, Reports::Collect);
+  }
+  ~Steps() {
+    free_variables(&variables_);
+    for (int32 i = 0; i < FwVectorLength(&state_.eops); ++i) {
+      auto* eop = element_at<EXPANDED_OP>(&state_.eops, i);
+      free_expanded_op(&eop);
+    }
+    FwVectorAbandon(&state_.eops, 0);
+    FwHashFreeTable(&state_.newvars);
+    free_context(&state_.context);
+  }
+  Steps(const Steps&) = delete;
+  Steps& operator=(const Steps&) = delete;
+
+  Strings eops() const { return Shorts(&state_.eops); }
+  FwHashTable* newvars() const { return state_.newvars; }
+  FwHashTable* variables() const { return variables_; }
+  const FwVector& list() const { return state_.eops; }
+
+  VAR_OPS* variable(const char* name) const {
+    FwHashEntry* entry = FwHashLookupEntry(variables_, FWT(name), nullptr);
+    return entry ? static_cast<VAR_OPS*>(entry->value) : nullptr;
+  }
+  VAL_OPS* value(const char* name, const char* element) const {
+    VAR_OPS* var_ops = variable(name);
+    FwHashEntry* entry =
+        var_ops ? FwHashLookupEntry(var_ops->values, FWT(element), nullptr) : nullptr;
+    return entry ? static_cast<VAL_OPS*>(entry->value) : nullptr;
+  }
+  Strings rem(const char* name, const char* element) const {
+    VAL_OPS* val_ops = value(name, element);
+    return val_ops ? Shorts(&val_ops->rem) : Strings{"none"};
+  }
+
+  static Strings Keys(FwHashTable* table) {
+    Strings keys;
+    for (FwHashEntry* slot = table->pEntries; slot <= table->pLastEntry; ++slot)
+      if (slot->key) keys.emplace_back(static_cast<char*>(slot->key));
+    return keys;
+  }
+
+ private:
+  Environment input_;
+  COLLECT_STATE state_;
+  FwHashTable* variables_ = nullptr;
+};
+
+// ---- Collection ----
+
+TEST(Collect, PartsComeBeforeTheProductThatIncludesThem) {
+  Warehouse w;
+  w.Add("B", Insert("PATH", "/opt/b/bin", After("/opt/a/bin")) + Remove("PATH", {"/bin"}) +
+                 Insert("TOOLS", "x"));
+  w.Add("A", Insert("PATH", "/opt/a/bin", Before("/usr/bin")), {"B"});
+  Reports reports;
+  Steps steps(w, {"A"}, {{"PATH", "/usr/bin:/bin"}});
+  EXPECT_EQ(steps.eops(),
+            (Strings{"+PATH=/opt/b/bin", "-PATH=/bin", "+TOOLS=x", "+PATH=/opt/a/bin"}));
+  EXPECT_EQ(Steps::Keys(steps.newvars()), Strings{"TOOLS"});
+  EXPECT_EQ(steps.rem("PATH", "/bin"), Strings{"-PATH=/bin"});
+  EXPECT_EQ(steps.rem("PATH", "/opt/b/bin"), Strings{});
+  EXPECT_EQ(steps.value("PATH", "/usr/bin"), nullptr);
+  EXPECT_EQ(steps.variable("PATH")->sep, ':');
+  EXPECT_EQ(steps.variable("TOOLS")->sep, 0);
+  EXPECT_EQ(element_at<EXPANDED_OP>(&steps.list(), 3)->op->u.ins->sep, ':');
+  EXPECT_EQ(element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.ins->sep, 0);
+  EXPECT_EQ(reports.lines(), Strings{});
+}
+
+TEST(Collect, AProductWithOnlyPartsHasItsPartsCollected) {
+  Warehouse w;
+  w.Add("B", Insert("V", "b"));
+  w.Add("A", "", {"B"});
+  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), Strings{"+V=b"});
+}
+
+TEST(Collect, AVarietyReachedTwiceGivesItsOperationsOnce) {
+  Warehouse w;
+  w.Add("C", Insert("V", "c"));
+  w.Add("A", Insert("V", "a"), {"C"});
+  w.Add("B", Insert("V", "b"), {"C"});
+  EXPECT_EQ(Steps(w, {"A", "B"}, {}).eops(), (Strings{"+V=c", "+V=a", "+V=b"}));
+  EXPECT_EQ(Steps(w, {"B", "A"}, {}).eops(), (Strings{"+V=c", "+V=b", "+V=a"}));
+}
+
+TEST(Collect, PartsThatIncludeEachOtherComeToAnEnd) {
+  Warehouse w;
+  w.Add("A", Insert("V", "a"), {"B"});
+  w.Add("B", Insert("V", "b"), {"A"});
+  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), (Strings{"+V=b", "+V=a"}));
+}
+
+TEST(Collect, AnIncompleteVarietyGivesNothing) {
+  Warehouse w;
+  w.AddVarieties("A", "<VARIETY/><VARIETY><SEGMENT host='all' here='0'/></VARIETY>",
+                 Insert("V", "a"));
+  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), Strings{});
+}
+
+TEST(Collect, GroupsApplyToTheVarietiesThatTheirPatternsMatch) {
+  Warehouse w;
+  w.AddVarieties("A",
+                 "<VARIETY><VAR n='mode' v='fast'/><SEGMENT host='all' here='1'/></VARIETY>"
+                 "<VARIETY><VAR n='mode' v='safe'/><SEGMENT host='all' here='1'/></VARIETY>",
+                 "");
+  w.Write("A", "env.xml",
+          "<ENV-SETTINGS>"
+          "<ENV-GROUP><PATTERN><MATCH><VAR n='mode' v='s*'/></MATCH></PATTERN>" +
+              Insert("V", "%(mode)1") + "</ENV-GROUP><ENV-GROUP><PATTERN/>" +
+              Insert("V", "%(mode)2") + "</ENV-GROUP></ENV-SETTINGS>");
+  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), (Strings{"+V=fast2", "+V=safe1", "+V=safe2"}));
+}
+
+TEST(Collect, TheFileIsChosenBySet) {
+  Warehouse w;
+  w.Add("A", Insert("V", "set"));
+  w.Write("A", "unenv.xml", Warehouse::Settings(Remove("V", {"set"})));
+  EXPECT_EQ(Steps(w, {"A"}, {}, 1).eops(), Strings{"+V=set"});
+  EXPECT_EQ(Steps(w, {"A"}, {}, 0).eops(), Strings{"-V=set"});
+}
+
+TEST(Collect, OneBadExpansionLosesOnlyThatOperation) {
+  Warehouse w;
+  w.Add("A", Insert("V", "%(NOPE)") + Insert("V", "%(BASE-CN)") + Insert("%(NADA)", "x") +
+                 Remove("V", {"%(NULL)", "y"}));
+  Reports reports;
+  Steps steps(w, {"A"}, {});
+  EXPECT_EQ(steps.eops(), Strings{"+V=" + w.path() + "/C/A"});
+  EXPECT_EQ(reports.lines(),
+            (Strings{"*** Error: % variable NOPE is not defined in File C/A/1/0/env.xml",
+                     "*** Error: % variable NADA is not defined in File C/A/1/0/env.xml",
+                     "*** Error: % variable NULL is not defined in File C/A/1/0/env.xml"}));
+}
+
+TEST(Collect, RemovesAndDeletesOfAbsentVariablesAreNewVariablesToo) {
+  Warehouse w;
+  w.Add("A", Remove("R", {"x"}) + Delete("D") + Insert("PATH", "x") + Insert("G*", "x"));
+  Steps steps(w, {"A"}, {{"PATH", "/bin"}});
+  EXPECT_EQ(Steps::Keys(steps.newvars()), (Strings{"D", "R"}));  // slots 6 and 20 of 31
+}
+
+// ---- Instances ----
+
+TEST(Generate, APatternReachesTheInputAndLiteralNamesAndNoOther) {
+  Warehouse w;
+  w.Add("A", Insert("FOO*", "x") + Insert("FOO2", "y") + Insert("BAR*", "z"));
+  Steps steps(w, {"A"}, {{"FOO1", ""}, {"FOOBAR", ""}, {"BAZ", ""}});
+  Strings names = Steps::Keys(steps.variables());
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (Strings{"FOO1", "FOO2", "FOOBAR"}));
+  EXPECT_EQ(Shorts(&steps.variable("FOO2")->inserts), (Strings{"+FOO*=x", "+FOO2=y"}));
+}
+
+TEST(Generate, ARemoveOfAnAbsentVariableLeavesTheSeparatorOpen) {
+  Warehouse w;
+  w.Add("A", Remove("V", {"x"}));
+  Steps steps(w, {"A"}, {});
+  EXPECT_EQ(steps.variable("V")->sep, 0);
+  EXPECT_EQ(element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.rem->sep, 0);
+}
+
+TEST(Generate, ARemoveOfAPresentVariableSettlesTheDefaultSeparator) {
+  Warehouse w;
+  w.Add("A", Remove("V", {"x"}) + Insert("V", "y", "", ";"));
+  Reports reports;
+  Steps steps(w, {"A"}, {{"V", ""}});  // an empty value is a value
+  EXPECT_EQ(steps.variable("V")->sep, ':');
+  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "V"});
+}
+
+TEST(Generate, TheFirstDeclaredSeparatorStays) {
+  Warehouse w;
+  w.Add("A", Insert("V", "a") + Insert("V", "b", "", ";") + Insert("V", "c", "", ",") +
+                 Insert("V", "d", "", ";"));
+  Reports reports;
+  Steps steps(w, {"A"}, {});
+  EXPECT_EQ(steps.variable("V")->sep, ';');
+  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "V"});
+}
+
+TEST(Generate, MixedSeparatorsAreSilentWithoutAnErrorFunction) {
+  VAR_OPS var_ops;
+  var_ops.sep = ':';
+  int sep = ';';
+  check_sep(&var_ops, &sep, FWT("V"), nullptr);
+  EXPECT_EQ(var_ops.sep, ':');
+  EXPECT_EQ(sep, ';');
+  Reports reports;
+  check_sep(&var_ops, &sep, FWT("V"), Reports::Collect);
+  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "V"});
+}
+
+TEST(Generate, AnOperationWithAPatternTakesTheFirstKnownSeparatorForAll) {
+  // The pattern reaches A (slot 65) before B (slot 66). A's separator goes into the operation, and
+  // from there to B, whose own insert declares another one.
+  Warehouse w;
+  w.Add("A", Insert("A", "1", "", ";") + Remove("?", {"x"}) + Insert("B", "2", "", ","));
+  Reports reports;
+  Steps steps(w, {"A"}, {{"A", "a"}, {"B", "b"}});
+  EXPECT_EQ(steps.variable("A")->sep, ';');
+  EXPECT_EQ(steps.variable("B")->sep, ';');
+  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "B"});
+}
+
+TEST(Generate, AMismatchedRemoveSplitsByItsOwnSeparator) {
+  Warehouse w;
+  w.Add("A", Insert("V", "x", "", ":") + Remove("V", {"a:b"}, ";"));
+  Reports reports;
+  Steps steps(w, {"A"}, {{"V", "a:b;c"}});
+  EXPECT_EQ(steps.rem("V", "a:b"), Strings{"-V=a:b"});
+  EXPECT_EQ(reports.lines().size(), 1U);
+}
+
+TEST(Generate, ARemoveWithTwoMatchingPatternsIsListedOnce) {
+  Warehouse w;
+  w.Add("A", Remove("V", {"a*", "*b"}));
+  EXPECT_EQ(Steps(w, {"A"}, {{"V", "ab:c"}}).rem("V", "ab"), Strings{"-V=a*,*b"});
+}
+
+TEST(Generate, TheSameInsertFromTwoVarietiesIsListedTwice) {
+  Warehouse w;
+  w.Add("A", Insert("V", "x"));
+  w.Add("B", Insert("V", "x"));
+  Steps steps(w, {"A", "B"}, {});
+  EXPECT_EQ(Shorts(&steps.value("V", "x")->ins), (Strings{"+V=x", "+V=x"}));
+}
+
+TEST(Generate, ARemoveIsListedForEachInsertAndEachEqualElement) {
+  Warehouse w;
+  w.Add("C", Insert("V", "v"));
+  w.Add("A", Remove("V", {"v"}), {"C"});
+  EXPECT_EQ(Steps(w, {"A"}, {}).rem("V", "v"), (Strings{"-V=v"}));
+  EXPECT_EQ(Steps(w, {"A"}, {{"V", "v"}}).rem("V", "v"), (Strings{"-V=v", "-V=v"}));
+  EXPECT_EQ(Steps(w, {"A"}, {{"V", "v:w:v"}}).rem("V", "v"), (Strings{"-V=v", "-V=v", "-V=v"}));
+}
+
+TEST(Generate, RemovesMeetInsertsInEitherOrder) {
+  Warehouse w;
+  w.Add("A", Remove("V", {"x"}) + Insert("V", "x") + Insert("V", "y") + Remove("V", {"?"}));
+  Steps steps(w, {"A"}, {});
+  EXPECT_EQ(steps.rem("V", "x"), (Strings{"-V=x", "-V=?"}));
+  EXPECT_EQ(steps.rem("V", "y"), Strings{"-V=?"});
+}
+
+TEST(Generate, ADeleteMarksTheVariableAndRemovesEverything) {
+  Warehouse w;
+  w.Add("A", Delete("V"));
+  Steps steps(w, {"A"}, {{"V", "a/b:/c"}});
+  EXPECT_EQ(steps.variable("V")->del, 1);
+  EXPECT_EQ(steps.rem("V", "a/b"), Strings{"!V=**"});
+  EXPECT_EQ(steps.rem("V", "/c"), Strings{"!V=**"});
+}
+
+TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
+  // Enough of each for literal patterns to be looked up instead.
+  std::mt19937 random(3);
+  auto path = [&](bool pattern) {
+    std::string text;
+    for (int n = 0; n < 2; ++n)
+      text += std::string(random() % 4 ? "/" : "//") + "abcdefgh"[random() % 8];
+    if (random() % 6 == 0) text += "/";
+    if (pattern && random() % 5 == 0) text += "*";
+    return text;
+  };
+  std::string ops;
+  for (int i = 0; i < 300; ++i) {
+    if (random() % 2) {
+      ops += Insert("V", path(random() % 9 == 0));
+    } else {
+      Strings values;
+      for (size_t n = random() % 3; n > 0; --n)
+        values.push_back(path(true));
+      ops += Remove("V", values);
+    }
+  }
+  std::string input;
+  for (int i = 0; i < 200; ++i)
+    input += (i ? ":" : "") + path(false);
+
+  Warehouse w;
+  w.Add("A", ops);
+  Steps steps(w, {"A"}, {{"V", input}});
+
+  // What each pair in turn gives.
+  FwHashTable* expected = make_names_table();
+  std::map<std::string, std::vector<const EXPANDED_OP*>> rem;
+  std::vector<const EXPANDED_OP*> inserts;
+  std::vector<const EXPANDED_OP*> removes;
+  auto touch = [&](const std::string& value) {
+    if (!FwHashLookupEntry(expected, Fwt(value), nullptr))
+      FwHashAddEntry(expected, Fwt(value), nullptr, nullptr);
+  };
+  auto attempt = [&](const EXPANDED_OP* eop, const std::string& value) {
+    const FwVector* values = &eop->op->u.rem->values;
+    for (int32 i = 0; i < FwVectorLength(values); ++i)
+      if (wh_glob_matches(element_at<FwTextByte>(values, i), Fwt(value))) {
+        touch(value);
+        rem[value].push_back(eop);
+        return;
+      }
+  };
+  FwVector elements;
+  open_vector(&elements, 10);
+  FwStrTextSplitByChar(Fwt(input), ':', &elements);
+  for (int32 i = 0; i < FwVectorLength(&steps.list()); ++i) {
+    auto* eop = element_at<EXPANDED_OP>(&steps.list(), i);
+    if (eop->op->type == wh_env_insert) {
+      std::string value = Str(eop->op->u.ins->value);
+      touch(value);
+      inserts.push_back(eop);
+      for (const EXPANDED_OP* remove : removes)
+        attempt(remove, value);
+    } else {
+      removes.push_back(eop);
+      for (const EXPANDED_OP* insert : inserts)
+        attempt(eop, Str(insert->op->u.ins->value));
+      for (int32 e = 0; e < FwVectorLength(&elements); ++e)
+        attempt(eop, Str(element_at<FwTextByte>(&elements, e)));
+    }
+  }
+  EXPECT_EQ(Steps::Keys(steps.variable("V")->values), Steps::Keys(expected));
+  for (const std::string& value : Steps::Keys(expected)) {
+    const FwVector* found = &steps.value("V", value.c_str())->rem;
+    std::vector<const EXPANDED_OP*> list;
+    for (int32 i = 0; i < FwVectorLength(found); ++i)
+      list.push_back(element_at<EXPANDED_OP>(found, i));
+    EXPECT_EQ(list, rem[value]) << value;
+  }
+  FwVectorAbandon(&elements, 1);
+  FwHashFreeTable(&expected);
+}
+
+// ---- Ancestors ----
+
+// The products whose first varieties are in the table of a variety.
+Strings Ancestors(const Warehouse& w, const std::string& product, const Strings& all) {
+  Strings found;
+  FwHashTable* ancestors = w.variety(product)->ancestors;
+  if (ancestors == nullptr) return {"none"};
+  for (const std::string& name : all)
+    if (FwHashLookupEntry(ancestors, w.variety(name), nullptr)) found.push_back(name);
+  EXPECT_EQ(ancestors->nUsedEntries, found.size());
+  return found;
+}
+
+void ApplyNothing(const Warehouse& w, const Strings& products) {
+  Environment input;
+  Environment output(w.Apply(products, input));
+}
+
+TEST(Ancestors, AreTheVarietyItselfAndAllThatIncludeIt) {
+  Warehouse w;
+  const Strings all = {"A", "B", "C", "D", "E"};
+  w.Add("A", "", {"B", "C"});
+  w.Add("B", "", {"D"});
+  w.Add("C", "", {"D"});
+  w.Add("D", "");
+  w.Add("E", "", {"D"});
+  ApplyNothing(w, {"A"});
+  EXPECT_EQ(Ancestors(w, "A", all), Strings{"A"});
+  EXPECT_EQ(Ancestors(w, "B", all), (Strings{"A", "B"}));
+  EXPECT_EQ(Ancestors(w, "C", all), (Strings{"A", "C"}));
+  EXPECT_EQ(Ancestors(w, "D", all), (Strings{"A", "B", "C", "D"}));
+  EXPECT_EQ(Ancestors(w, "E", all), Strings{"none"});
+  ApplyNothing(w, {"E"});
+  EXPECT_EQ(Ancestors(w, "E", all), Strings{"E"});
+  EXPECT_EQ(Ancestors(w, "D", all), all);
+}
+
+TEST(Ancestors, CirclesOfPartsComeToAnEnd) {
+  Warehouse w;
+  const Strings all = {"A", "B", "C"};
+  w.Add("A", "", {"B"});
+  w.Add("B", "", {"C", "B"});
+  w.Add("C", "", {"A"});
+  ApplyNothing(w, {"A"});
+  for (const std::string& name : all)
+    EXPECT_EQ(Ancestors(w, name, all), all) << name;
+}
+
+TEST(Ancestors, AQueryThatFailsIsReportedEachTimeTheListIsGoneThrough) {
+  // Collection visits D once. The search for ancestors goes to it when it learns of B with A, and
+  // again when it learns of C.
+  Warehouse w;
+  w.Add("A", "", {"B", "C"});
+  w.Add("B", "", {"D"});
+  w.Add("C", "", {"D"});
+  w.Add("D", "", {"%(NOPE)"});
+  Reports reports;
+  ApplyNothing(w, {"A"});
+  EXPECT_EQ(reports.lines(),
+            Strings(3, "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"));
+  // What is known already does not lead there a second time.
+  Reports second;
+  ApplyNothing(w, {"A"});
+  EXPECT_EQ(second.lines(),
+            Strings(1, "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"));
+}
+
+TEST(Ancestors, TheBaseDirectoryIsBoundForTheTopProductOnly) {
+  Warehouse w;
+  w.Add("A", "", {"%(BASE-DIRECTORY)"});
+  w.Write("A", "partlist.xml",
+          "<PARTLIST><PARTSPEC><PATTERN/><PARTS><PRODUCT category='C' name='B'><PATTERN><MATCH>"
+          "<VAR n='base' v='%(BASE-DIRECTORY)'/></MATCH></PATTERN></PRODUCT></PARTS></PARTSPEC>"
+          "</PARTLIST>");
+  w.AddVarieties("B", "<VARIETY><VAR n='base' v='**'/><SEGMENT host='all' here='1'/></VARIETY>",
+                 Insert("V", "b"));
+  w.Add("TOP", "", {"A"});
+  Environment input;
+  {
+    Reports reports;
+    Environment output(w.Apply({"A"}, input));
+    EXPECT_EQ(reports.lines(), Strings{});
+  }
+  {
+    Reports reports;
+    Environment output(w.Apply({"TOP"}, input, 0));
+    EXPECT_EQ(
+        reports.lines(),
+        Strings{"*** Error: % variable BASE-DIRECTORY is not defined in File C/A/1/0/env.xml"});
+  }
+}
+
+TEST(Ancestors, OfALongChainRelateAsThoseOfAShortOne) {
+  constexpr int kLength = 60;
+  const int32 limit = std::exchange(ancestors_stored_in_full, 10);
+  Warehouse w;
+  for (int i = 0; i < kLength; ++i) {
+    std::string next = "P" + std::to_string(i + 1);
+    std::string ops;
+    if (i == 0) ops = Remove("V", {"far"}) + Remove("V", {"near"});
+    if (i == kLength - 2) ops = Remove("V", {"near"});
+    if (i == kLength - 1) ops = Insert("V", "far") + Insert("V", "near") + Insert("V", "last");
+    w.Add("P" + std::to_string(i), ops, i + 1 < kLength ? Strings{next} : Strings{});
+  }
+  w.Add("X", Remove("V", {"last"}));
+  w.Add("Y", Remove("V", {"last"}), {"P" + std::to_string(kLength / 2)});
+  Reports reports;
+  EXPECT_EQ(w.Apply({"P0"}, Pairs{})["V"], "last");
+  EXPECT_EQ(reports.lines(), Strings{});
+  // A later call goes on from what the first one left.
+  EXPECT_EQ(w.Apply({"Y"}, Pairs{})["V"], "far");
+  EXPECT_EQ(reports.lines(), Strings{});
+  EXPECT_EQ(w.Apply({"P0", "Y"}, Pairs{})["V"], "");
+  EXPECT_EQ(reports.lines(), Strings{});
+  w.Apply({"P0", "X"}, Pairs{});
+  EXPECT_EQ(reports.lines(), Strings{"*** Error:  value last is both inserted and removed in "
+                                     "environment variable V"});
+  ancestors_stored_in_full = limit;
+}
+
+}  // namespace
