@@ -7,8 +7,8 @@
 
 namespace {
 
-// Varieties that an operation of the list has been weighed for against all that stand behind it. A
-// second operation of such a variety would find nothing left to do.
+// Varieties of which an operation has been weighed against all of a list and changed nothing more.
+// A second operation of such a variety would change nothing either.
 class Settled {
  public:
   bool contains(const WH_VARIETY* variety) const {
@@ -28,6 +28,36 @@ class Settled {
   int32 count_ = 0;
 };
 
+// How one variety stands to others. A value that is there often lists the same remove as often, so
+// the last answer is kept.
+class Relation {
+ public:
+  Relation(ANCESTRY* ancestry, WH_VARIETY* variety) : ancestry_(ancestry), variety_(variety) {}
+
+  bool includes(WH_VARIETY* other) {
+    ask(other);
+    return includes_;
+  }
+  bool included_by(WH_VARIETY* other) {
+    ask(other);
+    return included_by_;
+  }
+
+ private:
+  void ask(WH_VARIETY* other) {
+    if (other == other_) return;
+    other_ = other;
+    includes_ = ::includes(ancestry_, variety_, other);
+    included_by_ = ::includes(ancestry_, other, variety_);
+  }
+
+  ANCESTRY* ancestry_;
+  WH_VARIETY* variety_;
+  WH_VARIETY* other_ = nullptr;
+  bool includes_ = false;
+  bool included_by_ = false;
+};
+
 EXPANDED_OP* op_at(const FwVector* ops, int32 i) {
   return element_at<EXPANDED_OP>(ops, i);
 }
@@ -44,11 +74,12 @@ bool weigh(FwVector* ops, int32 i, ANCESTRY* ancestry) {
   int32 count = FwVectorLength(ops);
   int32 kept = i + 1;
   bool stands = true;
+  Relation relation(ancestry, variety);
   for (int32 j = i + 1; j < count; ++j) {
     EXPANDED_OP* other = op_at(ops, j);
     if (stands && other->variety != variety) {
-      if (includes(ancestry, variety, other->variety)) continue;
-      if (includes(ancestry, other->variety, variety)) stands = false;
+      if (relation.includes(other->variety)) continue;
+      if (relation.included_by(other->variety)) stands = false;
     }
     ops->pElements[kept++] = other;
   }
@@ -80,20 +111,28 @@ void resolve_alike(FwVector* ops, ANCESTRY* ancestry) {
 }
 
 void resolve_against(FwVector* ins, FwVector* rem, ANCESTRY* ancestry) {
+  Settled settled;
   for (int32 i = 0; i < FwVectorLength(ins); ++i) {
     WH_VARIETY* variety = op_at(ins, i)->variety;
+    if (settled.contains(variety)) continue;
+    Relation relation(ancestry, variety);
+    bool overridden = false;
     int32 count = FwVectorLength(rem);
     int32 kept = 0;
     for (int32 j = 0; j < count; ++j) {
       EXPANDED_OP* remove = op_at(rem, j);
       if (remove->variety == variety) continue;
-      if (includes(ancestry, variety, remove->variety)) insert_over_remove(ins, j);
-      // Kept: the walk through the removes goes on with an insert that is gone, so a second remove
-      // that overrides it takes out the insert in front of it, if there is one.
-      if (includes(ancestry, remove->variety, variety) && i >= 0) FwVectorRemoveElement(ins, i--);
+      if (relation.includes(remove->variety)) insert_over_remove(ins, kept);
+      if (relation.included_by(remove->variety)) {
+        // Kept: the walk through the removes goes on with an insert that is gone, so a second
+        // remove that overrides it takes out the insert in front of it, if there is one.
+        if (i >= 0) FwVectorRemoveElement(ins, i--);
+        overridden = true;
+      }
       rem->pElements[kept++] = remove;
     }
     shorten(rem, kept);
+    if (!overridden) settled.add(variety);
   }
 }
 

@@ -1,0 +1,293 @@
+// The settlement of one value between the operations that touch it.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine_support.h"
+#include "environ/engine.h"
+#include "recorder.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+const char kClash[] =
+    "*** Error:  value VALUE is both inserted and removed in environment variable VARIABLE";
+
+// Varieties named by letters, and which of them include which. A letter of either list stands for
+// an operation of that variety.
+class Value {
+ public:
+  // Each pair is (includer, included); the relation is taken as it is, so chains are written out.
+  explicit Value(const std::vector<std::pair<char, char>>& includes) : includes_(includes) {
+    ancestry_ = make_ancestry();
+    open_vector(&val_ops_.ins, 2);
+    open_vector(&val_ops_.rem, 2);
+  }
+  ~Value() {
+    free_ancestry(&ancestry_);
+    for (auto& [name, variety] : varieties_)
+      FwHashFreeTable(&variety.ancestors);
+    FwVectorAbandon(&val_ops_.ins, 0);
+    FwVectorAbandon(&val_ops_.rem, 0);
+  }
+  Value(const Value&) = delete;
+  Value& operator=(const Value&) = delete;
+
+  void Add(const std::string& ins, const std::string& rem) {
+    for (char name : ins)
+      FwVectorAddElement(&val_ops_.ins, Op(name));
+    for (char name : rem)
+      FwVectorAddElement(&val_ops_.rem, Op(name));
+  }
+
+  void Resolve(WH_ERROR_FUNC error) {
+    FwHashEntry entry = {FWT("VALUE"), &val_ops_};
+    res_context context = {error, FWT("VARIABLE"), ancestry_};
+    EXPECT_EQ(resolve(&entry, &context, nullptr), 1);
+  }
+
+  // What is left, as "inserts/removes", with "!" behind it for a clash.
+  std::string Result(const std::string& ins, const std::string& rem) {
+    Add(ins, rem);
+    Reports reports;
+    Resolve(Reports::Collect);
+    std::string result = Names(&val_ops_.ins) + "/" + Names(&val_ops_.rem);
+    for (const std::string& line : reports.lines())
+      result += line == kClash ? "!" : line;
+    return result;
+  }
+
+  const FwVector* ins() const { return &val_ops_.ins; }
+
+ private:
+  EXPANDED_OP* Op(char name) {
+    ops_.push_back({});
+    ops_.back().variety = Variety(name);
+    return &ops_.back();
+  }
+  WH_VARIETY* Variety(char name) {
+    if (auto found = varieties_.find(name); found != varieties_.end()) return &found->second;
+    WH_VARIETY* variety = &varieties_[name];
+    variety->ancestors = FwHashCreateTable(4, nullptr, nullptr);
+    FwHashAddEntry(variety->ancestors, variety, variety, nullptr);
+    for (auto [includer, included] : includes_)
+      if (included == name) {
+        WH_VARIETY* ancestor = Variety(includer);
+        FwHashAddEntry(variety->ancestors, ancestor, ancestor, nullptr);
+      }
+    return variety;
+  }
+  std::string Names(const FwVector* ops) {
+    std::string names;
+    for (int32 i = 0; i < FwVectorLength(ops); ++i)
+      for (auto& [name, variety] : varieties_)
+        if (&variety == element_at<EXPANDED_OP>(ops, i)->variety) names += name;
+    return names;
+  }
+
+  std::vector<std::pair<char, char>> includes_;
+  std::map<char, WH_VARIETY> varieties_;
+  std::deque<EXPANDED_OP> ops_;
+  VAL_OPS val_ops_;
+  ANCESTRY* ancestry_;
+};
+
+const std::vector<std::pair<char, char>> kNone = {};
+const std::vector<std::pair<char, char>> kAC = {{'A', 'C'}};
+const std::vector<std::pair<char, char>> kAcBc = {{'A', 'C'}, {'B', 'C'}};
+
+TEST(Resolve, SettlesListsAsTold) {
+  struct {
+    std::vector<std::pair<char, char>> includes;
+    const char* ins;
+    const char* rem;
+    const char* result;
+  } rows[] = {
+      {kNone, "", "", "/"},
+      {kNone, "A", "", "A/"},
+      {kNone, "", "A", "/A"},
+      // Inserts among themselves, and removes among themselves.
+      {kNone, "AB", "", "AB/"},
+      {kNone, "AA", "", "AA/"},
+      {kAC, "AC", "", "A/"},
+      {kAC, "CA", "", "A/"},
+      {kAC, "CXA", "", "XA/"},
+      {kAC, "CCXAC", "", "XA/"},
+      {kAC, "", "CA", "/A"},
+      {kAC, "", "ACXC", "/AX"},
+      {kAcBc, "CAB", "", "AB/"},
+      // One variety that does both keeps the insert.
+      {kNone, "A", "A", "A/"},
+      {kNone, "A", "AAA", "A/"},
+      {kNone, "AB", "AB", "AB/"},
+      // Unrelated varieties clash.
+      {kNone, "A", "B", "A/B!"},
+      {kNone, "AA", "BB", "AA/BB!"},
+      {kNone, "A", "AB", "A/B!"},
+      // A remove of the including variety takes the insert away.
+      {kAC, "C", "A", "/A"},
+      {kAC, "CC", "A", "/A"},
+      // Kept: a second remove of it takes out the insert in front, if there is one.
+      {kAC, "C", "AA", "/AA"},
+      {kAC, "XC", "AA", "/AA"},
+      {kAC, "CX", "AA", "X/AA!"},
+      {kAC, "XYC", "AA", "X/AA!"},
+      {kAC, "XYC", "AAA", "/AAA"},
+      {kAC, "CC", "AAA", "/AAA"},
+      {kAcBc, "C", "AB", "/AB"},
+      {kAcBc, "XC", "AB", "/AB"},
+      {kAcBc, "CX", "AB", "X/AB!"},
+      // A remove of the insert's own variety still goes after the insert is gone.
+      {kAC, "C", "AC", "/A"},
+      {kAC, "C", "CA", "/A"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(Value(row.includes).Result(row.ins, row.rem), row.result)
+        << row.ins << " and " << row.rem;
+}
+
+TEST(Resolve, InACircleTheEarlierOneWins) {
+  const std::vector<std::pair<char, char>> circle = {{'A', 'B'}, {'B', 'A'}};
+  EXPECT_EQ(Value(circle).Result("AB", ""), "A/");
+  EXPECT_EQ(Value(circle).Result("BA", ""), "B/");
+}
+
+TEST(Resolve, AClashIsSilentWithoutAnErrorFunction) {
+  Value value(kNone);
+  value.Add("A", "B");
+  Reports reports;
+  value.Resolve(nullptr);
+  EXPECT_EQ(FwVectorLength(value.ins()), 1);
+  EXPECT_EQ(reports.lines(), Strings{});
+}
+
+TEST(Resolve, AnInsertThatIncludesARemoveNeverEnds) {
+  // The child ends itself from a signal, after it has looked at what was reported so far.
+  static CollectReports* reports;
+  static const FwVector* ins;
+  for (const char* inserts : {"A", "XA", "AXX"}) {
+    pid_t child = fork();
+    if (child == 0) {
+      Value value(kAC);
+      value.Add(inserts, "C");
+      CollectReports collected;
+      reports = &collected;
+      ins = value.ins();
+      signal(SIGALRM, [](int) {
+        rusage usage;
+        getrusage(RUSAGE_SELF, &usage);
+        bool idle = usage.ru_utime.tv_sec == 0 && usage.ru_stime.tv_sec == 0;
+        bool once = reports->asserts() == Strings{"Invalid position in vector"};
+        _exit(idle && once && FwVectorLength(ins) == 0 ? 0 : 1);
+      });
+      alarm(1);
+      value.Resolve(nullptr);
+      _exit(2);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0) << inserts;
+  }
+}
+
+// The procedure step by step on plain lists, and whether it ends.
+struct Plain {
+  std::string ins;
+  std::string rem;
+  const std::set<std::pair<char, char>>& includes;
+
+  bool Over(char a, char b) const { return includes.contains({a, b}); }
+  void Alike(std::string* ops) const {
+    for (size_t i = 0; i < ops->size();) {
+      bool gone = false;
+      for (size_t j = i + 1; j < ops->size();) {
+        char op1 = (*ops)[i];
+        char op2 = (*ops)[j];
+        if (op1 == op2) {
+          ++j;
+        } else if (Over(op1, op2)) {
+          ops->erase(j, 1);
+        } else if (Over(op2, op1)) {
+          ops->erase(i, 1);
+          gone = true;
+          break;
+        } else {
+          ++j;
+        }
+      }
+      if (!gone) ++i;
+    }
+  }
+  bool Run() {
+    Alike(&ins);
+    Alike(&rem);
+    for (int i = 0; i < static_cast<int>(ins.size()); ++i) {
+      char op1 = ins[static_cast<size_t>(i)];
+      for (size_t j = 0; j < rem.size();) {
+        if (op1 == rem[j]) {
+          rem.erase(j, 1);
+          continue;
+        }
+        if (Over(op1, rem[j])) return false;
+        if (Over(rem[j], op1) && i >= 0) ins.erase(static_cast<size_t>(i--), 1);
+        ++j;
+      }
+    }
+    return true;
+  }
+};
+
+TEST(Resolve, EqualsThePlainProcedureOnRandomLists) {
+  std::mt19937 random(4);
+  int ended = 0;
+  for (int round = 0; round < 4000; ++round) {
+    std::vector<std::pair<char, char>> includes;
+    std::set<std::pair<char, char>> relation;
+    for (char a = 'A'; a <= 'E'; ++a)
+      for (char b = 'A'; b <= 'E'; ++b)
+        if (a != b && random() % 6 == 0) {
+          // A variety that is told of its includers before they are is only told of them.
+          if (relation.contains({b, a})) continue;
+          relation.insert({a, b});
+        }
+    includes.assign(relation.begin(), relation.end());
+    auto names = [&] {
+      std::string made;
+      for (size_t n = random() % 6; n > 0; --n)
+        made += static_cast<char>('A' + random() % 5);
+      return made;
+    };
+    Plain plain = {names(), names(), relation};
+    std::string ins = plain.ins;
+    std::string rem = plain.rem;
+    if (!plain.Run()) continue;
+    ++ended;
+    std::string expected = plain.ins + "/" + plain.rem;
+    if (!plain.ins.empty() && !plain.rem.empty()) expected += "!";
+    ASSERT_EQ(Value(includes).Result(ins, rem), expected) << ins << " and " << rem;
+  }
+  EXPECT_GT(ended, 2000);
+}
+
+TEST(Resolve, ManyOperationsOfFewVarietiesTakeLittleTime) {
+  Value value(kAC);
+  EXPECT_EQ(value.Result(std::string(30000, 'X') + "C",
+                         std::string(50000, 'A') + std::string(50000, 'B')),
+            "/" + std::string(50000, 'A') + std::string(50000, 'B'));
+}
+
+}  // namespace
