@@ -1,4 +1,4 @@
-// The whole standard floor: integers, assertions and traces, split integers, memory copies,
+// The whole standard floor: integers, assertions and traces, split integers, safe memory operations,
 // platform names.
 #ifndef STANDARD_H
 #define STANDARD_H

@@ -44,7 +44,7 @@ using WH_VAR_FUNC = void(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* 
 void wh_traverse_partlist(WH_CALL_ENV* callenv, WH_PARTLIST* partlist, WH_VARIETY* variety,
                           WH_FILE_FUNC* file_func, WH_SPEC_FUNC* spec_func);
 
-// Calls back for each variety of the spec that is complete and not yet visited, in order, and marks
+// Calls back for each variety in spec that is complete and not yet visited, in order, and marks
 // it as visited. source is the word from which the symbol table makes the file name for error
 // messages; err, which may be null, is the callback's errorfunc.
 void wh_traverse_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec, WH_VAR_FUNC* varfunc,

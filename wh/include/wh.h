@@ -2,4 +2,19 @@
 #ifndef WH_H
 #define WH_H
 
+#include "environ.h"
+#include "glob.h"
+#include "partlist.h"
+#include "prodinfo.h"
+#include "readdata.h"
+#include "recipe.h"
+#include "settings.h"
+#include "traverse.h"
+#include "warehouse.h"
+#include "whbootfw.h"
+#include "wherror.h"
+#include "wqlatest.h"
+#include "wqmem.h"
+#include "wqversion.h"
+
 #endif
