@@ -100,8 +100,9 @@ struct ELEMENT {
 // A next state that stands for the one in READER::retstate.
 inline constexpr int kReturn = -2;
 
+// The fields stand in the order in which a row is read.
 template <class DFA>
-struct START_RULE {
+struct START_RULE {  // NOLINT(clang-analyzer-optin.performance.Padding)
   int state;
   const char* tag;
   int next;
@@ -110,7 +111,7 @@ struct START_RULE {
 };
 
 template <class DFA>
-struct END_RULE {
+struct END_RULE {  // NOLINT(clang-analyzer-optin.performance.Padding)
   int state;
   const char* tag;
   int next;

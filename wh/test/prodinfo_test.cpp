@@ -224,6 +224,25 @@ TEST(ReadProdinfo, AnErrorFromBeforeStopsTheReading) {
   EXPECT_EQ(nullptr, err.pError);
 }
 
+TEST(ReadProdinfo, TextOfOtherEncodingsBecomesUtf8) {
+  Product product;
+  const std::string expected = "c|n|1|0 nice=\xC3\xA9 '' visible=0 \n";
+  EXPECT_EQ(expected, product.Read("<?xml version='1.0' encoding='ISO-8859-1'?>"
+                                   "<PRODUCT-INFO name='\xE9'><VARIETIES/></PRODUCT-INFO>"));
+  const std::string plain = "<PRODUCT-INFO name='!'><VARIETIES/></PRODUCT-INFO>";
+  std::string utf16 = "\xFF\xFE";
+  for (char c : plain)
+    utf16 += {c == '!' ? '\xE9' : c, '\0'};
+  EXPECT_EQ(expected, product.Read(utf16));
+}
+
+TEST(ReadProdinfo, TheInternalSubsetMaySupplyAttributes) {
+  Product product;
+  EXPECT_EQ(std::string(kHead) + "variety (null) chosen=0  vars() seg(h,1)\n",
+            product.Read("<!DOCTYPE VARIETIES [<!ATTLIST SEGMENT here CDATA '1'>]>" +
+                         Varieties("<VARIETY><SEGMENT host='h'/></VARIETY>")));
+}
+
 TEST(ReadProdinfo, ADoctypeThatDiffersIsAnErrorIfAskedFor) {
   Product product;
   const std::string body = "<PRODUCT-INFO name='x'>\n<VARIETIES/></PRODUCT-INFO>";
