@@ -15,7 +15,7 @@
 // A template names the details by number, 0 and 1 for the first, 2 and 3 for the second.
 //
 // Nothing can be set before the kinds are made, at boot level 7; after that they last as long as
-// the process. A null state is asserted against and nothing happens.
+// the process. Setting a null state asserts "NULL" and does nothing; clearing one does nothing.
 #ifndef FWERROR_H
 #define FWERROR_H
 

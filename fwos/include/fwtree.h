@@ -40,7 +40,7 @@ extern const char _Fw_msg_PredecessorsMatching_Handle[];
 
 // Creates a node on the heap and links it under pParent, or as a root for null. pAfterThis is a
 // child of pParent, FW_TREE_LINK_LAST or FW_TREE_LINK_FIRST. Exhausted memory ends the program.
-// Asserts "Invalid tree creation" if pAfterThis is no child of pParent; the node is a root then.
+// Asserts "Invalid tree creation" if pAfterThis is no child of pParent; no node is made then.
 FwObj* Fw_msg_CreateAndLink(const FwClassRecord* pClassRecord, FwObj* pParent, FwObj* pAfterThis);
 
 // The method's signature has the memory to construct in, which the sender always gives as null.
