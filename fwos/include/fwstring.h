@@ -107,7 +107,7 @@ inline constexpr uint32 FW_TEXTBYTE_TRAIL = 8;
 
 // Decodes one character and moves the cursor past it. At the terminator the result is 0 and the
 // cursor ends one past it. A byte that can't begin a character gives a negative value and is one
-// byte long.
+// byte long; an overlong form of zero gives one too, as it ends nothing.
 FwTextCharacter FwStrGetTextCharacter(FwTextByte** pptb);
 
 // Steps the cursor back to the lead byte of the character before it, and decodes that. A null

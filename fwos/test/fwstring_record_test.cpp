@@ -376,14 +376,6 @@ TEST(FwStrPut, ACountedTextOnAFixedRecordStopsBeforeTheCharacterThatPassesTheCou
   EXPECT_EQ("\xC3\xA9", other.text());
 }
 
-TEST(FwStrPut, AnOverlongZeroEndsTheSlowWayOfACountedText) {
-  Fixed fixed(4);
-  ExpectAsserts expected(
-      {"Badly encoded UTF-8 character (overly long encoding)", "Wasn't expecting terminator"});
-  EXPECT_EQ(1u, FwStrNPutTextString(fixed.get(), FWT("a\xC0\x80zz"), 5));
-  EXPECT_EQ("a", fixed.text());
-}
-
 TEST(FwStrPut, ABadCountAsserts) {
   Growing growing;
   ExpectAsserts expected({"Bad cbLength", "Bad cbLength"});

@@ -76,6 +76,28 @@ TEST(FwStrGetTextCharacter, ALeadByteNearTheEndStopsBeforeTheTerminator) {
   EXPECT_EQ(5, nEnd);
 }
 
+TEST(FwStrGetTextCharacter, AnOverlongZeroEndsNoText) {
+  std::ptrdiff_t nEnd;
+  Own text("a\xC0\x80z");
+  {
+    ExpectAsserts expected({kOverlong});
+    EXPECT_EQ((Characters{'a', 0xC0 - 0x100, 'z'}), Walk(text.get(), &nEnd));
+    EXPECT_EQ(5, nEnd);
+  }
+  Own cut("\xE0");
+  {
+    ExpectAsserts expected({kOverlong});
+    EXPECT_EQ((Characters{0xE0 - 0x100}), Walk(cut.get(), &nEnd));
+    EXPECT_EQ(2, nEnd);
+  }
+  {
+    // The check of an end looks behind it too.
+    ExpectAsserts expected({kOverlong, kOverlong});
+    EXPECT_EQ(1, fFcStrWellTerminated(text.get(), nullptr));
+    EXPECT_EQ(0, fFcStrWellTerminated(FWT("a\xC0\x80\xE9"), nullptr));
+  }
+}
+
 TEST(FwStrGetTextCharacter, FollowingBytesAreNotTested) {
   std::ptrdiff_t nEnd;
   Own text("\xC3:\xC3\xA9");

@@ -45,7 +45,7 @@ FwTextCharacter FwStrGetTextCharacter(FwTextByte** pptb) {
     n++;
   *pptb = ptb + n;
   // An overlong zero is no terminator: what stands behind it belongs to the text.
-  return tc != 0 ? tc : static_cast<int8>(*ptb);
+  return tc != 0 ? tc : *ptb - 0x100;
 }
 
 FwTextCharacter FwStrGetPreviousTextCharacter(FwTextString ptbzStart, FwTextByte** pptb) {
@@ -127,7 +127,6 @@ int32 fFcStrNWellTerminated(FwTextString ptb, uint32 cbLength, FwTextByte** pptb
     FwTextCharacter tc;
     FwUTF8ToCharacter(&tc, ptb);
     ptb += nLength > 0 ? nLength : 1;
-    if (tc == 0) return 1;
   }
   return 1;
 }
