@@ -130,6 +130,7 @@ bool fFcMatScanArgList(FcMatContext* pctmat, FcMatBinding* bdl, uint32 cbdNumElt
     if (fFcMatScanArgList(pctmat, bdl + 1, cbdNumElts - 1, ptbEnglishNow, ptbTemplateNow)) {
       return true;
     }
+    // Kept: a known word and then all plain strings are more candidates than there are tries.
     if (n + 1 == nTries) FwAssertFailed("Infinite loop entered?");
   }
   FcMatUnbind(pbd);

@@ -1,0 +1,410 @@
+// Matching printed messages against templates.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "fcstrmat.h"
+#include "fwstring.h"
+#include "fwstrprf_format.h"
+#include "fwtransl_vocabulary.h"
+#include "recorder.h"
+
+namespace {
+
+constexpr uint32 kWhole = 0xFFFFFFFF;
+const char kNoMatch[] = "(no match)";
+
+// The translation, or kNoMatch.
+std::string MatchN(const std::string& english, uint32 cbEnglish, const std::string& pattern,
+                   const std::string& translated) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  int32 fMatched = fFcStrNMatchTemplate(FWT(english.c_str()), cbEnglish, FWT(pattern.c_str()),
+                                        FWT(translated.c_str()), &record);
+  std::string text = Taken(&record);
+  if (fMatched) return text;
+  EXPECT_EQ(text, "");
+  return kNoMatch;
+}
+
+std::string Match(const std::string& english, const std::string& pattern,
+                  const std::string& translated) {
+  return MatchN(english, kWhole, pattern, translated);
+}
+
+std::string Repeated(const std::string& text, int n) {
+  std::string all;
+  for (int i = 0; i < n; i++)
+    all += text;
+  return all;
+}
+
+struct MatchCase {
+  const char* pszEnglish;
+  const char* pszTemplate;
+  const char* pszTranslated;
+  const char* pszExpected;
+};
+
+void ExpectMatches(const MatchCase* pCases, std::size_t n) {
+  for (std::size_t i = 0; i < n; i++) {
+    const MatchCase& c = pCases[i];
+    EXPECT_EQ(Match(c.pszEnglish, c.pszTemplate, c.pszTranslated), c.pszExpected)
+        << c.pszEnglish << " by " << c.pszTemplate;
+  }
+}
+
+}  // namespace
+
+TEST(FcStrMatchTemplate, ComparesTextWithoutItems) {
+  const MatchCase cases[] = {
+      {"", "", "x", "x"},
+      {"Done.", "Done.", "Fertig.", "Fertig."},
+      {"Done", "Done.", "Fertig.", kNoMatch},
+      {"Done.", "Done", "Fertig.", kNoMatch},
+      {"Dont.", "Done.", "Fertig.", kNoMatch},
+      {"", "Done.", "Fertig.", kNoMatch},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, BindsStringsOfMarkedTextAtTheirMarkers) {
+  const char* pszTemplate = "Error: %s, %s and %s";
+  std::string english = FormatMessage(pszTemplate, "a, b", "", "x and y");
+  EXPECT_EQ(english, "Error: a, b\x08, \x08 and x and y\x08");
+  EXPECT_EQ(Match(english, pszTemplate, "%[2]s/%[0]s/%[1]s!"), "x and y/a, b/!");
+  EXPECT_EQ(Match(english, "Error: %[2]s, %[0]s and %[1]s", "%s/%s/%s"), "/x and y/a, b");
+}
+
+TEST(FcStrMatchTemplate, WantsAMarkerForEachStringOfMarkedText) {
+  EXPECT_EQ(Match("a\x08, b", "%s, %s", "%s%s"), kNoMatch);
+  EXPECT_EQ(Match("a\x08, b", "%t, %t", "%t%t"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, TriesTheEmptyStringAndThenEachPossibleEnd) {
+  const MatchCase cases[] = {
+      {"disk failed", "%s failed", "%s kaputt", "disk kaputt"},
+      {"my old disk failed", "%s failed", "%s kaputt", "my old disk kaputt"},
+      {" failed", "%s failed", "<%s>", "<>"},
+      {"failed", "%s failed", "<%s>", kNoMatch},
+      {"open a b", "open %s", "<%s>", "<a b>"},
+      {"open ", "open %s", "<%s>", "<>"},
+      {"ab", "%s%s", "<%[0]s|%[1]s>", "<|ab>"},
+      {"ab1", "%s%d", "<%[0]s|%[1]d>", "<ab|1>"},
+      {"a-b-c", "%s-%s", "%[1]s %[0]s", "b-c a"},
+      {"\xC3\xA9t\xC3\xA9!", "%s!", "%s", "\xC3\xA9t\xC3\xA9"},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, BindsANumberInOneWayOnly) {
+  EXPECT_EQ(Match("12", "%d%d", "%d %d"), kNoMatch);
+  EXPECT_EQ(Match("12", "%d2", "%d"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, BindsEveryKindOfNumber) {
+  const MatchCase cases[] = {
+      {"-5 items", "%d items",
+       "%d St\xC3\xBC"
+       "ck",
+       "-5 St\xC3\xBC"
+       "ck"},
+      {"7 items", "%i items", "%d", "7"},
+      {"7 items", "%u items", "%u", "7"},
+      {"at ff.", "at %x.", "%X", "FF"},
+      {"at FF.", "at %X.", "%x", "ff"},
+      {"pi 3.14", "pi %f", "%.2f", "3.14"},
+      {"1.5e+003 m", "%e m", "%.0f", "1500"},
+      {"0.25 m", "%g m", "%.2f", "0.25"},
+      {"<\xC3\xA9>", "<%c>", "[%c]", "[\xC3\xA9]"},
+      {"<>", "<%c>", "[%c]", kNoMatch},
+      {"x items", "%d items", "%d", kNoMatch},
+      {"4294967295", "%u", "%u", kNoMatch},
+      {"80000000", "%x", "%x", kNoMatch},
+      {"   42|", "%5d|", "%d", "42"},
+      {"[   ab]", "[%5s]", "<%s>", "<   ab>"},
+      {"[  A]", "[%3c]", "<%c>", "<A>"},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, PutsTrailingNewlinesBack) {
+  EXPECT_EQ(Match("disk failed\n", "%s failed", "%s kaputt"), "disk kaputt\n");
+  EXPECT_EQ(Match("a\x08 b\x08\n\n", "%s %s", "%[1]s %[0]s"), "b a\n\n");
+  EXPECT_EQ(Match("Done.\n", "Done.", "Fertig."), "Fertig.\n");
+  EXPECT_EQ(Match("open foo\n", "open %s", "offen: %s"), "offen: foo\n");
+}
+
+TEST(FcStrMatchTemplate, WantsALiteralPercentDoubledInTheTemplate) {
+  const MatchCase cases[] = {
+      {"5% of 100%", "%d%% of %d%%", "%d von %d Prozent", "5 von 100 Prozent"},
+      {"a%b", "a%%b", "x", "x"},
+      {"a%b", "a%%%%b", "x", kNoMatch},
+      {"a%%b", "a%%b", "x", kNoMatch},
+      {"a%b", "axb", "x", kNoMatch},
+      {"a%", "a", "x", kNoMatch},
+      {"axb", "a%%b", "x", kNoMatch},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, BindsAnOption) {
+  const MatchCase cases[] = {
+      {"File not found", "File%{ not%} found", "Datei%{ nicht%} gefunden", "Datei nicht gefunden"},
+      {"File found", "File%{ not%} found", "Datei%{ nicht%} gefunden", "Datei gefunden"},
+      {"Very bad", "%{Very %}bad", "%{sehr %}schlecht", "sehr schlecht"},
+      {"bad", "%{Very %}bad", "%{sehr %}schlecht", "schlecht"},
+      {"x (5)", "x%{ (%d)%}", "%{%d%}", "5"},
+      {"x", "x%{ (%d)%}", "<%{%d%}>", "<>"},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, BindsABranch) {
+  const MatchCase cases[] = {
+      {"2 files", "%d file%(s%|%)", "%d Datei%(en%|%)", "2 Dateien"},
+      {"1 file", "%d file%(s%|%)", "%d Datei%(en%|%)", "1 Datei"},
+      {"no files", "%(no%|one%|%d%) files", "%(keine%|eine%|%d%) Dateien", "keine Dateien"},
+      {"7 files", "%(no%|one%|%d%) files", "%(keine%|eine%|%d%) Dateien", "7 Dateien"},
+      {"two files", "%(no%|one%|%d%) files", "x", kNoMatch},
+      {"acx", "%(a%(b%|c%)%|d%)x", "%(A%(B%|C%)%|D%)", "AC"},
+      {"dx", "%(a%(b%|c%)%|d%)x", "%(A%(B%|C%)%|D%)", "D"},
+      {"ax", "%(a%(b%|c%)%|d%)x", "-", kNoMatch},
+      {"say yes to Bob", "say %(no%|yes%) to %s", "%s: %(nein%|ja%)", "Bob: ja"},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, NeverBindsAListOfOneAlternative) {
+  EXPECT_EQ(Match("a", "%(a%)", "x"), kNoMatch);
+  EXPECT_EQ(Match("a", "%(a", "x"), kNoMatch);
+  EXPECT_EQ(Match("a", "%{a", "x"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, ReplacesThePrecisionOfABoundString) {
+  EXPECT_EQ(Match("<abcdef>", "<%s>", "%.2s|"), "abcdef|");
+  EXPECT_EQ(Match("<abcdef>", "<%s>", "%8.2s|"), "  abcdef|");
+}
+
+TEST(FcStrMatchTemplate, MakesArgumentsForStars) {
+  const MatchCase cases[] = {
+      {"   42|", "%*d|", "%*d", "42"},
+      {"3.14|", "%.*f|", "%.*f", "3.14"},
+      {"1.50e+003|", "%.*e|", "%.*e", "1.50e+03"},
+      {"12.5|", "%.*g|", "%.*g", "12.5"},
+      {"1.25e+009|", "%.*g|", "%.*g", "1.25e+09"},
+      {"007|", "%.*d|", "%.*d", "007"},
+      {"-007|", "%.*d|", "%.*d", "-007"},
+      {"00ff|", "%.*x|", "%.*x", "00ff"},
+      {"0012|", "%.*u|", "%.*u", "0012"},
+      {"abc|", "%.*s|", "%.*s", "abc"},
+      {"  2.50|", "%*.*f|", "%*.*f", "2.50"},
+      {"x 42", "%[2]s %[0]*d", "%[0]*d %[2]s", "42 x"},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, AssertsOfAPrecisionBelowOne) {
+  ExpectAsserts expected({"Bad precision"});
+  EXPECT_EQ(Match("3|", "%.*f|", "%.*f"), "3");
+}
+
+TEST(FcStrMatchTemplate, AssertsOfAPrecisionThatNoTextShows) {
+  ExpectAsserts expected({"Unhandled format", "Bad precision"});
+  EXPECT_EQ(Match("x|", "%.*c|", "done"), "done");
+}
+
+TEST(FcMatGetPrecision, AssertsOfAPointBehindTheExponent) {
+  FcMatBinding binding = {};
+  binding.ptbzEnglish = FWT("1e5.2");
+  binding.cbEnglishBindingLength = 5;
+  binding.bTypeName = 'f';
+  ExpectAsserts expected({"Number string appears bad", "Bad precision"});
+  EXPECT_EQ(FcMatGetPrecision(&binding), 0);
+}
+
+TEST(FcStrMatchTemplate, CountsAsMatchedThoughTheTranslationWantsOtherTypes) {
+  ExpectAsserts expected({"Format to output doesn't match arguments"});
+  EXPECT_EQ(Match("5 items\n", "%d items", "<%s>"), "\n");
+}
+
+TEST(FcStrMatchTemplate, LeavesUnreferencedSlotsGeneric) {
+  EXPECT_EQ(Match("a b", "%[0]s %[2]s", "%[2]s %[0]s"), "b a");
+  ExpectAsserts expected({"Format to output doesn't match arguments"});
+  EXPECT_EQ(Match("a b", "%[0]s %[2]s", "%[2]s %[1]s"), "");
+}
+
+TEST(FcStrMatchTemplate, MatchesACountedText) {
+  EXPECT_EQ(MatchN("abcdef", 3, "abc", "x"), "x");
+  EXPECT_EQ(MatchN("a b c", 3, "a %s", "<%s>"), "<b>");
+  // The number goes on behind the end.
+  EXPECT_EQ(MatchN("a12", 2, "a%d", "%d"), kNoMatch);
+  EXPECT_EQ(MatchN("a1.5", 2, "a%f", "%f"), kNoMatch);
+  EXPECT_EQ(MatchN("disk failed\r\n", 11, "%s failed", "%s kaputt"), "disk kaputt");
+}
+
+TEST(FcStrMatchTemplate, AssertsOfANegativeLength) {
+  ExpectAsserts expected({"Bad cbEnglishLength"});
+  EXPECT_EQ(MatchN("a", static_cast<uint32>(-2), "a", "b"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, AssertsOfTheTemplatesFaults) {
+  const struct {
+    std::string pattern;
+    const char* pszAssert;
+  } cases[] = {
+      {"a%", "Format just before terminator"},
+      {"%[0d", "Failed to find closing ']' in format string"},
+      {"a%|", "%| outside branch"},
+      {"a%)", "%) outside branch"},
+      {"a%}", "%) outside branch"},
+      {"%o", "Unknown format for matching"},
+      {"%n", "Unknown format for matching"},
+      {"%p", "Unknown format for matching"},
+      {"%P", "Unknown format for matching"},
+      {"%.-1d", "Negative precision given"},
+      {Repeated("%d", 49), "Format string too complex"},
+      {Repeated("%d", 47) + "%{x%}", "Too many formats"},
+      {Repeated("%d", 48) + "%{x%}", "Format string too complex"},
+      {Repeated("%(", 17), "Too many recursed branches"},
+      {"%(" + Repeated("%|", 33), "Too many branches"},
+  };
+  for (const auto& c : cases) {
+    ExpectAsserts expected({c.pszAssert});
+    EXPECT_EQ(Match("a", c.pattern, "x"), kNoMatch) << c.pattern;
+  }
+}
+
+TEST(FcStrMatchTemplate, Prints39BindingsAndNoMore) {
+  EXPECT_EQ(Match(std::string(39, 'x'), Repeated("%c", 39), "%c%%"), "x%");
+  ExpectAsserts expected({"Too many formats"});
+  EXPECT_EQ(Match(std::string(40, 'x'), Repeated("%c", 40), "%c"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, AssertsOfPositionsBeyondItsList) {
+  EXPECT_EQ(Match("<a>", "<%[39]s>", "x"), "x");
+  {
+    ExpectAsserts expected({"Too many formats"});
+    EXPECT_EQ(Match("<a>", "<%[40]s>", "x"), kNoMatch);
+  }
+  ExpectAsserts expected({"Too many formats"});
+  EXPECT_EQ(Match("<a>", "<%[500]s>", "x"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, HasRoomFor32SeparatorsInAList) {
+  std::string pattern = "%(a0";
+  std::string translated = "%(b0";
+  for (int i = 1; i <= 32; i++) {
+    pattern += "%|a" + std::to_string(i);
+    translated += "%|b" + std::to_string(i);
+  }
+  EXPECT_EQ(Match("a32.", pattern + "%).", translated + "%)"), "b32");
+  EXPECT_EQ(Match("a0.", pattern + "%).", translated + "%)"), "b0");
+  EXPECT_EQ(Match("a33.", pattern + "%).", translated + "%)"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, Nests16Lists) {
+  // A list takes three bindings, so 13 of them can still be printed.
+  EXPECT_EQ(Match("x", Repeated("%(", 13) + "x" + Repeated("%|%)", 13), "y"), "y");
+  ExpectAsserts expected({"Too many formats"});
+  EXPECT_EQ(Match("x", Repeated("%(", 16) + "x" + Repeated("%|%)", 16), "y"), kNoMatch);
+}
+
+TEST(FcStrMatchTemplate, ComparesLiteralPercentsFor299Rounds) {
+  EXPECT_EQ(Match(std::string(298, '%'), Repeated("%%", 298), "x"), "x");
+  ExpectAsserts expected({"Infinite loop?"});
+  EXPECT_EQ(Match(std::string(299, '%'), Repeated("%%", 299), "x"), kNoMatch);
+}
+
+// --- Words with translations of their own ---
+
+TEST(FcStrMatchTemplate, TranslatesAKnownWord) {
+  Vocabulary vocabulary("words");
+  FcTranslNode* pFile = vocabulary.AddFixed("file", "Datei");
+  FcTranslNode* pLong = vocabulary.AddFixed("open file", "offene Datei");
+  EXPECT_EQ(Match("file missing", "%t missing", "%t fehlt"), "Datei fehlt");
+  EXPECT_EQ(Match("open file missing", "%t missing", "%t fehlt"), "offene Datei fehlt");
+  EXPECT_EQ(Match("Error: file\x08 a.xml\x08 gone", "Error: %t %s gone", "%[1]s: %[0]t weg"),
+            "a.xml: Datei weg");
+  EXPECT_EQ(pFile->pbData[0], 0);
+  EXPECT_EQ(pLong->pbData[0], 0);
+}
+
+TEST(FcStrMatchTemplate, LeavesAnUnknownWordInEnglish) {
+  Vocabulary vocabulary("words");
+  vocabulary.AddFixed("disk", "Platte");
+  EXPECT_EQ(Match("drive ready", "%t ready", "%t bereit"), "drive bereit");
+  // The known word is tried first, but what follows it does not fit.
+  EXPECT_EQ(Match("disk drive ready", "%t ready", "%t bereit"), "disk drive bereit");
+  EXPECT_EQ(Match("drive\x08 x\x08!", "%t %s!", "%t %s!"), "drive x!");
+  EXPECT_EQ(Match(" ready", "%t ready", "<%t>"), "<>");
+}
+
+TEST(FcStrMatchTemplate, BindsTheShortestKnownWord) {
+  Vocabulary vocabulary("words");
+  vocabulary.AddFixed("open", "offen");
+  vocabulary.AddFixed("open file", "offene Datei");
+  EXPECT_EQ(Match("open file x", "%t %s", "<%[0]t|%[1]s>"), "<offen|file x>");
+}
+
+TEST(FcStrMatchTemplate, ReleasesWordsOfAFailedMatch) {
+  Vocabulary vocabulary("words");
+  FcTranslNode* pNode = vocabulary.AddFixed("file", "Datei");
+  EXPECT_EQ(Match("file\x08 x\x08?", "%t %s!", "x"), kNoMatch);
+  EXPECT_EQ(pNode->pbData[0], 0);
+  {
+    ExpectAsserts expected({"Too many formats"});
+    EXPECT_EQ(Match("file 1", "%t %[50]d", "x"), kNoMatch);
+  }
+  EXPECT_EQ(pNode->pbData[0], 0);
+}
+
+TEST(FcStrMatchTemplate, RunsOutOfTriesBehindAKnownWordThatMisleads) {
+  Vocabulary vocabulary("words");
+  FcTranslNode* pNode = vocabulary.AddFixed("file", "Datei");
+  // 11 bytes give 13 tries: one for the word, 12 for the plain strings of 0 to 11 characters.
+  ExpectAsserts expected({"Infinite loop entered?"});
+  EXPECT_EQ(Match("file3 boxes", "%t%d items", "x"), kNoMatch);
+  EXPECT_EQ(pNode->pbData[0], 0);
+}
+
+// --- Markers ---
+
+TEST(FcStrStripMarkers, RemovesEveryMarker) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  FwStrPutTextString(&record, FWT("\x08"
+                                  "a\x08\x08"
+                                  "b\x08"));
+  EXPECT_TRUE(FcStrStripMarkers(&record));
+  EXPECT_STREQ(FWC(record.pbz), "ab");
+  EXPECT_FALSE(FcStrStripMarkers(&record));
+  FwStrPutTextString(&record, FWT("c"));
+  EXPECT_EQ(Taken(&record), "abc");
+}
+
+TEST(FcStrNEqualIgnoreMarkers, PassesOverMarkersOfTheText) {
+  EXPECT_TRUE(fFcStrNEqualIgnoreMarkers(FWT("a b"),
+                                        FWT("\x08"
+                                            "a\x08 b"),
+                                        kWhole));
+  EXPECT_TRUE(fFcStrNEqualIgnoreMarkers(FWT("a b"), FWT("a\x08 c"), 2));
+  EXPECT_TRUE(fFcStrNEqualIgnoreMarkers(FWT("5%% x"), FWT("5% x"), kWhole));
+  EXPECT_FALSE(fFcStrNEqualIgnoreMarkers(FWT("a b"), FWT("a\x08 c"), kWhole));
+  EXPECT_FALSE(fFcStrNEqualIgnoreMarkers(FWT("a b"), FWT("a "), kWhole));
+  EXPECT_FALSE(fFcStrNEqualIgnoreMarkers(FWT("5%% x"), FWT("5% x"), 2));
+}
+
+TEST(FcStrRecordDeleteAt, MovesTheTailDown) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  FwStrPutTextString(&record, FWT("abc"));
+  FcStrRecordDeleteAt(&record, record.pbz + 1);
+  EXPECT_STREQ(FWC(record.pbz), "ac");
+  FcStrRecordDeleteAt(&record, record.pbz + 1);
+  EXPECT_STREQ(FWC(record.pbz), "a");
+  ExpectAsserts expected({"Bad iDeleteAt", "Bad iDeleteAt"});
+  FcStrRecordDeleteAt(&record, record.pbTerminator);
+  FcStrRecordDeleteAt(&record, record.pbTerminator + 1);
+  EXPECT_EQ(Taken(&record), "a");
+}
