@@ -56,7 +56,7 @@ extern int32 g_fTrace_fwtransl;
 // Loads a file through a stream of the class; null means FwStreamIOFileClass. The name as given is
 // the file's identity: loading it again does nothing and succeeds. The error state may be null.
 // A file whose first 1024 bytes hold no [Header] fails without an error.
-int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, FwClassRecord* pStreamIOClass,
+int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, const FwClassRecord* pStreamIOClass,
                               FwErrorState* pErrState);
 
 // Unloads a file; what it overrode is visible again at once. 0 only if entries of it are locked and

@@ -35,11 +35,19 @@ void FcTranslInit() {
 }
 
 void FcTranslShutdown() {
-  // There are no tables if the boot ended in the midst of their making.
-  if (FcTranslationDatabase.msgTemplates != nullptr)
-    FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
+  FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
   FwHashFreeTable(&FcTranslationDatabase.fixedStrings);
   FwHashFreeTable(&FcTranslationDatabase.msgTemplates);
+  while (FcTranslationDatabase.pMsgFiles != nullptr) {
+    FcTranslFile* pFile = FcTranslationDatabase.pMsgFiles;
+    FcTranslationDatabase.pMsgFiles = pFile->pNext;
+    FcTranslFileCloseStream(pFile);
+    FcTranslFreeNodeBlocks(pFile);
+    FwHashFreeTable(&pFile->headerTags);
+    FwMemFreeAndClear(&pFile->locale.ptbzFontName);
+    FwMemFree(pFile->ptbzFileName);
+    FwMemFree(pFile);
+  }
   FwStrRecordAbandon(&FcTransLineRecord);
   FwStrRecordAbandon(&FcTransEnglishRecord);
   FwStrRecordAbandon(&FcTransLocalRecord);

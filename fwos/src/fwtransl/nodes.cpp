@@ -103,7 +103,7 @@ int32 FcTranslNodeInitData(FcTranslNode* pNode) {
 }
 
 bool FcTranslEnsureData(FcTranslNode* pNode) {
-  return pNode->pbData != nullptr;
+  return pNode->pbData != nullptr || FcTranslLoadNodeData(pNode);
 }
 
 FcTranslNode* FcTranslFindChain(FwHashTable* pTable, uint32 nHash) {
