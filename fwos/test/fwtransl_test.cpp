@@ -759,7 +759,6 @@ TEST_F(FwTransl, TranslatesByTemplate) {
   LoadText("templates", kHeader + Fixed(Pair("file", "Datei")) +
                             Templates(Pair("Error: %t %s not found", "Fehler: %[0]t %[1]s fehlt") +
                                       Pair("100%% done in %d s", "100%% fertig in %d s") +
-                                      Pair("Hi %s", "Ho %s") +
                                       Pair("Error: %d of %d", "Fehler: %[0]d von %[1]d")));
   std::string message = FormatMessage("Error: %t %s not found", "file", "a b.xml");
   EXPECT_EQ(Translate(message + "\n"), "1: Fehler: Datei a b.xml fehlt\n");
