@@ -31,11 +31,16 @@ void FcTranslInit() {
   FwStrRecordOpenSize(&FcTransLineRecord, kRecordSize);
   FwStrRecordOpenSize(&FcTransEnglishRecord, kRecordSize);
   FwStrRecordOpenSize(&FcTransLocalRecord, kRecordSize);
-  FcTranslationDatabase = {CreateTable(), CreateTable(), nullptr};
+  FcTranslationDatabase.fixedStrings = CreateTable();
+  FcTranslationDatabase.msgTemplates = CreateTable();
+  FcTranslationDatabase.pMsgFiles = nullptr;
 }
 
 void FcTranslShutdown() {
-  FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
+  // A boot that ended in the midst of their making left no tables.
+  if (FcTranslationDatabase.msgTemplates != nullptr) {
+    FcTranslRemoveNodes(&FcTranslationDatabase, nullptr);
+  }
   FwHashFreeTable(&FcTranslationDatabase.fixedStrings);
   FwHashFreeTable(&FcTranslationDatabase.msgTemplates);
   while (FcTranslationDatabase.pMsgFiles != nullptr) {
