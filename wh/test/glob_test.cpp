@@ -260,6 +260,15 @@ TEST(Glob, MalformedBytesEqualThemselvesOnly) {
   EXPECT_EQ(Matches("?", "\xFC\x80"), 1);
 }
 
+TEST(Glob, FoldedCharactersAreEqualButForCase) {
+  EXPECT_EQ(tc_equal_folded('a', 'A'), 1);
+  EXPECT_EQ(tc_equal_folded('a', 'b'), 0);
+  EXPECT_EQ(tc_equal_folded(0xE9, 0xC9), 0);
+  EXPECT_EQ(tc_equal_folded(0, 0), 1);
+  EXPECT_EQ(tc_equal_folded(0, 'a'), 0);
+  EXPECT_EQ(tc_equal_folded('a', 0), 0);
+}
+
 TEST(Glob, EqualsPlainBacktrackingOnAllSmallElements) {
   auto strings = [](const std::string& alphabet, size_t length) {
     std::vector<std::string> all = {""};

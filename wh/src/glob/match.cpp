@@ -28,6 +28,11 @@ size_t character_length(std::string_view text) {
 
 }  // namespace
 
+int tc_equal_folded(FwTextCharacter tc1, FwTextCharacter tc2) {
+  if (tc1 == 0 || tc2 == 0) return tc1 == tc2;
+  return FwStrToUpper(tc1) == FwStrToUpper(tc2);
+}
+
 int str_matches(std::string_view pattern, std::string_view string) {
   bool star = false;
   std::string_view star_pattern;

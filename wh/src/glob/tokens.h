@@ -48,6 +48,10 @@ void free_tokens(TOKENS* tokens);
 // Prints a token for debugging, on standard output.
 void print_token(const TOKEN* token);
 
+// 1 if two characters are the same but for case: the comparison for a platform whose file names
+// fold case. This one's don't, so the matcher does not use it.
+int tc_equal_folded(FwTextCharacter tc1, FwTextCharacter tc2);
+
 // 1 if an element matches a pattern of characters, * and ?. Characters are compared by their bytes,
 // so malformed text equals itself and nothing else.
 int str_matches(std::string_view pattern, std::string_view string);
