@@ -219,8 +219,8 @@ void read_long_option(COMMAND_LINE* line, ARGUMENTS* args) {
 
 void read_command_line(COMMAND_LINE* line, int argc, char** argv) {
   line->program_name = argc > 0 && argv[0] ? argv[0] : const_cast<char*>("");
-  line->basedir = getenv_UTF8(FWT("ZORROOT"));
-  if (!line->basedir) line->basedir = FwCurrentDir();
+  line->zorroot = getenv_UTF8(FWT("ZORROOT"));
+  line->basedir = line->zorroot ? line->zorroot : FwCurrentDir();
   line->set = 1;
   line->emulate = 1;
   FwVectorOpen(&line->group_querylists, 2);

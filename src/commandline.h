@@ -9,6 +9,7 @@
 
 struct COMMAND_LINE {
   char* program_name;                // as in argv[0]
+  FwTextString zorroot;              // the root that the environment names, or null
   FwTextString basedir;              // the root of the installation as given; null if there is none
   FwVector group_querylists;         // a WH_PRODUCT_QUERY_LIST* for each group
   WH_PRODUCT_QUERY_LIST* querylist;  // the group now being filled
