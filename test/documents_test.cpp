@@ -1,32 +1,43 @@
 // The commands of the documents are run, and print what the documents say.
+//
+// In a document written in Markdown, lines that begin with "$ " in blocks of the kind "console" are
+// commands, those with "> " right behind one are its further lines; what follows, up to the next
+// command or the end of the block, is their output. A block behind a line that ends with a file's
+// name, "`tools/kiln/1.0/1/env.xml`:", is what this file holds from then on.
+//
+// In a manual page it is the same with the displays, whose further lines need no mark when they are
+// output, and a line ".Pa env.xml :" before one that is a file.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
 
 #include "tool.h"
 
 namespace {
 
-struct Command {
+// One command, or one file to be written.
+struct Step {
+  std::string file;
   std::string text;
   std::string output;
 };
 
-// The commands of a document: lines that begin with "$ " in blocks of the kind "console". What
-// follows, up to the next command or the end of the block, is their output.
-std::vector<Command> Commands(const std::string& document) {
-  std::vector<Command> commands;
-  std::istringstream lines(document);
-  bool inside = false;
-  for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("```", 0) == 0)
-      inside = line == "```console";
-    else if (inside && line.rfind("$ ", 0) == 0)
-      commands.push_back({line.substr(2), ""});
-    else if (inside && !commands.empty())
-      commands.back().output += line + "\n";
-  }
-  return commands;
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+bool StartsWith(const std::string& text, std::string_view start) {
+  return text.rfind(start, 0) == 0;
+}
+
+bool EndsWith(const std::string& text, std::string_view end) {
+  return text.size() >= end.size() &&
+         text.compare(text.size() - end.size(), std::string::npos, end) == 0;
 }
 
 std::string Replace(std::string text, const std::string& what, const std::string& by) {
@@ -35,37 +46,144 @@ std::string Replace(std::string text, const std::string& what, const std::string
   return text;
 }
 
+// Adds what one block holds.
+void AddBlock(std::vector<Step>* steps, const std::string& file,
+              const std::vector<std::string>& block) {
+  if (!file.empty()) {
+    steps->push_back({file, "", ""});
+    for (const std::string& line : block)
+      steps->back().text += line + "\n";
+    return;
+  }
+  bool in_command = false;
+  for (std::size_t i = 0; i < block.size(); i++) {
+    const std::string& line = block[i];
+    if (StartsWith(line, "$ ")) {
+      steps->push_back({"", line.substr(2) + "\n", ""});
+      in_command = true;
+    } else if (in_command && StartsWith(line, "> ")) {
+      steps->back().text += line.substr(2) + "\n";
+    } else if (i > 0) {
+      steps->back().output += line + "\n";
+      in_command = false;
+    }
+  }
+}
+
+std::vector<Step> StepsOfMarkdown(const std::string& document) {
+  std::vector<Step> steps;
+  std::string file, before;
+  std::vector<std::string> block;
+  bool inside = false, wanted = false;
+  for (const std::string& line : Lines(document)) {
+    if (StartsWith(line, "```")) {
+      if (inside && wanted) AddBlock(&steps, file, block);
+      inside = !inside;
+      block.clear();
+      file.clear();
+      if (EndsWith(before, "`:")) {
+        const std::size_t end = before.size() - 2;
+        const std::size_t begin = before.rfind('`', end - 1) + 1;
+        file = before.substr(begin, end - begin);
+      }
+      wanted = !file.empty() || line == "```console";
+      before.clear();
+    } else if (inside) {
+      block.push_back(line);
+    } else if (!line.empty()) {
+      before = line;
+    }
+  }
+  return steps;
+}
+
+std::vector<Step> StepsOfManual(const std::string& page) {
+  std::vector<Step> steps;
+  std::string file, before;
+  std::vector<std::string> block;
+  bool inside = false;
+  for (const std::string& line : Lines(page)) {
+    if (StartsWith(line, ".Bd -literal")) {
+      inside = true;
+      block.clear();
+      file.clear();
+      if (StartsWith(before, ".Pa ") && EndsWith(before, " :"))
+        file = before.substr(4, before.size() - 6);
+    } else if (line == ".Ed") {
+      inside = false;
+      if (!file.empty() || (!block.empty() && StartsWith(block[0], "$ ")))
+        AddBlock(&steps, file, block);
+    } else if (inside) {
+      std::string text = line;
+      for (const auto& [written, meant] :
+           {std::pair("\\-", "-"), std::pair("\\(aq", "'"), std::pair("\\(ga", "`"),
+            std::pair("\\(ti", "~"), std::pair("\\&", ""), std::pair("\\e", "\\")})
+        text = Replace(text, written, meant);
+      block.push_back(text);
+    }
+    before = line;
+  }
+  return steps;
+}
+
 // Documents speak of a warehouse at this place.
 const char stated_root[] = "/srv/warehouse";
 
-class Documents : public testing::TestWithParam<const char*> {};
+struct Document {
+  const char* name;
+  const char* warehouse;  // in the source tree; null: an empty directory
+};
+
+class Documents : public testing::TestWithParam<Document> {};
 
 TEST_P(Documents, TellWhatTheirCommandsPrint) {
-  const std::string root = std::string(ZOR_SOURCE_DIR) + "/examples/warehouse";
-  const std::vector<Command> commands =
-      Commands(ReadFile(std::string(ZOR_SOURCE_DIR) + "/" + GetParam()));
-  ASSERT_FALSE(commands.empty());
+  const std::string source = ZOR_SOURCE_DIR;
+  std::unique_ptr<TemporaryTree> empty;
+  if (!GetParam().warehouse) empty = std::make_unique<TemporaryTree>();
+  const std::string root = empty ? empty->path() : source + "/" + GetParam().warehouse;
+
+  const std::string name = GetParam().name;
+  const std::string text = ReadFile(source + "/" + name);
+  const std::vector<Step> steps =
+      EndsWith(name, ".md") ? StepsOfMarkdown(text) : StepsOfManual(text);
+  ASSERT_FALSE(steps.empty());
   // One shell runs them all, in order, as a reader would; a line marks the end of each.
-  const std::string mark = "---- next command ----\n";
-  std::string script = "zorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n";
-  for (const Command& command : commands)
-    script += Replace(command.text, stated_root, root) + "\nprintf '%s' '" + mark + "'\n";
+  const std::string mark = "---- next step ----\n";
+  std::string script = "exec 2>&1\nzorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n";
+  for (const Step& step : steps) {
+    if (step.file.empty())
+      script += step.text;
+    else
+      script += "mkdir -p \"$(dirname " + step.file + ")\"\ncat >" + step.file +
+                " <<'---- end of file ----'\n" + step.text + "---- end of file ----\n";
+    script += "printf '%s' '" + mark + "'\n";
+  }
   RunOptions options;
   options.environment = {"PATH=/usr/bin:/bin", "HOME=/home/you", "LC_ALL=C.UTF-8",
                          "ZORROOT=" + root, std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
-  options.directory = "/";
-  const RunResult result = RunProgram({"/bin/sh", "-c", "exec 2>&1\n" + script}, options);
+  options.directory = root;
+  const RunResult result =
+      RunProgram({"/bin/sh", "-c", Replace(script, stated_root, root)}, options);
   std::string rest = Replace(result.out, root, stated_root);
-  for (const Command& command : commands) {
-    SCOPED_TRACE(command.text);
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.file + step.text);
     const std::size_t end = rest.find(mark);
-    ASSERT_NE(std::string::npos, end);
-    EXPECT_EQ(command.output, rest.substr(0, end));
+    ASSERT_NE(std::string::npos, end) << rest;
+    EXPECT_EQ(step.output, rest.substr(0, end));
     rest.erase(0, end + mark.size());
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Documents,
-                         testing::Values("README.md", "examples/warehouse/README.md"));
+                         testing::Values(Document{"README.md", "examples/warehouse"},
+                                         Document{"examples/warehouse/README.md",
+                                                  "examples/warehouse"},
+                                         Document{"doc/guide.md", nullptr}),
+                         [](const auto& test) {
+                           std::string name = test.param.name;
+                           for (char& c : name)
+                             if (c == '/' || c == '.' || c == '-') c = '_';
+                           return name;
+                         });
 
 }  // namespace
