@@ -43,6 +43,7 @@ using pfnFcMatRebind = bool (*)(FcMatContext* pctmat, FcMatBinding* pbd, FwTextB
                                 FwTextByte** pptbTemplate);
 
 // One item of the template. The fields of the later sections belong to the kinds named there.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): what belongs together stands together
 struct FcMatBinding {
   uint32 nType;
   FwTextByte* ptbzTemplate;        // the item in the template

@@ -43,6 +43,7 @@ inline constexpr uint32 kFcTypeSizeReal = 8;
 
 inline constexpr uint32 kFcStrTerminated = 0xFFFFFFFF;  // the string ends at its terminator
 
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): what belongs together stands together
 struct FcStrArg {
   FcStrValue Value;
   uint32 cbValueStringLength;  // of a string: its bytes, or kFcStrTerminated

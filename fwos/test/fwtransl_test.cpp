@@ -7,8 +7,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "failing_allocation.h"
 #include "fcboot.h"
 #include "fcstrprf.h"
 #include "fctransl.h"
@@ -50,7 +52,7 @@ class CaptureLog {
   ~CaptureLog() { fcBootContext.control.logf = outer_; }
   CaptureLog(const CaptureLog&) = delete;
   CaptureLog& operator=(const CaptureLog&) = delete;
-  std::vector<std::string> Take() { return std::move(lines_); }
+  std::vector<std::string> Take() { return std::exchange(lines_, {}); }
 
  private:
   static void Log(const char* pszFormat, ...) {
@@ -211,6 +213,7 @@ TEST(FcTranslKeys, LogsAnItemInTheFirstSixCharactersOfATemplate) {
 }
 
 TEST(FcTranslKeys, ComparisonSkipsMarkersAndJoinsDoubledPercents) {
+  // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order of the call
   const struct {
     const char* pszMessage;
     uint32 cMessage;
@@ -407,6 +410,25 @@ TEST_F(FwTransl, ReadsThroughTheStreamClassThatIsGiven) {
   EXPECT_TRUE(FwTranslLoadMessageFile(FWT(path.c_str()), &FwStreamIOFileClass, nullptr));
   EXPECT_EQ(Lookup("file"), "Datei");
   EXPECT_TRUE(Unload(path));
+}
+
+TEST_F(FwTransl, ReportsExhaustedMemory) {
+  std::string path = Write("memory", kHeader);
+  const std::string traces[] = {
+      "FwTranslLoadMessageFile: Failed to allocate memory for FcTranslFile when loading '" + path +
+          "'",
+      "FwTranslLoadMessageFile: Failed to duplicate filename when loading '" + path + "'"};
+  for (int nSuccesses : {0, 1}) {
+    Tracing tracing;
+    ExpectTraces expected({traces[nSuccesses]});
+    FwErrorState err;
+    {
+      FailAllocationsAfter failing(nSuccesses);
+      EXPECT_FALSE(FwTranslLoadMessageFile(FWT(path.c_str()), nullptr, &err));
+    }
+    EXPECT_EQ(FwErrorClear(&err), fwErrorNoMemory);
+    EXPECT_EQ(FcTranslationDatabase.pMsgFiles, nullptr);
+  }
 }
 
 // --- Loading: pairs ---

@@ -191,7 +191,7 @@ bool FcPrfScanArguments(FcPrfContext* pctpr, FcPrfArgIterator* pArgIterator) {
     FcStrFormatSpec* pFormat = &pctpr->paFormat[iFormat];
     if (!ReadStar(pArgIterator, &pFormat->nWidth)) return false;
     if (!ReadStar(pArgIterator, &pFormat->nPrecision)) return false;
-    FcStrArg* pStore = pctpr->fGivenArgList ? nullptr : &pctpr->ArgList.paArg[iSlot];
+    FcStrArg* pStore = pctpr->fGivenArgList ? &argUnused : &pctpr->ArgList.paArg[iSlot];
     if (!FcPrfReadArg(pArgIterator, pFormat, pStore)) return false;
   }
   return true;
