@@ -75,7 +75,7 @@ function(zor_test name)
   zor_test_environment(${name})
 endfunction()
 
-# The whole-process tests run the built tool; they link none of it.
+# The whole-process tests run the built tool and the example; they link none of them.
 function(zor_tool_test)
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/*.cpp)
   if(NOT sources)
@@ -84,9 +84,10 @@ function(zor_tool_test)
   add_executable(zorenv_test ${sources})
   zor_test_options(zorenv_test)
   target_compile_definitions(zorenv_test PRIVATE
-    ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" GREET_PROGRAM="$<TARGET_FILE:greet>"
+    ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   target_link_libraries(zorenv_test PRIVATE testkit_process GTest::gtest)
-  add_dependencies(zorenv_test zorenv)
+  add_dependencies(zorenv_test zorenv greet)
   add_test(NAME zorenv COMMAND zorenv_test)
   zor_test_environment(zorenv)
 endfunction()
