@@ -174,16 +174,19 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, Documents,
-    testing::Values(Document{"README.md", "examples/warehouse"},
-                    Document{"examples/warehouse/README.md", "examples/warehouse"},
-                    Document{"doc/guide.md", nullptr}, Document{"doc/sharp-edges.md", nullptr}),
-    [](const auto& test) {
-      std::string name = test.param.name;
-      for (char& c : name)
-        if (c == '/' || c == '.' || c == '-') c = '_';
-      return name;
-    });
+INSTANTIATE_TEST_SUITE_P(All, Documents,
+                         testing::Values(Document{"README.md", "examples/warehouse"},
+                                         Document{"examples/warehouse/README.md",
+                                                  "examples/warehouse"},
+                                         Document{"doc/guide.md", nullptr},
+                                         Document{"doc/man/zorenv.1", "examples/warehouse"},
+                                         Document{"doc/man/zorenv-warehouse.5", nullptr},
+                                         Document{"doc/sharp-edges.md", nullptr}),
+                         [](const auto& test) {
+                           std::string name = test.param.name;
+                           for (char& c : name)
+                             if (c == '/' || c == '.' || c == '-') c = '_';
+                           return name;
+                         });
 
 }  // namespace
