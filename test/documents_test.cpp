@@ -97,6 +97,15 @@ std::vector<Step> StepsOfMarkdown(const std::string& document) {
   return steps;
 }
 
+// A line of a manual page's display as it is shown.
+std::string Displayed(std::string text) {
+  for (const auto& [written, meant] :
+       {std::pair("\\-", "-"), std::pair("\\(aq", "'"), std::pair("\\(ga", "`"),
+        std::pair("\\(ti", "~"), std::pair("\\&", ""), std::pair("\\e", "\\")})
+    text = Replace(text, written, meant);
+  return text;
+}
+
 std::vector<Step> StepsOfManual(const std::string& page) {
   std::vector<Step> steps;
   std::string file, before;
@@ -114,12 +123,7 @@ std::vector<Step> StepsOfManual(const std::string& page) {
       if (!file.empty() || (!block.empty() && StartsWith(block[0], "$ ")))
         AddBlock(&steps, file, block);
     } else if (inside) {
-      std::string text = line;
-      for (const auto& [written, meant] :
-           {std::pair("\\-", "-"), std::pair("\\(aq", "'"), std::pair("\\(ga", "`"),
-            std::pair("\\(ti", "~"), std::pair("\\&", ""), std::pair("\\e", "\\")})
-        text = Replace(text, written, meant);
-      block.push_back(text);
+      block.push_back(Displayed(line));
     }
     before = line;
   }
@@ -188,5 +192,27 @@ INSTANTIATE_TEST_SUITE_P(All, Documents,
                              if (c == '/' || c == '.' || c == '-') c = '_';
                            return name;
                          });
+
+// The program in the manual page of the framework.
+TEST(Documents, ShowAProgramThatCompiles) {
+  const std::string source = ZOR_SOURCE_DIR;
+  std::string program;
+  bool inside = false;
+  for (const std::string& line : Lines(ReadFile(source + "/doc/man/zorenv-framework.3"))) {
+    if (StartsWith(line, ".Bd -literal"))
+      inside = true;
+    else if (line == ".Ed")
+      inside = false;
+    else if (inside)
+      program += Displayed(line) + "\n";
+  }
+  TemporaryTree tree;
+  const RunResult result =
+      RunProgram({"/usr/bin/env", "c++", "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra",
+                  "-Wconversion", "-fno-exceptions", "-fno-rtti", "-I" + source + "/fwos/include",
+                  "-I" + source + "/standard/include", tree.Write("twice.cpp", program)});
+  EXPECT_EQ("", result.err);
+  EXPECT_EQ(0, result.status);
+}
 
 }  // namespace
