@@ -6,6 +6,7 @@
 #include "fwboot.h"
 #include "fwerror.h"
 #include "fwfile.h"
+#include "fwmem.h"
 #include "fwvector.h"
 #include "mymain.h"
 #include "recipe.h"
@@ -63,6 +64,11 @@ bool settle_modes(COMMAND_LINE* line) {
   return true;
 }
 
+// No script is made of environments in which a variable is missing because memory ran out.
+void check_environments() {
+  if (wh_env_incomplete) FwMemExitMemoryExhausted();
+}
+
 // The environment to start from. Areas that this platform lacks give way to the process's own.
 bool take_old_environment(RUN* run) {
   COMMAND_LINE* line = &run->line;
@@ -71,6 +77,7 @@ bool take_old_environment(RUN* run) {
     run->oldenv = wh_get_process_env(&line->err);
     line->proc = 1;
   }
+  check_environments();
   if (!failed(line->err)) return true;
   report_error(&line->err);
   return false;
@@ -146,12 +153,14 @@ bool compute_new_environment(RUN* run) {
       return false;
     }
   }
+  check_environments();
   for (int32 i = 0; i < groups; ++i) {
     WH_ENVIRON* result = wh_apply_env(run->index, run->newenv, run->index->base,
                                       group<WH_PRODUCT_SPEC_LIST>(&run->group_speclists, i),
                                       report_except_missing, line->set);
     free_environ(&run->newenv);
     run->newenv = result;
+    check_environments();
   }
   return wh_errors == 0;
 }

@@ -37,8 +37,13 @@ void free_environ(WH_ENVIRON** env);
 // can differ from that of the source.
 WH_ENVIRON* dup_environ(WH_ENVIRON* env);
 
-// Adds a variable or replaces its value. A null value is refused and changes nothing.
+// Adds a variable or replaces its value. A null value is refused and changes nothing. When memory
+// is exhausted nothing is reported here, but wh_env_incomplete is set.
 void wh_set_ev(WH_ENVIRON* env, FwTextString variable, FwTextString value);
+
+// 1 once a table lacks a variable, or has lost its order, because memory ran out. What is made of
+// the tables after that is wrong, so it is to be asked before anything is.
+extern int wh_env_incomplete;
 
 // The table's own value, valid until the table is next changed, or null if the variable is absent.
 // Note the order of the arguments.

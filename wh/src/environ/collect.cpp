@@ -1,6 +1,5 @@
 // The walk that collects the operations of the chosen products and of their parts.
 #include "engine.h"
-#include "fwmem.h"
 #include "glob.h"
 
 namespace {
@@ -18,9 +17,8 @@ void collect_group(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_ENV_GROUP* grou
     }
     int hasglob = wh_has_globs(exp_op->name);
     FwVectorAddElement(&state->eops, make_expanded_op(exp_op, variety, hasglob));
-    if (!hasglob && !wh_lookup_ev(exp_op->name, state->environ) &&
-        !FwHashAddEntry(state->newvars, exp_op->name, exp_op->name, nullptr))
-      FwMemExitMemoryExhausted();
+    if (!hasglob && !wh_lookup_ev(exp_op->name, state->environ))
+      add_or_exit(state->newvars, exp_op->name, exp_op->name);
   }
 }
 

@@ -107,6 +107,12 @@ extern const FwHashFunctions hash_functions;
 // A table with these functions, as all here start.
 FwHashTable* make_names_table();
 
+// Adds to a table whose slot order shows in the result. False if memory is exhausted, be it that
+// the table could not grow: it works on, but in another order.
+bool add_in_order(FwHashTable* table, void* key, void* value);
+// The same, but exhausted memory ends the program: an entry would be lost without a word.
+void add_or_exit(FwHashTable* table, void* key, void* value);
+
 // The contents of a vector, typed.
 template <class T>
 T* element_at(const FwVector* vector, int32 i) {

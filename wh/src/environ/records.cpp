@@ -29,8 +29,7 @@ T* find_or_create(FwHashTable* table, FwTextString key, T* (*maker)()) {
   if (FwHashEntry* entry = FwHashLookupEntry(table, key, nullptr))
     return static_cast<T*>(entry->value);
   T* record = maker();
-  // A record outside the table would be an element lost without a word.
-  if (!FwHashAddEntry(table, key, record, nullptr)) FwMemExitMemoryExhausted();
+  add_or_exit(table, key, record);
   return record;
 }
 
@@ -79,6 +78,17 @@ FwHashTable* make_names_table() {
   FwHashTable* table = FwHashCreateTable(13, &hash_functions, nullptr);
   if (!table) FwMemExitMemoryExhausted();
   return table;
+}
+
+bool add_in_order(FwHashTable* table, void* key, void* value) {
+  const uint32 size = table->nTableSize;
+  const bool grows = size <= uint64{2} * table->nUsedEntries;
+  const bool added = FwHashAddEntry(table, key, value, nullptr) != nullptr;
+  return added && !(grows && table->nTableSize == size);
+}
+
+void add_or_exit(FwHashTable* table, void* key, void* value) {
+  if (!add_in_order(table, key, value)) FwMemExitMemoryExhausted();
 }
 
 EXPANDED_OP* make_expanded_op(WH_ENV_OP* op, WH_VARIETY* variety, int hasglob) {
@@ -160,7 +170,7 @@ NODE* get_node(VAR_OPS* var_ops, FwTextString value) {
   NODE* node = find_node(var_ops, value);
   if (node) return node;
   node = make_node(value);
-  if (!FwHashAddEntry(var_ops->nodes, value, node, nullptr)) FwMemExitMemoryExhausted();
+  add_or_exit(var_ops->nodes, value, node);
   return node;
 }
 

@@ -1,6 +1,7 @@
 // Tables of environment variables and the bridge to the process's environment.
 #include <unistd.h>
 
+#include "engine.h"
 #include "environ.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -62,6 +63,8 @@ int sortvar(const void* ell1, const void* ell2) {
 
 }  // namespace
 
+int wh_env_incomplete = 0;
+
 WH_ENVIRON* make_environ() {
   auto* env = FwMemNew<WH_ENVIRON>(ALLOC_MUST_SUCCEED | INIT_ZERO);
   env->variables = FwHashCreateTable(50, &wh_env_hash_functions, nullptr);
@@ -83,7 +86,7 @@ WH_ENVIRON* dup_environ(WH_ENVIRON* env) {
 }
 
 void wh_set_ev(WH_ENVIRON* env, FwTextString variable, FwTextString value) {
-  FwHashAddEntry(env->variables, variable, value, nullptr);
+  if (!add_in_order(env->variables, variable, value) && value) wh_env_incomplete = 1;
 }
 
 FwTextString wh_lookup_ev(FwTextString variable, WH_ENVIRON* env) {
