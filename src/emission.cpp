@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "fwfile.h"
+#include "fwmem.h"
 #include "fwrun.h"
 
 namespace {
@@ -23,12 +24,33 @@ const DIALECT posh_dialect = {
     "test $?shell != 1 && setcmd=eval && eq== && unsetcmd=unset;\n",
     "$setcmd %s$eq'%s' ;\ntest $?shell != 1 && export %s ;\n", "$unsetcmd %s ;\n"};
 
+int32 list_entry(FwHashEntry* entry, void* list, FwErrorState*) {
+  FwVectorAddElement(static_cast<FwVector*>(list), entry);
+  return 1;
+}
+
+// The entries of a table in the order of the script.
+void list_entries(FwVector* list, WH_ENVIRON* env) {
+  open_vector(list, static_cast<int32>(env->variables->nUsedEntries));
+  wh_sorted_enumerate_environ(env, list_entry, list, nullptr);
+}
+
+void print_entries(FwVector* list, FwHashIterationFn* print, print_context con) {
+  for (int32 i = 0; i < FwVectorLength(list); ++i)
+    print(static_cast<FwHashEntry*>(FwVectorGetElement(list, i)), &con, nullptr);
+  FwVectorAbandon(list, 0);
+}
+
+// Both walks are done before anything is printed, so that exhausted memory can't end a script
+// half-way.
 void print_difference(const DIALECT& dialect, WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  FwVector new_entries;
+  FwVector old_entries;
+  list_entries(&new_entries, newenv);
+  list_entries(&old_entries, oldenv);
   std::fputs(dialect.head, stdout);
-  print_context con = {oldenv, const_cast<char*>(dialect.set)};
-  wh_sorted_enumerate_environ(newenv, print_new, &con, nullptr);
-  con = {newenv, const_cast<char*>(dialect.unset)};
-  wh_sorted_enumerate_environ(oldenv, print_del, &con, nullptr);
+  print_entries(&new_entries, print_new, {oldenv, const_cast<char*>(dialect.set)});
+  print_entries(&old_entries, print_del, {newenv, const_cast<char*>(dialect.unset)});
 }
 
 FwTextString Name(FwHashEntry* entry) {
@@ -83,6 +105,8 @@ void print_posh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
 }
 
 void execute_program(FwErrorState* err, WH_ENVIRON* newenv, FwTextString program, FwVector* args) {
-  wh_set_process_env(err, newenv);
+  // The C library has no other reason to refuse a variable, and without it the program would run in
+  // an environment that nobody asked for.
+  if (!wh_set_process_env(err, newenv) || wh_env_incomplete) FwMemExitMemoryExhausted();
   FwRunProgram(err, program, args, FwCurrentDir(), 1);
 }
