@@ -75,6 +75,14 @@ function(zor_test name)
   zor_test_environment(${name})
 endfunction()
 
+# The tool with faults: its objects, called again and again from one process.
+function(zor_tool_faults)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/faults/*.cpp)
+  add_executable(zorenv_faults ${sources})
+  zor_test_options(zorenv_faults)
+  target_link_libraries(zorenv_faults PRIVATE tool wh_hooks testkit_calls testkit_malloc)
+endfunction()
+
 # The whole-process tests run the built tool and the example; they link none of them.
 function(zor_tool_test)
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/*.cpp)
@@ -84,10 +92,10 @@ function(zor_tool_test)
   add_executable(zorenv_test ${sources})
   zor_test_options(zorenv_test)
   target_compile_definitions(zorenv_test PRIVATE
-    ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" GREET_PROGRAM="$<TARGET_FILE:greet>"
-    ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" ZORENV_FAULTS_PROGRAM="$<TARGET_FILE:zorenv_faults>"
+    GREET_PROGRAM="$<TARGET_FILE:greet>" ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   target_link_libraries(zorenv_test PRIVATE testkit_process GTest::gtest)
-  add_dependencies(zorenv_test zorenv greet)
+  add_dependencies(zorenv_test zorenv zorenv_faults greet)
   add_test(NAME zorenv COMMAND zorenv_test)
   zor_test_environment(zorenv)
 endfunction()
