@@ -86,7 +86,7 @@ WH_ENVIRON* dup_environ(WH_ENVIRON* env) {
 }
 
 void wh_set_ev(WH_ENVIRON* env, FwTextString variable, FwTextString value) {
-  if (!add_in_order(env->variables, variable, value) && value) wh_env_incomplete = 1;
+  if (!add_in_order(env->variables, variable, value) && variable && value) wh_env_incomplete = 1;
 }
 
 FwTextString wh_lookup_ev(FwTextString variable, WH_ENVIRON* env) {
