@@ -17,6 +17,7 @@ namespace {
 
 std::vector<char*> Pointers(const std::vector<std::string>& strings) {
   std::vector<char*> pointers;
+  pointers.reserve(strings.size() + 1);
   for (const std::string& s : strings)
     pointers.push_back(const_cast<char*>(s.c_str()));
   pointers.push_back(nullptr);
@@ -137,7 +138,7 @@ std::string TemporaryTree::operator/(std::string_view relative) const {
 }
 
 std::string TemporaryTree::Write(std::string_view relative, std::string_view content) const {
-  const std::string path = *this / relative;
+  std::string path = *this / relative;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
   std::ofstream file(path, std::ios::binary);
   file << content;
@@ -146,13 +147,13 @@ std::string TemporaryTree::Write(std::string_view relative, std::string_view con
 }
 
 std::string TemporaryTree::Directory(std::string_view relative) const {
-  const std::string path = *this / relative;
+  std::string path = *this / relative;
   std::filesystem::create_directories(path);
   return path;
 }
 
 std::string TemporaryTree::Link(std::string_view relative, std::string_view target) const {
-  const std::string path = *this / relative;
+  std::string path = *this / relative;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
   std::filesystem::create_symlink(std::string(target), path);
   return path;
