@@ -215,4 +215,13 @@ TEST(Documents, ShowAProgramThatCompiles) {
   EXPECT_EQ(0, result.status);
 }
 
+TEST(Documents, AreCleanManualPages) {
+  for (const char* page : {"zorenv.1", "zorenv-warehouse.5", "zorenv-framework.3"}) {
+    const RunResult result = RunProgram({"/usr/bin/mandoc", "-Tlint", "-W", "warning",
+                                         std::string(ZOR_SOURCE_DIR) + "/doc/man/" + page});
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ(0, result.status) << page;
+  }
+}
+
 }  // namespace
