@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <set>
 #include <sstream>
 #include <string>
@@ -328,6 +329,25 @@ TEST_P(Schemas, AcceptWhatTheReadersAccept) {
     EXPECT_EQ(taken[i], accepted[i]) << documents[i];
     differences += taken[i] != accepted[i];
   }
+}
+
+TEST_P(Schemas, AcceptTheExamples) {
+  const std::string schema = GetParam().schema;
+  if (schema == "install") return;  // there is none among them
+  std::vector<std::string> command = {
+      "/usr/bin/xmllint", "--noout", "--relaxng",
+      std::string(ZOR_SOURCE_DIR) + "/share/schemas/" + schema + ".rng"};
+  const std::size_t options = command.size();
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(
+           std::string(ZOR_SOURCE_DIR) + "/examples/warehouse")) {
+    const std::string leaf = entry.path().filename();
+    if (leaf == GetParam().file || (schema == "env" && leaf == "unenv.xml") ||
+        (schema == "setup" && leaf == "unset.xml"))
+      command.push_back(entry.path());
+  }
+  ASSERT_LT(options, command.size());
+  const RunResult result = RunProgram(command);
+  EXPECT_EQ(0, result.status) << result.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Schemas, testing::ValuesIn(kinds),
