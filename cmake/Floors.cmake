@@ -73,6 +73,9 @@ function(zor_test name)
     # Only the one that looks at the schemas, so that the others compile alike in every directory.
     set_source_files_properties(wh/test/schemas_test.cpp PROPERTIES
       COMPILE_DEFINITIONS ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    # The plain model's patterns and tables are compared with the library's.
+    target_sources(${name}_test PRIVATE ${PROJECT_SOURCE_DIR}/test/model/words.cpp)
+    target_include_directories(${name}_test PRIVATE ${PROJECT_SOURCE_DIR}/test)
   endif()
   add_test(NAME ${name} COMMAND ${name}_test)
   zor_test_environment(${name})
@@ -88,7 +91,8 @@ endfunction()
 
 # The whole-process tests run the built tool and the example; they link none of them.
 function(zor_tool_test)
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/test/*.cpp ${PROJECT_SOURCE_DIR}/test/model/*.cpp)
   if(NOT sources)
     return()
   endif()
@@ -97,6 +101,7 @@ function(zor_tool_test)
   target_compile_definitions(zorenv_test PRIVATE
     ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" ZORENV_FAULTS_PROGRAM="$<TARGET_FILE:zorenv_faults>"
     GREET_PROGRAM="$<TARGET_FILE:greet>" ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  target_include_directories(zorenv_test PRIVATE ${PROJECT_SOURCE_DIR}/test)
   target_link_libraries(zorenv_test PRIVATE testkit_process GTest::gtest)
   add_dependencies(zorenv_test zorenv zorenv_faults greet)
   add_test(NAME zorenv COMMAND zorenv_test)
