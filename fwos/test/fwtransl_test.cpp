@@ -100,8 +100,19 @@ class FwTransl : public testing::Test {
     return path;
   }
 
+  // Unloads a file, and frees what that leaves behind: its header table and its font name.
   int32 Unload(const std::string& path, int32 fForce = 0) {
-    return FwTranslUnloadMessageFile(FWT(path.c_str()), fForce, nullptr);
+    FcTranslFile* pFile = FcTranslationDatabase.pMsgFiles;
+    while (pFile != nullptr && path != FWC(pFile->ptbzFileName))
+      pFile = pFile->pNext;
+    FwHashTable* headerTags = pFile == nullptr ? nullptr : pFile->headerTags;
+    FwTextString ptbzFontName = pFile == nullptr ? nullptr : pFile->locale.ptbzFontName;
+    int32 fUnloaded = FwTranslUnloadMessageFile(FWT(path.c_str()), fForce, nullptr);
+    if (fUnloaded) {
+      FwHashFreeTable(&headerTags);
+      FwMemFreeAndClear(&ptbzFontName);
+    }
+    return fUnloaded;
   }
 
   // The translation of a fixed string, or "(none)". No lock stays behind.

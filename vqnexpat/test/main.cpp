@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "fwboot.h"
+#include "leftovers.h"
 #include "vqnexpat.h"
 
 namespace {
@@ -25,8 +26,10 @@ int main(int argc, char** argv) {
   context.control.exiterrorf = ExitWithText;
   context.control.platform.argc = argc;
   context.control.platform.argv = argv;
+  context.memory.debug_level = DebugLevelOption(argc, argv);
   FwBoot(&context);
   xml_init_errors();
+  CountLeftovers({});
   const int status = RUN_ALL_TESTS();
   FwShutdown();
   return status;
