@@ -79,6 +79,13 @@ function(zor_test name)
   endif()
   add_test(NAME ${name} COMMAND ${name}_test)
   zor_test_environment(${name})
+  # The same under the memory manager's checks, which also find what a test leaves allocated. The costs of a block
+  # grow with their number, so tests with very many are left out.
+  if(NOT name STREQUAL "standard")
+    add_test(NAME ${name}_checked COMMAND ${name}_test --debug-level=2
+      --gtest_filter=-*LittleTime:*.AChainOf*:*LongChain*:*HundredThousand*:*OfAnyLength*:*DeathTest*)
+    zor_test_environment(${name}_checked)
+  endif()
 endfunction()
 
 # The tool with faults: its objects, called again and again from one process.

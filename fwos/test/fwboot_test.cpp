@@ -10,22 +10,12 @@
 #include <thread>
 #include <vector>
 
+#include "child.h"
 #include "fcboot.h"
 #include "fwerror.h"
 #include "recorder.h"
 
 namespace {
-
-// Runs a body in a process of its own: taking the framework down would disturb the other tests.
-void ExpectGoodInChild(const std::function<void()>& body) {
-  EXPECT_EXIT(
-      {
-        body();
-        std::fflush(stdout);
-        std::_Exit(testing::Test::HasFailure() ? 3 : 0);
-      },
-      testing::ExitedWithCode(0), "");
-}
 
 // The context that the test program booted with, as it can be booted again.
 FwBootContext SameContext() {

@@ -1,10 +1,13 @@
 #include "syscalls.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace {
@@ -13,6 +16,11 @@ bool fDisk = false;
 struct statfs disk;
 bool fNoFork = false;
 int nInterrupts = 0;
+bool fFull = false;
+int64_t nRoom = 0;
+int nReadsToFailure = -1;
+bool fLateFailure = false;
+int nStatInterrupts = 0;
 int nReads = 0;
 int nWrites = 0;
 
@@ -53,6 +61,11 @@ extern "C" pid_t waitpid(pid_t pid, int* status, int options) {
 
 extern "C" ssize_t read(int file, void* buffer, size_t size) {
   ++nReads;
+  if (nReadsToFailure == 0) {
+    errno = EIO;
+    return -1;
+  }
+  if (nReadsToFailure > 0) --nReadsToFailure;
   static auto* const pNext = Next<ssize_t(int, void*, size_t)>("read");
   return pNext(file, buffer, size);
 }
@@ -60,7 +73,40 @@ extern "C" ssize_t read(int file, void* buffer, size_t size) {
 extern "C" ssize_t write(int file, const void* buffer, size_t size) {
   ++nWrites;
   static auto* const pNext = Next<ssize_t(int, const void*, size_t)>("write");
-  return pNext(file, buffer, size);
+  if (!fFull || file <= STDERR_FILENO || size == 0) return pNext(file, buffer, size);
+  if (nRoom == 0) {
+    errno = ENOSPC;
+    return -1;
+  }
+  const ssize_t n = pNext(file, buffer, std::min(size, static_cast<size_t>(nRoom)));
+  if (n > 0) nRoom -= n;
+  return n;
+}
+
+extern "C" int fstat(int file, struct stat* status) noexcept {
+  if (nStatInterrupts > 0) {
+    --nStatInterrupts;
+    errno = EINTR;
+    return -1;
+  }
+  static auto* const pNext = Next<int(int, struct stat*)>("fstat");
+  return pNext(file, status);
+}
+
+extern "C" int close(int file) {
+  static auto* const pNext = Next<int(int)>("close");
+  const int nResult = pNext(file);
+  if (!fLateFailure || nResult != 0) return nResult;
+  errno = EIO;
+  return -1;
+}
+
+extern "C" int closedir(DIR* directory) {
+  static auto* const pNext = Next<int(DIR*)>("closedir");
+  const int nResult = pNext(directory);
+  if (!fLateFailure || nResult != 0) return nResult;
+  errno = EIO;
+  return -1;
 }
 
 DiskOf::DiskOf(uint64_t available, uint64_t total, int64_t block) {
@@ -86,6 +132,35 @@ NoFork::~NoFork() {
 
 void InterruptWaits(int n) {
   nInterrupts = n;
+}
+
+FullDisk::FullDisk(int64_t room) {
+  fFull = true;
+  nRoom = room;
+}
+
+FullDisk::~FullDisk() {
+  fFull = false;
+}
+
+BrokenDisk::BrokenDisk(int n) {
+  nReadsToFailure = n;
+}
+
+BrokenDisk::~BrokenDisk() {
+  nReadsToFailure = -1;
+}
+
+LateFailure::LateFailure() {
+  fLateFailure = true;
+}
+
+LateFailure::~LateFailure() {
+  fLateFailure = false;
+}
+
+void InterruptStats(int n) {
+  nStatInterrupts = n;
 }
 
 CountTransfers::CountTransfers() : reads_(nReads), writes_(nWrites) {}

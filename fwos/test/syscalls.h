@@ -27,6 +27,37 @@ class NoFork {
 // The next n calls of waitpid are interrupted.
 void InterruptWaits(int n);
 
+// While a scope of this lives, files take so many bytes more; a write is cut short at the end of
+// the room, and fails behind it as a full disk does. Descriptors up to 2 are spared.
+class FullDisk {
+ public:
+  explicit FullDisk(int64_t room);
+  ~FullDisk();
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+};
+
+// While a scope of this lives, reading fails with EIO from the call number n on, 0 being the next.
+class BrokenDisk {
+ public:
+  explicit BrokenDisk(int n);
+  ~BrokenDisk();
+  BrokenDisk(const BrokenDisk&) = delete;
+  BrokenDisk& operator=(const BrokenDisk&) = delete;
+};
+
+// While a scope of this lives, closing a file or directory closes it, and reports EIO.
+class LateFailure {
+ public:
+  LateFailure();
+  ~LateFailure();
+  LateFailure(const LateFailure&) = delete;
+  LateFailure& operator=(const LateFailure&) = delete;
+};
+
+// The next n calls of fstat are interrupted.
+void InterruptStats(int n);
+
 // Calls of read and write since the start of the scope.
 class CountTransfers {
  public:
