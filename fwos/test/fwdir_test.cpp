@@ -45,7 +45,7 @@ std::vector<std::string> Names(const std::string& dir, uint32 flags) {
 constexpr uint32 kModes[] = {0, FW_DIR_SNAPSHOT};
 
 int LowestFreeDescriptor() {
-  const int fd = dup(0);
+  const int fd = open("/dev/null", O_RDONLY);
   close(fd);
   return fd;
 }

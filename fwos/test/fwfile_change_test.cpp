@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -302,7 +303,7 @@ TEST(FwFileCopy, LeavesItsNamesUnwritten) {
 
 TEST(FwFileCopy, LeavesNoHandleOpen) {
   TemporaryTree tree;
-  const int before = dup(0);
+  const int before = open("/dev/null", O_RDONLY);
   close(before);
   Error err;
   FwFileCopy(err, Txt(tree.Write("from", "text")), Txt(tree / "to"), 0);
@@ -310,7 +311,7 @@ TEST(FwFileCopy, LeavesNoHandleOpen) {
     Tickle tickle(2);
     FwFileCopy(err, Txt(tree / "from"), Txt(tree / "other"), 0);
   }
-  const int after = dup(0);
+  const int after = open("/dev/null", O_RDONLY);
   close(after);
   EXPECT_EQ(before, after);
 }

@@ -1,12 +1,16 @@
 #include "fwrun.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -53,7 +57,7 @@ class NoDescriptors {
  public:
   NoDescriptors() {
     getrlimit(RLIMIT_NOFILE, &limit_);
-    const int fd = dup(0);
+    const int fd = open("/dev/null", O_RDONLY);
     close(fd);
     rlimit low = limit_;
     low.rlim_cur = static_cast<rlim_t>(fd);
@@ -205,15 +209,19 @@ TEST(FwRunCommandSilent, ReturnsTheStatusWithoutAnError) {
   EXPECT_EQ("clear", Describe(err));
 }
 
+std::ptrdiff_t OpenDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                       std::filesystem::directory_iterator());
+}
+
 TEST(FwRunCommandSilent, LosesADescriptorEachTime) {
-  const int before = dup(0);
-  close(before);
+  const std::ptrdiff_t before = OpenDescriptors();
+  const int lowest = open("/dev/null", O_RDONLY);
+  close(lowest);
   Error err;
   FwRunCommandSilent(err, FWT("exit 0"), nullptr);
-  const int after = dup(0);
-  close(after);
-  EXPECT_EQ(before + 1, after);
-  close(before);
+  EXPECT_EQ(before + 1, OpenDescriptors());
+  close(lowest);
 }
 
 TEST(FwRunCommandSilent, ReturnsMinusOneIfItCannotBegin) {
