@@ -167,7 +167,7 @@ int32 FiDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   if (Fw_msg_IsDescendant(fwErrorNonExistent, err.pError)) {
     ptbzSeparator = FwFileEndsWithSeparator(ptbzDirname);
     FwAssert(ptbzSeparator, "FwDirCreate should have ensured trailing sep");
-  } else if (fFileInTheWay(ptbzDirname)) {
+  } else if (Fw_msg_IsDescendant(fwErrorStringValue, err.pError) && fFileInTheWay(ptbzDirname)) {
     FwErrorSet(&err, fwErrorAlreadyExists, 2, FWT("File"), ptbzDirname);
   }
   if (!ptbzSeparator || FwFileIsRoot(ptbzDirname)) {
