@@ -10,6 +10,7 @@
 #include "fwfile.h"
 #include "fwmem.h"
 #include "fwstring.h"
+#include "fwtree.h"
 #include "glob.h"
 #include "tokens.h"
 
@@ -140,9 +141,15 @@ int dir_has_file(FwTextString dir, std::string_view file) {
       FwDirClose(&err, handle);
     }
   }
-  FwErrorClear(&err);
+  forgive(&err);
   FwMemFree(name);
   return found;
+}
+
+void forgive(FwErrorState* err) {
+  if (err->pError != nullptr && Fw_msg_IsDescendant(fwErrorNoMemory, err->pError))
+    FwMemExitMemoryExhausted();
+  FwErrorClear(err);
 }
 
 int wh_glob_matches(FwTextString pattern, FwTextString string) {

@@ -56,7 +56,7 @@ void get_entries(const TOKEN* token, FwStrRecord* path, FwVector* entries) {
     FwStrRecordAbandon(&name);
     FwDirClose(&err, dir);
   }
-  FwErrorClear(&err);
+  forgive(&err);
 }
 
 void search_dir(const TOKEN* pattern, FwStrRecord* path, FwVector* results);
@@ -109,7 +109,7 @@ int contains_product(FwTextString path) {
   FwErrorState err;
   FwTextString file = FwFilenameConcatenateAlloc(path, FWT("product.xml"));
   int found = FwFileGetInfo(&err, file, nullptr, 0);
-  FwErrorClear(&err);
+  forgive(&err);
   FwMemFree(file);
   return found;
 }

@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "fwerror.h"
 #include "fwtypes.h"
 
 enum TOKEN_TYPE {
@@ -67,6 +68,10 @@ int token_matches(const TOKEN* token, int type, std::string_view string);
 
 // 1 if the directory dir holds an entry that matches file. Faults count as no.
 int dir_has_file(FwTextString dir, std::string_view file);
+
+// Clears the fault of a look at the disk, which counts as nothing found there. Exhausted memory
+// tells nothing of the disk and ends the program.
+void forgive(FwErrorState* err);
 
 inline std::string_view glob_view(FwTextString str) {
   return std::string_view(FWC(str));
