@@ -1,5 +1,5 @@
-// The whole standard floor: integers, assertions and traces, split integers, safe memory operations,
-// platform names.
+// The whole standard floor: integers, assertions and traces, split integers, safe memory
+// operations, platform names.
 #ifndef STANDARD_H
 #define STANDARD_H
 

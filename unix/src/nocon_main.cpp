@@ -1,3 +1,5 @@
 #include "mymain.h"
 
-int main(int argc, char** argv) { return mymain(argc, argv); }
+int main(int argc, char** argv) {
+  return mymain(argc, argv);
+}
