@@ -26,8 +26,6 @@ const char kOverlong[] = "Badly encoded UTF-8 character (overly long encoding)";
 const char kBadLead[] = "Invalid UTF16 character (bad leading unit";
 const char kBadSecond[] = "Invalid UTF16 character (bad second unit)";
 const char kInvalid[] = "Invalid multibyte sequence passed to FwStrLocalToUTF8() [iconv failed]";
-const char kIncomplete[] =
-    "Incomplete multibyte sequence passed to FwStrLocalToUTF8() [iconv failed]";
 
 std::string Encode(FwTextCharacter tc) {
   FwTextByte ab[8];
