@@ -19,6 +19,7 @@ class Generator {
     conflicts_ = Chance(50);
     overrule_ = conflicts_ && Chance(60);
     big_ = Chance(8);
+    huge_ = Chance(4);
     default_place_ = Chance(70);
     MakeWords();
     MakeProducts();
@@ -48,7 +49,7 @@ class Generator {
   }
 
   void MakeWords() {
-    names_ = Some({"V", "W", "LIST_A", "LIST_B", "ab", "bR", "X1", "PATH"}, 5);
+    names_ = Some({"V", "W", "LIST_A", "LIST_B", "ab", "bR", "X1", "PATH"}, huge_ ? 2 : 5);
     elements_ = Some({"a",        "b",      "c",      "d",        "ab",  "bR",    "/a",
                       "/b",       "/a/bin", "/b/bin", "/a/lib/b", "a/b", "b/a/c", "e\xcc\x81",
                       "\xc3\xa9", "x y",    "it's",   "A",        "a.b", "/"},
@@ -58,8 +59,22 @@ class Generator {
     if (big_)
       for (int i = 0; i < 24; ++i)
         elements_.push_back("/opt/" + std::string(1, static_cast<char>('a' + i)) + "/bin");
+    // Other spellings of one path.
+    if (Chance(25)) {
+      const std::string element = Pick(elements_);
+      elements_.push_back(element + "/");
+      elements_.push_back("/" + element);
+      elements_.push_back("a//b");
+      elements_.push_back("/a//bin/");
+    }
+    if (huge_)
+      for (int i = 0; i < 90; ++i)
+        elements_.push_back((i % 3 == 0 ? "/p/" : i % 3 == 1 ? "q/" : "r") + std::to_string(i * i));
     // Elements that only removes speak of, where conflicts are not wanted.
     old_ = conflicts_ ? elements_ : Strings{"old", "/old/bin", "old/x", "/usr/bin", "o"};
+    if (huge_ && !conflicts_)
+      for (int i = 0; i < 90; ++i)
+        old_.push_back((i % 2 == 0 ? "/old/" : "old/") + std::to_string(i * i));
     separator_ =
         Chance(75) ? Maybe() : Maybe(Pick(Strings{":", ";", ",", " ", "\xe2\x86\x92", ":;"}));
   }
@@ -197,6 +212,14 @@ class Generator {
   Fault AnyFault(bool recipe) {
     const std::string structure =
         recipe ? "Error:  invalid XML in File " : "XML parsing error in File ";
+    if (recipe && Chance(40)) {
+      const std::string command =
+          Pick(Strings{"<SETENV op=\"put\"/>", "<DELETE>x</DELETE>", "<DIR>x</DIR>", "<RUN>x<ARG/>",
+                       "<SETENV context=\"some\"/>", "<SHORTCUT/>", "<CREATE/>", "<PATTERN/>",
+                       "<CMD><ARG/></CMD>"});
+      return {false, "<RECIPE><STEP><PATTERN/>" + command + "</STEP></RECIPE>",
+              command.starts_with("<RUN>") ? "mismatched tag in File " : structure};
+    }
     switch (Below(10)) {
       case 0:
         return {false, "", "no element found in File "};
@@ -249,6 +272,24 @@ class Generator {
     return variety;
   }
 
+  // Of several faults in one operation the last one is reported.
+  void Spoil(Operation& operation) {
+    const auto spoil = [&](std::string& text) {
+      if (!Chance(50)) return;
+      const std::string reference = Pick(Strings{"%(NOPE1)", "%{NOPE2}", "%[text/none]", "%(NOPE3)",
+                                                 "%[text]", "%(NOPE4)%{NOPE5}%[text/one]"});
+      text = Chance(50) ? reference : text + reference;
+    };
+    spoil(operation.name);
+    for (std::string& value : operation.values)
+      spoil(value);
+    if (operation.action == Action::kInsert)
+      while (operation.constraints.size() < 3)
+        operation.constraints.push_back({Chance(50), Pick(elements_)});
+    for (auto& constraint : operation.constraints)
+      spoil(constraint.second);
+  }
+
   Operation MakeOperation(std::size_t product) {
     Operation operation;
     operation.separator = Trouble(10)  ? Maybe(Pick(Strings{":", ";", ""}))
@@ -265,12 +306,13 @@ class Generator {
             {Chance(50), ElementPattern(Chance(70) ? elements_ : old_)});
     } else if (kind < 19 || Chance(60)) {
       operation.action = Action::kRemove;
-      for (std::size_t i = Below(3); i < 3; ++i)
+      for (std::size_t i = Below(3), n = huge_ ? 3 + Below(40) : 3; i < n; ++i)
         operation.values.push_back(conflicts_ ? ElementPattern(old_) : Pick(old_));
       if (Chance(10)) operation.values.clear();
     } else {
       operation.action = Action::kDelete;
     }
+    if (Trouble(2)) Spoil(operation);
     return operation;
   }
 
@@ -281,8 +323,8 @@ class Generator {
       group.pattern = Conditions(20);
       for (std::size_t k = Below(6); k < 6; ++k)
         group.operations.push_back(MakeOperation(product));
-      if (big_)
-        for (std::size_t k = Below(12); k < 10; ++k)
+      if (big_ || huge_)
+        for (std::size_t k = Below(12), n = huge_ ? 40 : 10; k < n; ++k)
           group.operations.push_back(MakeOperation(product));
     }
     Finish(file);
@@ -349,7 +391,7 @@ class Generator {
   }
 
   void MakeProducts() {
-    const std::size_t count = 2 + Below(7);
+    const std::size_t count = 2 + Below(huge_ || Chance(5) ? 20 : 7);
     for (std::size_t i = 0; i < count; ++i) {
       Strings place = {"C", std::string(1, static_cast<char>('A' + i)), "1.0", "1"};
       if (!default_place_) {
@@ -415,7 +457,7 @@ class Generator {
   std::string StartValue() {
     const std::string separator = separator_ && Chance(80) ? *separator_ : Chance(90) ? ":" : ";";
     std::string value;
-    const std::size_t count = big_ ? Below(30) : Below(7);
+    const std::size_t count = huge_ ? Below(120) : big_ ? Below(30) : Below(7);
     for (std::size_t i = 0; i < count; ++i) {
       if (i != 0) value += separator;
       if (Chance(8)) continue;
@@ -476,6 +518,8 @@ class Generator {
       AddProduct(arguments);
     }
     if (Trouble(8)) add({"--ignore-missing"});
+    if (Trouble(1)) add({"-p", "C", "1.0", "1", "x"});
+    if (Trouble(1)) add({Pick(Strings{"--proc", "-P"}), Pick(Strings{"--user", "-S"})});
     if (Trouble(1)) add({Pick(Strings{"x", "--sys", "-", "-q", "", "-v", "-r"})});
     if (late_root) add({"-r", root});
     const std::size_t mode = Below(40);
@@ -492,9 +536,17 @@ class Generator {
     else if (mode == 35)
       add({"--sh", Pick(Strings{"--proc", "--system", "--csh", "--exec"})});
     else if (mode < 38)
-      add({Chance(80) ? "--exec" : "-X",
-           Pick(Strings{"/usr/bin/env", "/usr/bin/env", "/usr/bin/env", "/bin/false",
-                        "/none/such"})});
+      Execute(arguments);
+  }
+
+  void Execute(Strings& arguments) {
+    arguments.push_back(Chance(80) ? "--exec" : "-X");
+    const std::string program = Pick(Strings{"/usr/bin/env", "/usr/bin/env", "/usr/bin/env",
+                                             "/bin/false", "/none/such", "/bin/echo"});
+    arguments.push_back(program);
+    if (program == "/bin/echo")
+      for (std::size_t i = Below(4); i < 3; ++i)
+        arguments.push_back(Pick(Strings{"--sh", "x y", "", "it's"}));
   }
 
   void AddProduct(Strings& arguments) {
@@ -522,7 +574,7 @@ class Generator {
   std::mt19937_64 random_;
   Case case_;
   int trouble_ = 0;
-  bool conflicts_ = false, overrule_ = false, big_ = false, default_place_ = false;
+  bool conflicts_ = false, overrule_ = false, big_ = false, huge_ = false, default_place_ = false;
   Strings names_, elements_, old_;
   Maybe separator_;
   std::vector<Strings> places_;

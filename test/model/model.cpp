@@ -342,13 +342,19 @@ void Computation::SetProcess(const Environment& new_env) {
   }
 }
 
-// The programs that a case may run: one that prints its environment, one that fails, one that isn't
-// there.
+// The programs that a case may run: those that print their environment and their arguments, one
+// that fails and one that isn't there.
 void Computation::Execute(const Options& options, const Environment& new_env) {
   SetProcess(new_env);
   if (options.program == "/usr/bin/env") {
     for (const std::string& variable : process_)
       answer_.out += variable + "\n";
+    return;
+  }
+  if (options.program == "/bin/echo") {
+    for (std::size_t i = 0; i < options.program_arguments.size(); ++i)
+      answer_.out += (i == 0 ? "" : " ") + options.program_arguments[i];
+    answer_.out += "\n";
     return;
   }
   Error err{"Error: Error status 1 from Command " + options.program};
