@@ -59,6 +59,11 @@ class Generator {
     if (big_)
       for (int i = 0; i < 24; ++i)
         elements_.push_back("/opt/" + std::string(1, static_cast<char>('a' + i)) + "/bin");
+    if (Chance(10)) {
+      elements_.push_back(" a ");
+      elements_.push_back("a\nb");
+      elements_.push_back("<&\"\\$x>");
+    }
     // Other spellings of one path.
     if (Chance(25)) {
       const std::string element = Pick(elements_);
@@ -262,6 +267,7 @@ class Generator {
            Pick(Strings{"linux-x86", "linux_2_4-all", "unix", "pc", "win_32-x86", "all", "hpux",
                         "solaris_8-sparc", "weird", "macos_9-ppc", "linux_2_6-x86"})});
     if (Chance(10)) variety.variables.push_back({"FS", "overridden"});
+    if (Chance(20)) variety.variables.push_back({"next", Pick(Strings{"A", "B", "C", "D"})});
     if (Chance(10)) variety.variables.push_back({"extra", "%(THIS-NAME)%(flavour)"});
     if (Trouble(2)) variety.variables.push_back({"loop", "%(loop)"});
     if (Trouble(2)) variety.variables.push_back({Maybe(), "x"});
@@ -375,6 +381,7 @@ class Generator {
     Maybe* fields[] = {&part.category, &part.name, &part.version, &part.rev};
     for (std::size_t k = 0; k < 4; ++k)
       if (own[k] != wanted[k] || Chance(40)) *fields[k] = wanted[k];
+    if (Trouble(8)) part.name = "%(next)";
     if (part.category && Chance(10)) part.category = "/" + *part.category;
     if (Trouble(4)) part.version = Pick(Strings{"9.9", "+", "%(NOPE)", "%[text/none]"});
     if (Trouble(3)) part.name = "Missing";
@@ -482,7 +489,7 @@ class Generator {
     if (Chance(10)) environment.push_back("BARE");
     if (Chance(10)) environment.push_back("=nameless");
     if (Chance(10)) environment.push_back("n\xc3\xa9=a:b");
-    const std::size_t more = big_ || Chance(15) ? Below(70) : Below(4);
+    const std::size_t more = big_ || Chance(15) ? Below(140) : Below(4);
     for (std::size_t i = 0; i < more; ++i)
       environment.push_back("VAR" + std::to_string(i * 7) + "=" + Pick(old_));
     // The table of an environment grows before the 65th entry.

@@ -8,7 +8,8 @@ namespace model {
 
 namespace {
 
-std::string Escape(const std::string& text) {
+// A line end in an attribute would come out as a blank.
+std::string Escape(const std::string& text, bool in_attribute = false) {
   std::string escaped;
   for (const char c : text) {
     if (c == '&')
@@ -17,6 +18,8 @@ std::string Escape(const std::string& text) {
       escaped += "&lt;";
     else if (c == '"')
       escaped += "&quot;";
+    else if (c == '\n' && in_attribute)
+      escaped += "&#10;";
     else
       escaped += c;
   }
@@ -24,7 +27,7 @@ std::string Escape(const std::string& text) {
 }
 
 std::string Attribute(const std::string& name, const Maybe& value) {
-  return value ? " " + name + "=\"" + Escape(*value) + "\"" : "";
+  return value ? " " + name + "=\"" + Escape(*value, true) + "\"" : "";
 }
 
 class Writer {
@@ -71,11 +74,15 @@ class Writer {
     return text + "</VARIETY>";
   }
 
+  // Hosts in a condition have no effect.
   std::string One(const Pattern& pattern) {
+    const std::string host =
+        Styled(5) ? " host=\"" + std::string(Styled(6) ? "pc" : "unix") + "\"" : "";
     std::string text;
     for (const std::vector<Variable>& alternative : pattern)
-      text += "<MATCH>" + Each(alternative) + "</MATCH>";
-    return text.empty() && Styled(2) ? "<PATTERN/>" : "<PATTERN>" + text + "</PATTERN>";
+      text += "<MATCH" + (Styled(7) ? host : "") + ">" + Each(alternative) + "</MATCH>";
+    return text.empty() && Styled(2) ? "<PATTERN" + host + "/>"
+                                     : "<PATTERN" + host + ">" + text + "</PATTERN>";
   }
 
   std::string One(const Part& part) {
