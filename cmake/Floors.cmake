@@ -1,12 +1,8 @@
 # Options that every target of the project is built with.
 function(zor_options target)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wundef -fno-exceptions -fno-rtti
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
-  if(ZOR_WARNINGS_AS_ERRORS)
-    target_compile_options(${target} PRIVATE -Werror)
-  endif()
-  zor_instrument(${target})
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wundef -fno-exceptions -fno-rtti)
+  zor_common_options(${target})
 endfunction()
 
 # Test programs use GoogleTest, which wants exceptions and run-time types. g++ 12 warns of overlapping copies where
@@ -14,15 +10,15 @@ endfunction()
 # (-Wmaybe-uninitialized), so those warnings are off.
 function(zor_test_options target)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wshadow -Wundef $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict;-Wno-maybe-uninitialized>
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    -Wall -Wextra -Wshadow -Wundef $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict;-Wno-maybe-uninitialized>)
+  zor_common_options(${target})
+endfunction()
+
+function(zor_common_options target)
+  target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   if(ZOR_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
-  zor_instrument(${target})
-endfunction()
-
-function(zor_instrument target)
   if(ZOR_SANITIZE)
     set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_compile_options(${target} PRIVATE ${flags})

@@ -161,4 +161,7 @@ int32 FcTranslFileLoadHeader(FcTranslFile* pFile, int32* pfPreload, FwErrorState
 // Ends reading from the file.
 void FcTranslFileCloseStream(FcTranslFile* pFile);
 
+// Frees a file's record with all that it owns. Its nodes must be in no chain.
+void FcTranslFreeFile(FcTranslFile* pFile);
+
 #endif

@@ -95,6 +95,21 @@ FwTextByte* scan_exponent(FwTextByte* ptbMarker, int32* pnExponent) {
   return ptb;
 }
 
+// FwStrToL and FwStrToUL, by their scan.
+template <class T>
+int32 StrToInteger(FwTextString* pptbz, uint32 nBase, T* pnResult,
+                   int32 (*pfnScan)(FwTextString*, uint32, T*, int32)) {
+  FwAssert(pptbz != nullptr && pnResult != nullptr, "NULL param");
+  if (pnResult != nullptr) *pnResult = 0;
+  if (pptbz == nullptr || pnResult == nullptr) return 0;
+  FwAssert(nBase >= 2, "Bad base");
+  if (nBase < 2) return 0;
+  T value;
+  if (!pfnScan(pptbz, nBase, &value, 1)) return 0;
+  *pnResult = value;
+  return 1;
+}
+
 }  // namespace
 
 int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
@@ -217,27 +232,11 @@ int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int3
 }
 
 int32 FwStrToL(FwTextString* pptbz, uint32 nBase, int32* pnResult) {
-  FwAssert(pptbz != nullptr && pnResult != nullptr, "NULL param");
-  if (pnResult != nullptr) *pnResult = 0;
-  if (pptbz == nullptr || pnResult == nullptr) return 0;
-  FwAssert(nBase >= 2, "Bad base");
-  if (nBase < 2) return 0;
-  int32 value;
-  if (!FcStrScanInt(pptbz, nBase, &value, 1)) return 0;
-  *pnResult = value;
-  return 1;
+  return StrToInteger(pptbz, nBase, pnResult, FcStrScanInt);
 }
 
 int32 FwStrToUL(FwTextString* pptbz, uint32 nBase, uint32* pnResult) {
-  FwAssert(pptbz != nullptr && pnResult != nullptr, "NULL param");
-  if (pnResult != nullptr) *pnResult = 0;
-  if (pptbz == nullptr || pnResult == nullptr) return 0;
-  FwAssert(nBase >= 2, "Bad base");
-  if (nBase < 2) return 0;
-  uint32 value;
-  if (!FcStrScanUInt(pptbz, nBase, &value, 1)) return 0;
-  *pnResult = value;
-  return 1;
+  return StrToInteger(pptbz, nBase, pnResult, FcStrScanUInt);
 }
 
 int32 FwStrToD(FwTextString* pptbz, double* prResult) {

@@ -24,47 +24,44 @@ void CopyText(FcPrfContext* pctpr, FwTextByte* ptbFrom, FwTextByte* ptbTo) {
   }
 }
 
-bool FcPrfSkipOptional(FcPrfContext* pctpr, uint32* piPercent);
+bool SkipTo(FcPrfContext* pctpr, uint32* piPercent, const char* pbzStops,
+            const char* pszUnterminated);
 
 // Moves from an opener or separator to the separator or closer that ends the alternative.
 bool FcPrfSkip_(FcPrfContext* pctpr, uint32* piPercent) {
-  uint32 i = *piPercent;
-  if (KindOf(pctpr, i) != '(' && KindOf(pctpr, i) != '|') {
+  if (KindOf(pctpr, *piPercent) != '(' && KindOf(pctpr, *piPercent) != '|') {
     FwAssertFailed("Not on branch");
     return false;
   }
-  for (;;) {
-    if (!fFcPrfGetNextPercentIndex(pctpr, i + 1, "({|)", "", &i)) {
-      FwAssertFailed("Badly terminated branch list");
-      return false;
-    }
-    if (KindOf(pctpr, i) == '{') {
-      if (!FcPrfSkipOptional(pctpr, &i)) return false;
-    } else if (KindOf(pctpr, i) == '(') {
-      while (KindOf(pctpr, i) != ')') {
-        if (!FcPrfSkip_(pctpr, &i)) return false;
-      }
-    } else {
-      *piPercent = i;
-      return true;
-    }
+  return SkipTo(pctpr, piPercent, "({|)", "Badly terminated branch list");
+}
+
+// Moves from the opener or a separator of a list to its closer.
+bool SkipList(FcPrfContext* pctpr, uint32* piPercent) {
+  while (KindOf(pctpr, *piPercent) != ')') {
+    if (!FcPrfSkip_(pctpr, piPercent)) return false;
   }
+  return true;
 }
 
 // Moves from the opener of an option to its closer.
 bool FcPrfSkipOptional(FcPrfContext* pctpr, uint32* piPercent) {
+  return SkipTo(pctpr, piPercent, "({}", "Option is unterminated");
+}
+
+// Moves to the next percent of pbzStops that is not an opener, past what is nested before it.
+bool SkipTo(FcPrfContext* pctpr, uint32* piPercent, const char* pbzStops,
+            const char* pszUnterminated) {
   uint32 i = *piPercent;
   for (;;) {
-    if (!fFcPrfGetNextPercentIndex(pctpr, i + 1, "({}", "", &i)) {
-      FwAssertFailed("Option is unterminated");
+    if (!fFcPrfGetNextPercentIndex(pctpr, i + 1, pbzStops, "", &i)) {
+      FwAssertFailed(pszUnterminated);
       return false;
     }
     if (KindOf(pctpr, i) == '{') {
       if (!FcPrfSkipOptional(pctpr, &i)) return false;
     } else if (KindOf(pctpr, i) == '(') {
-      while (KindOf(pctpr, i) != ')') {
-        if (!FcPrfSkip_(pctpr, &i)) return false;
-      }
+      if (!SkipList(pctpr, &i)) return false;
     } else {
       *piPercent = i;
       return true;
@@ -128,9 +125,7 @@ bool FcPrfParseBranchList(FcPrfContext* pctpr, FcPrfArgIterator* pArgIterator, u
   if (KindOf(pctpr, i) != ')') contents = CopyContents(pctpr, pArgIterator, &i, "|)");
   if (contents == Contents::kUnterminated) FwAssertFailed("Branch is unterminated");
   if (contents != Contents::kCopied) return false;
-  while (KindOf(pctpr, i) != ')') {
-    if (!FcPrfSkip_(pctpr, &i)) return false;
-  }
+  if (!SkipList(pctpr, &i)) return false;
   *piPercent = i;
   return true;
 }

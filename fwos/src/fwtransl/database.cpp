@@ -46,12 +46,7 @@ void FcTranslShutdown() {
   while (FcTranslationDatabase.pMsgFiles != nullptr) {
     FcTranslFile* pFile = FcTranslationDatabase.pMsgFiles;
     FcTranslationDatabase.pMsgFiles = pFile->pNext;
-    FcTranslFileCloseStream(pFile);
-    FcTranslFreeNodeBlocks(pFile);
-    FwHashFreeTable(&pFile->headerTags);
-    FwMemFreeAndClear(&pFile->locale.ptbzFontName);
-    FwMemFree(pFile->ptbzFileName);
-    FwMemFree(pFile);
+    FcTranslFreeFile(pFile);
   }
   FwStrRecordAbandon(&FcTransLineRecord);
   FwStrRecordAbandon(&FcTransEnglishRecord);

@@ -97,12 +97,7 @@ bool FcTranslFileScanStrings(FcTranslFile* pFile, int32 fPreload, FwErrorState* 
 // Undoes what loading has done so far.
 void AbandonFile(FcTranslFile* pFile) {
   FcTranslRemoveNodes(pFile->pDatabase, pFile->ptbzFileName);
-  FcTranslFileCloseStream(pFile);
-  FcTranslFreeNodeBlocks(pFile);
-  FwHashFreeTable(&pFile->headerTags);
-  FwMemFreeAndClear(&pFile->locale.ptbzFontName);
-  FwMemFree(pFile->ptbzFileName);
-  FwMemFree(pFile);
+  FcTranslFreeFile(pFile);
 }
 
 // A record for the file, with its name, or null with the error set.
@@ -158,6 +153,15 @@ void FcTranslFileCloseStream(FcTranslFile* pFile) {
   Fw_msg_StreamDestroy(pFile->pFileObj, &err, 1);
   FwErrorClear(&err);
   pFile->pFileObj = nullptr;
+}
+
+void FcTranslFreeFile(FcTranslFile* pFile) {
+  FcTranslFileCloseStream(pFile);
+  FcTranslFreeNodeBlocks(pFile);
+  FwHashFreeTable(&pFile->headerTags);
+  FwMemFreeAndClear(&pFile->locale.ptbzFontName);
+  FwMemFree(pFile->ptbzFileName);
+  FwMemFree(pFile);
 }
 
 int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, const FwClassRecord* pStreamIOClass,
