@@ -1,0 +1,121 @@
+# What `cmake --install` puts where, in two components: "tool", the program and all that makes it easier to live with,
+# and "development", the framework for other programs. All destinations are relative to the prefix, and nothing
+# installed knows it, so an installed tree can be moved.
+#
+# Of the floors, standard and fwos are the framework and public. vqnexpat and wh serve the tool alone: their interfaces
+# may change with it, so they are linked into the program and not installed.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# Set by tools/package: compressed manual pages, and each package's own copyright and changelog.
+option(ZOR_DEBIAN "Lay out what is installed as Debian wants it" OFF)
+set(ZOR_ZSH_DIR "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" CACHE STRING "Where zsh looks for completions")
+set(zor_share ${CMAKE_INSTALL_DATADIR}/zorenv)
+set(zor_doc ${CMAKE_INSTALL_DATAROOTDIR}/doc/zorenv)
+set(fwos_doc ${CMAKE_INSTALL_DATAROOTDIR}/doc/libfwos-dev)
+
+# zor_install_page(COMPONENT SECTION PAGE): a manual page.
+function(zor_install_page component section page)
+  set(file ${PROJECT_SOURCE_DIR}/doc/man/${page}.${section})
+  if(ZOR_DEBIAN)
+    set(compressed ${PROJECT_BINARY_DIR}/${page}.${section}.gz)
+    zor_compress(${file} ${compressed})
+    set(file ${compressed})
+  endif()
+  install(FILES ${file} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
+endfunction()
+
+# zor_compress(FROM TO): the same bytes for the same file, whenever it is done.
+function(zor_compress from to)
+  execute_process(COMMAND gzip -9nc ${from} OUTPUT_FILE ${to} COMMAND_ERROR_IS_FATAL ANY)
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${from})
+endfunction()
+
+# zor_install_example(COMPONENT FROM TO [PROGRAMS]): a directory of examples. What matches PROGRAMS can be run, whatever
+# the modes are in the source.
+function(zor_install_example component from to)
+  cmake_parse_arguments(arg "" "PROGRAMS" "" ${ARGN})
+  set(programs)
+  if(arg_PROGRAMS)
+    set(programs REGEX ${arg_PROGRAMS} PERMISSIONS
+      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  endif()
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${from} DESTINATION ${to} COMPONENT ${component} ${programs})
+endfunction()
+
+# The tool.
+install(TARGETS zorenv RUNTIME COMPONENT tool)
+zor_install_page(tool 1 zorenv)
+zor_install_page(tool 5 zorenv-warehouse)
+
+# A shell that loads completions by the command's name finds those of the function zor under the second one.
+install(FILES share/completions/zorenv.bash RENAME zorenv
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+file(CREATE_LINK zorenv ${PROJECT_BINARY_DIR}/zor SYMBOLIC)
+install(FILES ${PROJECT_BINARY_DIR}/zor
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+install(FILES share/completions/_zorenv DESTINATION ${ZOR_ZSH_DIR} COMPONENT tool)
+file(CREATE_LINK zorenv.fish ${PROJECT_BINARY_DIR}/zor.fish SYMBOLIC)
+install(FILES share/completions/zorenv.fish ${PROJECT_BINARY_DIR}/zor.fish
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
+
+install(FILES share/shell/zor.sh share/shell/zor.csh share/shell/zor.fish
+  DESTINATION ${zor_share}/shell COMPONENT tool)
+install(PROGRAMS share/shell/zor-translate DESTINATION ${zor_share}/shell COMPONENT tool)
+install(DIRECTORY share/schemas DESTINATION ${zor_share} COMPONENT tool PATTERN README.md EXCLUDE)
+
+# The documents lie to each other as in the source, so that their links hold.
+install(FILES share/README.md DESTINATION ${zor_doc}/share COMPONENT tool)
+install(FILES share/schemas/README.md DESTINATION ${zor_doc}/share/schemas COMPONENT tool)
+install(FILES README.md DESTINATION ${zor_doc} COMPONENT tool)
+install(FILES doc/guide.md doc/sharp-edges.md DESTINATION ${zor_doc}/doc COMPONENT tool)
+install(PROGRAMS examples/demo DESTINATION ${zor_doc}/examples COMPONENT tool)
+zor_install_example(tool examples/warehouse ${zor_doc}/examples PROGRAMS "/bin/[^/]*$")
+
+# The framework.
+add_library(fwos::standard ALIAS standard)
+add_library(fwos::fwos ALIAS fwos)
+# There are other things of this name in a directory of libraries.
+set_target_properties(standard PROPERTIES OUTPUT_NAME fwos-standard)
+target_compile_features(standard PUBLIC cxx_std_20)
+# Who links instrumented libraries must link what they call.
+set(fwos_instrument_flags)
+if(ZOR_SANITIZE)
+  list(APPEND fwos_instrument_flags -fsanitize=address,undefined)
+endif()
+if(ZOR_COVERAGE)
+  list(APPEND fwos_instrument_flags --coverage)
+endif()
+target_link_options(standard INTERFACE "$<INSTALL_INTERFACE:${fwos_instrument_flags}>")
+
+set(fwos_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/fwos)
+install(TARGETS standard fwos EXPORT fwos
+  ARCHIVE COMPONENT development
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/fwos COMPONENT development)
+install(EXPORT fwos FILE fwos-targets.cmake NAMESPACE fwos:: DESTINATION ${fwos_cmake} COMPONENT development)
+configure_package_config_file(cmake/fwos-config.cmake.in fwos-config.cmake INSTALL_DESTINATION ${fwos_cmake}
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(fwos-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/fwos-config.cmake ${PROJECT_BINARY_DIR}/fwos-config-version.cmake
+  DESTINATION ${fwos_cmake} COMPONENT development)
+
+file(RELATIVE_PATH fwos_prefix_of_pc
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" fwos_prefix_of_pc "${fwos_prefix_of_pc}")
+list(JOIN fwos_instrument_flags " " fwos_instrument_flags)
+configure_file(cmake/fwos.pc.in fwos.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/fwos.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+zor_install_page(development 3 zorenv-framework)
+install(FILES doc/framework.md doc/architecture.md DESTINATION ${fwos_doc}/doc COMPONENT development)
+zor_install_example(development examples/greet ${fwos_doc}/examples)
+
+if(ZOR_DEBIAN)
+  include(cmake/Package.cmake)
+else()
+  install(FILES CHANGELOG.md DESTINATION ${zor_doc} COMPONENT tool)
+endif()
+
+# The test of all this installs what this build tree made.
+set_source_files_properties(test/install_test.cpp PROPERTIES COMPILE_DEFINITIONS
+  "ZOR_BINARY_DIR=\"${PROJECT_BINARY_DIR}\";CMAKE_PROGRAM=\"${CMAKE_COMMAND}\";CXX_PROGRAM=\"${CMAKE_CXX_COMPILER}\";ZOR_LIBDIR=\"${CMAKE_INSTALL_LIBDIR}\"")

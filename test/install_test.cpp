@@ -1,0 +1,231 @@
+// What this build tree installs works where it was put, and where it was moved after that: the tool
+// on the installed example, the shell functions and completions from their usual places, and the
+// framework for programs that other people build, by CMake and by pkg-config.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "tool.h"
+
+namespace {
+
+bool Exists(const std::string& path) {
+  return std::filesystem::exists(path);
+}
+
+RunResult Start(const std::vector<std::string>& argv, const std::vector<std::string>& more = {},
+                const std::string& directory = "") {
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  for (const std::string& variable : more) {
+    if (variable.rfind("PATH=", 0) == 0) options.environment->erase(options.environment->begin());
+    options.environment->push_back(variable);
+  }
+  options.directory = directory;
+  options.limit = std::chrono::seconds(120);
+  return RunProgram(argv, options);
+}
+
+RunResult RunInSh(const std::string& script, const std::vector<std::string>& more = {}) {
+  return Start({"/bin/sh", "-ec", script}, more);
+}
+
+// All files of a tree, relative to it.
+std::vector<std::string> Files(const std::string& tree) {
+  std::vector<std::string> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(tree))
+    if (!entry.is_directory()) files.push_back(std::filesystem::relative(entry.path(), tree));
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+class Installed : public testing::Test {
+ protected:
+  // One installation for all, which has moved since.
+  static void SetUpTestSuite() {
+    tree_ = std::make_unique<TemporaryTree>();
+    const RunResult result =
+        Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix", *tree_ / "first"});
+    ASSERT_EQ(0, result.status) << result.err;
+    std::filesystem::create_directory(*tree_ / "moved");
+    std::filesystem::rename(*tree_ / "first", *tree_ / "moved/second");
+  }
+
+  static void TearDownTestSuite() { tree_.reset(); }
+
+  static std::string Prefix() { return *tree_ / "moved/second"; }
+  static std::string Warehouse() { return Prefix() + "/share/doc/zorenv/examples/warehouse"; }
+  static std::vector<std::string> Environment() {
+    return {"PATH=" + Prefix() + "/bin:/usr/bin:/bin", "HOME=/home/you", "ZORROOT=" + Warehouse(),
+            "SHARE=" + Prefix() + "/share"};
+  }
+
+  // The programs that were built against the installed framework print what the tree's own does.
+  void ExpectGreetings(const std::string& greet) {
+    const std::string messages = std::string(ZOR_SOURCE_DIR) + "/examples/greet";
+    for (const char* file : {"deutsch.msg", "nihongo.msg", "missing.msg"}) {
+      const RunResult expected = Start({GREET_PROGRAM, file}, {}, messages);
+      EXPECT_EQ(std::string(file) == "missing.msg" ? 1 : 0, expected.status);
+      Expect(Start({greet, file}, {}, messages), expected.out, expected.err, expected.status);
+    }
+  }
+
+  // The installed example, where it can be built.
+  std::string Greet(const TemporaryTree& tree) {
+    std::filesystem::copy(Prefix() + "/share/doc/libfwos-dev/examples/greet", tree / "greet");
+    return tree / "greet";
+  }
+
+  static std::unique_ptr<TemporaryTree> tree_;
+};
+
+std::unique_ptr<TemporaryTree> Installed::tree_;
+
+TEST_F(Installed, ToolWorksOnTheInstalledExample) {
+  const std::string root = Warehouse();
+  // The platform is stated, so that the test holds on hosts of any kind. Both products want to be
+  // before /usr/bin, so the directory of the tool stays before them.
+  Expect(Start({Prefix() + "/bin/zorenv", "-p", "tools", "suite", "-v", "platform", "linux-x86",
+                "--exec", "sh", "-c", "echo $PATH; echo $SUITE_HOME; spindle a 'b c'"},
+               Environment()),
+         Prefix() + "/bin:" + root + "/tools/weaver/1.10/2/linux-x86/bin:" + root +
+             "/tools/spindle/3.0/1/linux-x86/bin:/usr/bin:/bin\n" + root +
+             "/tools/suite/1.0/1\nspindle 3.0 (revision 1)\n  [a]\n  [b c]\n",
+         "", 0);
+}
+
+TEST_F(Installed, DemoShowsItsPieces) {
+  const RunResult result = Start({Prefix() + "/share/doc/zorenv/examples/demo"},
+                                 {"PATH=" + Prefix() + "/bin:/usr/bin:/bin", "HOME=/home/you"});
+  EXPECT_EQ(0, result.status);
+  for (const std::string text :
+       {"\n# The same in the other family of shells\n", "\n$ zorenv -p tools quill --exec quill\n",
+        "\nquill 0.9, writing in black\n", "\nRENDER_MODE='exact'; export RENDER_MODE\n"})
+    EXPECT_NE(std::string::npos, result.out.find(text)) << text << result.out;
+  EXPECT_EQ(
+      "*** Error:  value fast is both inserted and removed in environment variable RENDER_MODE\n"
+      "*** Error:  value left has cyclic constraints in environment variable KNOT_ENDS\n",
+      result.err);
+}
+
+TEST_F(Installed, ShellFunctionsFindWhatBelongsToThem) {
+  Expect(RunInSh(". $SHARE/zorenv/shell/zor.sh; zor site; echo $SITE_NAME; zor -u site; "
+                 "echo \"[$SITE_NAME]\"",
+                 Environment()),
+         "Mill Street\n[]\n", "", 0);
+  if (Exists("/usr/bin/fish")) {
+    std::vector<std::string> environment = Environment();
+    environment.push_back("XDG_DATA_HOME=" + *tree_ / "data");
+    environment.push_back("XDG_CONFIG_HOME=" + *tree_ / "config");
+    Expect(Start({"/usr/bin/fish", "--no-config", "-c",
+                  "source $SHARE/zorenv/shell/zor.fish; zor site; echo $SITE_NAME"},
+                 environment),
+           "Mill Street\n", "", 0);
+  }
+  if (Exists("/bin/tcsh"))
+    Expect(Start({"/bin/tcsh", "-f", "-c",
+                  "set zor_directory = $SHARE/zorenv/shell\nsource $zor_directory/zor.csh\n"
+                  "zor site\necho $SITE_NAME"},
+                 Environment()),
+           "Mill Street\n", "", 0);
+}
+
+TEST_F(Installed, CompletionsLieWhereShellsLookByTheCommandsName) {
+  const std::string share = Prefix() + "/share/";
+  for (const char* command : {"zorenv", "zor"})
+    Expect(Start({"/bin/bash", "-c", ". $SHARE/bash-completion/completions/$0; complete -p $0",
+                  command},
+                 Environment()),
+           std::string("complete -F _zorenv ") + command + "\n", "", 0);
+  EXPECT_EQ(ReadFile(share + "fish/vendor_completions.d/zorenv.fish"),
+            ReadFile(share + "fish/vendor_completions.d/zor.fish"));
+  EXPECT_EQ(0u, ReadFile(share + "zsh/site-functions/_zorenv").find("#compdef zorenv zor\n"));
+}
+
+TEST_F(Installed, PagesSchemasAndDocumentsAreThere) {
+  for (const char* file :
+       {"man/man1/zorenv.1", "man/man5/zorenv-warehouse.5", "man/man3/zorenv-framework.3",
+        "zorenv/schemas/env.rng", "zorenv/schemas/xsd/env.xsd", "doc/zorenv/README.md",
+        "doc/zorenv/doc/guide.md", "doc/zorenv/doc/sharp-edges.md", "doc/zorenv/share/README.md",
+        "doc/libfwos-dev/doc/framework.md"})
+    EXPECT_TRUE(Exists(Prefix() + "/share/" + file)) << file;
+}
+
+// Moved or not, so nothing may name the source, the build or the first prefix.
+TEST_F(Installed, NothingKnowsWhereItWasMade) {
+  for (const std::string& file : Files(Prefix())) {
+    const std::string content = ReadFile(Prefix() + "/" + file);
+    // Debugging information names the directory of the compiler's run.
+    if (file != "bin/zorenv" && file.find("/libfwos") == std::string::npos) {
+      EXPECT_EQ(std::string::npos, content.find(ZOR_SOURCE_DIR)) << file;
+    }
+    EXPECT_EQ(std::string::npos, content.find(*tree_ / "first")) << file;
+  }
+}
+
+TEST_F(Installed, FrameworkIsFoundByCMake) {
+  const TemporaryTree tree;
+  const std::string greet = Greet(tree);
+  const std::string script = "cmake -S \"$1\" -B \"$1/build\" && cmake --build \"$1/build\"";
+  const RunResult result =
+      Start({"/bin/sh", "-ec", script, "sh", greet},
+            {std::string("CXX=") + CXX_PROGRAM, "CMAKE_PREFIX_PATH=" + Prefix()});
+  ASSERT_EQ(0, result.status) << result.out << result.err;
+  EXPECT_EQ("", result.err);
+  ExpectGreetings(greet + "/build/greet");
+}
+
+TEST_F(Installed, FrameworkIsFoundByPkgConfig) {
+  if (!Exists("/usr/bin/pkg-config") || !Exists("/usr/bin/make"))
+    GTEST_SKIP() << "pkg-config or make is not installed";
+  const TemporaryTree tree;
+  const std::string greet = Greet(tree);
+  const std::string directory = Prefix() + "/" + ZOR_LIBDIR + "/pkgconfig";
+  const RunResult result =
+      Start({"/usr/bin/make", "-C", greet, std::string("CXX=") + CXX_PROGRAM, "CXXFLAGS=-O0 -Wall"},
+            {"PKG_CONFIG_PATH=" + directory});
+  ASSERT_EQ(0, result.status) << result.out << result.err;
+  EXPECT_EQ("", result.err);
+  ExpectGreetings(greet + "/greet");
+  Expect(Start({"/usr/bin/pkg-config", "--modversion", "fwos"}, {"PKG_CONFIG_PATH=" + directory}),
+         "1.0.0\n", "", 0);
+}
+
+TEST_F(Installed, AnOlderMajorVersionIsNotWhatIsAskedFor) {
+  const TemporaryTree tree;
+  tree.Write("CMakeLists.txt",
+             "cmake_minimum_required(VERSION 3.23)\nproject(asks LANGUAGES NONE)\n"
+             "foreach(version 1 1.0 1.0.0 1.1 2 0.9)\n"
+             "  find_package(fwos ${version} QUIET)\n"
+             "  message(\"${version} ${fwos_FOUND}\")\nendforeach()\n");
+  const RunResult result =
+      Start({CMAKE_PROGRAM, "-B", tree / "build", "-S", tree.path(), "-Dfwos_ROOT=" + Prefix()});
+  EXPECT_EQ("1 1\n1.0 1\n1.0.0 1\n1.1 0\n2 0\n0.9 0\n", result.err);
+}
+
+// One component each for users and for programmers, and a packager's root before the prefix.
+TEST_F(Installed, ComponentsSplitTheTree) {
+  const TemporaryTree tree;
+  std::vector<std::string> parts;
+  for (const char* component : {"tool", "development"}) {
+    const std::string root = tree / component;
+    const RunResult result = Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix",
+                                    "/opt/zor", "--component", component},
+                                   {"DESTDIR=" + root});
+    ASSERT_EQ(0, result.status) << result.err;
+    const std::vector<std::string> files = Files(root + "/opt/zor");
+    EXPECT_EQ(std::string(component) == "tool",
+              std::find(files.begin(), files.end(), "bin/zorenv") != files.end());
+    EXPECT_EQ(std::string(component) == "development",
+              std::find(files.begin(), files.end(), "include/fwos/fwos.h") != files.end());
+    parts.insert(parts.end(), files.begin(), files.end());
+  }
+  std::sort(parts.begin(), parts.end());
+  EXPECT_EQ(Files(Prefix()), parts);
+}
+
+}  // namespace
