@@ -3,20 +3,22 @@
 // that of a run without a fault to the byte, or it ends with status 1 and tells so in its own
 // words; never with a signal, without an end, or with a script that is cut or lacks a record.
 //
-// An ordinary run of these tests takes samples of the long sweeps. With ZOR_SWEEP=all in the
-// environment they are done whole.
+// An ordinary run of these tests takes samples of the long sweeps.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <regex>
 #include <sstream>
 
+#include "faults.h"
 #include "tool.h"
 
 namespace {
 
+constexpr int kEach = INT_MAX;
 constexpr int kShort = 0;  // in place of an error: a transfer of less than what was asked for
 
 const std::string kFatal = "\nzorenv: frameWork error - Run out of memory\n";
@@ -47,11 +49,6 @@ struct Sweep {
   std::vector<OneRun> runs;
 };
 
-bool AllOfThem() {
-  const char* sweep = std::getenv("ZOR_SWEEP");
-  return sweep && std::string(sweep) == "all";
-}
-
 // Runs the task with the calls failing one by one, in not more than this many runs.
 Sweep RunSweep(const Task& task, const std::string& call, int error, const std::string& times,
                int runs) {
@@ -59,7 +56,7 @@ Sweep RunSweep(const Task& task, const std::string& call, int error, const std::
                                    call,
                                    std::to_string(error),
                                    times,
-                                   std::to_string(AllOfThem() ? 0 : runs),
+                                   std::to_string(runs),
                                    "--",
                                    "zorenv"};
   argv.insert(argv.end(), task.arguments.begin(), task.arguments.end());
@@ -286,6 +283,29 @@ TEST(AllocationSweep, ALargeEnvironment) {
   SweepAllocations(task, 3 * kSample);
 }
 
+// An element of the list is removed if it is a directory that holds a file of some name.
+struct PatternsThatLookAtTheDisk {
+  Warehouse warehouse{access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp"};
+  std::string list = warehouse.path() + "/bare:" + warehouse.path() + "/marked";
+  Task task;
+  explicit PatternsThatLookAtTheDisk(const std::string& file) {
+    warehouse.Directory("bare");
+    warehouse.Write("marked/mark", "");
+    warehouse.Product(InC("A"), Remove("LIST", warehouse.path() + "/*|" + file));
+    task.arguments = {"-r", warehouse.Root(), "-p", "C", "A", "1.0", "1", "--sh"};
+    task.environment = PlainEnvironment({"LIST=" + list});
+  }
+};
+
+TEST(AllocationSweep, LookingAtTheDisk) {
+  for (const char* file : {"mark", "m*k"}) {
+    PatternsThatLookAtTheDisk looking(file);
+    SweepAllocations(looking.task, kSample);
+    Expect(Zorenv(looking.warehouse, {"-p", "C", "A", "--sh"}, {"LIST=" + looking.list}),
+           "LIST='" + looking.warehouse.path() + "/bare'; export LIST\n", "", 0);
+  }
+}
+
 // ---- System calls
 
 // Expects of each run that meets the fault what the functions say; nothing of those that overcome
@@ -310,8 +330,8 @@ void ExpectTold(const OneRun& run, const Told& told) {
 void SweepTold(const Task& task, const std::string& call, int error, const Told& told) {
   for (const char* times : {"once", "ever"}) {
     // What an error is called doesn't depend on how often it comes.
-    if (error != EIO && std::string(times) == "ever" && !AllOfThem()) continue;
-    const Sweep sweep = RunSweep(task, call, error, times, 0);
+    if (error != EIO && std::string(times) == "ever" && !WholeSweeps()) continue;
+    const Sweep sweep = RunSweep(task, call, error, times, kEach);
     EXPECT_GT(sweep.runs.size(), 1u) << "the call is never made";
     for (const OneRun& run : sweep.runs) {
       SCOPED_TRACE(call + " " + std::to_string(run.number) + " " + times + ", error " +
@@ -325,7 +345,7 @@ void SweepTold(const Task& task, const std::string& call, int error, const Told&
 void SweepOvercome(const Task& task, const std::string& call, int error,
                    const std::vector<const char*>& all_times = {"once", "ever"}) {
   for (const char* times : all_times) {
-    const Sweep sweep = RunSweep(task, call, error, times, 0);
+    const Sweep sweep = RunSweep(task, call, error, times, kEach);
     EXPECT_GT(sweep.runs.size(), 1u) << "the call is never made";
     for (const OneRun& run : sweep.runs) {
       SCOPED_TRACE(call + " " + std::to_string(run.number) + " " + times + ", error " +
@@ -393,7 +413,7 @@ TEST(SystemCallSweep, AShortReadIsOvercomeOrAFaultInTheFile) {
   const Told told = {
       "", "(unclosed token|no element found|XML parsing error) in File " + Examples() + "/\\S+"};
   for (const char* times : {"once", "ever"}) {
-    const Sweep sweep = RunSweep(ReadingAll(), "read", kShort, times, 0);
+    const Sweep sweep = RunSweep(ReadingAll(), "read", kShort, times, kEach);
     int overcome = 0;
     for (const OneRun& run : sweep.runs) {
       SCOPED_TRACE(std::string(times) + ", read " + std::to_string(run.number));
@@ -447,7 +467,7 @@ TEST(SystemCallSweep, WaitingIsTakenUpAgainAfterAnInterruption) {
 // The program isn't run in half an environment.
 TEST(SystemCallSweep, AnEnvironmentThatCannotBeSetIsExhaustedMemory) {
   for (const char* times : {"once", "ever"}) {
-    const Sweep sweep = RunSweep(ExecutingWeaver(), "putenv", ENOMEM, times, 0);
+    const Sweep sweep = RunSweep(ExecutingWeaver(), "putenv", ENOMEM, times, kEach);
     EXPECT_EQ(5u, sweep.runs.size());
     for (const OneRun& run : sweep.runs)
       if (run.met) {
@@ -493,7 +513,7 @@ TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
       "[0-9]+ in \\S+fpstring\\.cpp\n");
   for (const int error : {EINVAL, ENOMEM, EMFILE, EIO})
     for (const char* times : {"once", "ever"}) {
-      const Sweep sweep = RunSweep(task, "iconv_open", error, times, 0);
+      const Sweep sweep = RunSweep(task, "iconv_open", error, times, kEach);
       EXPECT_EQ(3u, sweep.runs.size());
       for (const OneRun& run : sweep.runs) {
         if (!run.met) continue;
@@ -508,6 +528,39 @@ TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
 
 TEST(SystemCallSweep, WithoutALocaleTheRunIsTheSame) {
   SweepOvercome(OnExamples({"-p", "tools", "weaver", "--sh"}), "setlocale", ENOMEM);
+}
+
+// A file that can't be looked for isn't there: nothing is removed then. The first two looks are at
+// the version and the revision.
+TEST(SystemCallSweep, ALookAtTheDiskThatFailsFindsNothing) {
+  const struct {
+    const char* file;
+    const char* call;
+    long first;
+  } rows[] = {
+      {"mark", "stat", 2}, {"m*k", "opendir", 0}, {"m*k", "readdir", 0}, {"m*k", "closedir", 0}};
+  for (const auto& row : rows) {
+    PatternsThatLookAtTheDisk looking(row.file);
+    for (const int error : {EIO, EACCES, EMFILE}) {
+      SCOPED_TRACE(std::string(row.call) + ", error " + std::to_string(error));
+      const Sweep sweep = RunSweep(looking.task, row.call, error, "ever", kEach);
+      int missed = 0;
+      for (const OneRun& run : sweep.runs) {
+        if (!run.met || run.number < row.first || run.Same(sweep.clean)) continue;
+        ++missed;
+        EXPECT_EQ("", run.out) << run.number;
+        EXPECT_EQ("", run.err);
+        EXPECT_EQ(0, run.status);
+      }
+      EXPECT_GT(missed, 0);
+    }
+    const Sweep sweep = RunSweep(looking.task, row.call, ENOMEM, "ever", kEach);
+    for (const OneRun& run : sweep.runs)
+      if (run.met && run.number >= row.first) {
+        EXPECT_EQ(kFatal, run.out);
+        EXPECT_EQ(1, run.status);
+      }
+  }
 }
 
 // A run without a program to start makes none of these, so nothing can go wrong there.

@@ -258,7 +258,7 @@ TEST(BrokenDisk, ACopyIsNotTrustedIfItsFilesCannotBeClosed) {
   const std::string from = tree.Write("from", "text");
   Error err;
   {
-    LateFailure late;
+    LateFailure late(kClose);
     EXPECT_EQ(0, FwFileCopy(err, Txt(from), Txt(tree / "to"), 0));
   }
   EXPECT_EQ(fwErrorHardware, err.pError);
@@ -310,14 +310,14 @@ TEST(BrokenDisk, ADirectoryThatCannotBeClosedIsReported) {
   Error err;
   FwDir* pDir = FwDirOpen(err, Txt(tree.path() + "/"), 0);
   {
-    LateFailure late;
+    LateFailure late(kCloseDir);
     EXPECT_EQ(0, FwDirClose(err, pDir));
   }
   EXPECT_EQ(fwErrorHardware, err.pError);
   EXPECT_EQ(tree.path() + "/", Text(err.items[0].name));
   FwErrorClear(err);
   // A snapshot closes it at once, and is given up.
-  LateFailure late;
+  LateFailure late(kCloseDir);
   EXPECT_EQ(nullptr, FwDirOpen(err, Txt(tree.path() + "/"), FW_DIR_SNAPSHOT));
   EXPECT_EQ(fwErrorHardware, err.pError);
 }

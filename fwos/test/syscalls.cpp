@@ -1,112 +1,27 @@
 #include "syscalls.h"
 
-#include <dirent.h>
 #include <dlfcn.h>
-#include <sys/stat.h>
-#include <sys/types.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
+
+#include "faults.h"
 
 namespace {
 
 bool fDisk = false;
 struct statfs disk;
-bool fNoFork = false;
-int nInterrupts = 0;
-bool fFull = false;
-int64_t nRoom = 0;
-int nReadsToFailure = -1;
-bool fLateFailure = false;
-int nStatInterrupts = 0;
-int nReads = 0;
-int nWrites = 0;
-
-template <class Fn>
-Fn* Next(const char* name) {
-  return reinterpret_cast<Fn*>(dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 
 extern "C" int statfs(const char* path, struct statfs* status) noexcept {
+  if (CallFails(kStatFs)) return -1;
   if (fDisk) {
     *status = disk;
     return 0;
   }
-  static auto* const pNext = Next<int(const char*, struct statfs*)>("statfs");
+  using Fn = int(const char*, struct statfs*);
+  static auto* const pNext = reinterpret_cast<Fn*>(dlsym(RTLD_NEXT, "statfs"));
   return pNext(path, status);
-}
-
-extern "C" pid_t fork() noexcept {
-  if (fNoFork) {
-    errno = EAGAIN;
-    return -1;
-  }
-  static auto* const pNext = Next<pid_t()>("fork");
-  return pNext();
-}
-
-extern "C" pid_t waitpid(pid_t pid, int* status, int options) {
-  if (nInterrupts > 0) {
-    --nInterrupts;
-    errno = EINTR;
-    return -1;
-  }
-  static auto* const pNext = Next<pid_t(pid_t, int*, int)>("waitpid");
-  return pNext(pid, status, options);
-}
-
-extern "C" ssize_t read(int file, void* buffer, size_t size) {
-  ++nReads;
-  if (nReadsToFailure == 0) {
-    errno = EIO;
-    return -1;
-  }
-  if (nReadsToFailure > 0) --nReadsToFailure;
-  static auto* const pNext = Next<ssize_t(int, void*, size_t)>("read");
-  return pNext(file, buffer, size);
-}
-
-extern "C" ssize_t write(int file, const void* buffer, size_t size) {
-  ++nWrites;
-  static auto* const pNext = Next<ssize_t(int, const void*, size_t)>("write");
-  if (!fFull || file <= STDERR_FILENO || size == 0) return pNext(file, buffer, size);
-  if (nRoom == 0) {
-    errno = ENOSPC;
-    return -1;
-  }
-  const ssize_t n = pNext(file, buffer, std::min(size, static_cast<size_t>(nRoom)));
-  if (n > 0) nRoom -= n;
-  return n;
-}
-
-extern "C" int fstat(int file, struct stat* status) noexcept {
-  if (nStatInterrupts > 0) {
-    --nStatInterrupts;
-    errno = EINTR;
-    return -1;
-  }
-  static auto* const pNext = Next<int(int, struct stat*)>("fstat");
-  return pNext(file, status);
-}
-
-extern "C" int close(int file) {
-  static auto* const pNext = Next<int(int)>("close");
-  const int nResult = pNext(file);
-  if (!fLateFailure || nResult != 0) return nResult;
-  errno = EIO;
-  return -1;
-}
-
-extern "C" int closedir(DIR* directory) {
-  static auto* const pNext = Next<int(DIR*)>("closedir");
-  const int nResult = pNext(directory);
-  if (!fLateFailure || nResult != 0) return nResult;
-  errno = EIO;
-  return -1;
 }
 
 DiskOf::DiskOf(uint64_t available, uint64_t total, int64_t block) {
@@ -123,52 +38,54 @@ DiskOf::~DiskOf() {
 }
 
 NoFork::NoFork() {
-  fNoFork = true;
+  ArmFault({kFork, 0, kForEver, EAGAIN});
 }
 
 NoFork::~NoFork() {
-  fNoFork = false;
+  DisarmFault();
 }
 
 void InterruptWaits(int n) {
-  nInterrupts = n;
+  ArmFault({kWait, 0, n, EINTR});
 }
 
 FullDisk::FullDisk(int64_t room) {
-  fFull = true;
-  nRoom = room;
+  LimitRoom(room);
 }
 
 FullDisk::~FullDisk() {
-  fFull = false;
+  LimitRoom(-1);
 }
 
 BrokenDisk::BrokenDisk(int n) {
-  nReadsToFailure = n;
+  ArmFault({kRead, n, kForEver, EIO});
 }
 
 BrokenDisk::~BrokenDisk() {
-  nReadsToFailure = -1;
+  DisarmFault();
 }
 
-LateFailure::LateFailure() {
-  fLateFailure = true;
+LateFailure::LateFailure(FaultCall call) {
+  ArmFault({call, 0, kForEver, EIO});
 }
 
 LateFailure::~LateFailure() {
-  fLateFailure = false;
+  DisarmFault();
 }
 
 void InterruptStats(int n) {
-  nStatInterrupts = n;
+  ArmFault({kStat, 0, n, EINTR});
 }
 
-CountTransfers::CountTransfers() : reads_(nReads), writes_(nWrites) {}
+CountTransfers::CountTransfers() {
+  // Counts, and lets nothing fail.
+  ArmFault({kRead, -1});
+}
 
 int CountTransfers::reads() const {
-  return nReads - reads_;
+  return static_cast<int>(CallsOf(kRead));
 }
 
 int CountTransfers::writes() const {
-  return nWrites - writes_;
+  return static_cast<int>(CallsOf(kWrite));
 }

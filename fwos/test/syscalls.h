@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "faults.h"
+
 // Blocks of one byte: what statfs answers while a scope of this lives.
 class DiskOf {
  public:
@@ -46,16 +48,17 @@ class BrokenDisk {
   BrokenDisk& operator=(const BrokenDisk&) = delete;
 };
 
-// While a scope of this lives, closing a file or directory closes it, and reports EIO.
+// While a scope of this lives, closing a file (kClose) or a directory (kCloseDir) closes it, and
+// reports EIO.
 class LateFailure {
  public:
-  LateFailure();
+  explicit LateFailure(FaultCall call);
   ~LateFailure();
   LateFailure(const LateFailure&) = delete;
   LateFailure& operator=(const LateFailure&) = delete;
 };
 
-// The next n calls of fstat are interrupted.
+// The next n calls of stat and its kin are interrupted.
 void InterruptStats(int n);
 
 // Calls of read and write since the start of the scope.
@@ -64,9 +67,6 @@ class CountTransfers {
   CountTransfers();
   int reads() const;
   int writes() const;
-
- private:
-  int reads_, writes_;
 };
 
 #endif

@@ -9,13 +9,12 @@
 //   NUMBER MET STATUS SIGNAL OUT-SIZE ERR-SIZE
 //
 // The first run, of number -1, has no fault and tells how many calls there are. Then follow all
-// numbers from 0 on, or with RUNS above 0 only so many of them, spread over the whole; at last the
-// number that is one too high.
+// numbers from 0 on, or not more than RUNS of them if the sweeps are sampled; at last the number
+// that is one too high.
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <numeric>
 #include <string>
 #include <string_view>
 
@@ -66,15 +65,8 @@ int main(int argc, char** argv) {
   };
 
   const long calls = run(-1).calls;
-  fault.times = std::strcmp(argv[3], "ever") == 0 ? kForEver : kOnce;
-  const long wanted = std::atol(argv[4]);
-  const long runs = wanted > 0 && wanted < calls ? wanted : calls;
-  // With no divisor in common no number comes twice, and no rhythm of the calls is followed.
-  long stride = runs < calls ? calls / runs + 1 : 1;
-  while (std::gcd(stride, calls) > 1)
-    ++stride;
-  for (long i = 0; i < runs; ++i)
-    run(i * stride % calls);
-  run(calls);
+  if (std::strcmp(argv[3], "ever") == 0) fault.times = kForEver;
+  for (const long number : FaultNumbers(calls, std::atol(argv[4])))
+    run(number);
   return 0;
 }

@@ -66,7 +66,9 @@ ssize_t read(int file, void* buffer, size_t size) {
 }
 
 ssize_t write(int file, const void* buffer, size_t size) {
-  return CallFails(kWrite) ? -1 : NEXT(write)(file, buffer, TransferSize(kWrite, size));
+  if (CallFails(kWrite)) return -1;
+  const long long taken = TakeRoom(file, TransferSize(kWrite, size));
+  return taken < 0 ? -1 : NEXT(write)(file, buffer, static_cast<size_t>(taken));
 }
 
 // The descriptor is closed also when it fails, as it is by the system.

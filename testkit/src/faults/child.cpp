@@ -44,6 +44,7 @@ ChildRun RunInChild(const std::function<int()>& task, const Fault* fault,
                     unsigned limit_in_seconds) {
   ShareFaultState();
   DisarmFault();
+  fault_state->live = 0;
   const Capture out, err;
   ChildRun run;
   // What is buffered here is not the child's to write.
@@ -68,6 +69,7 @@ ChildRun RunInChild(const std::function<int()>& task, const Fault* fault,
   if (WIFSIGNALED(status)) run.signal = WTERMSIG(status);
   run.met = fault && FaultMet();
   run.calls = fault ? CallsOf(fault->call) : 0;
+  run.live = LiveBlocks();
   run.out = out.Content();
   run.err = err.Content();
   return run;

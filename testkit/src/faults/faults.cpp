@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <numeric>
 
 #include "state.h"
 
@@ -65,13 +66,14 @@ namespace {
 // Whether the call with this number is one that the fault concerns.
 bool Concerned(FaultCall call, long number) {
   const Fault& fault = fault_state->fault;
-  return fault_state->armed && fault.call == call &&
-         (fault.times == kForEver ? number >= fault.first : number == fault.first);
+  return fault_state->armed && fault.call == call && fault.first >= 0 && number >= fault.first &&
+         number - fault.first < fault.times;
 }
 
 }  // namespace
 
 bool CallFails(FaultCall call) {
+  if (!fault_state->armed) return false;
   const long number = fault_state->calls[call]++;
   if (!Concerned(call, number)) return false;
   const int error = fault_state->fault.error;
@@ -85,6 +87,22 @@ std::size_t TransferSize(FaultCall call, std::size_t size) {
   if (fault_state->fault.error != 0 || !Concerned(call, fault_state->calls[call] - 1)) return size;
   fault_state->met = true;
   return size < 2 ? size : size / 2;
+}
+
+void LimitRoom(long long bytes) {
+  fault_state->room = bytes;
+}
+
+long long TakeRoom(int file, std::size_t size) {
+  const auto wanted = static_cast<long long>(size);
+  if (fault_state->room < 0 || file <= 2 || wanted == 0) return wanted;
+  if (fault_state->room == 0) {
+    errno = ENOSPC;
+    return -1;
+  }
+  const long long taken = std::min(wanted, fault_state->room);
+  fault_state->room -= taken;
+  return taken;
 }
 
 void* FailingAlloc(std::size_t cb) {
@@ -101,4 +119,22 @@ void FailingFree(void* pv) {
 
 long LiveBlocks() {
   return fault_state->live;
+}
+
+bool WholeSweeps() {
+  const char* sweep = std::getenv("ZOR_SWEEP");
+  return sweep && std::string(sweep) == "all";
+}
+
+std::vector<long> FaultNumbers(long calls, long wanted) {
+  const long runs = WholeSweeps() ? calls : std::min(calls, wanted);
+  // With no divisor in common no number comes twice, and no rhythm of the calls is followed.
+  long stride = runs < calls ? calls / runs + 1 : 1;
+  while (calls > 0 && std::gcd(stride, calls) > 1)
+    ++stride;
+  std::vector<long> numbers;
+  for (long i = 0; i < runs; ++i)
+    numbers.push_back(i * stride % calls);
+  numbers.push_back(calls);
+  return numbers;
 }

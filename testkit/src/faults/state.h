@@ -9,7 +9,8 @@ struct FaultState {
   bool met = false;
   Fault fault;
   long calls[kFaultCalls] = {};
-  long live = 0;  // blocks of FailingAlloc
+  long live = 0;        // blocks of FailingAlloc
+  long long room = -1;  // bytes that files still take; below 0: no limit
 };
 
 extern FaultState* fault_state;
