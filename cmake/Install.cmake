@@ -68,7 +68,7 @@ install(DIRECTORY share/schemas DESTINATION ${zor_share} COMPONENT tool PATTERN 
 install(FILES share/README.md DESTINATION ${zor_doc}/share COMPONENT tool)
 install(FILES share/schemas/README.md DESTINATION ${zor_doc}/share/schemas COMPONENT tool)
 install(FILES README.md DESTINATION ${zor_doc} COMPONENT tool)
-install(FILES doc/guide.md doc/sharp-edges.md DESTINATION ${zor_doc}/doc COMPONENT tool)
+install(FILES doc/guide.md doc/daily-use.md doc/sharp-edges.md DESTINATION ${zor_doc}/doc COMPONENT tool)
 install(PROGRAMS examples/demo DESTINATION ${zor_doc}/examples COMPONENT tool)
 zor_install_example(tool examples/warehouse ${zor_doc}/examples PROGRAMS "/bin/[^/]*$")
 

@@ -136,6 +136,8 @@ const char stated_root[] = "/srv/warehouse";
 struct Document {
   const char* name;
   const char* warehouse;  // in the source tree; null: an empty directory
+  // The commands stand in an empty directory, not in the warehouse, and zorenv on PATH.
+  bool elsewhere = false;
 };
 
 class Documents : public testing::TestWithParam<Document> {};
@@ -153,7 +155,15 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   ASSERT_FALSE(steps.empty());
   // One shell runs them all, in order, as a reader would; a line marks the end of each.
   const std::string mark = "---- next step ----\n";
-  std::string script = "exec 2>&1\nzorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n";
+  std::string script = "exec 2>&1\n";
+  std::string path = "/usr/bin:/bin";
+  const TemporaryTree directory;
+  if (GetParam().elsewhere) {
+    path.insert(0, directory.Directory("bin") + ":");
+    directory.Link("bin/zorenv", ZORENV_PROGRAM);
+  } else {
+    script += "zorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n";
+  }
   for (const Step& step : steps) {
     if (step.file.empty())
       script += step.text;
@@ -163,9 +173,9 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
     script += "printf '%s' '" + mark + "'\n";
   }
   RunOptions options;
-  options.environment = {"PATH=/usr/bin:/bin", "HOME=/home/you", "LC_ALL=C.UTF-8",
-                         "ZORROOT=" + root, std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
-  options.directory = root;
+  options.environment = {"PATH=" + path, "HOME=/home/you", "LC_ALL=C.UTF-8", "ZORROOT=" + root,
+                         std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
+  options.directory = GetParam().elsewhere ? directory.Directory("work") : root;
   const RunResult result =
       RunProgram({"/bin/sh", "-c", Replace(script, stated_root, root)}, options);
   std::string rest = Replace(result.out, root, stated_root);
@@ -183,6 +193,7 @@ INSTANTIATE_TEST_SUITE_P(All, Documents,
                                          Document{"examples/warehouse/README.md",
                                                   "examples/warehouse"},
                                          Document{"doc/guide.md", nullptr},
+                                         Document{"doc/daily-use.md", "examples/warehouse", true},
                                          Document{"doc/man/zorenv.1", "examples/warehouse"},
                                          Document{"doc/man/zorenv-warehouse.5", nullptr},
                                          Document{"doc/sharp-edges.md", nullptr}),

@@ -213,11 +213,14 @@ TEST(Greet, IsWhatTheDocumentOfTheFrameworkShows) {
   const std::string code = ReadFile(directory + "/greet.cpp");
   const std::string messages =
       ReadFile(directory + "/deutsch.msg") + ReadFile(directory + "/nihongo.msg");
+  const std::string project = ReadFile(directory + "/CMakeLists.txt");
   int commands = 0;
   for (const Block& block : Blocks(ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/framework.md"))) {
     SCOPED_TRACE(block.text);
     if (block.kind == "cpp") {
       EXPECT_NE(std::string::npos, code.find(block.text));
+    } else if (block.kind == "cmake") {
+      EXPECT_NE(std::string::npos, project.find(block.text));
     } else if (block.kind == "ini") {
       EXPECT_NE(std::string::npos, messages.find(block.text));
     } else if (block.kind == "console") {
