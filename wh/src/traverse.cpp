@@ -57,14 +57,15 @@ void wh_traverse_partlist(WH_CALL_ENV* callenv, WH_PARTLIST* partlist, WH_VARIET
 void wh_traverse_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec, WH_VAR_FUNC* varfunc,
                       WH_ERROR_FUNC err, FwTextString source, void* state) {
   WH_CALL_ENV callenv{index, nullptr, source, err, state};
-  open_env(&callenv, spec, source);
   FwVector* seq = &spec->varieties->seq;
   for (int i = 0; i < FwVectorLength(seq); ++i) {
     auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(seq, i));
     if (variety->visited || !wh_variety_is_complete(variety)) continue;
     // Before the call, so that products that include each other come to an end.
     variety->visited = 1;
+    // A product that many include is met often, and mostly has nothing left to visit.
+    if (callenv.symtab == nullptr) open_env(&callenv, spec, source);
     varfunc(&callenv, variety, spec->product);
   }
-  close_env(&callenv);
+  if (callenv.symtab != nullptr) close_env(&callenv);
 }

@@ -34,6 +34,15 @@ FwTextString LastSeparator(FwTextString ptbz) {
   return reinterpret_cast<FwTextString>(std::strrchr(FWC(ptbz), kSeparator));
 }
 
+// Whether a path is one element of ASCII characters. Bytes beyond these are left to the string
+// unit: it reports those that are badly encoded.
+bool fIsPlainElement(FwTextString ptbzPath) {
+  if (!ptbzPath || !*ptbzPath) return false;
+  for (FwTextString ptbz = ptbzPath; *ptbz; ++ptbz)
+    if (*ptbz >= 0x80 || *ptbz == '/' || *ptbz == '\\' || *ptbz == ':') return false;
+  return true;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -232,6 +241,11 @@ void FwFilenameConcatenate(FwStrRecord* pRecord, FwTextString ptbzRel) {
 }
 
 void FwFilenameConcatenateEx(FwStrRecord* dir, FwTextString path) {
+  // Most are, and need no copy to be cut up.
+  if (fIsPlainElement(path)) {
+    FwFilenameConcatenate(dir, path);
+    return;
+  }
   FwTextString ptbzCopy = FwStrDuplicate(path);
   FwTextString ptbzNext = ptbzCopy;
   while (FwTextString ptbzElement = FwStrTok(&ptbzNext, FWT("/\\:")))

@@ -211,15 +211,18 @@ void find_all_ancestors(WH_INDEX* index, WH_PRODUCT_SPEC_LIST* speclist, ANCESTR
                         WH_CONTEXT* context, FwTextString file, WH_ERROR_FUNC error) {
   for (int32 i = 0; i < FwVectorLength(&speclist->specs); ++i) {
     auto* spec = element_at<WH_PRODUCT_SPEC>(&speclist->specs, i);
-    WH_SYMTAB* symtab = symtab_from_prodname(spec->product->prodinfo->prodname, file);
-    add_context(symtab, context);
+    WH_SYMTAB* symtab = nullptr;
+    if (spec->product->partlist->partspecs) {
+      symtab = symtab_from_prodname(spec->product->prodinfo->prodname, file);
+      add_context(symtab, context);
+    }
     const FwVector* varieties = &spec->varieties->seq;
     for (int32 v = 0; v < FwVectorLength(varieties); ++v) {
       auto* variety = element_at<WH_VARIETY>(varieties, v);
       if (wh_variety_is_complete(variety))
         find_ancestors(variety, index, ancestry, spec->product->partlist, symtab, error);
     }
-    remove_context(symtab, context);
+    if (symtab) remove_context(symtab, context);
     free_symtab(&symtab);
   }
 }

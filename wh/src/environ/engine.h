@@ -167,7 +167,7 @@ ANCESTRY* make_ancestry();
 // Stores what was found in the ancestors tables of the varieties.
 void free_ancestry(ANCESTRY** ancestry);
 // Finds all that the variety includes and tells each what includes it. symtab is that of its
-// product, with BASE-DIRECTORY.
+// product, with BASE-DIRECTORY; it may be null if the part list is empty.
 void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH_PARTLIST* partlist,
                     WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc);
 // 1 if the variety is ancestor or is included by it.

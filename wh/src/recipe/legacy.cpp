@@ -78,6 +78,13 @@ void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety, WH_EN
   free_context(&context);
 }
 
+// Whether there may be anything to replay for a product or its parts. Most have new files and no
+// parts, and cost nothing then.
+bool concerns_replay(const WH_PRODUCT* product, int set) {
+  return product->partlist->partspecs != nullptr ||
+         (set ? product->setup : product->unset) != nullptr;
+}
+
 }  // namespace
 
 int ui_matches(FwTextString ui1, FwTextString ui2) {
@@ -107,6 +114,7 @@ void old_setenv_in_variety(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT
 }
 
 void old_setenv_in_spec(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec) {
+  if (!concerns_replay(spec->product, static_cast<SETENV_STATE*>(callenv->state)->set)) return;
   wh_traverse_spec(callenv->index, spec, old_setenv_in_variety, callenv->errorfunc, callenv->source,
                    callenv->state);
 }
@@ -119,6 +127,7 @@ void wh_legacy_setenv(WH_INDEX* index, WH_ENVIRON* environ, WH_PRODUCT_SPEC_LIST
   index_unvisit(index);
   for (int i = 0; i < FwVectorLength(&speclist->specs); ++i) {
     auto* spec = static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&speclist->specs, i));
-    wh_traverse_spec(index, spec, old_setenv_in_variety, error, word, &state);
+    if (concerns_replay(spec->product, set))
+      wh_traverse_spec(index, spec, old_setenv_in_variety, error, word, &state);
   }
 }

@@ -27,13 +27,6 @@ struct PASS {
   bool expanded;  // something was replaced
 };
 
-// Whether a pass would change nothing and find nothing amiss.
-bool is_settled(FwTextString text) {
-  for (; *text != 0; text++)
-    if (*text == '%' || *text >= 0x80) return false;
-  return true;
-}
-
 // Characters of several bytes are stepped over by the framework, so that bytes of unknown encoding
 // are taken as everywhere else: they may hide a percent sign.
 FwTextByte* behind_character(FwTextByte* ptb) {
@@ -185,9 +178,25 @@ void run_pass(PASS* pass, FwTextString text) {
 
 }  // namespace
 
+bool is_settled(FwTextString text) {
+  for (; *text != 0; text++)
+    if (*text == '%' || *text >= 0x80) return false;
+  return true;
+}
+
+FwTextString settled_expansion(FwTextString str, WH_SYMTAB* symtab) {
+  if (is_settled(str)) return str;
+  if (str[0] != '%' || str[1] != '(') return nullptr;
+  FwTextByte* close = closing_bracket(str + 1);
+  if (close == nullptr || close[1] != 0) return nullptr;
+  FwTextByte* name = str + 2;
+  FwTextString value = symtab_lookup(name, symtab, static_cast<uint32>(close - name));
+  return value != nullptr && is_settled(value) ? value : nullptr;
+}
+
 FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab) {
   if (str == nullptr) return nullptr;
-  if (is_settled(str)) return FwStrDuplicate(str);
+  if (FwTextString settled = settled_expansion(str, symtab)) return FwStrDuplicate(settled);
 
   FwTextString text = str;
   std::size_t total = 0;

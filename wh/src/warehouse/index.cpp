@@ -2,6 +2,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "fwfile.h"
 #include "partlist.h"
 #include "private.h"
 #include "prodinfo.h"
@@ -71,9 +72,8 @@ void add_entry(WH_INDEX* index, WH_PRODUCT* product) {
 
 // The files behind the first, in the order of reading. A missing one is excused, but for the part
 // list.
-bool read_product_files(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
-                        WH_PRODUCT* product) {
-  auto path = [&](const char* file) { return wh_filepath(index->base, prodname, FWT(file)); };
+bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* product) {
+  auto path = [&](const char* file) { return FwFilenameConcatenateAlloc(directory, FWT(file)); };
 
   FwTextString file = path("partlist.xml");
   product->partlist = read_partlist(err, file, WH_XML_PF_NO_CHECKS);
@@ -111,6 +111,14 @@ bool read_product_files(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* pro
   return true;
 }
 
+bool read_product_files(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
+                        WH_PRODUCT* product) {
+  FwTextString directory = wh_dirpath(index->base, prodname);
+  const bool read = read_files_in(err, directory, product);
+  FwMemFree(directory);
+  return read;
+}
+
 // ---- Queries
 
 using QUERY_FUNC = WH_PRODUCT_SPEC*(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QUERY* query,
@@ -145,6 +153,32 @@ bool is_platform_dependent(WH_PRODUCT* product) {
   FwVector* varieties = &product->prodinfo->varieties->seq;
   return FwVectorLength(varieties) > 0 &&
          names_platform(static_cast<WH_VARIETY*>(FwVectorGetElement(varieties, 0))->vars);
+}
+
+// The loaded product that the name denotes when expanded, found without building the expanded
+// name. Null if there is none, or if it takes more to find out.
+WH_PRODUCT* loaded_product(WH_INDEX* index, const WH_PRODUCT_NAME* prodname, WH_SYMTAB* symtab) {
+  WH_PRODUCT_NAME expanded;
+  for (FwTextString WH_PRODUCT_NAME::*field : {&WH_PRODUCT_NAME::category, &WH_PRODUCT_NAME::name,
+                                               &WH_PRODUCT_NAME::version, &WH_PRODUCT_NAME::rev}) {
+    if (prodname->*field == nullptr) return nullptr;
+    expanded.*field = settled_expansion(prodname->*field, symtab);
+    if (expanded.*field == nullptr) return nullptr;
+  }
+  // An expanded category would have these replaced.
+  if (std::strpbrk(FWC(expanded.category), "\\:") != nullptr) return nullptr;
+  return name_slot(index, &expanded, name_hash(&expanded))->product;
+}
+
+// Whether expansion would change nothing in the pattern.
+bool is_settled(const WH_PATTERN* pattern) {
+  auto settled = [](FwTextString text) { return text == nullptr || ::is_settled(text); };
+  for (; pattern != nullptr; pattern = pattern->next) {
+    if (!settled(pattern->host)) return false;
+    for (WH_VAR* var = pattern->vars; var != nullptr; var = var->next)
+      if (!settled(var->n) || !settled(var->v)) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -250,6 +284,12 @@ WH_PRODUCT_SPEC_LIST* query_products_pd(FwErrorState* err, WH_INDEX* index,
 
 WH_PRODUCT_SPEC* query_expanded_product(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab,
                                         WH_ERROR_FUNC errorfunc) {
+  // A part that many include is asked for again and again.
+  if (WH_PRODUCT* product = loaded_product(index, query->prodname, symtab);
+      product != nullptr && is_settled(query->pattern))
+    return make_spec(product,
+                     matching_varieties(product->prodinfo->varieties, query->pattern, nullptr));
+
   FwErrorState err;
   WH_PRODUCT_SPEC* spec = nullptr;
   // A query of its own, on the stack: its media are of no interest here.

@@ -34,6 +34,13 @@ int excused(FwErrorState* err);
 // Turns each '\' and ':' of path into '/', in place.
 void standardize_separators(FwTextString path);
 
+// Whether expansion would change nothing in the text and find nothing amiss.
+bool is_settled(FwTextString text);
+
+// What wh_expand would give, if that text exists already: str itself, or the value of the name of
+// which str consists. Null if there is more to do. The text stays its owner's.
+FwTextString settled_expansion(FwTextString str, WH_SYMTAB* symtab);
+
 // A folding multiplicative hash, 0 to 7392.
 int hash(FwTextString key);
 

@@ -1,5 +1,8 @@
 // The records that name and describe products: constructors, destructors and path names.
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <initializer_list>
 
 #include "fwfile.h"
 #include "fwstring.h"
@@ -23,6 +26,17 @@ template <class Record>
 void free_with_vector(Record** record, FwVector* vector) {
   FwVectorAbandon(vector, 0);
   FwMemFreeAndClear(record);
+}
+
+// Opens a record with room for dir and the names below it, a separator between each two. Mostly
+// that is just the size of the result, and then closing the record needs no copy.
+void open_path(FwStrRecord* path, FwTextString dir, WH_PRODUCT_NAME* prodname,
+               FwTextString filename) {
+  std::size_t size = 0;
+  for (FwTextString name :
+       {dir, prodname->category, prodname->name, prodname->version, prodname->rev, filename})
+    if (name != nullptr) size += std::strlen(FWC(name)) + 1;
+  FwStrRecordOpenSize(path, static_cast<uint32>(std::max<std::size_t>(size, 1)));
 }
 
 }  // namespace
@@ -271,7 +285,7 @@ void prod_to_dir(FwStrRecord* dir, WH_PRODUCT_NAME* prodname) {
 
 FwTextString wh_dirpath(FwTextString dir, WH_PRODUCT_NAME* prodname) {
   FwStrRecord path;
-  FwStrRecordOpen(&path);
+  open_path(&path, dir, prodname, nullptr);
   FwStrPutTextString(&path, dir);
   prod_to_dir(&path, prodname);
   return FwStrRecordClose(&path);
@@ -279,7 +293,7 @@ FwTextString wh_dirpath(FwTextString dir, WH_PRODUCT_NAME* prodname) {
 
 FwTextString wh_filepath(FwTextString dir, WH_PRODUCT_NAME* prodname, FwTextString filename) {
   FwStrRecord path;
-  FwStrRecordOpen(&path);
+  open_path(&path, dir, prodname, filename);
   FwStrPutTextString(&path, dir);
   prod_to_dir(&path, prodname);
   FwFilenameConcatenateEx(&path, filename);
