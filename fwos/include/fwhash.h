@@ -56,8 +56,8 @@ struct FwHashFunctions {
   FwHashRemoveFn* removeFn = nullptr;    // null: nothing to release
 
   // Non-zero: the record's owner vouches that equal keys hash alike and that keys don't change
-  // while they are in the table. The check of the whole table after each add could then report
-  // nothing, and is skipped: it makes building a table quadratic.
+  // while they are in the table. The checks of these promises could then report nothing, and are
+  // skipped: that of the whole table after each add makes building a table quadratic.
   int32 fConsistentPair = 0;
 };
 
@@ -67,6 +67,10 @@ struct FwHashTable {
   FwHashEntry* pEntries;
   FwHashEntry* pLastEntry;  // the last slot itself
   FwHashFunctions fns;
+
+  // Private. Of a consistent pair: the hash of each slot's key, in the same block as the slots.
+  // Keys with other hashes need not be compared, and none is hashed again.
+  uint32* pHashes;
 };
 
 // Terminated strings of the caller's, which must outlast their entries.

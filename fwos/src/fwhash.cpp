@@ -8,16 +8,35 @@
 
 namespace {
 
-FwHashEntry* NewSlots(uint32 nTableSize) {
-  // The zero fill is what makes all slots empty.
-  return static_cast<FwHashEntry*>(
-      FwMemAlloc(std::size_t{nTableSize} * sizeof(FwHashEntry), ALLOC_MAY_FAIL | INIT_ZERO));
+// What a table's slots lie in.
+struct Slots {
+  FwHashEntry* pEntries;
+  uint32* pHashes;
+};
+
+bool IsConsistent(const FwHashFunctions* fns) {
+  return fns != nullptr && fns->hashFn != nullptr && fns->fConsistentPair != 0;
 }
 
-void SetSlots(FwHashTable* pTable, FwHashEntry* pEntries, uint32 nTableSize) {
+// Null slots if memory is exhausted.
+Slots NewSlots(uint32 nTableSize, bool withHashes) {
+  const std::size_t cbSlot = sizeof(FwHashEntry) + (withHashes ? sizeof(uint32) : 0);
+  // The zero fill is what makes all slots empty.
+  auto* pEntries =
+      static_cast<FwHashEntry*>(FwMemAlloc(nTableSize * cbSlot, ALLOC_MAY_FAIL | INIT_ZERO));
+  if (pEntries == nullptr || !withHashes) return {pEntries, nullptr};
+  return {pEntries, reinterpret_cast<uint32*>(pEntries + nTableSize)};
+}
+
+Slots NewSlotsFor(const FwHashTable* pTable, uint32 nTableSize) {
+  return NewSlots(nTableSize, IsConsistent(&pTable->fns));
+}
+
+void SetSlots(FwHashTable* pTable, Slots slots, uint32 nTableSize) {
   pTable->nTableSize = nTableSize;
-  pTable->pEntries = pEntries;
-  pTable->pLastEntry = pEntries + (nTableSize - 1);
+  pTable->pEntries = slots.pEntries;
+  pTable->pLastEntry = slots.pEntries + (nTableSize - 1);
+  pTable->pHashes = slots.pHashes;
 }
 
 void SetError(FwErrorState* pErrState, FwError* pError) {
@@ -29,8 +48,23 @@ uint32 Hash(const FwHashTable* pTable, void* key) {
   return static_cast<uint32>(reinterpret_cast<std::uintptr_t>(key));
 }
 
-FwHashEntry* IdealSlot(const FwHashTable* pTable, void* key) {
-  return pTable->pEntries + Hash(pTable, key) % pTable->nTableSize;
+FwHashEntry* IdealSlot(const FwHashTable* pTable, uint32 hash) {
+  return pTable->pEntries + hash % pTable->nTableSize;
+}
+
+// The noted hash of the key in a slot.
+uint32* NotedHash(const FwHashTable* pTable, const FwHashEntry* pEntry) {
+  return pTable->pHashes + (pEntry - pTable->pEntries);
+}
+
+uint32 HashInSlot(const FwHashTable* pTable, const FwHashEntry* pEntry) {
+  return pTable->pHashes != nullptr ? *NotedHash(pTable, pEntry) : Hash(pTable, pEntry->key);
+}
+
+// Fills a slot with an entry whose key has that hash.
+void Place(const FwHashTable* pTable, FwHashEntry* pSlot, const FwHashEntry& entry, uint32 hash) {
+  *pSlot = entry;
+  if (pTable->pHashes != nullptr) *NotedHash(pTable, pSlot) = hash;
 }
 
 FwHashEntry* NextSlot(const FwHashTable* pTable, FwHashEntry* pEntry) {
@@ -42,19 +76,24 @@ int SlotIndex(const FwHashTable* pTable, const FwHashEntry* pEntry) {
   return static_cast<int>(pEntry - pTable->pEntries);
 }
 
+bool IsSameKey(const FwHashTable* pTable, const FwHashEntry* pEntry, void* key, uint32 hash) {
+  if (pEntry->key == key) return true;
+  if (pTable->pHashes != nullptr && *NotedHash(pTable, pEntry) != hash) return false;
+  return pTable->fns.compareFn != nullptr && pTable->fns.compareFn(pEntry->key, key) != 0;
+}
+
 // The slot that holds an equal key, or else the empty one where the key belongs. Null if the table
 // is full.
-FwHashEntry* FcHashFindEntry(const FwHashTable* pTable, void* key, int32* pfEmpty) {
-  FwHashEntry* const pIdeal = IdealSlot(pTable, key);
+FwHashEntry* FcHashFindEntry(const FwHashTable* pTable, void* key, uint32 hash, int32* pfEmpty) {
+  FwHashEntry* const pIdeal = IdealSlot(pTable, hash);
   FwHashEntry* pEntry = pIdeal;
-  while (pEntry->key != nullptr && pEntry->key != key &&
-         (pTable->fns.compareFn == nullptr || pTable->fns.compareFn(pEntry->key, key) == 0)) {
+  while (pEntry->key != nullptr && !IsSameKey(pTable, pEntry, key, hash)) {
     pEntry = NextSlot(pTable, pEntry);
     if (pEntry == pIdeal) return nullptr;
   }
   *pfEmpty = pEntry->key == nullptr ? 1 : 0;
   if (pEntry->key != nullptr) {
-    FwAssert(Hash(pTable, pEntry->key) == Hash(pTable, key),
+    FwAssert(pTable->pHashes != nullptr || Hash(pTable, pEntry->key) == Hash(pTable, key),
              "FcHashFindEntry: Error - equivalent keys give different hash values");
   }
   return pEntry;
@@ -63,16 +102,16 @@ FwHashEntry* FcHashFindEntry(const FwHashTable* pTable, void* key, int32* pfEmpt
 // Silent if memory is exhausted: the table goes on with the slots that it has.
 void FcHashGrowTable(FwHashTable* pTable) {
   const uint32 nNewSize = 2 * pTable->nTableSize + 1;
-  FwHashEntry* pNewEntries = NewSlots(nNewSize);
-  if (pNewEntries == nullptr) return;
-  FwHashEntry* const pOldEntries = pTable->pEntries;
-  FwHashEntry* const pOldLast = pTable->pLastEntry;
-  SetSlots(pTable, pNewEntries, nNewSize);
+  const Slots slots = NewSlotsFor(pTable, nNewSize);
+  if (slots.pEntries == nullptr) return;
+  const FwHashTable old = *pTable;
+  SetSlots(pTable, slots, nNewSize);
   pTable->nUsedEntries = 0;
-  for (FwHashEntry* pOld = pOldEntries; pOld <= pOldLast; pOld++) {
+  for (FwHashEntry* pOld = old.pEntries; pOld <= old.pLastEntry; pOld++) {
     if (pOld->key == nullptr) continue;
+    const uint32 hash = HashInSlot(&old, pOld);
     int32 fEmpty = 0;
-    FwHashEntry* pEntry = FcHashFindEntry(pTable, pOld->key, &fEmpty);
+    FwHashEntry* pEntry = FcHashFindEntry(pTable, pOld->key, hash, &fEmpty);
     if (pEntry == nullptr) {
       FwAssertFailed("FcHashGrowTable: Enlarged table wil not hold all entries of old table");
     } else if (fEmpty == 0) {
@@ -80,11 +119,11 @@ void FcHashGrowTable(FwHashTable* pTable) {
           "FcHashGrowTable: error detected in the hash / comparison functions - Equivalent keys "
           "must give the same hash value");
     } else {
-      *pEntry = *pOld;
+      Place(pTable, pEntry, *pOld, hash);
       pTable->nUsedEntries++;
     }
   }
-  FwMemFree(pOldEntries);
+  FwMemFree(old.pEntries);
 }
 
 int32 DefaultAdd(FwHashEntry* pEntry, void* key, void* value, int32 fNew) {
@@ -141,8 +180,9 @@ bool PassesHole(const FwHashEntry* pIdeal, const FwHashEntry* pHole, const FwHas
 void CloseHole(const FwHashTable* pTable, FwHashEntry* pHole) {
   for (FwHashEntry* pCurrent = NextSlot(pTable, pHole); pCurrent->key != nullptr;
        pCurrent = NextSlot(pTable, pCurrent)) {
-    if (PassesHole(IdealSlot(pTable, pCurrent->key), pHole, pCurrent)) {
-      *pHole = *pCurrent;
+    const uint32 hash = HashInSlot(pTable, pCurrent);
+    if (PassesHole(IdealSlot(pTable, hash), pHole, pCurrent)) {
+      Place(pTable, pHole, *pCurrent, hash);
       pCurrent->key = nullptr;
       pHole = pCurrent;
     }
@@ -166,13 +206,14 @@ FwHashTable* FwHashCreateTable(uint32 nToHold, const FwHashFunctions* userFuncti
     nTableSize = 2 * nTableSize + 1;
 
   auto* pTable = FwMemNew<FwHashTable>(ALLOC_MAY_FAIL | INIT_ZERO);
-  FwHashEntry* pEntries = pTable == nullptr ? nullptr : NewSlots(nTableSize);
-  if (pEntries == nullptr) {
+  const Slots slots =
+      pTable == nullptr ? Slots{} : NewSlots(nTableSize, IsConsistent(userFunctions));
+  if (slots.pEntries == nullptr) {
     FwMemFreeAndClear(&pTable);
     SetError(pErrState, fwErrorNoMemory);
     return nullptr;
   }
-  SetSlots(pTable, pEntries, nTableSize);
+  SetSlots(pTable, slots, nTableSize);
   if (userFunctions != nullptr) pTable->fns = *userFunctions;
   return pTable;
 }
@@ -192,8 +233,9 @@ FwHashEntry* FwHashAddEntry(FwHashTable* pTable, void* key, void* value, FwError
   // moment of growing matters. In 64 bits, as twice the count may not fit in 32.
   if (pTable->nTableSize <= uint64{2} * pTable->nUsedEntries) FcHashGrowTable(pTable);
 
+  const uint32 hash = Hash(pTable, key);
   int32 fNew = 0;
-  FwHashEntry* pEntry = FcHashFindEntry(pTable, key, &fNew);
+  FwHashEntry* pEntry = FcHashFindEntry(pTable, key, hash, &fNew);
   if (pEntry == nullptr) {
     SetError(pErrState, fwErrorNoMemory);
     return nullptr;
@@ -204,6 +246,7 @@ FwHashEntry* FwHashAddEntry(FwHashTable* pTable, void* key, void* value, FwError
   if (fNew != 0) {
     if (fAdded != 0) {
       pTable->nUsedEntries++;
+      if (pTable->pHashes != nullptr) *NotedHash(pTable, pEntry) = hash;
     } else {
       if (pEntry->key != nullptr) {
         FwTrace(
@@ -225,7 +268,7 @@ FwHashEntry* FwHashLookupEntry(FwHashTable* pTable, void* key, FwErrorState* pEr
   }
   if (pTable->nUsedEntries == 0) return nullptr;
   int32 fEmpty = 0;
-  FwHashEntry* pEntry = FcHashFindEntry(pTable, key, &fEmpty);
+  FwHashEntry* pEntry = FcHashFindEntry(pTable, key, Hash(pTable, key), &fEmpty);
   return pEntry != nullptr && fEmpty == 0 ? pEntry : nullptr;
 }
 
@@ -237,7 +280,7 @@ int32 FwHashRemoveEntry(FwHashTable* pTable, void* key, FwErrorState* pErrState)
     return 0;
   }
   int32 fEmpty = 0;
-  FwHashEntry* pEntry = FcHashFindEntry(pTable, key, &fEmpty);
+  FwHashEntry* pEntry = FcHashFindEntry(pTable, key, Hash(pTable, key), &fEmpty);
   if (pEntry == nullptr || fEmpty != 0) return 0;
   // From here on key may be gone: it may be the stored key itself.
   if (pTable->fns.removeFn != nullptr) pTable->fns.removeFn(pEntry);
@@ -287,10 +330,10 @@ void FwHashRehashTable(FwHashTable* pTable, FwHashRehashFn* rehashFn, void* pCon
     SetError(pErrState, fwErrorPointerNull);
     return;
   }
-  FwHashEntry* pNewEntries = NewSlots(pTable->nTableSize);
-  if (pNewEntries == nullptr) return;
+  const Slots slots = NewSlotsFor(pTable, pTable->nTableSize);
+  if (slots.pEntries == nullptr) return;
   FwHashTable rehashed = *pTable;
-  SetSlots(&rehashed, pNewEntries, pTable->nTableSize);
+  SetSlots(&rehashed, slots, pTable->nTableSize);
   uint32 nPlaced = 0;
   for (FwHashEntry* pOld = pTable->pEntries; pOld <= pTable->pLastEntry; pOld++) {
     if (pOld->key == nullptr) continue;
@@ -300,8 +343,9 @@ void FwHashRehashTable(FwHashTable* pTable, FwHashRehashFn* rehashFn, void* pCon
       pTable->nUsedEntries--;
       continue;
     }
+    const uint32 hash = Hash(pTable, newKey);
     int32 fEmpty = 0;
-    FwHashEntry* pEntry = FcHashFindEntry(&rehashed, newKey, &fEmpty);
+    FwHashEntry* pEntry = FcHashFindEntry(&rehashed, newKey, hash, &fEmpty);
     if (pEntry == nullptr) {
       // Kept: the text names the growing function; logs are searched for it.
       FwAssertFailed("FcHashGrowTable: Rehashed table will not hold all entries of old table");
@@ -310,13 +354,13 @@ void FwHashRehashTable(FwHashTable* pTable, FwHashRehashFn* rehashFn, void* pCon
           "FwHashRehashTable: error detected in the hash / comparison functions - Equivalent keys "
           "must give the same hash value");
     } else {
-      *pEntry = rehashedEntry;
+      Place(&rehashed, pEntry, rehashedEntry, hash);
       nPlaced++;
     }
   }
   FwAssert(nPlaced == pTable->nUsedEntries, "FwHashRehashTable: mismatch in table sizes");
   FwMemFree(pTable->pEntries);
-  SetSlots(pTable, pNewEntries, pTable->nTableSize);
+  SetSlots(pTable, slots, pTable->nTableSize);
   pTable->nUsedEntries = nPlaced;
 }
 
