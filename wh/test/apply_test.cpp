@@ -442,7 +442,7 @@ class Sorting {
 
   NODE* node(const char* value) { return get_node(var_ops_, FWT(value)); }
   void Before(const char* first, const char* then) {
-    FwVectorAddElement(&node(then)->pred, node(first));
+    add_to_list(&node(then)->pred, node(first), 8);
   }
   std::string Sort(const char* value, FwErrorState* err) {
     sort_node(node(value), FWT("V"), var_ops_, err);

@@ -34,7 +34,7 @@ std::string Short(const EXPANDED_OP* eop) {
 
 Strings Shorts(const FwVector* eops) {
   Strings list;
-  for (int32 i = 0; i < FwVectorLength(eops); ++i)
+  for (int32 i = 0; i < count_of(eops); ++i)
     list.push_back(Short(element_at<EXPANDED_OP>(eops, i)));
   return list;
 }
@@ -384,7 +384,7 @@ TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
   for (const std::string& value : Steps::Keys(expected)) {
     const FwVector* found = &steps.value("V", value.c_str())->rem;
     std::vector<const EXPANDED_OP*> list;
-    for (int32 i = 0; i < FwVectorLength(found); ++i)
+    for (int32 i = 0; i < count_of(found); ++i)
       list.push_back(element_at<EXPANDED_OP>(found, i));
     EXPECT_EQ(list, rem[value]) << value;
   }

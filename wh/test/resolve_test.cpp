@@ -92,7 +92,7 @@ class Value {
   }
   std::string Names(const FwVector* ops) {
     std::string names;
-    for (int32 i = 0; i < FwVectorLength(ops); ++i)
+    for (int32 i = 0; i < count_of(ops); ++i)
       for (auto& [name, variety] : varieties_)
         if (&variety == element_at<EXPANDED_OP>(ops, i)->variety) names += name;
     return names;

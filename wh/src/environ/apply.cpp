@@ -39,29 +39,17 @@ int32 take_input(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
     auto* element = element_at<FwTextByte>(elements, i);
     // This creates what there is not: it decides the order of the values, and so of the nodes.
     VAL_OPS* val_ops = get_val_ops(var_ops, element);
-    if (FwVectorLength(&val_ops->rem) > 0 || find_node(var_ops, element)) continue;
-    FwVectorAddElement(&var_ops->oldorder, get_node(var_ops, element));
+    if (count_of(&val_ops->rem) > 0 || val_ops->node) continue;
+    FwVectorAddElement(&var_ops->oldorder, node_of(var_ops, val_ops));
   }
   return 1;
 }
 
 // ---- The constraints ----
 
-// All nodes of a variable in slot order.
-struct NODES {
-  VAR_OPS* var_ops;
-  FwVector list;   // of NODE*
-  LITERALS index;  // made when the first literal pattern asks
-};
-
 int32 make_value_node(FwHashEntry* entry, void* var_ops, FwErrorState* /*err*/) {
-  if (FwVectorLength(&static_cast<VAL_OPS*>(entry->value)->ins) > 0)
-    get_node(static_cast<VAR_OPS*>(var_ops), name_of(entry));
-  return 1;
-}
-
-int32 list_node(FwHashEntry* entry, void* list, FwErrorState* /*err*/) {
-  FwVectorAddElement(static_cast<FwVector*>(list), entry->value);
+  auto* val_ops = static_cast<VAL_OPS*>(entry->value);
+  if (count_of(&val_ops->ins) > 0) node_of(static_cast<VAR_OPS*>(var_ops), val_ops);
   return 1;
 }
 
@@ -69,56 +57,44 @@ int32 list_node(FwHashEntry* entry, void* list, FwErrorState* /*err*/) {
 void constrain_before(NODE* node, NODE* that) {
   if (that->before == node) return;
   that->before = node;
-  FwVectorAddElement(&that->pred, node);
+  add_to_list(&that->pred, node, 8);
 }
 
 void constrain_after(NODE* node, NODE* that) {
   if (that->after == node) return;
   that->after = node;
-  FwVectorAddElement(&node->pred, that);
+  add_to_list(&node->pred, that, 8);
 }
 
-// Constrains node and each other node that a pattern matches.
-void constrain(NODES* nodes, NODE* node, const FwVector* patterns,
-               void (*constraint)(NODE* node, NODE* that)) {
+struct CONSTRAINING {
+  NODE_LIST* nodes;
+  NODE* node;
+  void (*constraint)(NODE* node, NODE* that);
+};
+
+void constrain(const CONSTRAINING* constraining, const FwVector* patterns) {
   for (int32 p = 0; p < FwVectorLength(patterns); ++p) {
-    GLOB glob;
-    open_glob(&glob, element_at<FwTextByte>(patterns, p));
-    int32 count = FwVectorLength(&nodes->list);
-    if (glob.key) {
-      if (!nodes->index.table) {
-        open_literals(&nodes->index);
-        for (int32 i = 0; i < count; ++i)
-          add_literal(&nodes->index, element_at<NODE>(&nodes->list, i)->value, i);
-      }
-      const POSITIONS* found = find_literal(&nodes->index, glob.key);
-      for (int32 i = 0; found && i < found->count; ++i) {
-        auto* that = element_at<NODE>(&nodes->list, found->list[i]);
-        if (that != node) constraint(node, that);
-      }
-    } else {
-      for (int32 i = 0; i < count; ++i) {
-        auto* that = element_at<NODE>(&nodes->list, i);
-        if (that != node && glob_accepts(&glob, that->value)) constraint(node, that);
-      }
+    const POSITIONS* found = match_nodes(constraining->nodes, element_at<FwTextByte>(patterns, p));
+    for (int32 i = 0; i < found->count; ++i) {
+      NODE* that = node_at(constraining->nodes, found->list[i]);
+      if (that != constraining->node) constraining->constraint(constraining->node, that);
     }
-    close_glob(&glob);
   }
 }
 
-int32 constrain_value(FwHashEntry* entry, void* vnodes, FwErrorState* /*err*/) {
-  auto* nodes = static_cast<NODES*>(vnodes);
-  const FwVector* ins = &static_cast<VAL_OPS*>(entry->value)->ins;
-  if (FwVectorLength(ins) == 0) return 1;
-  NODE* node = find_node(nodes->var_ops, name_of(entry));
-  if (!node) {
+int32 constrain_value(FwHashEntry* entry, void* nodes, FwErrorState* /*err*/) {
+  auto* val_ops = static_cast<VAL_OPS*>(entry->value);
+  if (count_of(&val_ops->ins) == 0) return 1;
+  if (!val_ops->node) {
     FwAssertFailed("node not found");
     return 1;
   }
-  for (int32 i = 0; i < FwVectorLength(ins); ++i) {
-    const WH_ENV_INSERT* insert = element_at<EXPANDED_OP>(ins, i)->op->u.ins;
-    constrain(nodes, node, &insert->before, constrain_before);
-    constrain(nodes, node, &insert->after, constrain_after);
+  for (int32 i = 0; i < count_of(&val_ops->ins); ++i) {
+    const WH_ENV_INSERT* insert = element_at<EXPANDED_OP>(&val_ops->ins, i)->op->u.ins;
+    CONSTRAINING constraining = {static_cast<NODE_LIST*>(nodes), val_ops->node, constrain_before};
+    constrain(&constraining, &insert->before);
+    constraining.constraint = constrain_after;
+    constrain(&constraining, &insert->after);
   }
   return 1;
 }
@@ -128,12 +104,10 @@ int32 constrain_variable(FwHashEntry* entry, void* /*vstate*/, FwErrorState* /*e
   if (var_ops->sep == 0) var_ops->sep = ':';
   // First all nodes, so that constraints see each other's values whatever arrived first.
   FwHashEnumerateEntries(var_ops->values, make_value_node, var_ops, nullptr);
-  NODES nodes = {var_ops, {}, {}};
-  open_vector(&nodes.list, static_cast<int32>(var_ops->nodes->nUsedEntries));
-  FwHashEnumerateEntries(var_ops->nodes, list_node, &nodes.list, nullptr);
+  NODE_LIST nodes;
+  open_nodes(&nodes, var_ops);
   FwHashEnumerateEntries(var_ops->values, constrain_value, &nodes, nullptr);
-  close_literals(&nodes.index);
-  FwVectorAbandon(&nodes.list, 0);
+  close_nodes(&nodes);
   return 1;
 }
 
@@ -286,7 +260,7 @@ void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* er
   FwVectorAddElement(&stack, node);
   while (int32 depth = FwVectorLength(&stack)) {
     auto* top = element_at<NODE>(&stack, depth - 1);
-    if (top->next_pred < FwVectorLength(&top->pred)) {
+    if (top->next_pred < count_of(&top->pred)) {
       auto* pred = element_at<NODE>(&top->pred, top->next_pred++);
       if (meet(pred, name, err)) FwVectorAddElement(&stack, pred);
     } else {

@@ -14,7 +14,7 @@ const char* text(const void* string) {
 }
 
 void print_ops(const char* word, const FwVector* ops) {
-  for (int32 i = 0; i < FwVectorLength(ops); ++i) {
+  for (int32 i = 0; i < count_of(ops); ++i) {
     auto* eop = element_at<EXPANDED_OP>(ops, i);
     std::printf("      %s %lx, variety %lx\n", word, address(eop), address(eop->variety));
   }

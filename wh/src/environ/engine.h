@@ -17,6 +17,7 @@
 
 #include "environ.h"
 #include "fwhash.h"
+#include "fwmem.h"
 #include "fwstring.h"
 #include "fwvector.h"
 #include "glob/literals.h"
@@ -54,22 +55,36 @@ struct SUBJECTS {
   bool owned = false;  // the texts are freed with the list
 };
 
+// A list that is opened when its first element comes, as most never get one.
+inline int32 count_of(const FwVector* list) {
+  return list->state == FW_VECTOR_OPEN ? list->nCurrentSize : 0;
+}
+inline void add_to_list(FwVector* list, void* element, int32 room) {
+  if (list->state != FW_VECTOR_OPEN) FwVectorOpen(list, room);
+  FwVectorAddElement(list, element);
+}
+inline void abandon_list(FwVector* list) {
+  if (list->state == FW_VECTOR_OPEN) FwVectorAbandon(list, 0);
+}
+
 // An element of a variable's new value.
 enum nodestate { st_new = 0, st_visiting = 1, st_visited = 2 };
 
 struct NODE {
-  FwTextString value = nullptr;  // owned
+  FwTextString value = nullptr;
   int state = st_new;
-  FwVector pred;  // of NODE*: those that must come before this one
+  FwVector pred;  // of NODE*: those that must come before this one; a list
 
-  // Private: how many of pred the sort has gone through, and the last node for which a constraint
-  // before and after it was noted, as a second one changes nothing.
+  // Private: the place among all nodes in slot order; how many of pred the sort has gone through;
+  // and the last node for which a constraint before and after it was noted, as a second one changes
+  // nothing.
+  int32 position = 0;
   int32 next_pred = 0;
   NODE* before = nullptr;
   NODE* after = nullptr;
 };
 
-// All that is known of one variable.
+// All that is known of one variable. Its values, nodes and their texts live in its pool.
 struct VAR_OPS {
   FwHashTable* values = nullptr;  // element value to VAL_OPS
   FwVector inserts;               // of EXPANDED_OP*
@@ -79,6 +94,8 @@ struct VAR_OPS {
   int sep = 0;                    // separator, 0 while unknown
   FwHashTable* nodes = nullptr;   // element value to NODE
   FwStrRecord result;             // the new value as it is built
+
+  FwMemPool* pool = nullptr;
 
   // Private. The inserted values; the input's elements as split at split_sep; the literal patterns
   // of the removes, and the positions of the removes that have another pattern.
@@ -90,8 +107,10 @@ struct VAR_OPS {
 };
 
 struct VAL_OPS {
-  FwVector ins;  // of EXPANDED_OP*: inserts of exactly this value
-  FwVector rem;  // of EXPANDED_OP*: removes with a pattern that matches it
+  FwVector ins;                  // of EXPANDED_OP*: inserts of exactly this value; a list
+  FwVector rem;                  // of EXPANDED_OP*: removes with a pattern that matches it; a list
+  FwTextString value = nullptr;  // the text that it stands under
+  NODE* node = nullptr;          // of the same text, once there is one
 };
 
 // What resolve is called with.
@@ -101,7 +120,7 @@ struct res_context {
   ANCESTRY* ancestry = nullptr;
 };
 
-// For tables keyed by names and by elements: the key is copied, the value is the caller's pointer.
+// For tables keyed by names: the key is copied, the value is the caller's pointer.
 extern const FwHashFunctions hash_functions;
 
 // A table with these functions, as all here start.
@@ -125,17 +144,16 @@ T* element_at(const FwVector* vector, int32 i) {
 EXPANDED_OP* make_expanded_op(WH_ENV_OP* op, WH_VARIETY* variety, int hasglob);
 void free_expanded_op(EXPANDED_OP** eop);
 VAR_OPS* make_var_ops();
-VAL_OPS* make_val_ops();
 // Frees the table of variables with all that it holds.
 void free_variables(FwHashTable** variables);
 // These find or create.
 VAR_OPS* get_var_ops(FwHashTable* variables, FwTextString name);
 VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value);
 
-NODE* make_node(FwTextString value);
-void free_node(NODE** node);
 NODE* get_node(VAR_OPS* var_ops, FwTextString value);   // finds or creates
 NODE* find_node(VAR_OPS* var_ops, FwTextString value);  // null if there is none
+// That of a value, which is created if need be.
+NODE* node_of(VAR_OPS* var_ops, VAL_OPS* val_ops);
 
 void add_subject(SUBJECTS* subjects, FwTextString text);
 void free_subjects(SUBJECTS* subjects);
@@ -177,6 +195,32 @@ int includes(ANCESTRY* ancestry, WH_VARIETY* ancestor, WH_VARIETY* variety);
 
 // A callback for the table of values, with a res_context. Gives 1.
 int32 resolve(FwHashEntry* entry, void* vstate, FwErrorState* err);
+
+// ---- Nodes by pattern (nodes.cpp) ----
+
+// All nodes of a variable, in slot order.
+struct NODE_LIST {
+  VAR_OPS* var_ops = nullptr;
+  FwVector list;  // of NODE*
+
+  // Private, made when first needed. Positions: of the nodes whose texts are not their own literal
+  // keys, of all others by text, and of those found last.
+  bool unusual_filed = false;
+  POSITIONS unusual;
+  LITERALS unusual_keys;
+  POSITIONS sorted;
+  POSITIONS found;
+};
+
+void open_nodes(NODE_LIST* nodes, VAR_OPS* var_ops);
+void close_nodes(NODE_LIST* nodes);
+
+inline NODE* node_at(const NODE_LIST* nodes, int32 position) {
+  return element_at<NODE>(&nodes->list, position);
+}
+
+// The positions of the nodes that the pattern accepts, ascending; good until the next call.
+const POSITIONS* match_nodes(NODE_LIST* nodes, FwTextString pattern);
 
 // ---- Application (apply.cpp) ----
 

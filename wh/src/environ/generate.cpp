@@ -25,7 +25,7 @@ int32 add_op_to_matched_variables(FwHashEntry* entry, void* vstate, FwErrorState
 }
 
 void enter_remove(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
-  FwVectorAddElement(&get_val_ops(var_ops, value)->rem, remeop);
+  add_to_list(&get_val_ops(var_ops, value)->rem, remeop, 2);
 }
 
 // Tries one remove on all texts, in their order.
@@ -91,7 +91,7 @@ void note_remove(VAR_OPS* var_ops, EXPANDED_OP* eop) {
 void add_insert(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ERROR_FUNC error) {
   WH_ENV_INSERT* ins = eop->op->u.ins;
   check_sep(var_ops, &ins->sep, name, error);
-  FwVectorAddElement(&get_val_ops(var_ops, ins->value)->ins, eop);
+  add_to_list(&get_val_ops(var_ops, ins->value)->ins, eop, 2);
   FwVectorAddElement(&var_ops->inserts, eop);
   add_subject(&var_ops->inserted, ins->value);
   try_removes(var_ops, ins->value);

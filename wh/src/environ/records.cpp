@@ -1,8 +1,16 @@
 // The records that the steps of the engine share.
+#include <cstring>
+
 #include "engine.h"
-#include "fwmem.h"
 
 namespace {
+
+// A variable may have one element or many thousands.
+constexpr uint32 kPoolFirst = 256;
+constexpr uint32 kPoolGrow = 8192;
+
+// Elements: their texts live as long as the table.
+constexpr FwHashFunctions element_functions = {wh_env_hash, wh_env_compare, nullptr, nullptr, 1};
 
 int32 StringAddCopyKeyFunction(FwHashEntry* entry, void* key, void* value, int32 fNew,
                                FwErrorState* err) {
@@ -23,31 +31,46 @@ void StringRemoveCopyKeyFunction(FwHashEntry* entry) {
   entry->key = nullptr;
 }
 
-// What a table holds under a key. The maker is called if there is nothing yet.
-template <class T>
-T* find_or_create(FwHashTable* table, FwTextString key, T* (*maker)()) {
-  if (FwHashEntry* entry = FwHashLookupEntry(table, key, nullptr))
-    return static_cast<T*>(entry->value);
-  T* record = maker();
-  add_or_exit(table, key, record);
-  return record;
+FwHashTable* make_table(const FwHashFunctions* functions) {
+  FwHashTable* table = FwHashCreateTable(13, functions, nullptr);
+  if (!table) FwMemExitMemoryExhausted();
+  return table;
 }
 
-void abandon(FwVector* vector) {
-  FwVectorAbandon(vector, 0);
+template <class T>
+T* find_in(FwHashTable* table, FwTextString key) {
+  FwHashEntry* entry = FwHashLookupEntry(table, key, nullptr);
+  return entry ? static_cast<T*>(entry->value) : nullptr;
+}
+
+template <class T>
+T* new_in(FwMemPool* pool) {
+  return ::new (FwMemPoolAlloc(pool, sizeof(T))) T{};
+}
+
+FwTextString copy_in(FwMemPool* pool, FwTextString text) {
+  size_t size = std::strlen(FWC(text)) + 1;
+  return static_cast<FwTextString>(
+      std::memcpy(FwMemPoolAlloc(pool, static_cast<uint32>(size)), text, size));
+}
+
+// text is in the pool.
+NODE* add_node(VAR_OPS* var_ops, FwTextString text) {
+  auto* node = new_in<NODE>(var_ops->pool);
+  node->value = text;
+  add_or_exit(var_ops->nodes, text, node);
+  return node;
 }
 
 int32 free_value(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
-  abandon(&val_ops->ins);
-  abandon(&val_ops->rem);
-  FwMemFree(val_ops);
+  abandon_list(&val_ops->ins);
+  abandon_list(&val_ops->rem);
   return 1;
 }
 
-int32 free_table_node(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
-  auto* node = static_cast<NODE*>(entry->value);
-  free_node(&node);
+int32 free_node(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
+  abandon_list(&static_cast<NODE*>(entry->value)->pred);
   return 1;
 }
 
@@ -55,16 +78,17 @@ int32 free_variable(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/
   auto* var_ops = static_cast<VAR_OPS*>(entry->value);
   FwHashEnumerateEntries(var_ops->values, free_value, nullptr, nullptr);
   FwHashFreeTable(&var_ops->values);
-  FwHashEnumerateEntries(var_ops->nodes, free_table_node, nullptr, nullptr);
+  FwHashEnumerateEntries(var_ops->nodes, free_node, nullptr, nullptr);
   FwHashFreeTable(&var_ops->nodes);
-  abandon(&var_ops->inserts);
-  abandon(&var_ops->removes);
-  abandon(&var_ops->oldorder);
+  FwVectorAbandon(&var_ops->inserts, 0);
+  FwVectorAbandon(&var_ops->removes, 0);
+  FwVectorAbandon(&var_ops->oldorder, 0);
   FwStrRecordAbandon(&var_ops->result);
   free_subjects(&var_ops->inserted);
   free_subjects(&var_ops->elements);
   close_literals(&var_ops->remove_keys);
   free_positions(&var_ops->glob_removes);
+  FwMemPoolDestroy(&var_ops->pool);
   FwMemFree(var_ops);
   return 1;
 }
@@ -75,9 +99,7 @@ const FwHashFunctions hash_functions = {wh_env_hash, wh_env_compare, StringAddCo
                                         StringRemoveCopyKeyFunction, 1};
 
 FwHashTable* make_names_table() {
-  FwHashTable* table = FwHashCreateTable(13, &hash_functions, nullptr);
-  if (!table) FwMemExitMemoryExhausted();
-  return table;
+  return make_table(&hash_functions);
 }
 
 bool add_in_order(FwHashTable* table, void* key, void* value) {
@@ -123,20 +145,16 @@ void free_expanded_op(EXPANDED_OP** eop) {
 
 VAR_OPS* make_var_ops() {
   auto* var_ops = FwMemNew<VAR_OPS>(ALLOC_MUST_SUCCEED | INIT_ZERO);
-  var_ops->values = make_names_table();
+  var_ops->pool =
+      FwMemPoolCreate(0, kPoolFirst, kPoolGrow, alignof(void*), ALLOC_MUST_SUCCEED | INIT_NONE);
+  if (!var_ops->pool) FwMemExitMemoryExhausted();
+  var_ops->values = make_table(&element_functions);
   FwVectorOpen(&var_ops->inserts, 4);
   FwVectorOpen(&var_ops->removes, 8);
   FwVectorOpen(&var_ops->oldorder, 4);
-  var_ops->nodes = make_names_table();
+  var_ops->nodes = make_table(&element_functions);
   FwStrRecordOpen(&var_ops->result);
   return var_ops;
-}
-
-VAL_OPS* make_val_ops() {
-  auto* val_ops = FwMemNew<VAL_OPS>(ALLOC_MUST_SUCCEED | INIT_ZERO);
-  FwVectorOpen(&val_ops->ins, 2);
-  FwVectorOpen(&val_ops->rem, 2);
-  return val_ops;
 }
 
 void free_variables(FwHashTable** variables) {
@@ -145,38 +163,34 @@ void free_variables(FwHashTable** variables) {
 }
 
 VAR_OPS* get_var_ops(FwHashTable* variables, FwTextString name) {
-  return find_or_create(variables, name, make_var_ops);
+  auto* var_ops = find_in<VAR_OPS>(variables, name);
+  if (var_ops) return var_ops;
+  var_ops = make_var_ops();
+  add_or_exit(variables, name, var_ops);
+  return var_ops;
 }
 
 VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value) {
-  return find_or_create(var_ops->values, value, make_val_ops);
+  auto* val_ops = find_in<VAL_OPS>(var_ops->values, value);
+  if (val_ops) return val_ops;
+  val_ops = new_in<VAL_OPS>(var_ops->pool);
+  val_ops->value = copy_in(var_ops->pool, value);
+  add_or_exit(var_ops->values, val_ops->value, val_ops);
+  return val_ops;
 }
 
-NODE* make_node(FwTextString value) {
-  auto* node = FwMemNew<NODE>(ALLOC_MUST_SUCCEED | INIT_ZERO);
-  node->value = FwStrDuplicate(value);
-  FwVectorOpen(&node->pred, 8);
-  return node;
-}
-
-void free_node(NODE** node) {
-  if (!*node) return;
-  FwMemFree((*node)->value);
-  abandon(&(*node)->pred);
-  FwMemFreeAndClear(node);
+NODE* find_node(VAR_OPS* var_ops, FwTextString value) {
+  return find_in<NODE>(var_ops->nodes, value);
 }
 
 NODE* get_node(VAR_OPS* var_ops, FwTextString value) {
   NODE* node = find_node(var_ops, value);
-  if (node) return node;
-  node = make_node(value);
-  add_or_exit(var_ops->nodes, value, node);
-  return node;
+  return node ? node : add_node(var_ops, copy_in(var_ops->pool, value));
 }
 
-NODE* find_node(VAR_OPS* var_ops, FwTextString value) {
-  FwHashEntry* entry = FwHashLookupEntry(var_ops->nodes, value, nullptr);
-  return entry ? static_cast<NODE*>(entry->value) : nullptr;
+NODE* node_of(VAR_OPS* var_ops, VAL_OPS* val_ops) {
+  if (!val_ops->node) val_ops->node = add_node(var_ops, val_ops->value);
+  return val_ops->node;
 }
 
 void add_subject(SUBJECTS* subjects, FwTextString text) {

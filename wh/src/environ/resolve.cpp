@@ -63,7 +63,7 @@ EXPANDED_OP* op_at(const FwVector* ops, int32 i) {
 }
 
 void shorten(FwVector* ops, int32 count) {
-  while (FwVectorLength(ops) > count)
+  while (count_of(ops) > count)
     FwVectorPopElement(ops);
 }
 
@@ -71,7 +71,7 @@ void shorten(FwVector* ops, int32 count) {
 // that overrides it: then ops[i] is taken out itself, and the result is false.
 bool weigh(FwVector* ops, int32 i, ANCESTRY* ancestry) {
   WH_VARIETY* variety = op_at(ops, i)->variety;
-  int32 count = FwVectorLength(ops);
+  int32 count = count_of(ops);
   int32 kept = i + 1;
   bool stands = true;
   Relation relation(ancestry, variety);
@@ -90,7 +90,7 @@ bool weigh(FwVector* ops, int32 i, ANCESTRY* ancestry) {
 
 void resolve_alike(FwVector* ops, ANCESTRY* ancestry) {
   Settled settled;
-  for (int32 i = 0; i < FwVectorLength(ops);) {
+  for (int32 i = 0; i < count_of(ops);) {
     WH_VARIETY* variety = op_at(ops, i)->variety;
     if (!settled.contains(variety)) {
       if (!weigh(ops, i, ancestry)) continue;
@@ -104,7 +104,7 @@ void resolve_alike(FwVector* ops, ANCESTRY* ancestry) {
 // changes nothing about its own condition. It goes on when no insert is left there: the vector says
 // once that the position is none, and the program never ends.
 [[noreturn]] void insert_over_remove(FwVector* ins, int32 j) {
-  while (j < FwVectorLength(ins))
+  while (j < count_of(ins))
     FwVectorRemoveElement(ins, j);
   FwVectorRemoveElement(ins, j);
   wait_for_ever();
@@ -112,12 +112,12 @@ void resolve_alike(FwVector* ops, ANCESTRY* ancestry) {
 
 void resolve_against(FwVector* ins, FwVector* rem, ANCESTRY* ancestry) {
   Settled settled;
-  for (int32 i = 0; i < FwVectorLength(ins); ++i) {
+  for (int32 i = 0; i < count_of(ins); ++i) {
     WH_VARIETY* variety = op_at(ins, i)->variety;
     if (settled.contains(variety)) continue;
     Relation relation(ancestry, variety);
     bool overridden = false;
-    int32 count = FwVectorLength(rem);
+    int32 count = count_of(rem);
     int32 kept = 0;
     for (int32 j = 0; j < count; ++j) {
       EXPANDED_OP* remove = op_at(rem, j);
@@ -141,12 +141,12 @@ void resolve_against(FwVector* ins, FwVector* rem, ANCESTRY* ancestry) {
 int32 resolve(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
   auto* context = static_cast<res_context*>(vstate);
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
+  if (count_of(&val_ops->rem) == 0 && count_of(&val_ops->ins) < 2) return 1;
   resolve_alike(&val_ops->ins, context->ancestry);
   resolve_alike(&val_ops->rem, context->ancestry);
   resolve_against(&val_ops->ins, &val_ops->rem, context->ancestry);
 
-  if (FwVectorLength(&val_ops->ins) > 0 && FwVectorLength(&val_ops->rem) > 0 &&
-      context->errorfunc) {
+  if (count_of(&val_ops->ins) > 0 && count_of(&val_ops->rem) > 0 && context->errorfunc) {
     FwErrorState err;
     FwErrorSet(&err, whErrorEnvClash, 4, FWT("value"), static_cast<FwTextString>(entry->key),
                FWT("environment variable"), context->variable);

@@ -27,6 +27,22 @@ void remove_literal(FwHashEntry* entry) {
 constexpr FwHashFunctions kLiteralFunctions = {literal_hash, FwHash_StringCompareFunction, nullptr,
                                                remove_literal, 1};
 
+// Appends the first bytes of a token of a list, separated from what stands before it.
+void put_token(FwStrRecord* record, const TOKEN* list, const TOKEN* token, size_t length) {
+  if (token > list && token[-1].type == T_PATH) FwStrPutRawByte(record, '/');
+  if (length > 0)
+    FwStrNPutRawString(record, FWT(token->string.data()), static_cast<uint32>(length));
+}
+
+// The tokens of a literal text of so many bytes, written in the one way.
+FwTextString joined(const TOKENS* tokens, size_t size) {
+  FwStrRecord key;
+  FwStrRecordOpenSize(&key, static_cast<uint32>(size + 1));
+  for (const TOKEN* token = tokens->list; token->type != T_END; ++token)
+    put_token(&key, tokens->list, token, token->string.size());
+  return FwStrRecordClose(&key);
+}
+
 // Takes over key if it is new, else frees it.
 void file_position(LITERALS* literals, FwTextString key, int32 position) {
   FwHashEntry* entry = FwHashLookupEntry(literals->table, key, nullptr);
@@ -46,7 +62,7 @@ void file_position(LITERALS* literals, FwTextString key, int32 position) {
 
 void open_glob(GLOB* glob, FwTextString pattern) {
   parse(&glob->tokens, pattern);
-  glob->key = literal_key(pattern);
+  glob->key = wh_has_globs(pattern) ? nullptr : joined(&glob->tokens, glob_view(pattern).size());
   glob->everything = glob->tokens.count == 2 && glob->tokens.list[0].type == T_ANY;
 }
 
@@ -67,15 +83,32 @@ int glob_accepts(const GLOB* glob, FwTextString string) {
 FwTextString literal_key(FwTextString text) {
   if (wh_has_globs(text)) return nullptr;
   TOKENS tokens;
-  FwStrRecord key;
   parse(&tokens, text);
-  FwStrRecordOpenSize(&key, static_cast<uint32>(glob_view(text).size() + 1));
-  for (const TOKEN* token = tokens.list; token->type != T_END; ++token) {
-    if (token > tokens.list && token[-1].type == T_PATH) FwStrPutRawByte(&key, '/');
-    FwStrNPutRawString(&key, FWT(token->string.data()), static_cast<uint32>(token->string.size()));
-  }
+  FwTextString key = joined(&tokens, glob_view(text).size());
   free_tokens(&tokens);
-  return FwStrRecordClose(&key);
+  return key;
+}
+
+bool is_own_key(FwTextString text) {
+  for (const FwTextByte* p = text; *p; ++p) {
+    if (*p == '*' || *p == '?' || *p == '|') return false;
+    // An empty element, or a separator behind the last one: only the root ends with one.
+    if (*p == '/' && (p[1] == '/' || (p[1] == 0 && p != text))) return false;
+  }
+  return true;
+}
+
+FwTextString literal_beginning(const GLOB* glob) {
+  FwStrRecord beginning;
+  FwStrRecordOpen(&beginning);
+  bool literal = true;
+  for (const TOKEN* token = glob->tokens.list;
+       literal && (token->type == T_ROOT || token->type == T_PATH); ++token) {
+    size_t length = token->string.find_first_of("*?");
+    literal = length == std::string_view::npos;
+    put_token(&beginning, glob->tokens.list, token, std::min(length, token->string.size()));
+  }
+  return FwStrRecordClose(&beginning);
 }
 
 void add_position(POSITIONS* positions, int32 position) {

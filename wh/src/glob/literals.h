@@ -34,6 +34,13 @@ int glob_accepts(const GLOB* glob, FwTextString string);
 // The key of a text, a new string, or null if it has none.
 FwTextString literal_key(FwTextString text);
 
+// Whether the key of a text is the text itself, as of most.
+bool is_own_key(FwTextString text);
+
+// The longest text with which all begin that the pattern accepts, written like a key; a new string.
+// It holds for texts that are their own keys.
+FwTextString literal_beginning(const GLOB* glob);
+
 // A growing list of positions.
 struct POSITIONS {
   int32* list = nullptr;
