@@ -4,10 +4,14 @@
 // each variety of each of its parts, and goes there if that was news. So circles of parts come to
 // an end, and a variety is gone to as often as it can learn something.
 //
-// A part list may be gone through often, and chains of parts may be long. So the answers of the
-// queries are kept, the sets are bit sets over the varieties met, and the walk has a stack of its
-// own. A query that gives nothing is asked again each time: it may report, and the number of
-// reports is not for this step to change.
+// What comes of it is plain: the set of a variety is itself and the sets of all that include it. So
+// as long as every query has an answer, each part list is gone through once, and the sets are
+// worked out when they are first asked for, includers first. A query that gives nothing may report,
+// and is asked as often as the walk comes by, as the number of reports is not for this step to
+// change: from then on the walk above is done as told.
+//
+// Chains of parts may be long. So the answers of the queries are kept, the sets are bit sets over
+// the varieties met, and the walk has a stack of its own.
 //
 //   MEMBER  variety, id ------ set  [..1.11.]   ids of those that include it, itself among them
 //              |
@@ -59,16 +63,15 @@ void set_bit(BITS* bits, int32 id) {
   bits->words[id / 64] |= bit_of(id);
 }
 
-bool has_all(const BITS* bits, const BITS* wanted) {
-  for (int32 i = 0; i < wanted->count; ++i)
-    if (wanted->words[i] & ~(i < bits->count ? bits->words[i] : 0)) return false;
-  return true;
-}
-
-void add_all(BITS* bits, const BITS* more) {
+// True if something was news.
+bool add_all(BITS* bits, const BITS* more) {
   reserve(bits, more->count);
-  for (int32 i = 0; i < more->count; ++i)
+  uint64 news = 0;
+  for (int32 i = 0; i < more->count; ++i) {
+    news |= more->words[i] & ~bits->words[i];
     bits->words[i] |= more->words[i];
+  }
+  return news != 0;
 }
 
 int32 count_bits(const BITS* bits) {
@@ -101,6 +104,7 @@ struct MEMBER {
   int32 id = 0;
   bool loaded = false;  // set holds what the variety's table says
   bool known = false;   // the variety has a set, if only of itself
+  int32 open = 0;       // walks that are going through its parts
   BITS set;
   EDGES edges[2];
   POSITIONS includers;  // the ids of those that it learnt from
@@ -122,8 +126,13 @@ struct FRAME {
 int32 ancestors_stored_in_full = 1 << 20;
 
 struct ANCESTRY {
-  FwHashTable* members;  // WH_VARIETY to MEMBER
-  FwVector by_id;        // of MEMBER*
+  FwHashTable* members = nullptr;  // WH_VARIETY to MEMBER
+  FwVector by_id;                  // of MEMBER*
+
+  FwVector walked;        // of MEMBER*, each behind all that it includes
+  int32 settled = 0;      // so many of walked had sets when they were last made
+  bool circular = false;  // among walked are some that include each other
+  bool given_up = false;  // a query had no answer, so the sets are made by the walk itself
 };
 
 namespace {
@@ -166,12 +175,12 @@ int32 load_ancestor(FwHashEntry* entry, void* context, FwErrorState* /*err*/) {
   return 1;
 }
 
-// The member of a variety, with what an earlier call has found.
-MEMBER* load_member(ANCESTRY* ancestry, WH_VARIETY* variety) {
-  MEMBER* member = get_member(ancestry, variety);
-  if (member->loaded) return member;
+// Takes over what an earlier call has found about the member.
+void load(ANCESTRY* ancestry, MEMBER* member) {
+  if (member->loaded) return;
   member->loaded = true;
-  if (!variety->ancestors) return member;
+  WH_VARIETY* variety = member->variety;
+  if (!variety->ancestors) return;
   member->known = true;
   LOADING loading = {ancestry, member, {}, true};
   FwVectorOpen(&loading.pending, 4);
@@ -184,7 +193,6 @@ MEMBER* load_member(ANCESTRY* ancestry, WH_VARIETY* variety) {
     FwHashEnumerateEntries(source->ancestors, load_ancestor, &loading, nullptr);
   }
   FwVectorAbandon(&loading.pending, 0);
-  return member;
 }
 
 // The parts of a list that apply to the variety, not yet asked for.
@@ -202,6 +210,22 @@ void list_edges(EDGES* edges, WH_VARIETY* variety, WH_PARTLIST* partlist) {
   }
 }
 
+// Whether the parts of a variety are the same under both symbol tables, once both are known. A
+// variable of the variety that is named like one of the caller's could make a difference.
+bool same_edges(const MEMBER* member) {
+  if (!member->edges[edges_top].known || !member->edges[edges_part].known) return true;
+  const EDGE* top = member->edges[edges_top].first;
+  const EDGE* part = member->edges[edges_part].first;
+  for (; top && part && top->product && part->product; top = top->next, part = part->next) {
+    int32 count = FwVectorLength(&top->varieties);
+    if (top->product != part->product || count != FwVectorLength(&part->varieties)) return false;
+    if (!std::equal(top->varieties.pElements, top->varieties.pElements + count,
+                    part->varieties.pElements))
+      return false;
+  }
+  return !top && !part;
+}
+
 FRAME* push_frame(FRAME* below, MEMBER* member, EDGE_KIND kind, WH_PARTLIST* partlist) {
   EDGES* edges = &member->edges[kind];
   if (!edges->known) list_edges(edges, member->variety, partlist);
@@ -209,11 +233,16 @@ FRAME* push_frame(FRAME* below, MEMBER* member, EDGE_KIND kind, WH_PARTLIST* par
   frame->member = member;
   frame->edge = edges->first;
   frame->below = below;
+  ++member->open;
   return frame;
 }
 
-FRAME* pop_frame(FRAME* frame) {
+FRAME* pop_frame(ANCESTRY* ancestry, FRAME* frame) {
   FRAME* below = frame->below;
+  MEMBER* member = frame->member;
+  --member->open;
+  if (member->open == 0 && !same_edges(member)) ancestry->given_up = true;
+  if (!ancestry->given_up) FwVectorAddElement(&ancestry->walked, member);
   if (frame->context) {
     remove_context(frame->symtab, frame->context);
     free_context(&frame->context);
@@ -245,38 +274,53 @@ void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC
   free_spec(&spec);
 }
 
-// What the variety of a part learns from the one that includes it. True if something was news.
-bool teach(ANCESTRY* ancestry, MEMBER* member, const MEMBER* includer) {
-  load_member(ancestry, member->variety);
-  if (member->known && has_all(&member->set, &includer->set)) return false;
+// Gives the variety a set.
+void know(ANCESTRY* ancestry, MEMBER* member) {
+  load(ancestry, member);
+  if (member->known) return;
   member->known = true;
   set_bit(&member->set, member->id);
-  add_all(&member->set, &includer->set);
+}
+
+// What the variety of a part learns from the one that includes it. True if something was news.
+bool teach(ANCESTRY* ancestry, MEMBER* member, const MEMBER* includer) {
+  load(ancestry, member);
+  bool first = !member->known;
+  know(ancestry, member);
+  if (!add_all(&member->set, &includer->set) && !first) return false;
   add_position(&member->includers, includer->id);
   return true;
+}
+
+// Whether the walk is to go through the parts of a variety that it has come to.
+bool enter(ANCESTRY* ancestry, MEMBER* member, const MEMBER* includer) {
+  if (ancestry->given_up) return teach(ancestry, member, includer);
+  if (member->open > 0) ancestry->circular = true;
+  return !member->edges[edges_part].known;
 }
 
 // Goes on by one variety, or by one part if those of the last one are through.
 FRAME* step(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC errorfunc) {
   EDGE* edge = frame->edge;
-  if (!edge) return pop_frame(frame);
+  if (!edge) return pop_frame(ancestry, frame);
   if (!edge->product) query_edge(ancestry, frame, index, errorfunc);
+  if (!edge->product) ancestry->given_up = true;
   if (!edge->product || frame->variety == FwVectorLength(&edge->varieties)) {
     frame->edge = edge->next;
     frame->variety = 0;
     return frame;
   }
   auto* member = element_at<MEMBER>(&edge->varieties, frame->variety++);
-  if (!teach(ancestry, member, frame->member)) return frame;
+  if (!enter(ancestry, member, frame->member)) return frame;
   FRAME* above = push_frame(frame, member, edges_part, edge->product->partlist);
   above->prodname = edge->product->prodinfo->prodname;
   return above;
 }
 
-void store_ancestor(ANCESTRY* ancestry, FwHashTable* table, int32 id) {
-  auto* ancestor = element_at<MEMBER>(&ancestry->by_id, id);
-  if (!FwHashLookupEntry(table, ancestor->variety, nullptr))
-    add_identity(table, ancestor->variety, ancestor->variety);
+// Not the variety itself, whose entry is there.
+void store_ancestor(ANCESTRY* ancestry, const MEMBER* member, int32 id) {
+  WH_VARIETY* ancestor = element_at<MEMBER>(&ancestry->by_id, id)->variety;
+  if (ancestor != member->variety) add_identity(member->variety->ancestors, ancestor, ancestor);
 }
 
 // Writes back what the variety has learnt. stored counts the entries of all tables.
@@ -284,17 +328,79 @@ void store_member(ANCESTRY* ancestry, MEMBER* member, int32* stored) {
   if (!member->known || (member->variety->ancestors && member->includers.count == 0)) return;
   int32 count = count_bits(&member->set);
   bool full = count <= ancestors_stored_in_full - *stored;
-  if (!member->variety->ancestors) member->variety->ancestors = make_identity_table(4);
-  FwHashTable* table = member->variety->ancestors;
-  add_identity(table, member->variety, full ? member->variety : nullptr);
+  // As large as a table for 4 would have grown to.
+  FwHashTable** table = &member->variety->ancestors;
+  if (!*table) *table = make_identity_table(static_cast<uint32>(full ? std::max(count - 1, 4) : 4));
+  add_identity(*table, member->variety, full ? member->variety : nullptr);
   if (full) {
     *stored += count;
-    for (int32 id = 0; id < member->set.count * 64; ++id)
-      if (test_bit(&member->set, id)) store_ancestor(ancestry, table, id);
+    for (int32 i = 0; i < member->set.count; ++i)
+      for (uint64 word = member->set.words[i]; word != 0; word &= word - 1)
+        store_ancestor(ancestry, member, i * 64 + std::countr_zero(word));
   } else {
     for (int32 i = 0; i < member->includers.count; ++i)
-      store_ancestor(ancestry, table, member->includers.list[i]);
+      store_ancestor(ancestry, member, member->includers.list[i]);
   }
+}
+
+// ---- The sets, made from the answers of all queries ----
+
+// Teaches all that a member includes. True if something was news.
+bool teach_parts(ANCESTRY* ancestry, const MEMBER* member) {
+  bool news = false;
+  for (const EDGES& edges : member->edges)
+    for (const EDGE* edge = edges.first; edge; edge = edge->next)
+      for (int32 i = 0; i < FwVectorLength(&edge->varieties); ++i)
+        news |= teach(ancestry, element_at<MEMBER>(&edge->varieties, i), member);
+  return news;
+}
+
+// Makes the sets of what has been walked. What includes a variety comes before it, unless it is
+// included in turn; then one pass is not enough.
+void settle(ANCESTRY* ancestry) {
+  const FwVector* walked = &ancestry->walked;
+  bool news = ancestry->settled < FwVectorLength(walked);
+  ancestry->settled = FwVectorLength(walked);
+  while (news) {
+    news = false;
+    for (int32 i = FwVectorLength(walked) - 1; i >= 0; --i) {
+      auto* member = element_at<MEMBER>(walked, i);
+      know(ancestry, member);
+      news |= teach_parts(ancestry, member) && ancestry->circular;
+    }
+  }
+}
+
+// ---- The walk through all that a chosen variety includes ----
+
+FRAME* first_frame(MEMBER* member, WH_PARTLIST* partlist, WH_SYMTAB* symtab) {
+  FRAME* frame = push_frame(nullptr, member, edges_top, partlist);
+  frame->symtab = symtab;
+  return frame;
+}
+
+// Goes once through each part list that is new. False if that is not enough to tell the sets:
+// nothing has been reported then.
+bool explore(ANCESTRY* ancestry, MEMBER* member, WH_INDEX* index, WH_PARTLIST* partlist,
+             WH_SYMTAB* symtab) {
+  if (member->edges[edges_top].known) return true;
+  const int32 walked = FwVectorLength(&ancestry->walked);
+  FRAME* frame = first_frame(member, partlist, symtab);
+  while (frame)
+    frame = ancestry->given_up ? pop_frame(ancestry, frame) : step(ancestry, frame, index, nullptr);
+  if (!ancestry->given_up) return true;
+  while (FwVectorLength(&ancestry->walked) > walked)
+    FwVectorPopElement(&ancestry->walked);
+  return false;
+}
+
+// Goes through the part lists as often as a variety learns something.
+void walk(ANCESTRY* ancestry, MEMBER* member, WH_INDEX* index, WH_PARTLIST* partlist,
+          WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc) {
+  know(ancestry, member);
+  FRAME* frame = first_frame(member, partlist, symtab);
+  while (frame)
+    frame = step(ancestry, frame, index, errorfunc);
 }
 
 void free_member(MEMBER* member) {
@@ -315,11 +421,13 @@ ANCESTRY* make_ancestry() {
   auto* ancestry = FwMemNew<ANCESTRY>(ALLOC_MUST_SUCCEED | INIT_ZERO);
   ancestry->members = make_identity_table(13);
   FwVectorOpen(&ancestry->by_id, 20);
+  FwVectorOpen(&ancestry->walked, 20);
   return ancestry;
 }
 
 void free_ancestry(ANCESTRY** ancestry) {
   if (!*ancestry) return;
+  settle(*ancestry);
   const FwVector* by_id = &(*ancestry)->by_id;
   int32 stored = 0;
   for (int32 i = 0; i < FwVectorLength(by_id); ++i)
@@ -327,24 +435,22 @@ void free_ancestry(ANCESTRY** ancestry) {
   for (int32 i = 0; i < FwVectorLength(by_id); ++i)
     free_member(element_at<MEMBER>(by_id, i));
   FwVectorAbandon(&(*ancestry)->by_id, 0);
+  FwVectorAbandon(&(*ancestry)->walked, 0);
   FwHashFreeTable(&(*ancestry)->members);
   FwMemFreeAndClear(ancestry);
 }
 
 void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH_PARTLIST* partlist,
                     WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc) {
-  MEMBER* member = load_member(ancestry, variety);
-  if (!member->known) {
-    member->known = true;
-    set_bit(&member->set, member->id);
-  }
-  FRAME* frame = push_frame(nullptr, member, edges_top, partlist);
-  frame->symtab = symtab;
-  while (frame)
-    frame = step(ancestry, frame, index, errorfunc);
+  MEMBER* member = get_member(ancestry, variety);
+  if (!ancestry->given_up && explore(ancestry, member, index, partlist, symtab)) return;
+  settle(ancestry);
+  walk(ancestry, member, index, partlist, symtab, errorfunc);
 }
 
 int includes(ANCESTRY* ancestry, WH_VARIETY* ancestor, WH_VARIETY* variety) {
-  MEMBER* member = load_member(ancestry, variety);
+  settle(ancestry);
+  MEMBER* member = get_member(ancestry, variety);
+  load(ancestry, member);
   return test_bit(&member->set, get_member(ancestry, ancestor)->id);
 }
