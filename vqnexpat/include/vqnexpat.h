@@ -13,6 +13,7 @@
 #include <expat.h>
 
 #include "fwerror.h"
+#include "fwfile.h"
 #include "fwstring.h"
 #include "fwtypes.h"
 
@@ -64,6 +65,8 @@ FwError* x2fwerr(int code);
 // file was then read no further than the last block that was read without error.
 // err may hold an error already: nothing is then parsed, and the error stays.
 int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser);
+// The same for a file that is open already. It closes the file; the name is for errors.
+int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser);
 
 // A new string, which the caller frees: exactly len bytes of the parser's string, or all of it, up
 // to its terminator, if len is 0.

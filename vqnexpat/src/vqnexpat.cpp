@@ -2,8 +2,6 @@
 
 #include <iterator>
 
-#include "fwfile.h"
-
 FwError VQN_XML_ERROR[1];
 FwError VQN_XML_ERROR_NO_MEMORY[1];
 FwError VQN_XML_ERROR_SYNTAX[1];
@@ -110,7 +108,10 @@ FwError* x2fwerr(int code) {
 
 int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser) {
   FwFile file = FwFileOpen(err, filename, FW_OPEN_RDONLY);
-  if (file == FW_FILE_INVALID) return 0;
+  return file == FW_FILE_INVALID ? 0 : xml_from_open_fwfile(err, file, filename, parser);
+}
+
+int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser) {
   int status = 1;
   char block[kXmlBlockSize];
   bool last = false;

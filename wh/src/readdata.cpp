@@ -94,6 +94,9 @@ FwTextString xml_lineno(USERDATA* userData) {
 }
 
 int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
+  // Opened first: most products lack most of the files, and a parser for nothing is not cheap.
+  FwFile file = FwFileOpen(err, filename, FW_OPEN_RDONLY);
+  if (file == FW_FILE_INVALID) return 0;
   XML_Parser xml = XML_ParserCreate(nullptr);
   if (xml == nullptr) FwMemExitMemoryExhausted();
   USERDATA user{parser->state, xml};
@@ -102,7 +105,7 @@ int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
   if (parser->doctype_start_el != nullptr)
     XML_SetStartDoctypeDeclHandler(xml, parser->doctype_start_el);
   if (parser->cdata != nullptr) XML_SetCharacterDataHandler(xml, parser->cdata);
-  int status = xml_from_fwfile(err, filename, xml);
+  int status = xml_from_open_fwfile(err, file, filename, xml);
   XML_ParserFree(xml);
   return status;
 }

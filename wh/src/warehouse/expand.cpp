@@ -19,11 +19,12 @@ namespace {
 constexpr int kMaxPasses = 100000;
 constexpr std::size_t kMaxLength = std::size_t{1} << 28;  // bytes, one pass
 constexpr std::size_t kMaxTotal = kMaxLength;             // bytes, all passes of one call
+constexpr uint32 kFirstRoom = 256;                        // bytes, enough for most
 
 struct PASS {
   FwErrorState* err;
   WH_SYMTAB* symtab;
-  FwStrRecord output;
+  FwStrRecord* output;
   bool expanded;  // something was replaced
 };
 
@@ -74,7 +75,7 @@ void put_bytes(FwStrRecord* output, FwByte* bytes, std::size_t count) {
 }
 
 void put_value(PASS* pass, FwTextString value) {
-  put_bytes(&pass->output, value, std::strlen(FWC(value)));
+  put_bytes(pass->output, value, std::strlen(FWC(value)));
   pass->expanded = true;
 }
 
@@ -125,7 +126,7 @@ void expand_name(PASS* pass, FwTextByte* name, uint32 length) {
     put_value(pass, value);
     return;
   }
-  put_bytes(&pass->output, name, length);
+  put_bytes(pass->output, name, length);
   FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
   set_no_value(pass, text);
   FwMemFree(text);
@@ -135,7 +136,7 @@ void expand_name(PASS* pass, FwTextByte* name, uint32 length) {
 void expand_file(PASS* pass, FwTextByte* name, uint32 length) {
   if (pass->err->pError != nullptr) return;
   FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
-  if (wh_expand_with_file_contents(pass->err, text, &pass->output)) pass->expanded = true;
+  if (wh_expand_with_file_contents(pass->err, text, pass->output)) pass->expanded = true;
   FwMemFree(text);
 }
 
@@ -156,7 +157,7 @@ void run_pass(PASS* pass, FwTextString text) {
   FwTextByte* ptb = text;
   for (;;) {
     FwTextByte* percent = next_percent(ptb);
-    put_bytes(&pass->output, ptb, static_cast<std::size_t>(percent - ptb));
+    put_bytes(pass->output, ptb, static_cast<std::size_t>(percent - ptb));
     if (*percent == 0) return;
 
     FwTextByte* open = percent + 1;
@@ -164,7 +165,7 @@ void run_pass(PASS* pass, FwTextString text) {
     if (close == nullptr) {
       // The character behind the sign goes with it, a second sign as well: there is no escape.
       ptb = *open == 0 ? open : behind_character(open);
-      put_bytes(&pass->output, percent, static_cast<std::size_t>(ptb - percent));
+      put_bytes(pass->output, percent, static_cast<std::size_t>(ptb - percent));
       continue;
     }
     FwTextByte* name = open + 1;
@@ -198,21 +199,28 @@ FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab) {
   if (str == nullptr) return nullptr;
   if (FwTextString settled = settled_expansion(str, symtab)) return FwStrDuplicate(settled);
 
+  // Each pass reads what the one before has written.
+  FwStrRecord outputs[2];
+  for (FwStrRecord& output : outputs)
+    FwStrRecordOpenSize(&output, kFirstRoom);
   FwTextString text = str;
   std::size_t total = 0;
   for (int passes = 1;; passes++) {
-    PASS pass = {err, symtab, {}, false};
-    FwStrRecordOpen(&pass.output);
+    FwStrRecord* output = &outputs[passes % 2];
+    FwStrRecordShorten(output, 0);
+    PASS pass = {err, symtab, output, false};
     run_pass(&pass, text);
-    FwTextString output = FwStrRecordClose(&pass.output);
-    const bool unchanged = std::strcmp(FWC(output), FWC(text)) == 0;
-    if (text != str) FwMemFree(text);
-    text = output;
-    if (!pass.expanded || is_settled(text)) return text;
+    const bool unchanged = std::strcmp(FWC(output->pbz), FWC(text)) == 0;
+    text = output->pbz;
+    if (!pass.expanded || is_settled(text)) break;
 
     total += std::strlen(FWC(text));
     if (unchanged || passes == kMaxPasses || total > kMaxTotal) FwMemExitMemoryExhausted();
   }
+  FwTextString expanded = FwStrDuplicate(text);
+  for (FwStrRecord& output : outputs)
+    FwStrRecordAbandon(&output);
+  return expanded;
 }
 
 WH_PATTERN* wh_expand_pattern(FwErrorState* err, WH_PATTERN* pattern, WH_SYMTAB* symtab) {
