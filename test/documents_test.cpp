@@ -204,6 +204,58 @@ INSTANTIATE_TEST_SUITE_P(All, Documents,
                            return name;
                          });
 
+// The parser's complaints that the manual page lists, each with a file that gives rise to it.
+TEST(Documents, ListTheComplaintsOfTheParser) {
+  const std::string page = ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/man/zorenv.1");
+  const struct {
+    const char* complaint;
+    std::string_view file;
+  } rows[] = {
+      {"no element found", ""},
+      {"no element found", "<ENV-SETTINGS>"},
+      {"syntax error", "hello"},
+      {"not well-formed", "<ENV-SETTINGS>&</ENV-SETTINGS>"},
+      {"not well-formed", "<ENV-SETTINGS>\xe4 </ENV-SETTINGS>"},
+      {"unclosed token", "<ENV-SETTINGS"},
+      {"unclosed token", "<ENV-SETTINGS>\xc3"},
+      {"mismatched tag", "<ENV-SETTINGS></ENV-GROUP>"},
+      {"duplicate attribute", "<ENV-SETTINGS a='1' a='2'/>"},
+      {"junk after document element", "<ENV-SETTINGS/><ENV-SETTINGS/>"},
+      {"undefined entity", "<ENV-SETTINGS>&auml;</ENV-SETTINGS>"},
+      {"reference to invalid character number", "<ENV-SETTINGS>&#1;</ENV-SETTINGS>"},
+      {"unclosed CDATA section", "<ENV-SETTINGS><![CDATA["},
+      {"xml processing instruction not at start of external entity",
+       "\n<?xml version='1.0'?><ENV-SETTINGS/>"},
+      {"unknown encoding", "<?xml version='1.0' encoding='KOI8-R'?><ENV-SETTINGS/>"},
+      {"encoding specified in XML declaration is incorrect",
+       "<?xml version='1.0' encoding='UTF-16'?><ENV-SETTINGS/>"},
+      {"illegal parameter entity reference",
+       "<!DOCTYPE a [<!ENTITY % p 'x'><!ENTITY q '%p;'>]><ENV-SETTINGS/>"},
+      {"recursive entity reference",
+       "<!DOCTYPE a [<!ENTITY x '&x;'>]><ENV-SETTINGS>&x;</ENV-SETTINGS>"},
+      {"asynchronous entity",
+       "<!DOCTYPE a [<!ENTITY x '<b>'>]><ENV-SETTINGS>&x;</b></ENV-SETTINGS>"},
+      {"reference to binary entity",
+       "<!DOCTYPE a [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'f' NDATA n>]>"
+       "<ENV-SETTINGS>&x;</ENV-SETTINGS>"},
+      {"reference to external entity in attribute",
+       "<!DOCTYPE a [<!ENTITY x SYSTEM 'f'>]><ENV-SETTINGS a='&x;'/>"},
+  };
+  Warehouse warehouse;
+  warehouse.Product(InC("A"));
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.file);
+    warehouse.File(InC("A"), "env.xml", row.file);
+    const RunResult result = Zorenv(warehouse, {"-p", "C", "A", "--sh"});
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(std::string("*** ") + row.complaint + " in File " + warehouse.Root() + "/" +
+                  InC("A") + "/env.xml",
+              result.err.substr(0, result.err.find('\n')));
+    EXPECT_NE(std::string::npos, page.find(std::string("\n.It \"") + row.complaint + "\"\n"));
+  }
+}
+
 // The program in the manual page of the framework.
 TEST(Documents, ShowAProgramThatCompiles) {
   const std::string source = ZOR_SOURCE_DIR;
