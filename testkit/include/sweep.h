@@ -18,6 +18,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,8 @@ class FrameworkSweep {
   long SystemCalls(FaultCall call, int error) { return Sweep({call, 0, kOnce, error}, true); }
   // The same, once only: for what is tried again for as long as it takes.
   long SystemCallsOnce(FaultCall call, int error) { return Sweep({call, 0, kOnce, error}, false); }
+  // What all these runs answered.
+  const std::set<std::string>& answers() const { return answers_; }
 
  private:
   static void Exit(FwTextString ptbzText) {
@@ -78,7 +81,7 @@ class FrameworkSweep {
     return false;
   }
 
-  void Judge(const ChildRun& run, const ChildRun& clean) const {
+  void Judge(const ChildRun& run, const ChildRun& clean) {
     EXPECT_EQ(0, run.signal);
     if (run.status == 1) {
       EXPECT_EQ("", run.out);
@@ -87,6 +90,7 @@ class FrameworkSweep {
     }
     EXPECT_EQ(0, run.status);
     EXPECT_EQ("", run.err);
+    answers_.insert(run.out);
     if (!MayAnswer(run.out)) {
       EXPECT_EQ(clean.out, run.out);
     }
@@ -95,7 +99,7 @@ class FrameworkSweep {
     }
   }
 
-  long Sweep(Fault fault, bool for_ever_too) const {
+  long Sweep(Fault fault, bool for_ever_too) {
     const bool failed_before = testing::Test::HasFailure();
     Fault none = fault;
     none.first = -1;
@@ -118,6 +122,8 @@ class FrameworkSweep {
     }
     return clean.calls;
   }
+
+  std::set<std::string> answers_;
 };
 
 #endif
