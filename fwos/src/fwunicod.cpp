@@ -144,8 +144,9 @@ FwUTF16String FwUTF16StrDuplicate(FwUTF16String s) {
 
 FwUTF16String FwStrToUTF16(FwTextString pbz) {
   if (pbz == nullptr) return nullptr;
-  // No character takes more units than it has bytes.
-  const size_t cucMost = std::strlen(FWC(pbz)) + 1;
+  // No character takes more units than it has bytes, but for one that the terminator cuts off: its
+  // lead byte alone may make two.
+  const size_t cucMost = std::strlen(FWC(pbz)) + 2;
   auto* pBuffer = static_cast<FwUTF16String>(
       FwMemAlloc(cucMost * sizeof(FwUTF16Char), ALLOC_MUST_SUCCEED | INIT_NONE));
   FwUTF16Char* puc = pBuffer;

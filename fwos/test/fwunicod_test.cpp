@@ -300,6 +300,13 @@ TEST(FwUTF16Strings, ConvertFromUTF8) {
   FwMemFreeSize(s, 2);
 }
 
+TEST(FwUTF16Strings, ALeadByteCutOffByTheEndMayMakeTwoUnits) {
+  // F4 with zero bits for the three bytes that are missing: 0x100000.
+  FwUTF16String s = FwStrToUTF16(FWT("\xF4"));
+  EXPECT_EQ((std::vector<FwUTF16Char>{0xDBC0, 0xDC00}), Read(s));
+  FwMemFree(s);
+}
+
 TEST(FwUTF16Strings, ConvertToUTF8) {
   FwUTF16String s = Units({'a', 0xE9, 0x20AC, 'z'});
   uint32 cb = 99;
