@@ -44,7 +44,7 @@ void Boot() {
   static bool done = false;
   if (done) return;
   done = true;
-  setenv("LC_ALL", "C.UTF-8", 1);
+  setenv("LC_ALL", Locale(), 1);
   static char name[] = "fuzz";
   static char* argv[] = {name, nullptr};
   static FwBootContext context;
@@ -64,6 +64,10 @@ void Boot() {
 }
 
 }  // namespace
+
+[[gnu::weak]] const char* Locale() {
+  return "C.UTF-8";
+}
 
 std::string Input::Line() {
   const unsigned char* const start = data_;

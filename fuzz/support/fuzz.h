@@ -47,6 +47,9 @@ class Input {
 // The target's own.
 void Try(Input& input);
 
+// The locale to boot in: "C.UTF-8" if the target doesn't define this itself.
+const char* Locale();
+
 // A find: tells what and ends the process.
 [[noreturn]] void Fail(const char* what, const std::string& detail = std::string());
 

@@ -1,0 +1,66 @@
+// Conversions to and from a local encoding that is not UTF-8: that of the C locale. An input is a
+// text.
+//
+// - Text for the system has an underline in place of each character that is not ASCII, and ends
+//   where it ended, whatever the bytes.
+// - Text from the system is taken up to the first byte that is not ASCII, and the rest is
+// complained
+//   of. Kept: the two conversions use each other's converter.
+#include <cstdio>
+#include <string>
+
+#include "fuzz.h"
+#include "fwmem.h"
+#include "fwunicod.h"
+
+const char* fuzz::Locale() {
+  return "C";
+}
+
+namespace {
+
+std::string Underlined(const std::string& text) {
+  std::string underlined;
+  for (const char c : text) {
+    if (static_cast<signed char>(c) >= 0)
+      underlined += c;
+    else if ((c & 0xC0) != 0x80)
+      underlined += '_';
+  }
+  return underlined;
+}
+
+bool Ascii(const std::string& text) {
+  for (const char c : text)
+    if (static_cast<signed char>(c) < 0) return false;
+  return true;
+}
+
+}  // namespace
+
+void fuzz::Try(Input& input) {
+  // Failures of the conversion are told there.
+  [[maybe_unused]] static FILE* const quiet = std::freopen("/dev/null", "w", stdout);
+  Text text(input.Rest());
+  const std::string plain = text.str();
+  std::vector<std::string_view> asserts;
+  if (!Ascii(plain))
+    asserts = {"Invalid multibyte sequence passed to FwStrLocalToUTF8() [iconv failed]",
+               "Incomplete multibyte sequence passed to FwStrLocalToUTF8() [iconv failed]"};
+  if (!WellFormed(plain))
+    asserts.push_back("Badly encoded UTF-8 character (malformed header in leading byte)");
+  if (!WellFormed(plain)) asserts.push_back("Badly encoded UTF-8 character (overly long encoding)");
+  const Allow allow(asserts);
+
+  const std::string local = Take(reinterpret_cast<FwTextString>(FwStrUTF8ToLocal(text)));
+  if (!Ascii(local)) Fail("a byte that is not ASCII stays", Quoted(plain) + " " + Quoted(local));
+  if (WellFormed(plain) && local != Underlined(plain))
+    Fail("another local text", Quoted(plain) + " " + Quoted(local));
+  if (local.size() > plain.size()) Fail("the text grew", Quoted(plain));
+
+  const std::string uni = Take(FwStrLocalToUTF8(plain.c_str()));
+  std::string expected = plain;
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    if (static_cast<signed char>(expected[i]) < 0) expected.resize(i);
+  if (uni != expected) Fail("another text from the system", Quoted(plain) + " " + Quoted(uni));
+}
