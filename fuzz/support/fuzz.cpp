@@ -40,6 +40,8 @@ void CountedFree(void* block) {
   Fail("the framework ended the program", text != nullptr ? FWC(text) : "(null)");
 }
 
+void LogNothing(const char*, ...) {}
+
 void Boot() {
   static bool done = false;
   if (done) return;
@@ -50,6 +52,7 @@ void Boot() {
   static FwBootContext context;
   context.control.ptbzAppName = FWT("fuzz");
   context.control.exiterrorf = ExitError;
+  context.control.logf = LogNothing;
   context.control.platform.argc = 1;
   context.control.platform.argv = argv;
   context.memory.alloc = CountedAlloc;

@@ -392,6 +392,50 @@ class Plain {
 
 }  // namespace
 
+const std::vector<std::string_view>& Complaints() {
+  static const std::vector<std::string_view> complaints = {
+      // The templates' faults and limits.
+      "Format string too complex",
+      "Too many formats",
+      "Too many recursed branches",
+      "Too many branches",
+      "%| outside branch",
+      "%) outside branch",
+      "Unknown format for matching",
+      "Infinite loop?",
+      "Infinite loop entered?",
+      "Number string appears bad",
+      "Unhandled format",
+      "Bad precision",
+      "Bad template start",
+      // Those of printing.
+      "Bad positional argument",
+      "Negative positional argument",
+      "No closing bracket in positional arg",
+      "Non-positive width format",
+      "Negative precision given",
+      "Invalid format",
+      "Format just before terminator",
+      "Expected a number after '[' in format string",
+      "Failed to find closing ']' in format string",
+      "Badly terminated branch list",
+      "Branch is unterminated",
+      "Not on branch",
+      "Option is unterminated",
+      "All or none of arguments must have positionals",
+      "Format to output doesn't match arguments",
+      "Don't use precison with %c",
+      "Attempt to insert zero text character",
+      "No cbSize",
+      "Overflow",
+      "Bad precision arg",
+      "Badly terminated string",
+      "Badly encoded UTF-8 character (malformed header in leading byte)",
+      "Badly encoded UTF-8 character (overly long encoding)",
+  };
+  return complaints;
+}
+
 Formatted PlainFormat(const std::string& format, bool local, bool message, Values& values) {
   return Plain(local, message, values).Run(format);
 }

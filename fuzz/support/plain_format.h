@@ -4,6 +4,7 @@
 #define FUZZ_PLAIN_FORMAT_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fuzz {
@@ -44,6 +45,9 @@ class Values {
 // Numbers as in the C locale by the framework's own rules, or local by those of the C library. With
 // message, each string is followed by the marker if there are two or more.
 Formatted PlainFormat(const std::string& format, bool local, bool message, Values& values);
+
+// What is said of formats and templates that are none, and of limits that they pass.
+const std::vector<std::string_view>& Complaints();
 
 }  // namespace fuzz
 
