@@ -9,7 +9,9 @@
 // output, and a line ".Pa env.xml :" before one that is a file.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
+#include <set>
 #include <sstream>
 
 #include "tool.h"
@@ -203,6 +205,39 @@ INSTANTIATE_TEST_SUITE_P(All, Documents,
                              if (c == '/' || c == '.' || c == '-') c = '_';
                            return name;
                          });
+
+// All that the page on the architecture names in code quotes is in the source: files, directories,
+// headers, functions and records.
+TEST(Documents, NameWhatIsInTheSource) {
+  const std::filesystem::path source = ZOR_SOURCE_DIR;
+  std::string all;
+  std::set<std::string> headers;
+  for (const char* directory :
+       {"src", "unix", "wh", "vqnexpat", "fwos", "standard", "testkit", "cmake", "share", "test"})
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(source / directory))
+      if (entry.is_regular_file() && entry.path() != source / "test/documents_test.cpp") {
+        all += ReadFile(entry.path());
+        if (entry.path().extension() == ".h") headers.insert(entry.path().filename());
+      }
+  const std::string page = ReadFile(source / "doc/architecture.md");
+  int names = 0;
+  for (std::size_t at = 0; (at = page.find('`', at)) != std::string::npos;) {
+    if (page.compare(at, 3, "```") == 0) {
+      at = page.find("```", at + 3) + 3;
+      continue;
+    }
+    const std::size_t end = page.find('`', at + 1);
+    ASSERT_NE(std::string::npos, end);
+    std::string name = page.substr(at + 1, end - at - 1);
+    at = end + 1;
+    ++names;
+    name = Replace(Replace(name, "...", ""), "*", "");  // "make_...", "FwErrorState*"
+    EXPECT_TRUE(all.find(name) != std::string::npos || headers.count(name) != 0 ||
+                std::filesystem::exists(source / name))
+        << name;
+  }
+  EXPECT_LT(100, names);
+}
 
 // The parser's complaints that the manual page lists, each with a file that gives rise to it.
 TEST(Documents, ListTheComplaintsOfTheParser) {
