@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "fcboot.h"
+#include "fcmem.h"
 #include "fctransl.h"
 #include "files.h"
 #include "fwerror.h"
@@ -597,7 +598,11 @@ namespace {
 class FailGrowth {
  public:
   explicit FailGrowth(const FwHashTable* pTable) : outer_(pfnFcMemAlloc) {
-    least = 2 * pTable->nTableSize * sizeof(FwHashEntry);
+    // With what the debugging levels put in front of a block.
+    const size_t headers[] = {0, sizeof(FcMemLightAllocation_t),
+                              sizeof(FcMemHeavyAllocation_t) + sizeof(uint32)};
+    least =
+        2 * pTable->nTableSize * sizeof(FwHashEntry) + headers[fcBootContext.memory.debug_level];
     raw = outer_;
     pfnFcMemAlloc = Allocate;
   }

@@ -31,8 +31,9 @@ bool MatchRest(FcMatContext* pctmat, FwTextByte* ptbEnglish, FwTextByte* ptbTemp
 bool MatchTextBefore(FcMatContext* pctmat, const FcMatBinding* pbd, FwTextByte** pptbEnglish,
                      FwTextByte** pptbTemplate) {
   if (*pptbTemplate >= pbd->ptbzTemplate) return true;
-  return fFcMatStringNEqualIgnoreMarkers(pptbTemplate, Distance(*pptbTemplate, pbd->ptbzTemplate),
-                                         pptbEnglish,
+  const uint32 cbTemplate = Distance(*pptbTemplate, pbd->ptbzTemplate);
+  FwAssert(cbTemplate > 0, "Bad template start");
+  return fFcMatStringNEqualIgnoreMarkers(pptbTemplate, cbTemplate, pptbEnglish,
                                          Distance(*pptbEnglish, pctmat->pbzEnglishEnd));
 }
 
