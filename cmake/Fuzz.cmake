@@ -57,4 +57,6 @@ function(zor_fuzzers)
   zor_fuzzer(unicode 8000)
   zor_fuzzer(local 8000)
   zor_fuzzer(messages 1500 SOURCES fuzz/support/plain_format.cpp)
+  zor_fuzzer(tool 150 OWN_HOOKS LIBRARIES tool wh_hooks SOURCES
+    test/model/engine.cpp test/model/layout.cpp test/model/model.cpp test/model/warehouse.cpp test/model/words.cpp)
 endfunction()

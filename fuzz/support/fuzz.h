@@ -50,6 +50,10 @@ void Try(Input& input);
 // The locale to boot in: "C.UTF-8" if the target doesn't define this itself.
 const char* Locale();
 
+// Whether each input boots the framework itself, in a process of its own: false if not defined. Its
+// blocks are not counted then.
+bool BootsItself();
+
 // A find: tells what and ends the process.
 [[noreturn]] void Fail(const char* what, const std::string& detail = std::string());
 
