@@ -64,10 +64,16 @@ void VqTrace(char* pszFormat, ...);
 void VqCustomAssert(char* pszFilename, int nLine, char* pszMessage, int flag);
 void VqCustomTrace(char* pszFilename, int nLine, char* pszFormat, va_list vlist);
 
+// What FwAssert asks for. A function, so that a site has one way on when all is well and one when
+// it is not.
+inline bool VqAssertHolds(bool fCondition) {
+  return fCondition && vqassert_val == kVqAssertIntact;
+}
+
 // The message is a string literal: the history tells sites apart by its address.
 #define FwAssert(condition, text)                                               \
   do {                                                                          \
-    if (!(condition) || vqassert_val != kVqAssertIntact)                        \
+    if (!VqAssertHolds(condition))                                              \
       VqAssert(const_cast<char*>(__FILE__), __LINE__, const_cast<char*>(text)); \
   } while (0)
 
