@@ -27,6 +27,10 @@ function(zor_common_options target)
   if(ZOR_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage -O0)
     target_link_options(${target} PRIVATE --coverage)
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "EXECUTABLE")
+      target_link_libraries(${target} PRIVATE testkit_counters)
+    endif()
   endif()
 endfunction()
 
@@ -93,6 +97,19 @@ function(zor_tool_faults)
   add_executable(zorenv_faults ${sources})
   zor_test_options(zorenv_faults)
   target_link_libraries(zorenv_faults PRIVATE tool wh_hooks testkit_calls testkit_malloc)
+endfunction()
+
+# The tool on another platform, which has areas of environments: its objects, with a platform's half of their own in
+# the place of the library's.
+function(zor_tool_areas)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/areas/*.cpp)
+  add_executable(areas_test ${sources} ${PROJECT_SOURCE_DIR}/test/tool.cpp)
+  zor_test_options(areas_test)
+  target_compile_definitions(areas_test PRIVATE ZORENV_PROGRAM="$<TARGET_FILE:zorenv>")
+  target_include_directories(areas_test PRIVATE ${PROJECT_SOURCE_DIR}/test)
+  target_link_libraries(areas_test PRIVATE tool wh_hooks testkit_process testkit_faults GTest::gtest)
+  add_test(NAME areas COMMAND areas_test)
+  zor_test_environment(areas)
 endfunction()
 
 # The whole-process tests run the built tool and the example; they link none of them.
