@@ -260,7 +260,8 @@ int32 FwFileExtent(FwErrorState* pErrState, FwFile fileHandle, Vq32x2* pExtent);
 
 // Copies a regular file with its attributes and access time. An existing target is refused
 // (fwErrorAlreadyExists) or, with FW_FILE_OVERWRITE, deleted first. A copy that fails leaves no
-// target.
+// target; one that was to be overwritten is gone by then if the source was found and is a file.
+// Onto a link that leads nowhere the file that it names is made; a copy that fails keeps the link.
 int32 FwFileCopy(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString ptbzNewname,
                  uint32 flags);
 // Makes a link with the text of another. The names are taken as given.

@@ -559,6 +559,37 @@ TEST(Links, AnOverwrittenLinkGoesAndItsTargetStays) {
   EXPECT_TRUE(S_ISREG(status.st_mode));
 }
 
+TEST(Links, ACopyOntoADanglingLinkMakesTheFileThatItNames) {
+  TemporaryTree tree;
+  const std::string from = tree.Write("from", "text");
+  const std::string link = tree.Link("link", "sub/made");
+  tree.Directory("sub");
+  Error err;
+  EXPECT_EQ(1, FwFileCopy(err, Txt(from), Txt(link), 0));
+  EXPECT_EQ("text", ReadFile(tree / "sub/made"));
+  EXPECT_EQ((Set{"from", "link", "sub"}), Names(tree.path()));
+}
+
+TEST(Links, ACopyOntoADanglingLinkThatFailsLeavesTheLinkAndNoFile) {
+  TemporaryTree tree;
+  const std::string from = tree.Write("from", kTwoBlocks);
+  tree.Directory("sub");
+  tree.Link("link", "sub/second");
+  tree.Link("sub/second", "made");
+  for (const char* name : {"link", "sub/second"})
+    for (const uint32 flags : {uint32{0}, uint32{FW_FILE_OVERWRITE}}) {
+      Error err;
+      {
+        FullDisk full(70000);
+        EXPECT_EQ(0, FwFileCopy(err, Txt(from), Txt(tree / name), flags));
+      }
+      EXPECT_EQ("DiskFull File", Describe(err));
+      EXPECT_EQ((Set{"from", "link", "sub"}), Names(tree.path()));
+      EXPECT_EQ(Set{"second"}, Names(tree / "sub"));
+    }
+  EXPECT_EQ(kTwoBlocks, ReadFile(from));
+}
+
 TEST(Links, ALinkToTheSourceIsTheSource) {
   TemporaryTree tree;
   const std::string from = tree.Write("from", "text");

@@ -124,6 +124,20 @@ bool CopyForks(CopyJob* pJob) {
   return true;
 }
 
+// Deletes what the copy has made. Through a link that led nowhere it has made the file that the
+// link names, so that goes, and the link stays as it was.
+void DeleteTarget(FwErrorState* pErrState, FwTextString ptbzNew) {
+  FwFileInfo info;
+  FwTextString ptbzFollowed = nullptr;
+  if (FwFileGetInfo(pErrState, ptbzNew, &info, FW_INFO_NOFOLLOW) &&
+      info.type == FW_FILE_TYPE_LINK) {
+    ptbzFollowed = realpath_UTF8(ptbzNew);
+  }
+  FwErrorClear(pErrState);
+  FwFileDelete(pErrState, ptbzFollowed ? ptbzFollowed : ptbzNew, 0);
+  if (ptbzFollowed) FwMemFree(ptbzFollowed);
+}
+
 // Leaves nothing half-done behind. What goes wrong here is not the caller's business.
 void CleanUp(CopyJob* pJob) {
   FwErrorState err;
@@ -131,7 +145,7 @@ void CleanUp(CopyJob* pJob) {
   FwErrorClear(&err);
   if (pJob->target >= 0) Close(&err, &pJob->target);
   FwErrorClear(&err);
-  if (pJob->fDelete) FwFileDelete(&err, pJob->ptbzNew, 0);
+  if (pJob->fDelete) DeleteTarget(&err, pJob->ptbzNew);
   FwErrorClear(&err);
 }
 
