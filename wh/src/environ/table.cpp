@@ -25,6 +25,23 @@ int32 copy_variable(FwHashEntry* entry, void* environment, FwErrorState* /*err*/
   return 1;
 }
 
+// Appends the name that *text begins with and moves *text behind it.
+void put_name(FwStrRecord* name, FwTextString* text) {
+  while (**text && **text != '=') {
+    uint32 ascii = 0;
+    while ((*text)[ascii] && (*text)[ascii] < 0x80 && (*text)[ascii] != '=')
+      ++ascii;
+    if (ascii > 0) {
+      FwStrNPutRawString(name, *text, ascii);
+      *text += ascii;
+    } else {
+      // Kept: a byte from 0x80 up is taken as a character of that number, so it becomes two bytes
+      // of the name. Both environments of a comparison are read alike, so it doesn't show.
+      FwStrPutTextCharacter(name, *(*text)++);
+    }
+  }
+}
+
 // What wh_set_process_env works on.
 struct DIFFERENCE {
   FwErrorState* err;
@@ -104,10 +121,7 @@ WH_ENVIRON* wh_get_process_env(FwErrorState* /*err*/) {
   FwStrRecordOpen(&name);
   for (char** variable = environ; variable && *variable; ++variable) {
     FwTextString text = FWT(*variable);
-    // Kept: a byte from 0x80 up is taken as a character of that number, so it becomes two bytes of
-    // the name. Both environments of a comparison are read alike, so it doesn't show.
-    for (; *text && *text != '='; ++text)
-      FwStrPutTextCharacter(&name, *text);
+    put_name(&name, &text);
     if (*text == '=') ++text;
     wh_set_ev(env, name.pbz, text);
     FwStrRecordShorten(&name, 0);
