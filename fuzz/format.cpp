@@ -105,16 +105,6 @@ class List {
   FcStrArgList list_ = {};
 };
 
-// Widths and precisions of millions would print millions.
-bool HasLongNumber(const std::string& format) {
-  std::size_t digits = 0;
-  for (const char c : format) {
-    digits = c >= '0' && c <= '9' ? digits + 1 : 0;
-    if (digits > 3) return true;
-  }
-  return false;
-}
-
 uint32 Print(FwStrRecord* record, bool local, bool message, FwTextString format,
              FcStrArgList* list) {
   if (local) return FcPrfPrintArgList(record, format, list);

@@ -39,14 +39,12 @@ bool StaysInTheTree(const std::string& pattern, const std::string& subject) {
 
 // The directory in which the framework was booted, so that relative paths start there.
 const std::string& Tree() {
-  static const std::string path = [] {
-    const std::string tree = fuzz::Directory();
+  [[maybe_unused]] static const bool made = [] {
     for (const char* file : {"a", "ab", "b/a", "b/b/c.d", "b/b/.e", "c/d", ".f", "b/\xC3\xA9"})
       fuzz::WriteFile(file, "");
-    std::filesystem::create_directory(tree + "/d");
-    return tree;
+    return std::filesystem::create_directory(fuzz::Directory() + "/d");
   }();
-  return path;
+  return fuzz::Directory();
 }
 
 // Files behind a bar are looked for in the process's real current directory: the tree, until the
@@ -96,6 +94,7 @@ std::vector<std::string> Found(const std::string& pattern) {
   if ((err.pError != nullptr) != pattern.starts_with("/"))
     fuzz::Fail("only an absolute pattern is refused", fuzz::Quoted(pattern));
   std::vector<std::string> paths;
+  paths.reserve(static_cast<std::size_t>(FwVectorLength(&results)));
   for (int32 i = 0; i < FwVectorLength(&results); ++i)
     paths.emplace_back(FWC(static_cast<FwTextString>(FwVectorGetElement(&results, i))));
   if ((found != 0) != !paths.empty())

@@ -198,12 +198,9 @@ void CheckMarkers(const std::string& english, const std::string& original) {
 void fuzz::Try(Input& input) {
   std::string original = input.Line();
   const std::string translated = input.Line();
-  std::size_t digits = 0;
-  for (const char c : original + "\n" + translated) {
-    digits = c >= '0' && c <= '9' ? digits + 1 : 0;
-    if (digits > 3) return;
-  }
-  if (original.size() > 250 || !WellFormed(original) || !WellFormed(translated)) return;
+  if (HasLongNumber(original) || HasLongNumber(translated) || original.size() > 250 ||
+      !WellFormed(original) || !WellFormed(translated))
+    return;
   if (original.starts_with("=")) {
     original.erase(0, 1);
     const std::string english = input.Line();

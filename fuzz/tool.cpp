@@ -30,6 +30,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -80,7 +81,7 @@ void ShareCounters() {
   const auto stop = reinterpret_cast<std::uintptr_t>(__stop___sancov_cntrs) / page * page;
   if (start >= stop) return;
   char* const pages = reinterpret_cast<char*>(start);
-  const std::string held(pages, stop - start);
+  const std::vector<char> held(pages, pages + (stop - start));
   if (mmap(pages, held.size(), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1,
            0) != pages)
     fuzz::Fail("the counters can't be shared");
@@ -363,7 +364,9 @@ Result InChild(const std::function<int()>& task) {
     std::exit(task());
   }
   int status = 0;
-  waitpid(child, &status, 0);
+  // libFuzzer's clock ticks.
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
   Result result;
   if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
@@ -374,6 +377,7 @@ Result InChild(const std::function<int()>& task) {
 
 std::vector<char*> Pointers(std::vector<std::string>& strings) {
   std::vector<char*> pointers;
+  pointers.reserve(strings.size() + 1);
   for (std::string& each : strings)
     pointers.push_back(each.data());
   pointers.push_back(nullptr);

@@ -197,7 +197,7 @@ const std::string& Directory() {
 }
 
 std::string WriteFile(const std::string& relative, std::string_view content) {
-  const std::string path = Directory() + "/" + relative;
+  std::string path = Directory() + "/" + relative;
   int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (file < 0) {
     std::error_code ignored;

@@ -392,6 +392,15 @@ class Plain {
 
 }  // namespace
 
+bool HasLongNumber(std::string_view format) {
+  std::size_t digits = 0;
+  for (const char c : format) {
+    digits = c >= '0' && c <= '9' ? digits + 1 : 0;
+    if (digits > 3) return true;
+  }
+  return false;
+}
+
 const std::vector<std::string_view>& Complaints() {
   static const std::vector<std::string_view> complaints = {
       // The templates' faults and limits.

@@ -46,6 +46,10 @@ class Values {
 // message, each string is followed by the marker if there are two or more.
 Formatted PlainFormat(const std::string& format, bool local, bool message, Values& values);
 
+// Whether it has a number of more than three digits: widths and precisions of millions would print
+// millions.
+bool HasLongNumber(std::string_view format);
+
 // What is said of formats and templates that are none, and of limits that they pass.
 const std::vector<std::string_view>& Complaints();
 
