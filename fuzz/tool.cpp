@@ -353,7 +353,7 @@ Result InChild(const std::function<int()>& task) {
     out.Become(STDOUT_FILENO);
     err.Become(STDERR_FILENO);
     std::signal(SIGALRM, SIG_DFL);
-    alarm(8);
+    alarm(30);
     // The last one registered is the first to run; what the parent has registered is its own.
     on_exit(
         [](int status, void*) {
