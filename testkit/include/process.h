@@ -42,7 +42,8 @@ class TemporaryTree {
   const std::string& path() const { return path_; }
   std::string operator/(std::string_view relative) const;
 
-  // Writes a file below the tree and makes the directories that it needs. Returns its path.
+  // Writes a file below the tree and makes the directories that it needs. Returns its path. Of data
+  // files a copy goes to the directory ZOR_KEEP_DATA_FILES, if that is set.
   std::string Write(std::string_view relative, std::string_view content) const;
   // Makes a directory, and what it needs. Returns its path.
   std::string Directory(std::string_view relative) const;

@@ -137,12 +137,27 @@ std::string TemporaryTree::operator/(std::string_view relative) const {
   return path_ + "/" + std::string(relative);
 }
 
+namespace {
+
+// A copy of a data file, each content once, for whoever wants to see them all.
+void Keep(const std::filesystem::path& path, std::string_view content) {
+  const char* directory = getenv("ZOR_KEEP_DATA_FILES");
+  if (directory == nullptr || path.extension() != ".xml") return;
+  const std::string name = std::to_string(std::hash<std::string_view>()(content));
+  std::ofstream(std::filesystem::path(directory) / (name + "-" + path.filename().string()),
+                std::ios::binary)
+      << content;
+}
+
+}  // namespace
+
 std::string TemporaryTree::Write(std::string_view relative, std::string_view content) const {
   std::string path = *this / relative;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
   std::ofstream file(path, std::ios::binary);
   file << content;
   if (!file.flush()) ADD_FAILURE() << "can't write " << path;
+  Keep(path, content);
   return path;
 }
 
