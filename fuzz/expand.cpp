@@ -243,13 +243,14 @@ void fuzz::Try(Input& input) {
   Setting setting = ReadSetting(input);
 
   std::string all = text;
+  const auto add = [&all](const auto& bindings) {
+    for (const auto& [name, value] : bindings)
+      all.append("\n").append(name).append("\n").append(value);
+  };
   for (const Bindings& context : setting.contexts)
-    for (const auto& [name, value] : context)
-      all += "\n" + name + "\n" + value;
-  for (const auto& [name, value] : setting.files)
-    all += "\n" + name + "\n" + value;
-  for (const auto& [name, value] : setting.variables)
-    all += "\n" + name + "\n" + value;
+    add(context);
+  add(setting.files);
+  add(setting.variables);
   // Text that is none may hide a percent sign, and so have another result.
   if (!WellFormed(all)) return;
 
@@ -267,7 +268,7 @@ void fuzz::Try(Input& input) {
   for (const auto& [name, value] : setting.files)
     WriteFile(name, value);
   for (const auto& [name, value] : setting.variables)
-    setenv(name.c_str(), value.c_str(), 0);
+    if (name.starts_with("FUZZ_")) setenv(name.c_str(), value.c_str(), 1);
   Check(text, setting, expected);
   for (const auto& [name, value] : setting.variables)
     if (name.starts_with("FUZZ_")) unsetenv(name.c_str());
