@@ -3,12 +3,15 @@
 // What asks for memory that must be had ends the program; the rest tells, or does with less. An
 // answer is whole, or it is the report of a failure, and neither leaves memory behind.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <set>
 #include <string>
 
+#include "faults_answers.h"
 #include "fcstrmat.h"
 #include "files.h"
 #include "fwerror.h"
@@ -17,7 +20,6 @@
 #include "fwmem.h"
 #include "fwobserv.h"
 #include "fwprog.h"
-#include "fwrun.h"
 #include "fwstream.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
@@ -30,29 +32,6 @@
 #include "sweep.h"
 
 namespace {
-
-// The errors that a system call can give. An interruption has no kind of its own, and some calls
-// are repeated after it.
-std::vector<int> Errors() {
-  if (!WholeSweeps()) return {EIO};
-  return {EIO, EACCES, EMFILE, ENOSPC, ENOMEM};
-}
-std::vector<int> ErrorsAndInterruption() {
-  std::vector<int> errors = Errors();
-  errors.push_back(EINTR);
-  return errors;
-}
-
-// What is left of a state, as a failure is told: its kind alone.
-std::string Failure(const FwErrorState& err) {
-  const std::string text = Describe(err);
-  return text.substr(0, text.find(' '));
-}
-
-// All that a platform's error may come to.
-const std::vector<std::string> kFailures = {
-    "NoMemory",        "AccessDenied", "DiskFull",  "SoftwareLimit",  "another kind",   "another",
-    "OperationFailed", "NonExistent",  "Parameter", "CallingCommand", "OperationDenied"};
 
 std::string ContentOf(const std::string& path) {
   return Exists(path) ? ReadFile(path) : "(none)";
@@ -386,6 +365,66 @@ TEST(Faults, LockingAFile) {
     EXPECT_EQ(1, sweep.SystemCalls(kLock, error));
 }
 
+// The file is under its old name, or whole under the new one, or under both if the old one can't be
+// deleted; never half, and never gone.
+TEST(Faults, RenamingAFileBetweenDevices) {
+  const std::string there = "/dev/shm/zor-faults-" + std::to_string(getpid());
+  struct stat here, other;
+  Tree tree;
+  if (stat("/dev/shm", &other) != 0 || stat(tree.tree.path().c_str(), &here) != 0 ||
+      here.st_dev == other.st_dev)
+    GTEST_SKIP() << "one device only";
+  const TemporaryTree target(there);
+  const std::string content = std::string(70000, 'x') + "end";
+  FrameworkSweep sweep;
+  sweep.prepare = [&] {
+    tree.LayOut({{"old", content}});
+    std::filesystem::remove(there + "/new");
+  };
+  sweep.may_answer = kFailures;
+  sweep.task = [&] {
+    CollectReports reports;
+    Error err;
+    const int32 renamed = FwFileRename(err, Txt(tree.root + "/old"), Txt(there + "/new"), 0);
+    DisarmFault();
+    const std::string left = ContentOf(tree.root + "/old"), made = ContentOf(there + "/new");
+    if (renamed) return std::string(left == "(none)" && made == content ? "renamed" : "cut");
+    if (left != content) return std::string("lost");
+    if (made != "(none)" && made != content) return std::string("half a copy");
+    return err.pError ? Failure(err) : "silent";
+  };
+  EXPECT_GT(sweep.Allocations(), 5);
+  for (const int error : Errors()) {
+    for (const FaultCall call : {kOpen, kRead, kWrite, kClose, kStatFs, kRename, kUnlink})
+      EXPECT_GT(sweep.SystemCalls(call, error), 0) << FaultCallName(call);
+    EXPECT_GT(sweep.SystemCallsOnce(kStat, error), 0);
+  }
+}
+
+TEST(Faults, CopyingALink) {
+  Tree tree;
+  FrameworkSweep sweep;
+  sweep.prepare = [&] {
+    tree.LayOut({});
+    tree.tree.Link("t/link", "no where");
+  };
+  sweep.may_answer = kFailures;
+  sweep.task = [&] {
+    CollectReports reports;
+    Error err;
+    const int32 copied =
+        FwFileCopyLink(err, Txt(tree.root + "/link"), Txt(tree.root + "/new"), nullptr, 0);
+    DisarmFault();
+    if (copied) return std::string(Exists(tree.root + "/new") ? "copied" : "silent");
+    if (Exists(tree.root + "/new")) return std::string("left behind");
+    return err.pError ? Failure(err) : "silent";
+  };
+  sweep.Allocations();
+  for (const int error : ErrorsAndInterruption())
+    for (const FaultCall call : {kStat, kReadLink, kMakeLink})
+      EXPECT_GT(sweep.SystemCalls(call, error), 0) << FaultCallName(call);
+}
+
 // ---- Directories and trees of files
 
 // A listing is whole, or it is told that it isn't.
@@ -500,59 +539,6 @@ TEST(Faults, SizeAndAttributesOfATree) {
   for (const int error : Errors())
     for (const FaultCall call : {kStat, kOpenDir, kReadDir, kCloseDir})
       EXPECT_GT(sweep.SystemCalls(call, error), 0) << FaultCallName(call);
-}
-
-// ---- Processes
-
-TEST(Faults, RunningACommand) {
-  FrameworkSweep sweep;
-  sweep.counts_blocks = false;
-  sweep.may_answer = {"4294967295 CallingCommand", "1 another"};
-  sweep.task = [] {
-    Error err;
-    const uint32 status = FwRunCommand(err, FWT("exit 0"), FWT("/"));
-    return std::to_string(status) + (err.pError == fwErrorFromCommand ? " another"
-                                     : err.pError                     ? " " + Failure(err)
-                                                                      : "");
-  };
-  sweep.Allocations();
-  for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
-  for (const int error : {ENOENT, EACCES, ENOMEM, E2BIG})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
-  EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, ECHILD));
-  sweep.may_answer = {};
-  EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, EINTR));
-}
-
-// A child that can't give its output to the pipe still has the parent's standard output.
-TEST(Faults, ReadingFromAProgram) {
-  FrameworkSweep sweep;
-  sweep.counts_blocks = false;
-  sweep.may_answer = kFailures;
-  sweep.may_answer.push_back("");
-  sweep.task = [] {
-    CollectReports reports;
-    Error err;
-    FwVector args = {};
-    FwVectorOpen(&args, 1);
-    FwVectorAddElement(&args, FWT("hello"));
-    const FwFile file = FwRunPipeFromProgram(err, FWT("echo"), &args, nullptr);
-    FwVectorAbandon(&args, 0);
-    if (file == FW_FILE_INVALID) return err.pError ? Failure(err) : "silent";
-    Record record;
-    FwFileReadRecord(err, file, record);
-    FwFileClose(err, file);
-    return err.pError ? Failure(err) : record.text();
-  };
-  for (const int error : {EMFILE, ENFILE})
-    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error));
-  for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
-  for (const int error : {ENOENT, EACCES, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
-  for (const int error : {EIO, EINTR})
-    EXPECT_GT(sweep.SystemCalls(kRead, error), 0);
 }
 
 // ---- Streams

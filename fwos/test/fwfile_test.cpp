@@ -532,6 +532,17 @@ TEST(FwFileSeek, MovesExtendsOrComesBackWithTheRealPosition) {
   }
 }
 
+TEST(FwFileSeek, ToBeforeTheStartIsOutOfRangeAndGivesTheRealPosition) {
+  TemporaryTree tree;
+  Open file(tree.Write("a", "12345678"), FW_OPEN_RDWR);
+  ASSERT_EQ(3, lseek(file, 3, SEEK_SET));
+  Vq32x2 offset = Offset(-1);
+  Error err;
+  EXPECT_EQ(0, FwFileSeek(err, file, &offset, FW_SEEK_SET));
+  EXPECT_EQ("NumericRange", Describe(err));
+  EXPECT_EQ(3, Value(offset));
+}
+
 TEST(FwFileSeek, ToTenOfAnEmptyFileLeavesItTenBytesLong) {
   TemporaryTree tree;
   Open file(tree.Write("a", ""), FW_OPEN_RDWR);

@@ -120,6 +120,11 @@ TEST(FwMem, HeadersKeepBlocksAlignedAndEndAtTheCallersBytes) {
   EXPECT_EQ(sizeof(FcMemHeavyAllocation_t), offsetof(FcMemHeavyAllocation_t, rgbStartFence) + 4);
 }
 
+TEST(FwMemFlags, AValueOf15AssertsDuplicateFlags) {
+  ExpectAsserts expected({"Duplicate flags"});
+  Free(Alloc(4, 15));
+}
+
 TEST(FwMemFlags, IncompleteOnesAssertInOrder) {
   struct {
     FwMemAllocFlag flags;

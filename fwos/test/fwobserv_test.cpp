@@ -364,6 +364,30 @@ TEST_F(FwObserv, EachNonNullArgumentNarrowsWhatEnds) {
   }
 }
 
+TEST_F(FwObserv, EndingForASubjectWithoutObservationsReturnsAtOnce) {
+  Start(o1, s1, &FwChangeClass);
+  events.clear();
+  FwObserveEnd(nullptr, s2, nullptr);
+  FwObserveEnd(o1, s2, &FwChangeClass);
+  EXPECT_EQ(events, Events{});
+  EXPECT_EQ(Notified(s1).size(), 1u);
+  FwObserveEnd(o1, nullptr, nullptr);
+}
+
+TEST_F(FwObserv, AnArgumentThatMatchesNothingReleasesNothing) {
+  Start(o1, s1, &FwChangeClass);
+  Start(o2, s2, &FwChangeAddClass);
+  events.clear();
+  // Each is known, but not together.
+  FwObserveEnd(o1, s2, nullptr);
+  FwObserveEnd(o1, s1, &FwChangeAddClass);
+  FwObserveEnd(o2, nullptr, &FwChangeClass);
+  EXPECT_EQ(events, Events{});
+  EXPECT_EQ(Notified(s1).size(), 1u);
+  FwObserveEnd(o1, nullptr, nullptr);
+  FwObserveEnd(o2, nullptr, nullptr);
+}
+
 TEST_F(FwObserv, AnObservationWithoutReleaseEndsSilently) {
   Start(o1, s1, &FwChangeClass, nullptr, nullptr);
   FwObserveEnd(o1, nullptr, nullptr);
