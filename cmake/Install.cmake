@@ -43,6 +43,17 @@ function(zor_install_example component from to)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${from} DESTINATION ${to} COMPONENT ${component} ${programs})
 endfunction()
 
+# zor_install_document(COMPONENT DOCUMENT TO): a document, without the links to what stays in the source.
+function(zor_install_document component document to)
+  file(READ ${PROJECT_SOURCE_DIR}/${document} text)
+  foreach(link doc/man/[^\)]* doc/framework.md doc/architecture.md doc/performance.md CONTRIBUTING.md)
+    string(REGEX REPLACE "\\[([^]]*)\\]\\(${link}\\)" "\\1" text "${text}")
+  endforeach()
+  file(WRITE ${PROJECT_BINARY_DIR}/documents/${document} "${text}")
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${document})
+  install(FILES ${PROJECT_BINARY_DIR}/documents/${document} DESTINATION ${to} COMPONENT ${component})
+endfunction()
+
 # The tool.
 install(TARGETS zorenv RUNTIME COMPONENT tool)
 zor_install_page(tool 1 zorenv)
@@ -65,10 +76,12 @@ install(PROGRAMS share/shell/zor-translate DESTINATION ${zor_share}/shell COMPON
 install(DIRECTORY share/schemas DESTINATION ${zor_share} COMPONENT tool PATTERN README.md EXCLUDE)
 
 # The documents lie to each other as in the source, so that their links hold.
-install(FILES share/README.md DESTINATION ${zor_doc}/share COMPONENT tool)
-install(FILES share/schemas/README.md DESTINATION ${zor_doc}/share/schemas COMPONENT tool)
-install(FILES README.md DESTINATION ${zor_doc} COMPONENT tool)
-install(FILES doc/guide.md doc/daily-use.md doc/sharp-edges.md DESTINATION ${zor_doc}/doc COMPONENT tool)
+zor_install_document(tool README.md ${zor_doc})
+zor_install_document(tool doc/guide.md ${zor_doc}/doc)
+zor_install_document(tool doc/daily-use.md ${zor_doc}/doc)
+zor_install_document(tool doc/sharp-edges.md ${zor_doc}/doc)
+zor_install_document(tool share/README.md ${zor_doc}/share)
+zor_install_document(tool share/schemas/README.md ${zor_doc}/share/schemas)
 install(PROGRAMS examples/demo DESTINATION ${zor_doc}/examples COMPONENT tool)
 zor_install_example(tool examples/warehouse ${zor_doc}/examples PROGRAMS "/bin/[^/]*$")
 

@@ -155,6 +155,29 @@ TEST_F(Installed, PagesSchemasAndDocumentsAreThere) {
     EXPECT_TRUE(Exists(Prefix() + "/share/" + file)) << file;
 }
 
+// Links of the documents lead to what is installed with them, and those of the source somewhere.
+TEST_F(Installed, LinksOfTheDocumentsHold) {
+  const std::string source = ZOR_SOURCE_DIR;
+  std::vector<std::filesystem::path> documents = {source + "/README.md",
+                                                  source + "/CONTRIBUTING.md"};
+  for (const std::string& root :
+       {Prefix() + "/share/doc", source + "/doc", source + "/share", source + "/examples"})
+    for (const std::string& file : Files(root))
+      if (std::filesystem::path(file).extension() == ".md") documents.push_back(root + "/" + file);
+  int links = 0;
+  for (const std::filesystem::path& document : documents) {
+    const std::string text = ReadFile(document);
+    for (std::size_t at = 0; (at = text.find("](", at)) != std::string::npos; ++at) {
+      const std::size_t end = text.find_first_of(")#", at);
+      ASSERT_NE(std::string::npos, end);
+      const std::string link = text.substr(at + 2, end - at - 2);
+      EXPECT_TRUE(Exists(document.parent_path() / link)) << document << ": " << link;
+      ++links;
+    }
+  }
+  EXPECT_LT(30, links);
+}
+
 // Moved or not, so nothing may name the source, the build or the first prefix.
 TEST_F(Installed, NothingKnowsWhereItWasMade) {
   for (const std::string& file : Files(Prefix())) {
