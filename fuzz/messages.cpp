@@ -140,10 +140,20 @@ Answer Ask(const std::string& path, const std::string& query) {
   return answer;
 }
 
+// A header may stand inside a text, and with it the choice of preloading.
+void ForgetPreload(std::string& text) {
+  for (std::size_t at = 0; (at = text.find("Preload=not", at)) != std::string::npos;)
+    text.replace(at, 11, "Preload=yes");
+}
+
 std::vector<Answer> AskAll(const std::string& path, const Lines& queries) {
   std::vector<Answer> answers;
-  for (const std::string& query : queries)
+  answers.reserve(queries.size());
+  for (const std::string& query : queries) {
     answers.push_back(Ask(path, query));
+    ForgetPreload(answers.back().local);
+    ForgetPreload(answers.back().text);
+  }
   return answers;
 }
 
