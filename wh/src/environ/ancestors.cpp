@@ -123,7 +123,7 @@ struct FRAME {
 
 }  // namespace
 
-int32 ancestors_stored_in_full = 1 << 20;
+int32 ancestors_stored_in_full = 1 << 16;
 
 struct ANCESTRY {
   FwHashTable* members = nullptr;  // WH_VARIETY to MEMBER
