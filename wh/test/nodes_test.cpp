@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <deque>
 #include <random>
 
 #include "engine_support.h"
@@ -30,7 +31,7 @@ class Nodes {
   Nodes& operator=(const Nodes&) = delete;
 
   Strings Found(const std::string& pattern) {
-    const POSITIONS* found = match_nodes(&list_, Fwt(pattern));
+    const POSITIONS* found = match_nodes(&list_, Fwt(patterns_.emplace_back(pattern)));
     Strings texts;
     for (int32 i = 0; i < found->count; ++i)
       texts.push_back(Str(node_at(&list_, found->list[i])->value));
@@ -48,6 +49,7 @@ class Nodes {
  private:
   VAR_OPS* var_ops_;
   NODE_LIST list_;
+  std::deque<std::string> patterns_;  // each is looked at once more with the next
 };
 
 TEST(MatchNodes, ALiteralFindsAllSpellingsOfItsPath) {
@@ -57,6 +59,15 @@ TEST(MatchNodes, ALiteralFindsAllSpellingsOfItsPath) {
   EXPECT_EQ(nodes.Found("//a/b//"), nodes.Tried("/a/b"));
   EXPECT_EQ(nodes.Found("a/b"), Strings{"a/b"});
   EXPECT_EQ(nodes.Found("/c"), Strings{});
+}
+
+TEST(MatchNodes, APatternAskedForAgainFindsTheSame) {
+  Nodes nodes({"/usr/bin", "/usr/local/bin", "/bin"});
+  const Strings found = nodes.Found("/usr/**");
+  EXPECT_EQ(found.size(), 2u);
+  EXPECT_EQ(nodes.Found("/usr/**"), found);
+  EXPECT_EQ(nodes.Found("/bin"), Strings{"/bin"});
+  EXPECT_EQ(nodes.Found("/usr/**"), found);
 }
 
 TEST(MatchNodes, AGlobBesideFewNodesTriesEach) {

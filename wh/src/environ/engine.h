@@ -210,6 +210,7 @@ struct NODE_LIST {
   LITERALS unusual_keys;
   POSITIONS sorted;
   POSITIONS found;
+  FwTextString pattern = nullptr;  // that of found
 };
 
 void open_nodes(NODE_LIST* nodes, VAR_OPS* var_ops);
@@ -219,7 +220,8 @@ inline NODE* node_at(const NODE_LIST* nodes, int32 position) {
   return element_at<NODE>(&nodes->list, position);
 }
 
-// The positions of the nodes that the pattern accepts, ascending; good until the next call.
+// The positions of the nodes that the pattern accepts, ascending; good until the next call. The
+// pattern must outlast the next call.
 const POSITIONS* match_nodes(NODE_LIST* nodes, FwTextString pattern);
 
 // ---- Application (apply.cpp) ----

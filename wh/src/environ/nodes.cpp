@@ -113,6 +113,9 @@ void close_nodes(NODE_LIST* nodes) {
 }
 
 const POSITIONS* match_nodes(NODE_LIST* nodes, FwTextString pattern) {
+  // Many inserts say the same, "before all of these" above all.
+  if (nodes->pattern && FwStrCompare(pattern, nodes->pattern) == 0) return &nodes->found;
+  nodes->pattern = pattern;
   nodes->found.count = 0;
   if (is_own_key(pattern)) {
     match_literal(nodes, pattern);
