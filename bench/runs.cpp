@@ -330,6 +330,21 @@ Job lay_out_hostile_globs(Warehouse* warehouse, int length) {
   return job;
 }
 
+// So many inserts, each before all of as many old elements: that is the square of their number in
+// constraints.
+Job lay_out_before_all(Warehouse* warehouse, int count) {
+  std::string env, value = "SEARCH_PATH=";
+  for (int i = 0; i < count; ++i) {
+    value += text(i ? ":/o/%05d" : "/o/%05d", i);
+    env += insert("SEARCH_PATH", text("/new/directory/%05d", i), before("/o/**"));
+  }
+  warehouse->add("paths", env);
+  Job job{one_product(*warehouse, "paths"), environment(29), {}};
+  job.environment.push_back(value);
+  warehouse->list_files("paths", &job.files);
+  return job;
+}
+
 // One value of so many bytes, most of it from an expansion.
 Job lay_out_long_value(Warehouse* warehouse, int length) {
   std::string line(99, 'x');
@@ -393,6 +408,8 @@ std::vector<Case> all_cases() {
     cases.push_back({text("variables, %d", n), n, 0, std::bind(lay_out_variables, _1, n)});
   for (int n : {100, 1000, 4000})
     cases.push_back({text("hostile globs, %d", n), n, 0, std::bind(lay_out_hostile_globs, _1, n)});
+  for (int n : {100, 1000, 4000})
+    cases.push_back({text("before all, %d", n), n, 0, std::bind(lay_out_before_all, _1, n)});
   for (int n : {10000, 100000, 1000000})
     cases.push_back({text("long value, %d", n), n, 0, std::bind(lay_out_long_value, _1, n)});
   for (int n : {100, 1000, 10000})
