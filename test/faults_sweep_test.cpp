@@ -530,6 +530,23 @@ TEST(SystemCallSweep, WithoutALocaleTheRunIsTheSame) {
   SweepOvercome(OnExamples({"-p", "tools", "weaver", "--sh"}), "setlocale", ENOMEM);
 }
 
+// A host of an unknown kind fits no variety; a platform that is stated needs none.
+TEST(SystemCallSweep, AHostThatCannotBeAskedIsOfNoKnownPlatform) {
+  for (const char* times : {"once", "ever"}) {
+    const Sweep sweep =
+        RunSweep(OnExamples({"-p", "tools", "weaver", "--sh"}), "uname", EFAULT, times, kEach);
+    EXPECT_GT(sweep.runs.size(), 1u);
+    for (const OneRun& run : sweep.runs) {
+      if (!run.met) continue;
+      EXPECT_EQ("", run.out);
+      EXPECT_EQ("", run.err);
+      EXPECT_EQ(0, run.status);
+    }
+  }
+  SweepOvercome(OnExamples({"-p", "tools", "weaver", "-v", "platform", "linux-x86", "--sh"}),
+                "uname", EFAULT);
+}
+
 // A file that can't be looked for isn't there: nothing is removed then. The first two looks are at
 // the version and the revision.
 TEST(SystemCallSweep, ALookAtTheDiskThatFailsFindsNothing) {
@@ -568,7 +585,7 @@ TEST(SystemCallSweep, WhatARunDoesNotCall) {
   for (const char* call : {"write", "pipe", "dup2", "mkdir", "rmdir", "unlink", "rename", "chmod",
                            "symlink", "readlink", "lseek", "fork", "exec"}) {
     SCOPED_TRACE(call);
-    const Sweep sweep = RunSweep(ReadingAll(), call, EIO, "ever", 0);
+    const Sweep sweep = RunSweep(ReadingAll(), call, EIO, "ever", kEach);
     EXPECT_EQ(1u, sweep.runs.size());
   }
 }

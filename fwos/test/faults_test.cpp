@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utime.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -228,7 +229,13 @@ struct CopyOfAFile : Tree {
   const std::string content = std::string(70000, 'x') + "end";
   FrameworkSweep sweep;
   CopyOfAFile() {
-    sweep.prepare = [this] { LayOut({{"old", content}, {"other/keep", "k"}}); };
+    sweep.prepare = [this] {
+      LayOut({{"old", content}, {"other/keep", "k"}});
+      // Its attributes and its access time are not those of a new file.
+      const utimbuf times = {1000000000, 1000000000};
+      EXPECT_EQ(0, utime((root + "/old").c_str(), &times));
+      EXPECT_EQ(0, chmod((root + "/old").c_str(), 0640));
+    };
     sweep.may_answer = kFailures;
     sweep.task = [this] {
       CollectReports reports;
@@ -247,7 +254,7 @@ TEST(Faults, CopyingAFile) {
   CopyOfAFile copy;
   EXPECT_GT(copy.sweep.Allocations(), 5);
   for (const int error : ErrorsAndInterruption()) {
-    for (const FaultCall call : {kOpen, kRead, kWrite, kClose, kStatFs})
+    for (const FaultCall call : {kOpen, kRead, kWrite, kClose, kStatFs, kChangeMode, kSetTimes})
       EXPECT_GT(copy.sweep.SystemCalls(call, error), 0) << FaultCallName(call);
     EXPECT_GT(copy.sweep.SystemCallsOnce(kStat, error), 0);
   }
@@ -523,7 +530,10 @@ TEST(Faults, CopyingATree) {
 TEST(Faults, SizeAndAttributesOfATree) {
   Tree tree;
   FrameworkSweep sweep;
-  sweep.prepare = [&] { tree.LayOut({{"old/f", "content"}, {"old/d/g", "more"}}); };
+  sweep.prepare = [&] {
+    tree.LayOut({{"old/f", "content"}, {"old/d/g", "more"}});
+    EXPECT_EQ(0, chmod((tree.root + "/old/d/g").c_str(), 0444));
+  };
   sweep.may_answer = kFailures;
   sweep.task = [&] {
     CollectReports reports;
@@ -537,7 +547,7 @@ TEST(Faults, SizeAndAttributesOfATree) {
   };
   EXPECT_GT(sweep.Allocations(), 5);
   for (const int error : Errors())
-    for (const FaultCall call : {kStat, kOpenDir, kReadDir, kCloseDir})
+    for (const FaultCall call : {kStat, kOpenDir, kReadDir, kCloseDir, kChangeMode})
       EXPECT_GT(sweep.SystemCalls(call, error), 0) << FaultCallName(call);
 }
 
@@ -635,7 +645,7 @@ TEST(Faults, TranslatingThroughAMessageFile) {
     };
     EXPECT_GT(sweep.Allocations(), 15);
     for (const int error : ErrorsAndInterruption())
-      for (const FaultCall call : {kOpen, kRead, kClose})
+      for (const FaultCall call : {kOpen, kRead, kSeek, kClose})
         EXPECT_GT(sweep.SystemCalls(call, error), 0) << FaultCallName(call);
     sweep.SystemCalls(kRead, 0);
   }
