@@ -389,9 +389,13 @@ Result RunTool(const Case& run) {
     std::vector<std::string> arguments = run.arguments, environment = run.environment;
     arguments.insert(arguments.begin(), "zorenv");
     std::vector<char*> argv = Pointers(arguments), envp = Pointers(environment);
+    char** const own = environ;
     environ = envp.data();
     if (chdir(run.base.c_str()) != 0) return 99;
-    return mymain(static_cast<int>(argv.size()) - 1, argv.data());
+    const int status = mymain(static_cast<int>(argv.size()) - 1, argv.data());
+    // What runs at the end of the process may look at the environment still.
+    environ = own;
+    return status;
   });
 }
 
