@@ -52,6 +52,13 @@ extern "C" {
 }
 
 // The compiler puts these in the place of the functions without the prefix.
+pid_t __gcov_fork() {
+  // What was counted before is the parent's to hand in.
+  const pid_t child = fork();
+  if (child == 0) __gcov_reset();
+  return child;
+}
+
 int __gcov_execl(const char* path, const char* first, ...) {
   const char* arguments[5] = {first};
   va_list list;
