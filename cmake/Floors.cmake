@@ -97,6 +97,12 @@ function(zor_tool_faults)
   add_executable(zorenv_faults ${sources})
   zor_test_options(zorenv_faults)
   target_link_libraries(zorenv_faults PRIVATE tool wh_hooks testkit_calls testkit_malloc)
+  # It brings an allocator of its own, which goes before the sanitizer's only if that one is a library.
+  if(ZOR_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-resource-dir
+      OUTPUT_VARIABLE directory OUTPUT_STRIP_TRAILING_WHITESPACE)
+    target_link_options(zorenv_faults PRIVATE -shared-libasan -Wl,-rpath,${directory}/lib/linux)
+  endif()
 endfunction()
 
 # The tool on another platform, which has areas of environments: its objects, with a platform's half of their own in

@@ -7,7 +7,7 @@
 #include "faults/state.h"
 
 // The first calls come before the sanitizers' run time is set up, so none of this is instrumented.
-#define BARE [[gnu::no_sanitize("address", "undefined")]]
+#define BARE __attribute__((no_sanitize("address", "undefined")))
 
 namespace {
 
