@@ -8,6 +8,7 @@ namespace fuzz {
 namespace {
 
 constexpr char kMarker = 8;
+constexpr int kMostDigits = 999;
 
 struct Item {
   bool percent = false;  // a literal %
@@ -246,10 +247,12 @@ class Plain {
       if (item.star_width) {
         if (!Take(slot, Argument::kInt)) return false;
         item.width = result_.arguments[slot++].number;
+        if (item.width < 0 || item.width > kMostDigits) return Unknown();
       }
       if (item.star_precision) {
         if (!Take(slot, Argument::kInt)) return false;
         item.precision = result_.arguments[slot++].number;
+        if (item.precision < 0 || item.precision > kMostDigits) return Unknown();
       }
       if (!Take(slot, TypeOf(item.conversion))) return false;
       item.position = static_cast<int>(slot);
