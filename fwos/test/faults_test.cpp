@@ -86,7 +86,7 @@ TEST(Faults, TextStringsAndRecords) {
     FwTextString narrow = FwUTF16ToStr(wide, nullptr);
     FwMemFree(wide);
     FwTextString copy = FwStrDuplicateFailNull(narrow);
-    const std::string answer = copy ? Text(copy) : "no copy";
+    std::string answer = copy ? Text(copy) : "no copy";
     FwMemFreeAndClear(&copy);
     FwMemFree(narrow);
     FwStrRecordAbandon(&record);
@@ -101,7 +101,7 @@ TEST(Faults, ConversionToAnotherLocale) {
     PlainLocale plain;
     char* local = FwStrUTF8ToLocal(FWT("Umlaut \xC3\xA4"));
     FwTextString back = FwStrLocalToUTF8("plain");
-    const std::string answer = std::string(local) + Text(back);
+    std::string answer = std::string(local) + Text(back);
     FwMemFree(local);
     FwMemFree(back);
     return answer;
@@ -438,6 +438,7 @@ TEST(Faults, CopyingALink) {
 TEST(Faults, ListingADirectory) {
   Tree tree;
   std::vector<std::pair<std::string, std::string>> files;
+  files.reserve(60);
   for (int i = 0; i < 60; ++i)
     files.emplace_back("file-with-a-name-of-some-length-" + std::to_string(i), "");
   tree.LayOut(files);
