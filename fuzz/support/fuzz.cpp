@@ -37,7 +37,9 @@ void CountedFree(void* block) {
 }
 
 [[noreturn]] void ExitError(FwTextString text) {
-  Fail("the framework ended the program", text != nullptr ? FWC(text) : "(null)");
+  // An interrupt: the user ends the fuzzing.
+  if (text == nullptr) _exit(1);
+  Fail("the framework ended the program", FWC(text));
 }
 
 void LogNothing(const char*, ...) {}
