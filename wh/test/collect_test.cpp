@@ -394,15 +394,25 @@ TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
 
 // ---- Ancestors ----
 
-// The products whose first varieties are in the table of a variety.
-Strings Ancestors(const Warehouse& w, const std::string& product, const Strings& all) {
+// The products whose first varieties are in the table of a variety. What else is there is the
+// variety itself.
+Strings Ancestors(WH_VARIETY* variety, const Warehouse& w, const Strings& all) {
   Strings found;
-  FwHashTable* ancestors = w.variety(product)->ancestors;
+  FwHashTable* ancestors = variety->ancestors;
   if (ancestors == nullptr) return {"none"};
-  for (const std::string& name : all)
-    if (FwHashLookupEntry(ancestors, w.variety(name), nullptr)) found.push_back(name);
-  EXPECT_EQ(ancestors->nUsedEntries, found.size());
+  bool itself = false;
+  for (const std::string& name : all) {
+    if (!FwHashLookupEntry(ancestors, w.variety(name), nullptr)) continue;
+    found.push_back(name);
+    if (w.variety(name) == variety) itself = true;
+  }
+  EXPECT_NE(FwHashLookupEntry(ancestors, variety, nullptr), nullptr);
+  EXPECT_EQ(ancestors->nUsedEntries, found.size() + (itself ? 0 : 1));
   return found;
+}
+
+Strings Ancestors(const Warehouse& w, const std::string& product, const Strings& all) {
+  return Ancestors(w.variety(product), w, all);
 }
 
 void ApplyNothing(const Warehouse& w, const Strings& products) {
@@ -481,6 +491,35 @@ TEST(Ancestors, TheBaseDirectoryIsBoundForTheTopProductOnly) {
     EXPECT_EQ(
         reports.lines(),
         Strings{"*** Error: % variable BASE-DIRECTORY is not defined in File C/A/1/0/env.xml"});
+  }
+}
+
+TEST(Ancestors, DifferWhereAProductIncludesOtherVarietiesAsAPart) {
+  // Asked about its parts directly, A has the caller's BASE-DIRECTORY, and as a part its own.
+  for (const bool top_first : {false, true}) {
+    SCOPED_TRACE(top_first);
+    Warehouse w;
+    w.AddVarieties(
+        "A", "<VARIETY><VAR n='BASE-DIRECTORY' v='own'/><SEGMENT host='all' here='1'/></VARIETY>",
+        "");
+    w.Write("A", "partlist.xml",
+            "<PARTLIST><PARTSPEC><PATTERN/><PARTS><PRODUCT category='C' name='B'><PATTERN><MATCH>"
+            "<VAR n='base' v='%(BASE-DIRECTORY)'/></MATCH></PATTERN></PRODUCT></PARTS></PARTSPEC>"
+            "</PARTLIST>");
+    w.AddVarieties("B",
+                   "<VARIETY><VAR n='base' v='" + w.path() +
+                       "'/><SEGMENT host='all' here='1'/></VARIETY>"
+                       "<VARIETY><VAR n='base' v='own'/><SEGMENT host='all' here='1'/></VARIETY>",
+                   "");
+    w.Add("TOP", "", {"A"});
+    Reports reports;
+    ApplyNothing(w, top_first ? Strings{"TOP", "A"} : Strings{"A", "TOP"});
+    EXPECT_EQ(reports.lines(), Strings{});
+    const Strings all = {"A", "TOP"};
+    EXPECT_EQ(Ancestors(w, "A", all), all);
+    // What A has learnt by the time it is asked directly goes to the one, all of it to the other.
+    EXPECT_EQ(Ancestors(w.variety("B"), w, all), top_first ? all : Strings{"A"});
+    EXPECT_EQ(Ancestors(w.variety("B", 1), w, all), all);
   }
 }
 

@@ -143,12 +143,12 @@ class Warehouse {
     return specs;
   }
 
-  // The first variety of a product.
-  WH_VARIETY* variety(const std::string& product) const {
+  // A variety of a product, the first if not told otherwise.
+  WH_VARIETY* variety(const std::string& product, int32 i = 0) const {
     WH_PRODUCT_SPEC_LIST* specs = Query({product});
     auto* spec = static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&specs->specs, 0));
     auto* variety =
-        static_cast<WH_VARIETY*>(FwVectorGetElement(&spec->product->prodinfo->varieties->seq, 0));
+        static_cast<WH_VARIETY*>(FwVectorGetElement(&spec->product->prodinfo->varieties->seq, i));
     free_speclist(&specs);
     return variety;
   }
