@@ -168,6 +168,8 @@ class Decoder {
       // These start programs, or tell much.
       if (word.starts_with("-X") || word.starts_with("--exec") || word.starts_with("-T"))
         return false;
+      // The model finds files by their names, so each must have one only.
+      if (word.find("/.") != std::string::npos) return false;
       case_.arguments.push_back(word);
     }
     return true;
