@@ -134,6 +134,8 @@ class Decoder {
   // False: a line that is left out makes the rest mean something else, so all is left out.
   bool Add(const std::string& line) {
     const char kind = line[0];
+    // Or the rest would begin within a character.
+    if (kind != '$' && line.size() > 1 && line[1] != ' ') return false;
     const std::string rest = line.size() > 2 ? line.substr(2) : "";
     if (kind == '$') return AddVariable(line.substr(1));
     if (kind == '-') return AddArguments(rest);
