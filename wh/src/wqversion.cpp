@@ -50,8 +50,13 @@ int sign_of(T left, T right) {
   return left > right ? 1 : left < right ? -1 : 0;
 }
 
+// By the character and not by its byte: a digit in an overlong encoding is one, too.
+bool begins_with_digit(FwTextString group) {
+  return FwStrIsDigit(FwStrGetTextCharacter(&group)) != 0;
+}
+
 int compare_groups(FwTextString group1, FwTextString group2) {
-  if (FwStrIsDigit(*group1) && FwStrIsDigit(*group2)) {
+  if (begins_with_digit(group1) && begins_with_digit(group2)) {
     // Kept: a group too long for 32 bits reads as 0.
     uint32 number1 = 0;
     uint32 number2 = 0;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model_support.h"
+#include "recorder.h"
 
 namespace {
 
@@ -94,6 +95,17 @@ TEST(Version, AGroupBeyond32BitsReadsAsZero) {
   EXPECT_EQ(Compare("4294967296", "1"), -1);
   EXPECT_EQ(Compare("20240115093000", "1"), -1);
   EXPECT_EQ(Compare("20240115093000", "0"), 0);
+}
+
+// The character says that both groups are digits. Its bytes make no number, so 0 is compared.
+TEST(Version, ADigitInAnOverlongEncodingIsADigit) {
+  CollectReports reports;
+  EXPECT_EQ(Compare("\xC0\x32", "2"), -1);
+  EXPECT_EQ(Compare("2", "\xC0\x32"), 1);
+  EXPECT_EQ(Compare("\xC0\x32", "10"), -1);
+  EXPECT_EQ(Compare("\xC0\x32", "0"), 0);
+  for (const std::string& text : reports.asserts())
+    EXPECT_EQ(text, "Badly encoded UTF-8 character (overly long encoding)");
 }
 
 TEST(Version, TheOrderIsNotTransitiveAcrossDots) {
