@@ -413,7 +413,7 @@ TEST(FwFileReadRecord, KeepsTheBytesBehindAZero) {
   Record record;
   Error err;
   EXPECT_EQ(3u, FwFileReadRecord(err, file, record));
-  EXPECT_EQ(std::string("a\0b", 4), std::string(FWC(record.pbz), 4));
+  EXPECT_EQ(std::string("a\0b\0", 4), std::string(FWC(record.pbz), 4));
 }
 
 TEST(FwFileReadRecord, FillsAFixedRecordByASingleRead) {
