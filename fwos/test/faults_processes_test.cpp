@@ -16,18 +16,24 @@
 
 namespace {
 
-TEST(Faults, RunningACommand) {
-  FrameworkSweep sweep;
-  sweep.counts_blocks = false;
-  sweep.may_answer = {"4294967295 CallingCommand", "1 another"};
-  sweep.task = [] {
-    Error err;
-    const uint32 status = FwRunCommand(err, FWT("exit 0"), FWT("/"));
-    return std::to_string(status) + (err.pError == fwErrorFromCommand ? " another"
-                                     : err.pError                     ? " " + Failure(err)
-                                                                      : "");
-  };
-  sweep.Allocations();
+// A status, and whether it was the program's own or that of a failure.
+std::string Ended(uint32 status, const Error& err) {
+  return std::to_string(status) + (err.pError == fwErrorFromCommand ? " another"
+                                   : err.pError                     ? " " + Failure(err)
+                                                                    : "");
+}
+
+// What a pipe gives, which is closed.
+std::string ReadToTheEnd(FwFile file, Error& err) {
+  if (file == FW_FILE_INVALID) return err.pError ? Failure(err) : "silent";
+  Record record;
+  FwFileReadRecord(err, file, record);
+  FwFileClose(err, file);
+  return err.pError ? Failure(err) : record.text();
+}
+
+// The calls of starting a program and waiting for its end.
+void SweepStartAndWait(FrameworkSweep& sweep) {
   for (const int error : {EAGAIN, ENOMEM})
     EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
   for (const int error : {ENOENT, EACCES, ENOMEM, E2BIG})
@@ -35,6 +41,31 @@ TEST(Faults, RunningACommand) {
   EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, ECHILD));
   sweep.may_answer = {};
   EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, EINTR));
+}
+
+// The calls of starting a program and reading what it prints.
+void SweepStartAndRead(FrameworkSweep& sweep) {
+  for (const int error : {EMFILE, ENFILE})
+    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error));
+  for (const int error : {EAGAIN, ENOMEM})
+    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
+  for (const int error : {ENOENT, EACCES, ENOMEM})
+    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
+  for (const int error : {EIO, EINTR})
+    EXPECT_GT(sweep.SystemCalls(kRead, error), 0);
+}
+
+TEST(Faults, RunningACommand) {
+  FrameworkSweep sweep;
+  sweep.counts_blocks = false;
+  sweep.may_answer = {"4294967295 CallingCommand", "1 another"};
+  sweep.task = [] {
+    Error err;
+    const uint32 status = FwRunCommand(err, FWT("exit 0"), FWT("/"));
+    return Ended(status, err);
+  };
+  sweep.Allocations();
+  SweepStartAndWait(sweep);
 }
 
 // A child that can't give its output to the pipe still has the parent's standard output.
@@ -51,20 +82,9 @@ TEST(Faults, ReadingFromAProgram) {
     FwVectorAddElement(&args, FWT("hello"));
     const FwFile file = FwRunPipeFromProgram(err, FWT("echo"), &args, nullptr);
     FwVectorAbandon(&args, 0);
-    if (file == FW_FILE_INVALID) return err.pError ? Failure(err) : "silent";
-    Record record;
-    FwFileReadRecord(err, file, record);
-    FwFileClose(err, file);
-    return err.pError ? Failure(err) : record.text();
+    return ReadToTheEnd(file, err);
   };
-  for (const int error : {EMFILE, ENFILE})
-    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error));
-  for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
-  for (const int error : {ENOENT, EACCES, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
-  for (const int error : {EIO, EINTR})
-    EXPECT_GT(sweep.SystemCalls(kRead, error), 0);
+  SweepStartAndRead(sweep);
 }
 
 TEST(Faults, RunningAProgram) {
@@ -77,17 +97,9 @@ TEST(Faults, RunningAProgram) {
     FwVectorOpen(&args, 1);
     const uint32 status = FwRunProgram(err, FWT("true"), &args, FWT("/"), 1);
     FwVectorAbandon(&args, 0);
-    return std::to_string(status) + (err.pError == fwErrorFromCommand ? " another"
-                                     : err.pError                     ? " " + Failure(err)
-                                                                      : "");
+    return Ended(status, err);
   };
-  for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
-  for (const int error : {ENOENT, EACCES, ENOMEM, E2BIG})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
-  EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, ECHILD));
-  sweep.may_answer = {};
-  EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, EINTR));
+  SweepStartAndWait(sweep);
 }
 
 TEST(Faults, ReadingFromACommand) {
@@ -99,20 +111,9 @@ TEST(Faults, ReadingFromACommand) {
     CollectReports reports;
     Error err;
     const FwFile file = FwRunPipeFromCommand(err, FWT("echo hello"), FWT("/"));
-    if (file == FW_FILE_INVALID) return err.pError ? Failure(err) : "silent";
-    Record record;
-    FwFileReadRecord(err, file, record);
-    FwFileClose(err, file);
-    return err.pError ? Failure(err) : record.text();
+    return ReadToTheEnd(file, err);
   };
-  for (const int error : {EMFILE, ENFILE})
-    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error));
-  for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
-  for (const int error : {ENOENT, EACCES, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
-  for (const int error : {EIO, EINTR})
-    EXPECT_GT(sweep.SystemCalls(kRead, error), 0);
+  SweepStartAndRead(sweep);
   // What can't be put into the pipe comes out where the parent writes, perhaps when it has ended.
   sweep.may_answer = {""};
   for (const int error : {EBUSY, EINTR, EMFILE})
