@@ -209,7 +209,7 @@ std::string Lookup(const std::string& english) {
   FwTextString ptbzEnglish = nullptr;
   FwTextString ptbzLocal = nullptr;
   if (!FwTranslLookupFixedPair(FWT(english.c_str()), &ptbzEnglish, &ptbzLocal)) return "(none)";
-  const std::string local = FWC(ptbzLocal);
+  std::string local = FWC(ptbzLocal);
   FwTranslReleaseFixedPair(ptbzEnglish);
   return local;
 }
@@ -356,14 +356,15 @@ TEST_F(MessageFiles, ReadAsTheModelInBothModes) {
       "\nend\n[fixed strings]\n#EN\nfile\n#DE\nx\n#EN\nend\n",
       "\nend\n[Fixed Strings\n#EN\nfile\n#DE\nx\n#EN\nend\n",
       "\nend\n[Message Templates]\n#EN\nDone at last\n#DE\nFertig\n#EN\nend\n[Fixed Strings]",
-      "\nend\n[Fixed Strings]\n#EN\nfile\n#DE\n[Message Templates]\n#EN\nopen "
-      "file\n#DE\ny\n#EN\nend\n",
+      "\nend\n[Fixed Strings]\n#EN\nfile\n#DE\n[Message Templates]\n#EN\ngap\n#DE\ny\n#EN\nend\n",
   };
   for (const std::string& rest : tail)
     for (const char* mode : kModes)
       for (const char* line_end : {"\n", "\r\n", "\r"}) {
-        SCOPED_TRACE(mode + rest);
-        ExpectAsTheModel(WithLineEnds(header + mode + rest, line_end), std::string(mode) == "yes");
+        SCOPED_TRACE(mode);
+        SCOPED_TRACE(rest);
+        ExpectAsTheModel(WithLineEnds(std::string(header).append(mode).append(rest), line_end),
+                         std::string(mode) == "yes");
         if (HasFatalFailure()) return;
       }
 }
@@ -389,13 +390,14 @@ TEST_F(MessageFiles, ReadAsTheModelWhereverTheyEnd) {
 
 TEST_F(MessageFiles, HaveTheirHeaderWhollyWithinTheFirst1024Bytes) {
   for (const char* mode : kModes) {
-    const std::string rest =
-        "[Header]\nLocale=de\nUS Text=#EN\nLocal Text=#DE\nPreload=" + std::string(mode) +
-        "\nend\n" + kFixed + kTemplates;
+    std::string rest = "[Header]\nLocale=de\nUS Text=#EN\nLocal Text=#DE\nPreload=";
+    rest.append(mode).append("\nend\n").append(kFixed).append(kTemplates);
     for (const size_t cb : {1u, 500u, 1008u, 1014u, 1015u, 1016u, 1017u, 1018u, 1023u, 1024u, 1025u,
                             2048u, 8184u, 8192u}) {
       SCOPED_TRACE(cb);
-      const std::string head = cb == 1 ? "\n" : ";" + std::string(cb - 2, 'x') + "\n";
+      std::string head = cb == 1 ? "" : ";";
+      if (cb > 1) head.append(cb - 2, 'x');
+      head += '\n';
       ExpectAsTheModel(head + rest, std::string(mode) == "yes");
       if (HasFatalFailure()) return;
     }
@@ -486,7 +488,7 @@ TEST_F(MessageFiles, StackUpAsTheModel) {
         for (const std::string& word : kWords) {
           if (any(2) == 0) continue;
           file->entries[word] = name + word;
-          pairs += "#EN\n" + word + "\n#DE\n" + name + word + "\n";
+          pairs.append("#EN\n").append(word).append("\n#DE\n").append(name).append(word) += "\n";
         }
         file->path = tree_.Write(
             name, "[Header]\nLocale=de\nUS Text=#EN\nLocal Text=#DE\nMaxOverrides=" +
@@ -578,9 +580,11 @@ TEST(Faults, LoadingAMessageFileTellsWhatItHadNoMemoryFor) {
     FrameworkSweep sweep;
     sweep.wanted = 1000;
     sweep.task = [&path] { return LoadTraced(path); };
-    sweep.may_answer = {
+    const std::string no_record =
         "NoMemory; FwTranslLoadMessageFile: Failed to allocate memory for FcTranslFile when "
-        "loading 'F'",
+        "loading 'F'";
+    sweep.may_answer = {
+        no_record,
         "NoMemory; FwTranslLoadMessageFile: Failed to duplicate filename when loading 'F'",
         "NoMemory Stream",
         "NoMemory; FcTranslFileLoadHeader: Unable to create header tag table for 'F'",
