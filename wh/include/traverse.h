@@ -39,7 +39,7 @@ using WH_VAR_FUNC = void(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* 
 
 // Calls back for each part of the part specs that the variety meets, in file order, with the
 // variety's variables added to callenv->symtab meanwhile. Either function may be null; without
-// spec_func no product is queried. A spec is freed after its callback. An incomplete variety has no
+// spec_func no product is queried. A spec is lent for its callback. An incomplete variety has no
 // parts. A query that fails is reported through callenv->errorfunc, and its part passed over.
 void wh_traverse_partlist(WH_CALL_ENV* callenv, WH_PARTLIST* partlist, WH_VARIETY* variety,
                           WH_FILE_FUNC* file_func, WH_SPEC_FUNC* spec_func);

@@ -138,6 +138,7 @@ struct WH_PRODUCT_SPEC {
   WH_PRODUCT* product = nullptr;        // owned by the index
   WH_VARIETY_SEQ* varieties = nullptr;  // owned, in the product's order
   int toplevel = 0;
+  WH_PRODUCT_SPEC* next_spare = nullptr;  // of the index
 };
 
 struct WH_PRODUCT_SPEC_LIST {
@@ -354,6 +355,7 @@ struct WH_INDEX {
   FwTextString base = nullptr;
   WH_INDEX_SLOT* by_name = nullptr;
   uint32 by_name_size = 0;
+  WH_PRODUCT_SPEC* spare_specs = nullptr;  // owned: answers that are no longer needed, for the next
 };
 
 // Reads nothing; it can't fail.

@@ -1,5 +1,7 @@
 #include "traverse.h"
 
+#include "warehouse/private.h"
+
 // The two walkers call each other through the callbacks, once for each product of a chain of parts.
 // What they need only for a moment happens in functions of its own, so that the frames that stay
 // open are small and a chain of many thousand products fits the stack.
@@ -26,10 +28,6 @@ namespace {
   free_context(&context);
 }
 
-[[gnu::noinline]] void release_spec(WH_PRODUCT_SPEC* spec) {
-  free_spec(&spec);
-}
-
 }  // namespace
 
 void wh_traverse_partlist(WH_CALL_ENV* callenv, WH_PARTLIST* partlist, WH_VARIETY* variety,
@@ -47,7 +45,7 @@ void wh_traverse_partlist(WH_CALL_ENV* callenv, WH_PARTLIST* partlist, WH_VARIET
                                                        callenv->symtab, callenv->errorfunc);
         if (spec == nullptr) continue;
         spec_func(callenv, spec);
-        release_spec(spec);
+        give_back_spec(callenv->index, spec);
       }
     }
   }

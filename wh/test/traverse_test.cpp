@@ -222,6 +222,39 @@ TEST(TraversePartlist, EitherFunctionMayBeNull) {
   EXPECT_EQ(Strings{}, reports.lines());
 }
 
+// Notes what the spec holds before and behind a walk of its first variety's parts.
+void NoteSpecTwice(WH_CALL_ENV* env, WH_PRODUCT_SPEC* spec) {
+  auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(&spec->varieties->seq, 0));
+  auto note = [&](std::string line) {
+    line += Str(spec->product->prodinfo->prodname->name) + std::to_string(spec->toplevel);
+    for (int i = 0; i < FwVectorLength(&spec->varieties->seq); i++)
+      line +=
+          " " + Str(static_cast<WH_VARIETY*>(FwVectorGetElement(&spec->varieties->seq, i))->name);
+    calls->push_back(line);
+  };
+  note("before ");
+  spec->toplevel++;
+  wh_traverse_partlist(env, spec->product->partlist, variety, nullptr, NoteSpecTwice);
+  note("behind ");
+}
+
+TEST(TraversePartlist, ASpecStaysItsCallbacksWhileOthersAreAskedFor) {
+  Warehouse warehouse;
+  Reports reports;
+  warehouse.Add("a", Here("v"), PartsList(Product("b") + Product("c")));
+  warehouse.Add("b", Here("x") + Here("y"), PartsList(Product("c") + Product("d")));
+  warehouse.Add("c", Here("z"), PartsList(Product("d")));
+  warehouse.Add("d", Here("s") + Here("t") + Here("u"), "<PARTLIST/>");
+  const Strings expected = {"before b0 x y",   "before c0 z",     "before d0 s t u",
+                            "behind d1 s t u", "behind c1 z",     "before d0 s t u",
+                            "behind d1 s t u", "behind b1 x y",   "before c0 z",
+                            "before d0 s t u", "behind d1 s t u", "behind c1 z"};
+  // The second time all products are loaded, and all answers were lent before.
+  EXPECT_EQ(expected, WalkParts(&warehouse, nullptr, NoteSpecTwice));
+  EXPECT_EQ(expected, WalkParts(&warehouse, nullptr, NoteSpecTwice));
+  EXPECT_EQ(Strings{}, reports.lines());
+}
+
 TEST(TraversePartlist, WithoutASpecFunctionNoProductIsQueried) {
   Warehouse warehouse;
   Reports reports;

@@ -27,6 +27,7 @@
 
 #include "engine.h"
 #include "fwmem.h"
+#include "warehouse/private.h"
 #include "wherror.h"
 
 namespace {
@@ -271,7 +272,7 @@ void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC
     if (wh_variety_is_complete(variety))
       FwVectorAddElement(&edge->varieties, get_member(ancestry, variety));
   }
-  free_spec(&spec);
+  give_back_spec(index, spec);
 }
 
 // Gives the variety a set.

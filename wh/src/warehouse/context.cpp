@@ -329,11 +329,13 @@ void free_symtab(WH_SYMTAB** symtab) {
 }
 
 FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length) {
-  for (int i = 0; i < FwVectorLength(&symtab->contexts); i++) {
+  // Most bindings differ in the first byte already. An empty name begins with its end.
+  const FwTextByte first = length > 0 ? *name : 0;
+  const int count = FwVectorLength(&symtab->contexts);
+  for (int i = 0; i < count; i++) {
     auto* context = static_cast<WH_CONTEXT*>(FwVectorGetElement(&symtab->contexts, i));
     for (WH_CONTEXT_VALUE* cv = context->vals; cv != nullptr; cv = cv->next)
-      // Most bindings differ in the first byte already.
-      if (cv->n != nullptr && cv->v != nullptr && (length == 0 || *cv->n == *name) &&
+      if (cv->n != nullptr && *cv->n == first && cv->v != nullptr &&
           std::strncmp(FWC(cv->n), FWC(name), length) == 0 && cv->n[length] == 0)
         return cv->v;
   }

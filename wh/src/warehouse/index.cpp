@@ -197,6 +197,10 @@ void index_close(WH_INDEX* index) {
     free_product(&product);
   }
   FwVectorAbandon(&index->entries, 0);
+  while (WH_PRODUCT_SPEC* spare = index->spare_specs) {
+    index->spare_specs = spare->next_spare;
+    free_spec(&spare);
+  }
   FwMemFree(index->by_name);
   wh_free(index->base);
   FwMemFree(index);
@@ -286,9 +290,11 @@ WH_PRODUCT_SPEC* query_expanded_product(WH_INDEX* index, WH_PRODUCT_QUERY* query
                                         WH_ERROR_FUNC errorfunc) {
   // A part that many include is asked for again and again.
   if (WH_PRODUCT* product = loaded_product(index, query->prodname, symtab);
-      product != nullptr && is_settled(query->pattern))
-    return make_spec(product,
-                     matching_varieties(product->prodinfo->varieties, query->pattern, nullptr));
+      product != nullptr && is_settled(query->pattern)) {
+    WH_PRODUCT_SPEC* spec = take_spec(index, product);
+    add_matching_varieties(spec->varieties, product->prodinfo->varieties, query->pattern, nullptr);
+    return spec;
+  }
 
   FwErrorState err;
   WH_PRODUCT_SPEC* spec = nullptr;

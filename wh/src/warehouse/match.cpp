@@ -121,9 +121,14 @@ int matchvar(WH_VARIETY* variety, WH_PATTERN* pattern, FwTextString host) {
 WH_VARIETY_SEQ* matching_varieties(WH_VARIETY_SEQ* varieties, WH_PATTERN* pattern,
                                    FwTextString host) {
   WH_VARIETY_SEQ* matching = make_variety_seq();
+  add_matching_varieties(matching, varieties, pattern, host);
+  return matching;
+}
+
+void add_matching_varieties(WH_VARIETY_SEQ* matching, WH_VARIETY_SEQ* varieties,
+                            WH_PATTERN* pattern, FwTextString host) {
   for (int i = 0; i < FwVectorLength(&varieties->seq); i++) {
     auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(&varieties->seq, i));
     if (matchvar(variety, pattern, host)) add_variety(matching, variety);
   }
-  return matching;
 }

@@ -48,6 +48,17 @@ int hash(FwTextString key);
 WH_PRODUCT_SPEC* make_spec(WH_PRODUCT* product, WH_VARIETY_SEQ* varieties);
 WH_PRODUCT_SPEC* dup_spec(WH_PRODUCT_SPEC* spec);
 
+// A walk needs the answer to each of its queries for a moment only, so the index keeps such records
+// for the next query.
+// A spec of the product without varieties, to be given back or freed.
+WH_PRODUCT_SPEC* take_spec(WH_INDEX* index, WH_PRODUCT* product);
+// Takes the spec, whoever has made it.
+void give_back_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec);
+
+// Adds those of varieties that matching_varieties would give.
+void add_matching_varieties(WH_VARIETY_SEQ* matching, WH_VARIETY_SEQ* varieties,
+                            WH_PATTERN* pattern, FwTextString host);
+
 WH_PRODUCT_SPEC_LIST* make_speclist();
 // Takes ownership of spec.
 void add_spec(WH_PRODUCT_SPEC_LIST* speclist, WH_PRODUCT_SPEC* spec);

@@ -254,6 +254,24 @@ WH_PRODUCT_SPEC* dup_spec(WH_PRODUCT_SPEC* spec) {
   return dup;
 }
 
+WH_PRODUCT_SPEC* take_spec(WH_INDEX* index, WH_PRODUCT* product) {
+  WH_PRODUCT_SPEC* spec = index->spare_specs;
+  if (spec == nullptr) return make_spec(product, make_variety_seq());
+  index->spare_specs = spec->next_spare;
+  spec->product = product;
+  spec->toplevel = 0;
+  spec->next_spare = nullptr;
+  return spec;
+}
+
+void give_back_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec) {
+  FwVector* varieties = &spec->varieties->seq;
+  while (FwVectorLength(varieties) > 0)
+    FwVectorPopElement(varieties);
+  spec->next_spare = index->spare_specs;
+  index->spare_specs = spec;
+}
+
 WH_PRODUCT_SPEC_LIST* make_speclist() {
   WH_PRODUCT_SPEC_LIST* speclist = new_record<WH_PRODUCT_SPEC_LIST>();
   FwVectorOpen(&speclist->specs, 5);
