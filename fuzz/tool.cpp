@@ -295,6 +295,9 @@ class Decoder {
   bool undo_ = false;
 };
 
+// The words of the sanitizers, which stand in no line of an input.
+constexpr const char* complaints[] = {"Sanitizer", "runtime error", "libFuzzer"};
+
 // Text that the data files can't hold, the model's plain matcher takes too long for, or that leads
 // out of the warehouse.
 bool Plain(const std::string& line) {
@@ -303,6 +306,8 @@ bool Plain(const std::string& line) {
     if (static_cast<signed char>(c) >= 0 && (c < ' ' || c == 0x7F)) return false;
   for (const char* out : {"]]>", "..", "/dev", "/proc", "/sys", "%[/", "\xEF\xBF", "\xC2\x80"})
     if (line.find(out) != std::string::npos) return false;
+  for (const char* word : complaints)
+    if (line.find(word) != std::string::npos) return false;
   if (std::count(line.begin(), line.end(), '*') > 4) return false;
   // A value that refers to itself fills the memory before it is given up.
   const bool refers = line.find("%(") != std::string::npos ||
@@ -504,12 +509,16 @@ void fuzz::Try(Input& input) {
 
   const std::string told = "status " + std::to_string(result.status) + ", signal " +
                            std::to_string(result.signal) + "\n" + result.out + result.err;
-  for (const char* word : {"AddressSanitizer", "runtime error:", "LeakSanitizer", "libFuzzer"})
+  for (const char* word : complaints)
     if (result.err.find(word) != std::string::npos) Fail("a sanitizer complains", told);
   if (result.signal != 0 || (result.status != 0 && result.status != 1))
     Fail("the run does not end well", told);
   if (result.status == 1 && !result.out.empty() && !IsMessage(result.out))
     Fail("a script behind status 1", told);
+  // A file that is named like a directory. The assertion tells its place in the sources, which the
+  // model doesn't know.
+  if (result.out.find("trailing directory separator when file name expected") != std::string::npos)
+    return;
   const bool same = answer.out.starts_with("usage:") ? result.out.starts_with(answer.out)
                                                      : result.out == answer.out;
   if (!same || result.err != answer.err || result.status != answer.status)
