@@ -245,7 +245,8 @@ void CheckBroken(const std::string& text, const std::string& all, const Setting&
     for (const auto& [name, value] : setting.contexts[i])
       if (value.find('%') != std::string::npos) return;
   const fuzz::Allow allow = fuzz::Malformed(all);
-  const fuzz::Allow nameless({"trailing directory separator when file name expected"});
+  const fuzz::Allow nameless({"trailing directory separator when file name expected",
+                              "root directory when file name expected"});
   fuzz::Text writable(text);
   WH_SYMTAB* table = MakeTable(setting);
   FwErrorState err;
