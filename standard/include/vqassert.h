@@ -55,8 +55,8 @@ int32 VqAssertDepth();
 void VqTraceSetFileAndLine(char* pszFilename, int nLine);
 
 // Hands a trace to VqCustomTrace, with the position noted.
-// Asserts "Error - VqTraceSetFileAndLine not called before VqTrace" if none was, and traces nothing
-// then.
+// Asserts "Error - VqTraceSetFileAndLine not called before VqTrace" if none was; the trace then has
+// the position of the one before, "" and 0 at first.
 void VqTrace(char* pszFormat, ...);
 
 // Supplied by the program. flag is 1 for the warning that an assertion failed while another was

@@ -10,7 +10,7 @@ int vq_assert_history_count = 0;
 
 namespace {
 
-char* pszFilenameSaved;
+char* pszFilenameSaved = const_cast<char*>("");
 int nLineSaved;
 bool fFileAndLineSaved;
 
@@ -59,7 +59,6 @@ void VqTraceSetFileAndLine(char* pszFilename, int nLine) {
 
 void VqTrace(char* pszFormat, ...) {
   FwAssert(fFileAndLineSaved, "Error - VqTraceSetFileAndLine not called before VqTrace");
-  if (!fFileAndLineSaved) return;
   fFileAndLineSaved = false;
   va_list args;
   va_start(args, pszFormat);
