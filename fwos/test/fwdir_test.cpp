@@ -416,6 +416,18 @@ TEST(FwDirDelete, FailsOnADanglingLink) {
   EXPECT_TRUE(Exists(tree / "d"));
 }
 
+TEST(FwDirDelete, RefusesFlagsBeforeAMissingName) {
+  ExpectAsserts expected({"bad arg", "NULL filename", "NULL filename"});
+  Error err;
+  EXPECT_EQ(0, FwDirDelete(err, nullptr, 0x4));
+  EXPECT_EQ("Unimplemented", Describe(err));
+  for (const uint32 flags : {uint32{0}, FW_DELETE_FORCE}) {
+    FwErrorClear(err);
+    EXPECT_EQ(0, FwDirDelete(err, nullptr, flags));
+    EXPECT_EQ("PointerNull", Describe(err));
+  }
+}
+
 TEST(FwDirDelete, ReportsADirectoryThatDoesNotExist) {
   TemporaryTree tree;
   for (const uint32 flags : {0u, FW_DELETE_FORCE}) {

@@ -248,7 +248,7 @@ int32 FwDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
 
 int32 FwDirDelete(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags) {
   constexpr uint32 kFlags = FW_DELETE_FORCE | FW_DELETE_DEFER;
-  if (!fFiFileState(pErrState) || !fFiFileArgument(pErrState, ptbzDirname)) return 0;
+  if (!fFiFileState(pErrState)) return 0;
   FwAssert(!(flags & ~kFlags), "bad arg");
   if (!fFiFileFlags(pErrState, flags, kFlags)) return 0;
   if ((flags & FW_DELETE_FORCE) && !MakeDirectoryWritable(pErrState, ptbzDirname)) return 0;
