@@ -344,7 +344,7 @@ int FwFileDiskFreeEx(FwErrorState* err, FwTextString path, FwFileDiskFreeInfo* d
 // The C library's functions of these names, for UTF-8 names: they pass the name in the local
 // encoding. errno is the function's own.
 
-int open_UTF8(FwTextString path, int flags, mode_t mode);
+int open_UTF8(FwTextString path, int flags, mode_t mode = 0);
 int lstat_UTF8(FwTextString path, struct stat* status);
 int stat_UTF8(FwTextString path, struct stat* status);
 ssize_t readlink_UTF8(FwTextString path, char* buffer, size_t size);

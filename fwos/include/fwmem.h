@@ -103,6 +103,10 @@ void FcMemFreeAndClear(T** ppvBlock, const char* pszFile, uint32 nLine) {
   *ppvBlock = nullptr;
 }
 
+inline void FcMemFreeAndClear(std::nullptr_t, const char*, uint32) {
+  FcMemFreeAndClearFailed();
+}
+
 // Frees the block that a pointer variable holds, if any, and clears the variable.
 // Asserts "NULL ppvBlock" if given no address.
 #define FwMemFreeAndClear(ppvBlock) \

@@ -36,8 +36,7 @@ struct SubAllocBlock {
 };
 
 // A pool's own block is the last of the chain: a new pool allocates once.
-struct AllocOnlyPool {
-  FwMemPool pool;
+struct AllocOnlyPool : FwMemPool {
   SubAllocBlock* pChain;  // newest first
   SubAllocBlock firstBlock;
 };

@@ -128,7 +128,8 @@ bool fFcMatScanArgList(FcMatContext* pctmat, FcMatBinding* bdl, uint32 cbdNumElt
                        FwTextByte* ptbEnglish, FwTextByte* ptbTemplate);
 
 // Fills the list, which has room for kFcMatMaxArguments. False: it doesn't suffice.
-bool FcMatMakeArgList(FcStrArgList* pArgList, FcMatBinding* bdl, uint32 cbdNumElts);
+bool FcMatMakeArgList(const FcMatContext* pctmat, FcStrArgList* pArgList, FcMatBinding* bdl,
+                      uint32 cbdNumElts);
 
 // What a .* of the item must have been for its text to print as it did.
 int32 FcMatGetPrecision(const FcMatBinding* pbd);

@@ -84,6 +84,10 @@ uint32 FcTransl_StringHashFunction(FwTextString ptbzString, uint32 cLength, int3
 // is passed over, and logged.
 uint32 FcTranslCalculateMessageKey(FwTextString ptbzMessage, uint32 cLength,
                                    FcTranslKeyString pbKeyString, int32 fTemplate);
+inline uint32 FcTranslCalculateMessageKey(FwTextString ptbzMessage, FcTranslKeyString pbKeyString,
+                                          int32 fTemplate) {
+  return FcTranslCalculateMessageKey(ptbzMessage, kFcTranslWhole, pbKeyString, fTemplate);
+}
 
 // Equality apart from markers in the message and, with fMessageTemplate, %% for % in the template.
 int32 FcTranslMessageMatchesTemplate(FwTextString ptbzMessage, uint32 cMessageLength,

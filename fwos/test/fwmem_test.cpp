@@ -695,8 +695,9 @@ TEST(FwMemFreeAndClear, FreesWhatIsThereAndClears) {
 }
 
 TEST(FwMemFreeAndClear, AssertsWithoutAnAddress) {
-  ExpectAsserts expected({"NULL ppvBlock"});
+  ExpectAsserts expected({"NULL ppvBlock", "NULL ppvBlock"});
   FwMemFreeAndClear(static_cast<void**>(nullptr));
+  FwMemFreeAndClear(nullptr);
 }
 
 TEST(FwMem, MacrosTellFileAndLineOfTheCall) {

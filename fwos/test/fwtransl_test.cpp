@@ -199,15 +199,15 @@ TEST(FcTranslKeys, HashFoldsTheTopFourBits) {
 TEST(FcTranslKeys, KeyHoldsTheFirstSixBytes) {
   FcTranslKeyString abKey;
   CaptureLog log;
-  uint32 nHash = FcTranslCalculateMessageKey(FWT("abcdefgh"), kFcTranslWhole, abKey, 0);
+  uint32 nHash = FcTranslCalculateMessageKey(FWT("abcdefgh"), abKey, 0);
   EXPECT_STREQ(FWC(abKey), "abcdef");
   EXPECT_EQ(nHash, FcTransl_StringHashFunction(FWT("abcdef"), kFcTranslWhole, 0));
   FcTranslCalculateMessageKey(FWT("abc"), 2, abKey, 0);
   EXPECT_STREQ(FWC(abKey), "ab");
   // A printed message and its template have one key.
-  nHash = FcTranslCalculateMessageKey(FWT("5% of %s"), kFcTranslWhole, abKey, 0);
+  nHash = FcTranslCalculateMessageKey(FWT("5% of %s"), abKey, 0);
   EXPECT_STREQ(FWC(abKey), "5% of ");
-  EXPECT_EQ(FcTranslCalculateMessageKey(FWT("5%% of %s"), kFcTranslWhole, abKey, 1), nHash);
+  EXPECT_EQ(FcTranslCalculateMessageKey(FWT("5%% of %s"), abKey, 1), nHash);
   EXPECT_STREQ(FWC(abKey), "5% of ");
   EXPECT_EQ(log.Take(), Lines{});
 }
@@ -215,10 +215,10 @@ TEST(FcTranslKeys, KeyHoldsTheFirstSixBytes) {
 TEST(FcTranslKeys, LogsAnItemInTheFirstSixCharactersOfATemplate) {
   FcTranslKeyString abKey;
   CaptureLog log;
-  FcTranslCalculateMessageKey(FWT("a %s failed"), kFcTranslWhole, abKey, 1);
+  FcTranslCalculateMessageKey(FWT("a %s failed"), abKey, 1);
   EXPECT_STREQ(FWC(abKey), "a s fa");
   EXPECT_EQ(log.Take(), Lines{"ERROR: % in first 6 characters of template 'a %s failed'\n"});
-  FcTranslCalculateMessageKey(FWT("ab%"), kFcTranslWhole, abKey, 1);
+  FcTranslCalculateMessageKey(FWT("ab%"), abKey, 1);
   EXPECT_STREQ(FWC(abKey), "ab");
   EXPECT_EQ(log.Take(), Lines{"ERROR: % in first 6 characters of template 'ab%'\n"});
 }

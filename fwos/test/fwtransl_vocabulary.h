@@ -30,8 +30,7 @@ class Vocabulary {
   FcTranslNode* AddTemplate(const char* pszEnglish, const char* pszLocal) {
     FcTranslKeyString abKey;
     return Add(FcTranslationDatabase.msgTemplates,
-               FcTranslCalculateMessageKey(FWT(pszEnglish), kFcTranslWhole, abKey, 1), pszEnglish,
-               pszLocal);
+               FcTranslCalculateMessageKey(FWT(pszEnglish), abKey, 1), pszEnglish, pszLocal);
   }
 
   FcTranslFile* file() { return &file_; }

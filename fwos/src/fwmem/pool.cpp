@@ -60,7 +60,7 @@ void SetFree(SubAllocBlock* pBlock, uint8* pbRaw, std::size_t cbHeader, std::siz
 }
 
 AllocOnlyPool* AllocOnlyOf(FwMemPool* pPool) {
-  return reinterpret_cast<AllocOnlyPool*>(pPool);
+  return static_cast<AllocOnlyPool*>(pPool);
 }
 
 // The newest block with room for cbSize bytes, or null.
@@ -72,10 +72,10 @@ SubAllocBlock* FindRoom(AllocOnlyPool* pPool, std::size_t cbSize) {
 
 // A new block, at the head of the chain, with room for cbSize bytes; null if there is none.
 SubAllocBlock* Grow(AllocOnlyPool* pPool, std::size_t cbSize) {
-  const uint32 alignment = pPool->pool.alignment;
+  const uint32 alignment = pPool->alignment;
   const std::size_t cbHeader = RoundUp(sizeof(SubAllocBlock), alignment);
   std::size_t cbRaw;
-  uint8* pbRaw = RawAlloc(cbHeader, cbSize + pPool->pool.cbGrowExtra, alignment, &cbRaw);
+  uint8* pbRaw = RawAlloc(cbHeader, cbSize + pPool->cbGrowExtra, alignment, &cbRaw);
   if (pbRaw == nullptr) return nullptr;
   auto* pBlock = reinterpret_cast<SubAllocBlock*>(pbRaw);
   SetFree(pBlock, pbRaw, cbHeader, cbRaw, alignment);
@@ -108,11 +108,12 @@ FwMemPool* FwMemPoolCreate(uint32 nClass, uint32 cbInitialSize, uint32 cbGrowExt
   uint8* pbRaw = RawAlloc(cbHeader, RoundUp(cbInitialSize, alignment), alignment, &cbRaw);
   if (pbRaw == nullptr) return nullptr;
   auto* pPool = reinterpret_cast<AllocOnlyPool*>(pbRaw);
-  pPool->pool = {nClass, alignment, RoundUp32(cbGrowExtra, alignment), AllocFlags};
+  static_cast<FwMemPool&>(*pPool) = {nClass, alignment, RoundUp32(cbGrowExtra, alignment),
+                                     AllocFlags};
   pPool->pChain = &pPool->firstBlock;
   pPool->firstBlock.pNextBlock = nullptr;
   SetFree(&pPool->firstBlock, pbRaw, cbHeader, cbRaw, alignment);
-  return &pPool->pool;
+  return pPool;
 }
 
 void FwMemPoolDestroy(FwMemPool** ppPool) {

@@ -33,7 +33,8 @@ FcStrArg MakeArg(const char* pszType, uint32 nValue) {
 
 }  // namespace
 
-bool FcMatMakeArgList(FcStrArgList* pArgList, FcMatBinding* bdl, uint32 cbdNumElts) {
+bool FcMatMakeArgList(const FcMatContext* /*pctmat*/, FcStrArgList* pArgList, FcMatBinding* bdl,
+                      uint32 cbdNumElts) {
   std::fill_n(pArgList->paArg, kFcMatMaxArguments, MakeArg(kFcTypeGeneric, 0));
   pArgList->cSize = 0;
   Filler filler = {pArgList, true};

@@ -91,7 +91,7 @@ bool PrintTranslation(const FcMatContext& ctmat, FcMatBinding* bdl, uint32 cbdNu
   FcStrArg aArg[kFcMatMaxArguments];
   FcStrArgList list = {aArg, 0};
   bool fFits = cbdNumElts <= kFcMatMaxPrintedBindings &&
-               (cbdNumElts == 0 || FcMatMakeArgList(&list, bdl, cbdNumElts));
+               (cbdNumElts == 0 || FcMatMakeArgList(&ctmat, &list, bdl, cbdNumElts));
   if (!fFits) {
     FwAssertFailed("Too many formats");
     return false;

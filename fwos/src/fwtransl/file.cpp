@@ -55,7 +55,7 @@ constexpr StringSection kStringSections[] = {
     {"Message Templates", &FcTranslDatabase::msgTemplates,
      [](FwTextString ptbzEnglish) {
        FcTranslKeyString abKey;
-       return FcTranslCalculateMessageKey(ptbzEnglish, kFcTranslWhole, abKey, 1);
+       return FcTranslCalculateMessageKey(ptbzEnglish, abKey, 1);
      },
      "FcTranslFileScanStrings: Failed to add entry to message template hash table"},
 };
