@@ -34,107 +34,44 @@ function(zor_common_options target)
   endif()
 endfunction()
 
-# zor_floor(NAME [DEPENDS lib...] [LIBRARIES lib...]): a static library of all sources below NAME/src and
-# NAME/unix/src, with NAME/include as its public face and NAME/src for itself and its tests. Every public header
-# is compiled alone by the target all_verify_interface_header_sets.
+# zor_floor(NAME [DEPENDS lib...] [LIBRARIES lib...]): a static library of all sources below src and unix/src of the
+# current directory, with include as its public face and src for itself and its tests. Every public header is compiled
+# alone by the target all_verify_interface_header_sets.
 function(zor_floor name)
   cmake_parse_arguments(arg "" "" "DEPENDS;LIBRARIES" ${ARGN})
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS
-    ${PROJECT_SOURCE_DIR}/${name}/src/*.cpp ${PROJECT_SOURCE_DIR}/${name}/unix/src/*.cpp)
-  set(${name}_sources ${sources} PARENT_SCOPE)
-  list(FILTER sources EXCLUDE REGEX "src/whbootfw/hooks[.]cpp$")
-  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${name}/include/*.h)
+  set(here ${CMAKE_CURRENT_SOURCE_DIR})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${here}/src/*.cpp ${here}/unix/src/*.cpp)
+  file(GLOB headers CONFIGURE_DEPENDS ${here}/include/*.h)
   add_library(${name} STATIC ${sources})
   zor_options(${name})
-  target_sources(${name} PUBLIC FILE_SET HEADERS
-    BASE_DIRS ${PROJECT_SOURCE_DIR}/${name}/include FILES ${headers})
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${here}/include FILES ${headers})
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERIFY_INTERFACE_HEADER_SETS ON)
-  target_include_directories(${name} PRIVATE
-    ${PROJECT_SOURCE_DIR}/${name}/src ${PROJECT_SOURCE_DIR}/${name}/unix/src)
+  target_include_directories(${name} PRIVATE ${here}/src ${here}/unix/src)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE ${arg_LIBRARIES})
 endfunction()
 
-# zor_test(NAME): the floor's test program. It links its own floor and those below, so an upward call is a link
-# error; it reaches the floor's private headers.
-function(zor_test name)
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${name}/test/*.cpp)
-  if(NOT sources)
-    return()
-  endif()
+# zor_floor_test(NAME [CHECKED] [LIBRARIES lib...]): the floor's test program, of the sources of the current directory.
+# It links its own floor and those below, so an upward call is a link error; it reaches the floor's private headers.
+# With CHECKED all tests run once more under the memory manager's checks, which also find what a test leaves allocated.
+function(zor_floor_test name)
+  cmake_parse_arguments(arg "CHECKED" "" "LIBRARIES" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
   add_executable(${name}_test ${sources})
   zor_test_options(${name}_test)
   target_include_directories(${name}_test PRIVATE
-    ${PROJECT_SOURCE_DIR}/${name}/src ${PROJECT_SOURCE_DIR}/${name}/unix/src)
+    ${CMAKE_CURRENT_SOURCE_DIR}/../src ${CMAKE_CURRENT_SOURCE_DIR}/../unix/src)
   # All of testkit, so that its hooks are there for the standard floor, whether a test names them or not.
   target_link_libraries(${name}_test PRIVATE
-    $<LINK_LIBRARY:WHOLE_ARCHIVE,testkit> ${name} GTest::gtest)
-  if(name STREQUAL "wh")
-    target_link_libraries(${name}_test PRIVATE vqnexpat)
-    # Only the one that looks at the schemas, so that the others compile alike in every directory.
-    set_source_files_properties(wh/test/schemas_test.cpp PROPERTIES
-      COMPILE_DEFINITIONS ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-    # The plain model's patterns and tables are compared with the library's.
-    target_sources(${name}_test PRIVATE ${PROJECT_SOURCE_DIR}/test/model/words.cpp)
-    target_include_directories(${name}_test PRIVATE ${PROJECT_SOURCE_DIR}/test)
-  endif()
-  if(name MATCHES "^(standard|fwos|wh)$")
-    target_link_libraries(${name}_test PRIVATE testkit_calls)
-  endif()
+    $<LINK_LIBRARY:WHOLE_ARCHIVE,testkit> ${name} ${arg_LIBRARIES} GTest::gtest)
   add_test(NAME ${name} COMMAND ${name}_test)
   zor_test_environment(${name})
-  # The same under the memory manager's checks, which also find what a test leaves allocated. The costs of a block
-  # grow with their number, so tests with very many are left out; failure sweeps boot a framework of their own.
-  if(NOT name STREQUAL "standard")
+  # The costs of a checked block grow with their number, so tests with very many are left out; failure sweeps boot a
+  # framework of their own.
+  if(arg_CHECKED)
     add_test(NAME ${name}_checked COMMAND ${name}_test --debug-level=2
       --gtest_filter=-*LittleTime:*.AChainOf*:*LongChain*:*HundredThousand*:*OfAnyLength*:*DeathTest*:Faults*)
     zor_test_environment(${name}_checked)
   endif()
-endfunction()
-
-# The tool with faults: its objects, called again and again from one process.
-function(zor_tool_faults)
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/faults/*.cpp)
-  add_executable(zorenv_faults ${sources})
-  zor_test_options(zorenv_faults)
-  target_link_libraries(zorenv_faults PRIVATE tool wh_hooks testkit_calls testkit_malloc)
-  # It brings an allocator of its own, which goes before the sanitizer's only if that one is a library.
-  if(ZOR_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-resource-dir
-      OUTPUT_VARIABLE directory OUTPUT_STRIP_TRAILING_WHITESPACE)
-    target_link_options(zorenv_faults PRIVATE -shared-libasan -Wl,-rpath,${directory}/lib/linux)
-  endif()
-endfunction()
-
-# The tool on another platform, which has areas of environments: its objects, with a platform's half of their own in
-# the place of the library's.
-function(zor_tool_areas)
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/test/areas/*.cpp)
-  add_executable(areas_test ${sources} ${PROJECT_SOURCE_DIR}/test/tool.cpp)
-  zor_test_options(areas_test)
-  target_compile_definitions(areas_test PRIVATE ZORENV_PROGRAM="$<TARGET_FILE:zorenv>")
-  target_include_directories(areas_test PRIVATE ${PROJECT_SOURCE_DIR}/test)
-  target_link_libraries(areas_test PRIVATE tool wh_hooks testkit_process testkit_faults GTest::gtest)
-  add_test(NAME areas COMMAND areas_test)
-  zor_test_environment(areas)
-endfunction()
-
-# The whole-process tests run the built tool and the example; they link none of them.
-function(zor_tool_test)
-  file(GLOB sources CONFIGURE_DEPENDS
-    ${PROJECT_SOURCE_DIR}/test/*.cpp ${PROJECT_SOURCE_DIR}/test/model/*.cpp)
-  if(NOT sources)
-    return()
-  endif()
-  add_executable(zorenv_test ${sources})
-  zor_test_options(zorenv_test)
-  target_compile_definitions(zorenv_test PRIVATE
-    ZORENV_PROGRAM="$<TARGET_FILE:zorenv>" ZORENV_FAULTS_PROGRAM="$<TARGET_FILE:zorenv_faults>"
-    GREET_PROGRAM="$<TARGET_FILE:greet>" ZOR_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-  target_include_directories(zorenv_test PRIVATE ${PROJECT_SOURCE_DIR}/test)
-  target_link_libraries(zorenv_test PRIVATE testkit_process testkit_faults GTest::gtest)
-  add_dependencies(zorenv_test zorenv zorenv_faults greet)
-  add_test(NAME zorenv COMMAND zorenv_test)
-  zor_test_environment(zorenv)
 endfunction()
 
 function(zor_test_environment name)

@@ -86,11 +86,8 @@ install(PROGRAMS examples/demo DESTINATION ${zor_doc}/examples COMPONENT tool)
 zor_install_example(tool examples/warehouse ${zor_doc}/examples PROGRAMS "/bin/[^/]*$")
 
 # The framework.
-add_library(fwos::standard ALIAS standard)
-add_library(fwos::fwos ALIAS fwos)
 # There are other things of this name in a directory of libraries.
 set_target_properties(standard PROPERTIES OUTPUT_NAME fwos-standard)
-target_compile_features(standard PUBLIC cxx_std_20)
 # Who links instrumented libraries must link what they call.
 set(fwos_instrument_flags)
 if(ZOR_SANITIZE)
@@ -128,7 +125,3 @@ if(ZOR_DEBIAN)
 else()
   install(FILES CHANGELOG.md DESTINATION ${zor_doc} COMPONENT tool)
 endif()
-
-# The test of all this installs what this build tree made.
-set_source_files_properties(test/install_test.cpp PROPERTIES COMPILE_DEFINITIONS
-  "ZOR_BINARY_DIR=\"${PROJECT_BINARY_DIR}\";CMAKE_PROGRAM=\"${CMAKE_COMMAND}\";CXX_PROGRAM=\"${CMAKE_CXX_COMPILER}\";ZOR_LIBDIR=\"${CMAKE_INSTALL_LIBDIR}\"")

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "model/usage.h"
 #include "process.h"
 
 // A warehouse on disk, at a path of its own: the order of records follows hash slots, and so the
@@ -68,8 +69,5 @@ RunResult Zorenv(const Warehouse& warehouse, const std::vector<std::string>& arg
 
 // Expects the three answers of a run, whole.
 void Expect(const RunResult& result, std::string_view out, std::string_view err, int status);
-
-// The usage text with this program name.
-std::string Usage(std::string_view program);
 
 #endif

@@ -2,7 +2,7 @@
 #include "model.h"
 
 #include "computation.h"
-#include "tool.h"
+#include "usage.h"
 #include "words.h"
 
 namespace model {
