@@ -6,6 +6,7 @@
 
 #include "fwfile.h"
 #include "fwstring.h"
+#include "output.h"
 #include "whbootfw.h"
 
 namespace {
@@ -38,6 +39,7 @@ const char usage_text[] =
 
 [[noreturn]] void usage(const COMMAND_LINE* line) {
   std::printf(usage_text, line->program_name);
+  output_taken();
   std::exit(1);
 }
 

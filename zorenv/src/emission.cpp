@@ -1,10 +1,12 @@
 #include "emission.h"
 
+#include <csignal>
 #include <cstdio>
 
 #include "fwfile.h"
 #include "fwmem.h"
 #include "fwrun.h"
+#include "output.h"
 
 namespace {
 
@@ -108,5 +110,13 @@ void execute_program(FwErrorState* err, WH_ENVIRON* newenv, FwTextString program
   // The C library has no other reason to refuse a variable, and without it the program would run in
   // an environment that nobody asked for.
   if (!wh_set_process_env(err, newenv) || wh_env_incomplete) FwMemExitMemoryExhausted();
+  // What this run printed comes before what the program prints.
+  output_taken();
+  lend_output();
+  // A caller that ignores the ends of its children has left that to this process, and then nobody
+  // could be told of the program's end. The program starts with the default too: whether an ignored
+  // SIGCHLD outlives exec is not settled, so that no program counts on it.
+  std::signal(SIGCHLD, SIG_DFL);
   FwRunProgram(err, program, args, FwCurrentDir(), 1);
+  open_output();
 }

@@ -9,6 +9,7 @@
 #include "fwmem.h"
 #include "fwvector.h"
 #include "mymain.h"
+#include "output.h"
 #include "recipe.h"
 #include "warehouse.h"
 #include "whbootfw.h"
@@ -191,24 +192,32 @@ void emit(RUN* run) {
   }
 }
 
+// From the command line to the end of the emission. False: the run has failed, and the user was
+// told.
+bool run_steps(RUN* run, int argc, char** argv) {
+  read_command_line(&run->line, argc, argv);
+  if (!settle_modes(&run->line) || !take_old_environment(run) || !open_index(run) ||
+      !find_latest(run))
+    return false;
+  run->context = make_context(make_cv(FWT("BASE-DIRECTORY"), run->abs_basedir, nullptr));
+  if (!load_products(run) || !compute_new_environment(run)) return false;
+  emit(run);
+  if (failed(run->line.err) || wh_errors) report_error(&run->line.err);
+  return true;
+}
+
 }  // namespace
 
 int mymain(int argc, char** argv) {
+  open_output();
   wh_boot_fw(argc, argv);
   wh_init();
 
   RUN* run = &the_run;
-  FwErrorState* err = &run->line.err;
-  read_command_line(&run->line, argc, argv);
-  if (!settle_modes(&run->line)) return 1;
-  if (!take_old_environment(run)) return 1;
-  if (!open_index(run)) return 1;
-  if (!find_latest(run)) return 1;
-  run->context = make_context(make_cv(FWT("BASE-DIRECTORY"), run->abs_basedir, nullptr));
-  if (!load_products(run)) return 1;
-  if (!compute_new_environment(run)) return 1;
-  emit(run);
-  if (failed(*err) || wh_errors) report_error(err);
+  const bool done = run_steps(run, argc, argv);
+  // While the framework is still there to find the words.
+  if (!output_taken()) ++errors;
+  if (!done) return 1;
   index_close(run->index);
   FwShutdown();
   return errors || wh_errors ? 1 : 0;

@@ -590,19 +590,7 @@ TEST(SystemCallSweep, WhatARunDoesNotCall) {
   }
 }
 
-// ---- Output that can't be written
-
-// What was printed is not asked after.
-TEST(OutputFaults, AScriptThatCannotBeWrittenIsNotNoticed) {
-  for (const char* to : {">/dev/full", ">&-"}) {
-    const RunResult result = RunProgram(
-        {"/bin/sh", "-c", "exec \"$0\" -r \"$1\" -p tools weaver --sh " + std::string(to),
-         ZORENV_PROGRAM, Examples()});
-    EXPECT_EQ("", result.out);
-    EXPECT_EQ("", result.err);
-    EXPECT_EQ(0, result.status);
-  }
-}
+// ---- Reports that can't be written
 
 TEST(OutputFaults, AReportThatCannotBeWrittenStillCounts) {
   for (const char* to : {"2>/dev/full", "2>&-"}) {
