@@ -5,6 +5,12 @@
 // which makes a relative name absolute by the directory in which the process was started and
 // refuses the wrong kind of name.
 //
+// Relative names in a process that has changed its directory since: most operations still mean the
+// directory of the start; FwFileGetInfo, FwFileSetInfo, FwFileCopyLink, FwFileTreeSize,
+// FwFileIsExecutable and what asks for free space mean the present one. FwFileDelete and
+// FwDirDelete with FW_DELETE_FORCE make writable in the present one and delete in that of the
+// start. Absolute names are the same everywhere.
+//
 // Operations report through the FwErrorState that they take first. Unless told otherwise an int32
 // result is 1 for success and 0 for failure; a null state makes the operation return its failure
 // value at once. Counts of bytes report failure only through the state:
@@ -268,7 +274,8 @@ int32 FwFileCopy(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString
 int32 FwFileCopyLink(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString ptbzNewname,
                      FwFileInfo* pOldInfo, uint32 flags);
 // Both names must have the form that fits what the old one denotes. Between devices a writable file
-// is copied and deleted.
+// is copied and deleted. A link is not renamed onto the file that it leads to
+// (fwErrorAlreadyExists): that file would be gone.
 int32 FwFileRename(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString ptbzNewname,
                    uint32 flags);
 // Removes a file, or an empty directory if the name ends with a separator.
@@ -317,12 +324,16 @@ int32 FwDirClose(FwErrorState* pErrState, FwDir* DirHandle);
 // 1 also if the name or the flags are refused: callers look at pErrState.
 int32 FwDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags);
 // Deletes a directory with all that it holds; the name ends with a separator. Links to directories
-// are followed.
+// are followed: what they lead to is emptied too, wherever it lies.
 int32 FwDirDelete(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags);
 
 // Trees. progress receives Fw_msg_Progress with each name handled and ends the work (fwErrorAbort)
 // by the result 0; it may be null. What was done before a failure stays. The result is 1 exactly if
 // the state holds no error.
+// A copy onto itself, under whatever name, or of a directory into itself is refused before anything
+// is made or removed (fwErrorAlreadyExists). Files in the target are replaced in any case, but not
+// one that is the source itself, or what a link in the source leads to: that ends the copy in the
+// same way.
 // The side-file dir/.AppleDouble/name goes with the file dir/name.
 int32 FwFileCopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, FwObj* progress,
                      uint32 flags);

@@ -7,7 +7,8 @@
 //
 // The waiting forms return the exit status. Other than 0 it sets fwErrorFromCommand ("Error
 // status", status, "Command", text). A child that died by a signal or could not be made gives -1
-// and fwErrorCallingCommand ("Command", text).
+// and fwErrorCallingCommand ("Command", text). So does any child of a process that ignores SIGCHLD:
+// the system keeps no statuses for it.
 #ifndef FWRUN_H
 #define FWRUN_H
 

@@ -35,7 +35,8 @@
 // file. Texts are read when first needed, or all at once with Preload=yes. Complaints about a
 // file's text go to the log function of the boot context, not to the error state.
 //
-// All of it needs boot level 12, except the font query. None of it is reentrant.
+// All of it needs boot level 12, except the font query. None of it is reentrant. Null texts assert
+// "NULL ptbz" and find nothing.
 #ifndef FWTRANSL_H
 #define FWTRANSL_H
 
@@ -60,7 +61,9 @@ int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, const FwClassRecord* pS
                               FwErrorState* pErrState);
 
 // Unloads a file; what it overrode is visible again at once. 0 only if entries of it are locked and
-// fForce is 0. Unloading an unknown file succeeds.
+// fForce is 0. Unloading an unknown file succeeds. The name of a font is lost with its file, and at
+// the debug levels of the memory manager the unload of such a file asserts "Block apparently
+// corrupted/not allocated by FrameWork".
 int32 FwTranslUnloadMessageFile(FwTextString ptbzFileName, int32 fForce, FwErrorState* pErrState);
 
 // Finds a fixed string, the whole of it or its first cLength bytes (0xFFFFFFFF: all), and locks its

@@ -81,7 +81,8 @@ void FwVectorRemoveElement(FwVector* pVector, int32 nPosition);
 void* FwVectorGetElement(FwVector* pVector, int32 nPosition);
 
 // Sorts the elements. Stable, and defined for any comparison: one that only tells equal from
-// unequal leaves a reproducible order too.
+// unequal leaves a reproducible order too. More than 64 elements need memory for a copy of the
+// slots; exhaustion ends the program.
 // Asserts "Sorting a vector with unset elements".
 void FwVectorQSort(FwVector* pVector, FwVectorCompareFn* pfnCompare);
 

@@ -26,6 +26,9 @@ inline constexpr uint32 kFcMatMaxDepth = 16;
 inline constexpr uint32 kFcMatMaxSeparators = 32;
 inline constexpr uint32 kFcMatMaxRounds = 300;
 inline constexpr uint32 kFcMatVariableTries = 100;
+// Candidates looked at in one search. Strings in a text without markers end anywhere, so that their
+// number is the exponent of what a text that matches almost takes. Messages need some hundreds.
+inline constexpr uint32 kFcMatMaxCandidates = 200000;
 
 inline constexpr uint32 FC_MAT_VARIABLE = 1;
 inline constexpr uint32 FC_MAT_STRING = 2;
@@ -85,11 +88,12 @@ struct FcMatContext {
   FwTextByte* pbzEnglishEnd;
   FwTextByte* pbzTemplateEnd;
   FwTextByte* pbzEnglishIgnorableStart;  // where the newlines at its end begin
+  uint32 nCandidatesLeft;                // of kFcMatMaxCandidates
 };
 
 // Matches the first cbEnglishLength bytes of a printed text, -1 for all of it, against the English
 // template. On success appends the translation, with the newlines that end the text, and returns
-// true. No match is an ordinary false.
+// true. No match is an ordinary false; a search that has looked at kFcMatMaxCandidates ends so too.
 // Asserts "Bad cbEnglishLength" and the limits and faults of the template; false then.
 int32 fFcStrNMatchTemplate(FwTextString ptbzEnglish, uint32 cbEnglishLength,
                            FwTextString ptbzEnglishTemplate, FwTextString ptbzTranslatedTemplate,

@@ -411,6 +411,31 @@ TEST(FwFileRename, ToItselfQuietlyDoesNothing) {
   EXPECT_EQ("a", ReadFile(a));
 }
 
+// The link would lead to itself then, and the file would be gone.
+TEST(FwFileRename, OfALinkOntoTheFileThatItLeadsToIsRefused) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("file", "text");
+  const std::string link = tree.Link("link", "file");
+  const std::string other = tree.Link("other", "link");
+  for (const std::string& from : {link, other}) {
+    Error err;
+    EXPECT_EQ(0, FwFileRename(err, Txt(from), Txt(file), FW_FILE_OVERWRITE));
+    EXPECT_EQ("AlreadyExists File " + file, Describe(err));
+    EXPECT_EQ("text", ReadFile(file));
+    EXPECT_EQ("text", ReadFile(link));
+  }
+  // Nothing else is refused: onto itself, onto another link, the file onto the link, another name.
+  Error err;
+  EXPECT_EQ(1, FwFileRename(err, Txt(link), Txt(link), FW_FILE_OVERWRITE));
+  EXPECT_EQ("text", ReadFile(link));
+  ASSERT_EQ(0, ::link(file.c_str(), (tree / "second").c_str()));
+  EXPECT_EQ(1, FwFileRename(err, Txt(tree / "second"), Txt(file), FW_FILE_OVERWRITE));
+  EXPECT_EQ("text", ReadFile(file));
+  EXPECT_EQ(1, FwFileRename(err, Txt(file), Txt(other), FW_FILE_OVERWRITE));
+  EXPECT_EQ("text", ReadFile(other));
+  EXPECT_EQ("clear", Describe(err));
+}
+
 TEST(FwFileRename, NamesTheNameThatIsAtFault) {
   TemporaryTree tree;
   tree.Write("full/file", "");

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "blocks.h"
@@ -718,4 +720,62 @@ TEST(FwStrRecord, NullArgumentsAssertAndDoNothing) {
     EXPECT_EQ(0, FwStrNCpy(nullptr, FWT("a"), 4));
   }
   EXPECT_EQ("a", growing.text());
+}
+
+// A zero ends the check, and what was put behind it is not looked at.
+TEST(FwStrRecord, AZeroByteEndsTheCheckOfEveryLaterText) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  FwStrPutTextString(&record, FWT("ab"));
+  FwStrPutRawByte(&record, 0);
+  FwStrPutTextString(&record, FWT("x"));
+  FwStrPutTextString(&record, FWT("\xE2"));
+  FwStrNPutTextString(&record, FWT("\xE2"), 1);
+  FwStrPutTextCharacter(&record, 'y');
+  EXPECT_EQ(7, record.pbTerminator - record.pbz);
+  // With the zero gone there is no excuse.
+  FwStrRecordShorten(&record, 2);
+  {
+    ExpectAsserts expected({kBadlyTerminated});
+    FwStrPutTextString(&record, FWT("\xE2"));
+  }
+  FwStrRecordAbandon(&record);
+}
+
+// Against a check that starts anew each time.
+TEST(FwStrRecord, TheCheckIsThatOfTheWholeBuffer) {
+  const std::string pieces[] = {"a",    "bc",      std::string(1, '\0'), "\xC3", "\xA9",
+                                "\xE2", "\x82\xAC"};
+  uint32 seed = 1;
+  for (int round = 0; round < 3000; round++) {
+    FwStrRecord record;
+    FwStrRecordOpen(&record);
+    std::string buffer;
+    for (int step = 0; step < 8; step++) {
+      seed = seed * 1103515245 + 12345;
+      const std::string& piece = pieces[(seed >> 16) % std::size(pieces)];
+      const bool text = (seed >> 24) % 2 == 0 && piece[0] != 0;
+      if (!text) {
+        for (char c : piece)
+          FwStrPutRawByte(&record, static_cast<FwRawByte>(c));
+        buffer += piece;
+        continue;
+      }
+      buffer += piece;
+      CollectReports reports;
+      FwStrPutTextString(&record, FWT(piece.c_str()));
+      bool bad = false;
+      for (size_t i = 0; i < buffer.size() && buffer[i] != 0;) {
+        const auto lead = static_cast<unsigned char>(buffer[i]);
+        const size_t length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : 3;
+        bad = i + length > buffer.size();
+        const size_t zero = buffer.find('\0', i);
+        i = bad || zero < i + length ? buffer.size() : i + length;
+      }
+      EXPECT_EQ(bad, std::find(reports.asserts().begin(), reports.asserts().end(),
+                               kBadlyTerminated) != reports.asserts().end())
+          << testing::PrintToString(buffer);
+    }
+    FwStrRecordAbandon(&record);
+  }
 }

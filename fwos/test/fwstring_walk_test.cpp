@@ -217,6 +217,24 @@ TEST(fFcStrWellTerminated, FindsTheCharacterThatStraddlesTheLimit) {
   EXPECT_EQ(0, fFcStrWellTerminated(FWT("a\xC3"), nullptr));
 }
 
+// A zero ends the text, whatever the count allows.
+TEST(fFcStrWellTerminated, ReadsNothingBehindTheTerminator) {
+  for (const char* text : {"", "a", "aaa", "aaaaaaa", "aaaaaaaa", "aaaaaaaaa", "a\xC3\xA9",
+                           "ab\xE2", "\xE2\x82", "aaaaaaaaaaaaaa\xF0\x9F"}) {
+    Own own(text);  // a block of just the text and its terminator
+    FwTextByte* ptbBad = nullptr;
+    EXPECT_EQ(1, fFcStrNWellTerminated(own.get(), 4096, &ptbBad)) << text;
+    EXPECT_EQ(nullptr, ptbBad) << text;
+  }
+}
+
+// The length that a lead byte tells counts as far as the limit, and the text behind a zero doesn't.
+TEST(fFcStrWellTerminated, ACharacterThatAZeroEndsCountsWithItsWholeLength) {
+  const char text[] = "\xE2\0z\xC3";
+  for (const auto& [cbLength, result] : {std::pair(1u, 0), {2u, 0}, {3u, 1}, {4u, 1}})
+    EXPECT_EQ(result, fFcStrNWellTerminated(FWT(text), cbLength, nullptr)) << cbLength;
+}
+
 TEST(fFcStrWellTerminated, ABadByteIsACharacterOfOneByte) {
   ExpectAsserts expected({kMalformed});
   EXPECT_EQ(1, fFcStrWellTerminated(FWT("a\x80"), nullptr));

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "fcstrmat.h"
 #include "fwstring.h"
@@ -126,6 +127,112 @@ TEST(FcStrMatchTemplate, BindsEveryKindOfNumber) {
       {"[  A]", "[%3c]", "<%c>", "<A>"},
   };
   ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, NoItemTakesTheNewlinesAtTheEnd) {
+  const MatchCase cases[] = {
+      {"open foo\n", "open %s", "[%s]", "[foo]\n"},
+      {"open foo\n\n", "open %s", "[%s]", "[foo]\n\n"},
+      {"open foo\x08\n", "open %s", "[%s]", "[foo]\n"},
+      {"open a\nb\n", "open %s", "[%s]", "[a\nb]\n"},
+      // A newline in front of the marker is the string's own.
+      {"open foo\n\x08", "open %s", "[%s]", "[foo\n]"},
+      {"open \n", "open %s", "[%s]", "[]\n"},
+      {"open a b\n", "open %s%s", "[%s%s]", "[a b]\n"},
+      {"ab\n", "a%c", "[%c]", "[b]\n"},
+      {"a\n", "a%c", "[%c]", kNoMatch},
+      {"n 12\n", "n %d", "[%d]", "[12]\n"},
+      // Text of the template itself may be a newline.
+      {"a\n", "%s\n%s", "[%s][%s]", "[a][]"},
+  };
+  ExpectMatches(cases, std::size(cases));
+}
+
+TEST(FcStrMatchTemplate, AWordBeforeTheNewlinesAtTheEndIsTranslated) {
+  Vocabulary words("words");
+  words.AddFixed("file", "Datei");
+  EXPECT_EQ("kein Datei\n", Match("no file\n", "no %t", "kein %s"));
+  EXPECT_EQ("kein Datei\n", Match("no file\x08\n", "no %t", "kein %s"));
+}
+
+// Strings in a text without markers end anywhere, so that a text that matches almost has as many
+// candidates as its length to the power of their number.
+TEST(FcStrMatchTemplate, GivesUpATextThatMatchesAlmostOverAndOver) {
+  const std::string text = Repeated("a", 160);
+  const std::string pattern = Repeated("%sa", 8) + "%sX";
+  EXPECT_EQ(kNoMatch, Match(text, pattern, ""));
+  EXPECT_EQ(kNoMatch, Match(text, Repeated("%s", 30) + "X", ""));
+  EXPECT_EQ(kNoMatch, Match(text, Repeated("%{%sa%}", 9) + "%sX", ""));
+  // What matches is found long before.
+  EXPECT_EQ("[" + Repeated("a", 152) + "]",
+            Match(text + "X", pattern, "[" + Repeated("%s", 9) + "]"));
+}
+
+// The first match of a depth-first search, shortest strings first, told in the plainest way: each
+// string is cut where the character behind it in the template comes next, or at the end.
+struct PlainStrings {
+  std::vector<std::string> between;  // the text before, between and behind the strings
+  std::vector<std::string> found;
+
+  bool From(const std::string& english, std::size_t at, std::size_t item) {
+    const std::string& before = between[item];
+    if (english.compare(at, before.size(), before) != 0) return false;
+    at += before.size();
+    if (item + 1 == between.size()) return at == english.size();
+    const std::string& behind = between[item + 1];
+    const bool last = item + 2 == between.size();
+    for (std::size_t end = at; end <= english.size(); ++end) {
+      // The empty string is tried in any case; two strings side by side cut anywhere.
+      const bool cut = end == at || (behind.empty() && !last) ||
+                       (behind.empty() ? end == english.size()
+                                       : end < english.size() && english[end] == behind[0]);
+      if (!cut) continue;
+      found.push_back(english.substr(at, end - at));
+      if (From(english, end, item + 1)) return true;
+      found.pop_back();
+    }
+    return false;
+  }
+};
+
+TEST(FcStrMatchTemplate, FindsTheFirstOfAllWaysToCutAText) {
+  uint32 seed = 7;
+  const auto random = [&seed](uint32 n) {
+    seed = seed * 1103515245 + 12345;
+    return (seed >> 16) % n;
+  };
+  const auto letters = [&random](uint32 most) {
+    std::string text;
+    for (uint32 n = random(most + 1); n > 0; n--)
+      text += static_cast<char>('a' + random(3));
+    return text;
+  };
+  int matched = 0;
+  for (int round = 0; round < 20000; round++) {
+    PlainStrings plain;
+    std::string pattern, translated, english;
+    const uint32 items = 1 + random(5);
+    for (uint32 i = 0; i <= items; i++) {
+      plain.between.push_back(letters(2));
+      if (i > 0) {
+        pattern += "%s";
+        english += letters(3);
+        translated += "%s|";
+      }
+      pattern += plain.between.back();
+      english += plain.between.back();
+    }
+    if (random(2) == 0) english = letters(12);
+    std::string expected = kNoMatch;
+    if (plain.From(english, 0, 0)) {
+      expected.clear();
+      for (const std::string& string : plain.found)
+        expected += string + "|";
+      matched++;
+    }
+    ASSERT_EQ(expected, Match(english, pattern, translated)) << english << " by " << pattern;
+  }
+  EXPECT_GT(matched, 5000);
 }
 
 TEST(FcStrMatchTemplate, PutsTrailingNewlinesBack) {

@@ -5,13 +5,17 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "child.h"
 #include "failing_allocation.h"
 #include "fcboot.h"
+#include "fcmem.h"
 #include "fcstrprf.h"
 #include "fctransl.h"
 #include "fwerror.h"
@@ -692,6 +696,65 @@ TEST_F(FwTransl, GivesUpTheAddressOfAFontNameAtUnload) {
           return text.ends_with("Block apparently corrupted/not allocated by FrameWork");
         }));
   }
+}
+
+// Whatever the allocator: an application's own never sees the address of the field.
+TEST_F(FwTransl, AllocatorsAreNotGivenTheAddressOfAFontName) {
+  static const void* pvOfField;
+  static int nSeen;
+  const auto watch = [](void* pv) {
+    const auto n = reinterpret_cast<std::uintptr_t>(pv);
+    const auto nField = reinterpret_cast<std::uintptr_t>(pvOfField);
+    if (n <= nField && n + 64 > nField) {
+      ++nSeen;
+      return;
+    }
+    std::free(pv);
+  };
+  const std::string path = Write("font", HeaderWith("Font Name=Courier\n"));
+  for (uint32 nLevel : {0u, 1u, 2u}) {
+    ExpectGoodInChild([&] {
+      fcBootContext.memory = {std::malloc, watch, nLevel};
+      FcMemInit();
+      nSeen = 0;
+      FwErrorState err;
+      ASSERT_TRUE(FwTranslLoadMessageFile(FWT(path.c_str()), nullptr, &err));
+      FwTextString* pptbz = &FcTranslationDatabase.pMsgFiles->locale.ptbzFontName;
+      // The record of the file itself begins further back.
+      pvOfField = pptbz;
+      ASSERT_GT(
+          reinterpret_cast<char*>(pptbz) - reinterpret_cast<char*>(FcTranslationDatabase.pMsgFiles),
+          64);
+      CollectReports reports;
+      EXPECT_EQ(1, FwTranslUnloadMessageFile(FWT(path.c_str()), 0, nullptr));
+      EXPECT_EQ(0, nSeen) << "level " << nLevel;
+      const bool fTold = std::any_of(
+          reports.asserts().begin(), reports.asserts().end(), [](const std::string& text) {
+            return text.ends_with("Block apparently corrupted/not allocated by FrameWork");
+          });
+      EXPECT_EQ(nLevel > 0, fTold) << "level " << nLevel;
+    });
+  }
+}
+
+TEST_F(FwTransl, NullTextsAssertAndFindNothing) {
+  LoadText("words", std::string(kHeader) + Fixed(Pair("a", "A")));
+  FwTextString ptbzEnglish = FWT("x");
+  FwTextString ptbzLocal = FWT("x");
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  {
+    ExpectAsserts expected({"NULL ptbz", "NULL ptbz", "NULL ptbz", "NULL ptbz", "NULL param"});
+    EXPECT_EQ(0, FwTranslLookupFixedPair(nullptr, &ptbzEnglish, &ptbzLocal));
+    EXPECT_EQ(nullptr, ptbzEnglish);
+    EXPECT_EQ(nullptr, ptbzLocal);
+    EXPECT_EQ(0, FwTranslLookupFixedPairN(nullptr, 3, &ptbzEnglish, &ptbzLocal));
+    FwTranslReleaseFixedPair(nullptr);
+    EXPECT_EQ(FW_TRANSL_NONE, FwTranslMessage(nullptr, &record));
+    EXPECT_EQ(FW_TRANSL_NONE, FwTranslMessage(FWT("a"), nullptr));
+  }
+  EXPECT_STREQ("", FWC(record.pbz));
+  FwStrRecordAbandon(&record);
 }
 
 TEST_F(FwTransl, TracesTheUnloadOfAnUnknownFile) {

@@ -62,6 +62,10 @@ int32 Ex(FwErrorState* err, FwTextString from, FwTextString to, FwObj* progress)
 
 TreeCopy* const kBoth[] = {Plain, Ex};
 
+bool Exists(const std::string& path) {
+  return access(path.c_str(), F_OK) == 0;
+}
+
 std::string LinkText(const std::string& path) {
   char text[100] = {};
   return readlink(path.c_str(), text, sizeof text - 1) < 0 ? "(no link)" : text;
@@ -121,6 +125,123 @@ TEST(FwFileCopyTree, ReplacesExistingFilesInAnyCase) {
   EXPECT_EQ("new", ReadFile(old));
   EXPECT_EQ("new", LinkText(tree / "to/l"));
   EXPECT_EQ("stays", ReadFile(tree / "to/other"));
+}
+
+// Under whatever name: the look comes before the deletion that clears the way.
+TEST(FwFileCopyTree, OfAFileOntoItselfIsRefused) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("d/a", "text");
+  const std::string side = tree.Write("d/.AppleDouble/a", "side");
+  ASSERT_EQ(0, ::link(file.c_str(), (tree / "hard").c_str()));
+  for (const std::string& name : {file, tree / "d/./a", tree / "d/../d/a", tree.Link("link", "d/a"),
+                                  tree / "hard", tree.Link("by", "d") + "/a"})
+    for (TreeCopy* copy : kBoth) {
+      Error err;
+      Progress progress;
+      EXPECT_EQ(0, copy(err, Txt(file), Txt(name), progress));
+      EXPECT_EQ("AlreadyExists File " + name, Describe(err));
+      EXPECT_EQ("text", ReadFile(file));
+      EXPECT_EQ("side", ReadFile(side));
+      EXPECT_EQ("d/a", LinkText(tree / "link"));
+      EXPECT_TRUE(progress.names().empty());
+    }
+}
+
+TEST(FwFileCopyTree, OfADirectoryOntoItselfIsRefused) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("d/sub/a", "text");
+  const std::string other = tree.Link("other", "d");
+  for (const std::string& from : {tree / "d", tree / "d/"})
+    for (const std::string& name : {tree / "d", tree / "d/", tree / "d/sub/..", other, other + "/"})
+      for (TreeCopy* copy : kBoth) {
+        Error err;
+        EXPECT_EQ(0, copy(err, Txt(from), Txt(name), nullptr));
+        EXPECT_EQ("AlreadyExists File " + name, Describe(err));
+        EXPECT_EQ("text", ReadFile(file));
+      }
+}
+
+TEST(FwFileCopyTree, OfADirectoryIntoItselfIsRefusedBeforeAnythingIsMade) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("d/sub/a", "text");
+  const std::string other = tree.Link("other", "d/sub");
+  for (const std::string& name : {tree / "d/new", tree / "d/new/er/", tree / "d/sub",
+                                  tree / "d/sub/x", other, other + "/x/y"})
+    for (TreeCopy* copy : kBoth) {
+      Error err;
+      EXPECT_EQ(0, copy(err, Txt(tree / "d"), Txt(name), nullptr));
+      EXPECT_EQ("AlreadyExists File " + name, Describe(err));
+      EXPECT_FALSE(Exists(tree / "d/new"));
+      EXPECT_FALSE(Exists(tree / "d/sub/x"));
+      EXPECT_FALSE(Exists(tree / "d/sub/sub"));
+      EXPECT_EQ("text", ReadFile(file));
+    }
+  // Beside it, with a name that begins alike, and above it are other places.
+  Error err;
+  EXPECT_EQ(1, FwFileCopyTree(err, Txt(tree / "d"), Txt(tree / "d2/x"), nullptr, 0));
+  EXPECT_EQ(1, FwFileCopyTree(err, Txt(tree / "d/sub"), Txt(tree / "d"), nullptr, 0));
+  EXPECT_EQ("text", ReadFile(tree / "d2/x/sub/a"));
+  EXPECT_EQ("text", ReadFile(tree / "d/a"));
+}
+
+// What a link leads to is the only copy: the link in its place would lead to itself.
+TEST(FwFileCopyTree, ALinkIsNotCopiedOverTheFileThatItLeadsTo) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("to/l", "text");
+  tree.Link("from/l", "../to/l");
+  for (TreeCopy* copy : kBoth) {
+    for (const char* level : {"", "/l"}) {
+      Error err;
+      EXPECT_EQ(0, copy(err, Txt(tree / "from" + level), Txt(tree / "to" + level), nullptr));
+      EXPECT_EQ("AlreadyExists File " + file, Describe(err));
+      EXPECT_EQ("text", ReadFile(file));
+    }
+  }
+  // A copy of the link is replaced as ever.
+  tree.Directory("copy");
+  for (int i = 0; i < 2; i++) {
+    Error err;
+    EXPECT_EQ(1, FwFileCopyTree(err, Txt(tree / "from"), Txt(tree / "copy"), nullptr, 0));
+    EXPECT_EQ("../to/l", LinkText(tree / "copy/l"));
+  }
+}
+
+// A link in the target may lead back to the source, to a part of it as well as to its side-files.
+TEST(FwFileCopyTree, NothingOfTheSourceIsLostThroughALinkInTheTarget) {
+  TemporaryTree tree;
+  tree.Write("from/sub/a", "text");
+  tree.Write("from/sub/deep/b", "deep");
+  tree.Link("to/sub", "../from/sub");
+  tree.Link("in/sub", "../from/sub/deep");
+  for (TreeCopy* copy : kBoth) {
+    for (const char* target : {"to", "in"}) {
+      Error err;
+      EXPECT_EQ(0, copy(err, Txt(tree / "from"), Txt(tree / target), nullptr));
+      EXPECT_TRUE(Describe(err).starts_with("AlreadyExists File " + (tree / target)))
+          << Describe(err);
+      EXPECT_EQ("text", ReadFile(tree / "from/sub/a"));
+      EXPECT_EQ("deep", ReadFile(tree / "from/sub/deep/b"));
+      EXPECT_FALSE(Exists(tree / "from/sub/deep/deep/deep"));
+    }
+  }
+  const std::string side = tree.Write("one/.AppleDouble/a", "side");
+  tree.Write("one/a", "a");
+  tree.Link("two/.AppleDouble", "../one/.AppleDouble");
+  Error err;
+  EXPECT_EQ(0, FwFileCopyTree(err, Txt(tree / "one/a"), Txt(tree / "two/a"), nullptr, 0));
+  EXPECT_EQ("side", ReadFile(side));
+}
+
+// A link in the target that leads to the file of the source is replaced by a copy.
+TEST(FwFileCopyTree, ALinkInTheTargetIsReplaced) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("from/a", "text");
+  tree.Link("to/a", "../from/a");
+  Error err;
+  EXPECT_EQ(1, FwFileCopyTree(err, Txt(tree / "from"), Txt(tree / "to"), nullptr, 0));
+  EXPECT_EQ("(no link)", LinkText(tree / "to/a"));
+  EXPECT_EQ("text", ReadFile(tree / "to/a"));
+  EXPECT_EQ("text", ReadFile(file));
 }
 
 TEST(FwFileCopyTree, FillsADirectoryBeforeItTurnsReadOnly) {

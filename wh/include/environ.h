@@ -64,7 +64,8 @@ int wh_set_process_env(FwErrorState* err, WH_ENVIRON* new_env);
 int32 wh_enumerate_environ(WH_ENVIRON* env, FwHashIterationFn* func, void* context,
                            FwErrorState* err);
 
-// The same in the order that the platform's comparison of names gives.
+// The same in the order that the platform's comparison of names gives. Needs memory for a list of
+// the entries.
 int32 wh_sorted_enumerate_environ(WH_ENVIRON* env, FwHashIterationFn* func, void* context,
                                   FwErrorState* err);
 

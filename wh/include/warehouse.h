@@ -346,7 +346,8 @@ struct WH_INDEX_SLOT {
 
 // The products loaded so far under one base directory. A product is read the first time that it is
 // asked for and lives until index_close. entries keeps the order of loading; by_name finds a
-// product by its name without a scan:
+// product by its name without a scan. Both are index_add's to fill: a product put into entries by
+// hand is freed with the index, but no query finds it.
 //
 //   by_name  [ 0 | P2 | 0 | 0 | P1 | P3 | 0 | 0 ]    linear probing from hash modulo size;
 //                                                    2^k slots, at most half of them full

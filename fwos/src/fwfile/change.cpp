@@ -43,8 +43,9 @@ bool ClearTarget(CopyJob* pJob) {
   FwErrorState err;
   bool fClear = true;
   if (FwFileGetInfo(&err, pJob->ptbzNew, nullptr, 0)) {
+    // Where it can't be told whether the target is the source, nothing is deleted.
     if (!(pJob->flags & FW_FILE_OVERWRITE) ||
-        FwFilenamesReferToSameFile(&err, pJob->ptbzOld, pJob->ptbzNew)) {
+        FwFilenamesReferToSameFile(&err, pJob->ptbzOld, pJob->ptbzNew) || err.pError) {
       FwErrorSet(pJob->pErrState, fwErrorAlreadyExists, 2, FWT("File"), pJob->ptbzNew);
       fClear = false;
     } else {
@@ -197,7 +198,22 @@ bool fFormFits(FwTextString ptbzName, const FwFileInfo& info) {
   return (FwFileEndsWithSeparator(ptbzName) != nullptr) == (info.type == FW_FILE_TYPE_DIRECTORY);
 }
 
-bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzNew) {
+// Whether the new name is the very file that a link, the old name, leads to. The link in its place
+// would lead to itself, and the file would be gone.
+bool fLinkOntoItsTarget(FwTextString ptbzOld, const FwFileInfo& followed, FwTextString ptbzNew) {
+  FwErrorState err;
+  FwFileInfo oldInfo;
+  FwFileInfo newInfo;
+  const bool fLoses = FwFileGetInfo(&err, ptbzNew, &newInfo, FW_INFO_NOFOLLOW) &&
+                      newInfo.platform.status.st_dev == followed.platform.status.st_dev &&
+                      newInfo.platform.status.st_ino == followed.platform.status.st_ino &&
+                      FwFileGetInfo(&err, ptbzOld, &oldInfo, FW_INFO_NOFOLLOW) &&
+                      oldInfo.type == FW_FILE_TYPE_LINK;
+  FwErrorClear(&err);
+  return fLoses;
+}
+
+bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzNew, uint32 flags) {
   if ((FwFileEndsWithSeparator(ptbzOld) != nullptr) !=
       (FwFileEndsWithSeparator(ptbzNew) != nullptr)) {
     FwErrorSet(pErrState, fwErrorOperationDenied, 0);
@@ -211,8 +227,13 @@ bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzN
     FwErrorSet(pErrState, fwErrorNonExistent, 2, FWT("File"), ptbzOld);
     return false;
   }
-  if (fFormFits(ptbzOld, info)) return true;
-  FwErrorSet(pErrState, fwErrorOperationDenied, 0);
+  if (!fFormFits(ptbzOld, info)) {
+    FwErrorSet(pErrState, fwErrorOperationDenied, 0);
+    return false;
+  }
+  // Without the flag a new name that exists is refused in any case.
+  if (!(flags & FW_FILE_OVERWRITE) || !fLinkOntoItsTarget(ptbzOld, info, ptbzNew)) return true;
+  FwErrorSet(pErrState, fwErrorAlreadyExists, 2, FWT("File"), ptbzNew);
   return false;
 }
 
@@ -269,7 +290,7 @@ int32 FwFileRename(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextStri
   return WithAbsoluteNames(
       pErrState, ptbzOldname, ptbzNewname, kCoerceFile | kCoerceDirectory,
       [&](FwTextString ptbzOld, FwTextString ptbzNew) {
-        if (!MayRename(pErrState, ptbzOld, ptbzNew)) return 0;
+        if (!MayRename(pErrState, ptbzOld, ptbzNew, flags)) return 0;
         const int32 nResult = FpFileRename(pErrState, ptbzOld, ptbzNew, flags);
         return nResult == 2 ? RenameBetweenDevices(pErrState, ptbzOld, ptbzNew, flags) : nResult;
       });

@@ -16,10 +16,18 @@
 
 namespace {
 
-// What stays the same all over a tree that is copied.
+// A directory that is being filled, with the one around it.
+struct Filled {
+  dev_t device;
+  ino_t inode;
+  const Filled* pOuter;
+};
+
+// What a part of a tree is copied by.
 struct TreeCopy {
   FwObj* progress;
-  FwTextString ptbzExcept;  // name of directories to be skipped; null or empty: none
+  FwTextString ptbzExcept;             // name of directories to be skipped; null or empty: none
+  const Filled* pInnermost = nullptr;  // the target's directory, null at the top
 };
 
 uint32 Length(const FwStrRecord& path) {
@@ -58,13 +66,65 @@ uint32 FiFileAppleName(FwStrRecord* out, FwTextString path) {
 // ---------------------------------------------------------------------------------------------
 // Copying
 
+bool fSame(const FwFileInfo& info1, const FwFileInfo& info2) {
+  return info1.platform.status.st_dev == info2.platform.status.st_dev &&
+         info1.platform.status.st_ino == info2.platform.status.st_ino;
+}
+
+// As FwFileGetInfo, with what goes wrong left unsaid.
+bool fLook(FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
+  FwErrorState err;
+  const bool fFound = FwFileGetInfo(&err, ptbzName, info, flags);
+  FwErrorClear(&err);
+  return fFound;
+}
+
+// Whether the target is the source under another name, or what a link at the source leads to.
+// Removing it would take away the only copy.
+bool fIsSource(FwTextString ptbzOld, FwTextString ptbzNew) {
+  FwFileInfo target;
+  if (!fLook(ptbzNew, &target, FW_INFO_NOFOLLOW)) return false;
+  FwFileInfo source = {};
+  if (fLook(ptbzOld, &source, FW_INFO_NOFOLLOW) && fSame(source, target)) return true;
+  return target.type != FW_FILE_TYPE_LINK && source.type == FW_FILE_TYPE_LINK &&
+         fLook(ptbzOld, &source, 0) && fSame(source, target);
+}
+
+// Whether the name, of which the last elements need not exist, lies in the directory.
+bool fLiesWithin(FwTextString ptbzName, const FwFileInfo& directory) {
+  FwStrRecord path;
+  OpenPath(&path, ptbzName);
+  FwTextString ptbzReal = nullptr;
+  while (!(ptbzReal = realpath_UTF8(path.pbz)) && *path.pbz && !FwFileIsRoot(path.pbz))
+    FwFileRemoveLastPathElement(&path);
+  FwStrRecordShorten(&path, 0);
+  if (ptbzReal) {
+    FwStrPutTextString(&path, ptbzReal);
+    FwMemFree(ptbzReal);
+  }
+  bool fWithin = false;
+  while (!fWithin && *path.pbz) {
+    FwFileInfo info;
+    fWithin = fLook(path.pbz, &info, 0) && fSame(info, directory);
+    if (FwFileIsRoot(path.pbz)) break;
+    FwFileRemoveLastPathElement(&path);
+  }
+  FwStrRecordAbandon(&path);
+  return fWithin;
+}
+
+void RefuseTarget(FwErrorState* err, FwTextString ptbzNew) {
+  FwErrorSet(err, fwErrorAlreadyExists, 2, FWT("File"), ptbzNew);
+}
+
 // Makes the target's directory and removes what stands in the target's place.
-void ClearTheWay(FwErrorState* err, FwTextString ptbzNew) {
+void ClearTheWay(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew) {
   FwTextString ptbzDir =
       FwStrNDuplicate(ptbzNew, static_cast<int>(FwFileSkipToLeafname(ptbzNew) - ptbzNew));
   FwDirCreate(err, ptbzDir, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
   FwMemFree(ptbzDir);
   if (err->pError) return;
+  if (fIsSource(ptbzOld, ptbzNew)) return RefuseTarget(err, ptbzNew);
   if (!FwFileDelete(err, ptbzNew, FW_DELETE_FORCE) && err->pError &&
       Fw_msg_IsDescendant(fwErrorNonExistent, err->pError))
     FwErrorClear(err);
@@ -73,7 +133,7 @@ void ClearTheWay(FwErrorState* err, FwTextString ptbzNew) {
 void FiFileCopyLeaf(FwErrorState* err, FwTextString oldpath, FwTextString newpath,
                     FwObj* progress) {
   if (err->pError) return;
-  ClearTheWay(err, newpath);
+  ClearTheWay(err, oldpath, newpath);
   if (!err->pError) FwFileCopy(err, oldpath, newpath, FW_FILE_OVERWRITE);
   Report(err, progress, newpath);
 }
@@ -81,7 +141,7 @@ void FiFileCopyLeaf(FwErrorState* err, FwTextString oldpath, FwTextString newpat
 void FiFileCopyLink(FwErrorState* err, FwTextString oldpath, FwTextString newpath, FwFileInfo* info,
                     FwObj* progress) {
   if (err->pError) return;
-  ClearTheWay(err, newpath);
+  ClearTheWay(err, oldpath, newpath);
   if (!err->pError) FwFileCopyLink(err, oldpath, newpath, info, 0);
   Report(err, progress, newpath);
 }
@@ -135,17 +195,31 @@ void CopyEntries(FwErrorState* err, FwErrorState* errEntry, FwDir* pDir, FwStrRe
   FwStrRecordAbandon(&name);
 }
 
+bool fSameDirectory(const Filled& filled, const FwFileInfo& info) {
+  return filled.device == info.platform.status.st_dev &&
+         filled.inode == info.platform.status.st_ino;
+}
+
 void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpath,
                     FwFileInfo* newinfo, const TreeCopy& copy) {
   if (err->pError) return;
   FwFileEnsureTrailingSeparator(oldpath);
   FwFileEnsureTrailingSeparator(newpath);
+  // A link in the target may lead back into the source.
+  for (const Filled* p = copy.pInnermost; p; p = p->pOuter)
+    if (fSameDirectory(*p, *newinfo)) return RefuseTarget(err, newpath->pbz);
   FwDirCreate(err, newpath->pbz, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
-  if (err->pError || !Report(err, copy.progress, newpath->pbz)) return;
+  if (err->pError) return;
+  FwFileInfo target;
+  if (!FwFileGetInfo(err, newpath->pbz, &target, 0)) return;
+  if (fSame(target, *newinfo)) return RefuseTarget(err, newpath->pbz);
+  if (!Report(err, copy.progress, newpath->pbz)) return;
+  const Filled filled = {target.platform.status.st_dev, target.platform.status.st_ino,
+                         copy.pInnermost};
   FwDir* pDir = FwDirOpen(err, oldpath->pbz, 0);
   if (!pDir) return;
   FwErrorState errEntry;
-  CopyEntries(err, &errEntry, pDir, oldpath, newpath, copy);
+  CopyEntries(err, &errEntry, pDir, oldpath, newpath, {copy.progress, copy.ptbzExcept, &filled});
   FwDirClose(err, pDir);
   // Last, so that a directory that turns read-only could be filled.
   FwFileSetInfo(err, newpath->pbz, newinfo, FW_INFO_ATTRIBUTES);
@@ -169,6 +243,14 @@ void CopySideFile(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew,
   FwStrRecordAbandon(&newSide);
 }
 
+// A copy onto the source, under whatever name, or into it. Nothing may be made or removed then.
+bool fOntoOrInto(FwTextString ptbzOld, FwTextString ptbzNew, const FwFileInfo& source) {
+  FwFileInfo target;
+  if (source.type == FW_FILE_TYPE_LINK) return fIsSource(ptbzOld, ptbzNew);
+  if (fLook(ptbzNew, &target, 0) && fSame(source, target)) return true;
+  return source.type == FW_FILE_TYPE_DIRECTORY && fLiesWithin(ptbzNew, source);
+}
+
 int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, const TreeCopy& copy,
                bool fSideFile) {
   FwTextString ptbzOld = FiFileCoerceFilename(err, oldname, kCoerceAny);
@@ -185,7 +267,11 @@ int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, co
   FiFileFreeCoerced(ptbzOld, oldname);
   FiFileFreeCoerced(ptbzNew, newname);
   FwFileInfo info;
-  if (FwFileGetInfo(err, oldpath.pbz, &info, FW_INFO_NOFOLLOW)) {
+  if (!FwFileGetInfo(err, oldpath.pbz, &info, FW_INFO_NOFOLLOW)) {
+    // err tells.
+  } else if (fOntoOrInto(oldpath.pbz, newpath.pbz, info)) {
+    RefuseTarget(err, newpath.pbz);
+  } else {
     if (fSideFile) CopySideFile(err, oldpath.pbz, newpath.pbz, copy.progress);
     CopyByType(err, err, &oldpath, &newpath, &info, copy);
   }

@@ -316,6 +316,17 @@ void FcMemFree_DBGLEV_2(void* pvBlock, uint32 cbSize, char* pszFile, uint32 nLin
   if (fLive || !RawIsCLibrary()) Release(info, pmhal, pvBlock);
 }
 
+void FcMemReportStray(void* pvAddress, char* pszFile, uint32 nLine) {
+  if (nFcDebugLevel == 1) {
+    FcMlalCheck({"Free", pszFile, nLine, nullptr, 0},
+                static_cast<FcMemLightAllocation_t*>(pvAddress) - 1);
+  } else if (nFcDebugLevel == 2) {
+    FcMemHeavyAllocation_t* pmhal = HeavyOf(pvAddress) - 1;
+    const AllocationOf allocation("Free", pszFile, nLine, pmhal);
+    FcMhalCheck(allocation.info, pmhal);
+  }
+}
+
 void FcMhalIterate(fnFcMhalIterate_t* pmav, void* pvData) {
   pFwListEntry_t plse = plseFcListGetFirst_(&FcMhalListHead);
   while (plse != nullptr) {

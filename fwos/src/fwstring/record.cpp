@@ -5,6 +5,7 @@
 #include "fcstring.h"
 #include "fwmem.h"
 #include "fwstring.h"
+#include "fwstring/terminated.h"
 #include "fwstrprf.h"
 #include "fwunicod.h"
 #include "vqassert.h"
@@ -43,19 +44,16 @@ bool note_holds(const FwStrRecord* pRecord) {
   return FcUTF8LeadLength(*pbLead) <= pbNote - pbLead;
 }
 
-// Whether whole characters end at the terminator. Starts where an earlier check left off, so that
-// a string built piece by piece is decoded once.
+// Whether whole characters end at the terminator, or at a zero before it. Starts where an earlier
+// check left off, so that a string built piece by piece is decoded once.
 bool check_terminated(FwStrRecord* pRecord) {
-  const auto cbLength = static_cast<uint32>(length_of(pRecord));
   if (!note_holds(pRecord)) pRecord->cbWellTerminated = 0;
-  FwTextByte* ptbBad = nullptr;
-  if (fFcStrNWellTerminated(pRecord->pbz + pRecord->cbWellTerminated,
-                            cbLength - pRecord->cbWellTerminated, &ptbBad)) {
-    pRecord->cbWellTerminated = cbLength;
-    return true;
-  }
-  if (ptbBad != nullptr) pRecord->cbWellTerminated = static_cast<uint32>(ptbBad - pRecord->pbz);
-  return false;
+  const FcStrCheck check =
+      FcStrCheckCharacters(pRecord->pbz + pRecord->cbWellTerminated,
+                           static_cast<uint32>(length_of(pRecord)) - pRecord->cbWellTerminated);
+  // At a zero the note stays, and with it what every later check finds.
+  pRecord->cbWellTerminated = static_cast<uint32>(check.ptbEnd - pRecord->pbz);
+  return check.fWellTerminated;
 }
 
 // Makes room for cbNeeded bytes from the terminator on; growing requests cbRequested beyond the

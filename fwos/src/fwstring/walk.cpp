@@ -4,22 +4,21 @@
 #include "fcstring.h"
 #include "fpstring.h"
 #include "fwstring.h"
+#include "fwstring/terminated.h"
 #include "fwunicod.h"
 #include "vqassert.h"
 
 namespace {
 
-// Steps over bytes below 0x80, up to the end or a zero. Eight at a time: most text is ASCII.
+// Steps over bytes below 0x80. Eight at a time: most text is ASCII.
 FwTextByte* skip_ascii(FwTextByte* ptb, const FwTextByte* ptbEnd) {
   while (ptbEnd - ptb >= 8) {
     uint64 word;
     std::memcpy(&word, ptb, sizeof word);
-    constexpr uint64 kOnes = 0x0101010101010101;
-    constexpr uint64 kHighs = 0x8080808080808080;
-    if (((word | (word - kOnes)) & kHighs) != 0) break;
+    if ((word & 0x8080808080808080) != 0) break;
     ptb += 8;
   }
-  while (ptb < ptbEnd && *ptb != 0 && *ptb < 0x80)
+  while (ptb < ptbEnd && *ptb < 0x80)
     ptb++;
   return ptb;
 }
@@ -112,23 +111,30 @@ int32 fFcStrWellTerminated(FwTextString ptbz, FwTextByte** pptbFirstBadChar) {
   return fFcStrNWellTerminated(ptbz, static_cast<uint32>(std::strlen(FWC(ptbz))), pptbFirstBadChar);
 }
 
+FcStrCheck FcStrCheckCharacters(FwTextByte* ptb, uint32 cbLength) {
+  // A zero ends the text, and the bytes behind it need not be there.
+  const size_t cbText = strnlen(FWC(ptb), cbLength);
+  const size_t cbBehind = cbLength - cbText;
+  const FwTextByte* const ptbEnd = ptb + cbText;
+  while ((ptb = skip_ascii(ptb, ptbEnd)) < ptbEnd) {
+    const auto cbLeft = static_cast<size_t>(ptbEnd - ptb);
+    const uint32 nLength = FcUTF8LeadLength(*ptb);
+    if (nLength > cbLeft + cbBehind) return {false, ptb};
+    FwTextCharacter tc;
+    FwUTF8ToCharacter(&tc, ptb);
+    // The length that the lead byte tells is what counts, even where the zero ends the character.
+    if (nLength > cbLeft) return {true, ptb};
+    ptb += nLength > 0 ? nLength : 1;
+  }
+  return {true, ptb};
+}
+
 int32 fFcStrNWellTerminated(FwTextString ptb, uint32 cbLength, FwTextByte** pptbFirstBadChar) {
   FwAssert(ptb != nullptr, "NULL ptb");
   if (ptb == nullptr) return 0;
-  const FwTextByte* const ptbEnd = ptb + cbLength;
-  while ((ptb = skip_ascii(ptb, ptbEnd)) < ptbEnd) {
-    if (*ptb == 0) return 1;
-    const uint32 nLength = FcUTF8LeadLength(*ptb);
-    if (nLength > static_cast<size_t>(ptbEnd - ptb)) {
-      if (pptbFirstBadChar != nullptr) *pptbFirstBadChar = ptb;
-      return 0;
-    }
-    // The length that the lead byte tells is what counts, even where a zero ends the character.
-    FwTextCharacter tc;
-    FwUTF8ToCharacter(&tc, ptb);
-    ptb += nLength > 0 ? nLength : 1;
-  }
-  return 1;
+  const FcStrCheck check = FcStrCheckCharacters(ptb, cbLength);
+  if (!check.fWellTerminated && pptbFirstBadChar != nullptr) *pptbFirstBadChar = check.ptbEnd;
+  return check.fWellTerminated;
 }
 
 int32 FwStrIsWhiteSpace(FwTextCharacter tc) {

@@ -22,7 +22,7 @@ bool MatchRest(FcMatContext* pctmat, FwTextByte* ptbEnglish, FwTextByte* ptbTemp
   }
   if (ptbTemplate != pctmat->pbzTemplateEnd) return false;
   if (ptbEnglish < pctmat->pbzEnglishIgnorableStart) return false;
-  // A string at the end may have taken newlines: those are printed with it.
+  // Text of the template may have taken newlines: those are printed with it.
   pctmat->pbzEnglishIgnorableStart = ptbEnglish;
   return true;
 }
@@ -64,6 +64,7 @@ bool CursorsAreSound(const FcMatContext* pctmat, const FwTextByte* ptbEnglishBef
 bool FcMatContextCreate(FcMatContext* pctmat, FwTextString ptbzEnglish, uint32 cbEnglishLength,
                         FwTextString ptbzTemplate) {
   *pctmat = FcMatContext{};
+  pctmat->nCandidatesLeft = kFcMatMaxCandidates;
   uint32 nPercents = FcStrCountPercents(ptbzTemplate);
   if (nPercents > 0) {
     pctmat->paptbPercent = static_cast<FwTextByte**>(
@@ -128,6 +129,8 @@ bool fFcMatScanArgList(FcMatContext* pctmat, FcMatBinding* bdl, uint32 cbdNumElt
       return false;
     }
     if (!CursorsAreSound(pctmat, ptbEnglish, ptbEnglishNow, ptbTemplate, ptbTemplateNow)) break;
+    if (pctmat->nCandidatesLeft == 0) break;
+    pctmat->nCandidatesLeft--;
     if (fFcMatScanArgList(pctmat, bdl + 1, cbdNumElts - 1, ptbEnglishNow, ptbTemplateNow)) {
       return true;
     }

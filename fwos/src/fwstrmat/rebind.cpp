@@ -42,10 +42,16 @@ bool fFcMatRebindBasedUInt32(FcMatContext* pctmat, FcMatBinding* pbd, uint32 nBa
   return true;
 }
 
+// How far a binding may reach that would go on from ptb: not into the newlines at the end of the
+// text, which belong to no item.
+FwTextByte* BindingLimit(const FcMatContext* pctmat, FwTextByte* ptb) {
+  return std::max(pctmat->pbzEnglishIgnorableStart, ptb);
+}
+
 // Where the candidate that begins the search at ptb ends, or null if there is none.
 FwTextByte* FindStringEnd(const FcMatContext* pctmat, const FcMatBinding* pbd, FwTextByte* ptb,
                           bool fFirst) {
-  FwTextByte* const ptbTextEnd = pctmat->pbzEnglishEnd;
+  FwTextByte* const ptbTextEnd = BindingLimit(pctmat, ptb);
   if (pbd->fMarked) {
     if (!fFirst) return nullptr;
     FwTextByte* ptbMarker = std::find(ptb, ptbTextEnd, kFcStrMarker);
@@ -149,9 +155,10 @@ bool fFcMatRebindCharacter(FcMatContext* pctmat, FcMatBinding* pbd, FwTextByte**
                            FwTextByte**) {
   if (pbd->ptbzEnglish == *pptbEnglish) return false;
   FwTextByte* ptb = SkipSpaces(pbd, *pptbEnglish, pctmat->pbzEnglishEnd);
-  if (ptb >= pctmat->pbzEnglishEnd) return false;
+  FwTextByte* const ptbLimit = BindingLimit(pctmat, ptb);
+  if (ptb >= ptbLimit) return false;
   FwTextCharacter tc = FwStrGetTextCharacter(&ptb);
-  if (tc == 0 || ptb > pctmat->pbzEnglishEnd) return false;
+  if (tc == 0 || ptb > ptbLimit) return false;
   pbd->Arg.Value.int32_ = tc;
   SetArg(pbd, kFcTypeInt32, kFcTypeSize);
   BindUpTo(pbd, pptbEnglish, ptb);

@@ -1,5 +1,6 @@
 // Message files: loading, layering, unloading.
 #include "fcboot.h"
+#include "fcmem.h"
 #include "fctransl.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -206,9 +207,9 @@ int32 FwTranslUnloadMessageFile(FwTextString ptbzFileName, int32 fForce, FwError
   *ppFile = pFile->pNext;
   FcTranslFreeNodeBlocks(pFile);
   // Kept: the address of the field is given up and not the string, which the debugging levels of
-  // the memory manager complain of. The plain one can't tell, so it is spared.
-  if (pFile->locale.ptbzFontName != nullptr && fcBootContext.memory.debug_level > 0) {
-    FwMemFree(&pFile->locale.ptbzFontName);
+  // the memory manager complain of. No allocator gets to see it.
+  if (pFile->locale.ptbzFontName != nullptr) {
+    FcMemReportStray(&pFile->locale.ptbzFontName, const_cast<char*>(__FILE__), __LINE__);
   }
   FwMemFree(pFile->ptbzFileName);
   FwMemFree(pFile);

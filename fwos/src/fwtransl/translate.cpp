@@ -14,6 +14,11 @@ bool IsLineEnd(FwTextByte tb) {
   return tb == '\n' || tb == '\r';
 }
 
+bool IsGiven(FwTextString ptbz) {
+  FwAssert(ptbz != nullptr, "NULL ptbz");
+  return ptbz != nullptr;
+}
+
 // Tries the templates that the text's first characters lead to.
 bool TranslateByTemplate(FwTextString ptbzText, uint32 cbText, FwStrRecord* pRecOutput) {
   FcTranslKeyString abMessageKey;
@@ -57,6 +62,11 @@ int32 FwTranslLookupFixedPair(FwTextString ptbzEnglish, FwTextString* pptbzFixed
 int32 FwTranslLookupFixedPairN(FwTextString ptbzEnglish, uint32 cLength,
                                FwTextString* pptbzFixedEnglish, FwTextString* pptbzFixedLocal) {
   FcAssertBootLevel(kBootLevel);
+  if (!IsGiven(ptbzEnglish)) {
+    *pptbzFixedEnglish = nullptr;
+    *pptbzFixedLocal = nullptr;
+    return 0;
+  }
   FcTranslNode* pNode = FcTranslFindFixedStringNode(&FcTranslationDatabase, ptbzEnglish, cLength);
   if (pNode == nullptr) return 0;
   FcTranslLockNode(pNode);
@@ -67,6 +77,7 @@ int32 FwTranslLookupFixedPairN(FwTextString ptbzEnglish, uint32 cLength,
 
 void FwTranslReleaseFixedPair(FwTextString ptbzFixedEnglish) {
   FcAssertBootLevel(kBootLevel);
+  if (!IsGiven(ptbzFixedEnglish)) return;
   FcTranslNode* pNode =
       FcTranslFindFixedStringNode(&FcTranslationDatabase, ptbzFixedEnglish, kFcTranslWhole);
   if (pNode == nullptr) {
@@ -83,6 +94,8 @@ void FwTranslReleaseFixedPair(FwTextString ptbzFixedEnglish) {
 
 int32 FwTranslMessage(FwTextString ptbzMessage, FwStrRecord* pRecOutput) {
   FcAssertBootLevel(kBootLevel);
+  FwAssert(pRecOutput != nullptr, "NULL param");
+  if (!IsGiven(ptbzMessage) || pRecOutput == nullptr) return FW_TRANSL_NONE;
   FwTextByte* ptbText = ptbzMessage;
   while (IsLineEnd(*ptbText)) {
     ptbText++;
