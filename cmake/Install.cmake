@@ -54,17 +54,36 @@ function(zor_install_document component document to)
   install(FILES ${PROJECT_BINARY_DIR}/documents/${document} DESTINATION ${to} COMPONENT ${component})
 endfunction()
 
+# zor_install_directories(COMPONENT DIRECTORY...): the directories that a component installs files to, stated before all
+# its other rules. Those that install(DIRECTORY) makes have their modes from there. A package's come from CPack.
+function(zor_install_directories component)
+  if(NOT ZOR_DEBIAN)
+    install(CODE "set(zor_record \"${PROJECT_BINARY_DIR}/install_directories.txt\")\nset(zor_directories ${ARGN})"
+      COMPONENT ${component})
+    install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/InstallDirectories.cmake COMPONENT ${component})
+  endif()
+endfunction()
+
+add_custom_target(uninstall
+  COMMAND sh ${PROJECT_SOURCE_DIR}/cmake/uninstall.sh ${PROJECT_BINARY_DIR}
+  COMMENT "Uninstalling what was installed last from ${PROJECT_BINARY_DIR}" VERBATIM USES_TERMINAL)
+
 # The tool.
+set(completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+zor_install_directories(tool
+  ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man5 ${completions} ${ZOR_ZSH_DIR}
+  ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${zor_share}/shell ${zor_doc}/doc ${zor_doc}/share/schemas
+  ${zor_doc}/examples)
 install(TARGETS zorenv RUNTIME COMPONENT tool)
 zor_install_page(tool 1 zorenv)
 zor_install_page(tool 5 zorenv-warehouse)
 
 # A shell that loads completions by the command's name finds those of the function zor under the second one.
 install(FILES share/completions/zorenv.bash RENAME zorenv
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  DESTINATION ${completions} COMPONENT tool)
 file(CREATE_LINK zorenv ${PROJECT_BINARY_DIR}/zor SYMBOLIC)
 install(FILES ${PROJECT_BINARY_DIR}/zor
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  DESTINATION ${completions} COMPONENT tool)
 install(FILES share/completions/_zorenv DESTINATION ${ZOR_ZSH_DIR} COMPONENT tool)
 file(CREATE_LINK zorenv.fish ${PROJECT_BINARY_DIR}/zor.fish SYMBOLIC)
 install(FILES share/completions/zorenv.fish ${PROJECT_BINARY_DIR}/zor.fish
@@ -79,6 +98,7 @@ install(DIRECTORY share/schemas DESTINATION ${zor_share} COMPONENT tool PATTERN 
 zor_install_document(tool README.md ${zor_doc})
 zor_install_document(tool doc/guide.md ${zor_doc}/doc)
 zor_install_document(tool doc/daily-use.md ${zor_doc}/doc)
+zor_install_document(tool doc/cookbook.md ${zor_doc}/doc)
 zor_install_document(tool doc/sharp-edges.md ${zor_doc}/doc)
 zor_install_document(tool share/README.md ${zor_doc}/share)
 zor_install_document(tool share/schemas/README.md ${zor_doc}/share/schemas)
@@ -99,6 +119,9 @@ endif()
 target_link_options(standard INTERFACE "$<INSTALL_INTERFACE:${fwos_instrument_flags}>")
 
 set(fwos_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/fwos)
+zor_install_directories(development
+  ${CMAKE_INSTALL_INCLUDEDIR}/fwos ${fwos_cmake} ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_MANDIR}/man3
+  ${fwos_doc}/doc ${fwos_doc}/examples)
 install(TARGETS standard fwos EXPORT fwos
   ARCHIVE COMPONENT development
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/fwos COMPONENT development)

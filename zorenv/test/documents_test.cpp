@@ -178,9 +178,11 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   options.environment = {"PATH=" + path, "HOME=/home/you", "LC_ALL=C.UTF-8", "ZORROOT=" + root,
                          std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
   options.directory = GetParam().elsewhere ? directory.Directory("work") : root;
-  const RunResult result =
-      RunProgram({"/bin/sh", "-c", Replace(script, stated_root, root)}, options);
+  script = Replace(script, stated_root, root);
+  script = Replace(script, "/usr/share/zorenv/shell", source + "/share/shell");
+  const RunResult result = RunProgram({"/bin/sh", "-c", script}, options);
   std::string rest = Replace(result.out, root, stated_root);
+  if (GetParam().elsewhere) rest = Replace(rest, directory / "bin:", "");
   for (const Step& step : steps) {
     SCOPED_TRACE(step.file + step.text);
     const std::size_t end = rest.find(mark);
@@ -196,6 +198,7 @@ INSTANTIATE_TEST_SUITE_P(All, Documents,
                                                   "examples/warehouse"},
                                          Document{"doc/guide.md", nullptr},
                                          Document{"doc/daily-use.md", "examples/warehouse", true},
+                                         Document{"doc/cookbook.md", nullptr, true},
                                          Document{"doc/man/zorenv.1", "examples/warehouse"},
                                          Document{"doc/man/zorenv-warehouse.5", nullptr},
                                          Document{"doc/sharp-edges.md", nullptr}),
