@@ -2,8 +2,9 @@
 # with modes of their own, since users must be able to enter them whatever umask the installer has, and notes them, so
 # that the target "uninstall" can take out these and no others.
 #
-# Set before: zor_directories, relative to the prefix, and zor_record, a file. It begins with two lines, what DESTDIR and
-# the prefix are; an installation to elsewhere begins it anew. No name is ever in a list, so names may hold a semicolon.
+# Set before: zor_directories, relative to the prefix, and zor_record, a file. It begins with two lines, what DESTDIR
+# and the prefix are; an installation to elsewhere begins it anew. No name is ever in a list, so names may hold a
+# semicolon.
 cmake_minimum_required(VERSION 3.25)
 
 set(zor_root "$ENV{DESTDIR}")

@@ -1,6 +1,6 @@
 # shellcheck shell=sh disable=SC2154,SC3013
-# steps.sh: what ./demo and ./check have in common. They source it in the top directory of the source, once they have set
-# me, their name for messages.
+# steps.sh: what ./demo and ./check have in common. They source it in the top directory of the source, once they have
+# set me, their name for messages, and called_from, the directory that they were started in.
 
 # Standard input may be closed, or be a terminal that nothing here is to read from.
 exec </dev/null

@@ -1,4 +1,4 @@
-# zorenv.bash: completion of zorenv and zor for bash. Source it, or put it where bash-completion looks.
+# zorenv.bash (zorenv 1.0.0): completion of zorenv and zor for bash. Source it, or put it where bash-completion looks.
 #
 # Products are completed from the warehouse itself: -r or ZORROOT, else the current directory. A level of directories is
 # one pattern, and no program is started.

@@ -1,5 +1,5 @@
-# zorenv.fish: completion of zorenv and zor for fish. Source it from config.fish, or put it into a directory of
-# fish_complete_path, with a link of the name zor.fish.
+# zorenv.fish (zorenv 1.0.0): completion of zorenv and zor for fish. Source it from config.fish, or put it into a
+# directory of fish_complete_path, with a link of the name zor.fish.
 #
 # Products are completed from the warehouse itself: -r or ZORROOT, else the current directory. A level of directories is
 # one pattern, and no program is started.

@@ -1,4 +1,4 @@
-# zor.csh: the alias zor for csh and tcsh. A csh can't tell a script where it lies, so say it first:
+# zor.csh (zorenv 1.0.0): the alias zor for csh and tcsh. A csh can't tell a script where it lies, so say it first:
 #
 #     set zor_directory = /usr/share/zorenv/shell
 #     source $zor_directory/zor.csh

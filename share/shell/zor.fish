@@ -1,4 +1,4 @@
-# zor.fish: the function zor for fish. Source it from config.fish:
+# zor.fish (zorenv 1.0.0): the function zor for fish. Source it from config.fish:
 #
 #     source /usr/share/zorenv/shell/zor.fish
 #

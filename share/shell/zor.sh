@@ -1,4 +1,4 @@
-# zor.sh: the function zor for sh, bash and zsh. Source it from your shell's start file:
+# zor.sh (zorenv 1.0.0): the function zor for sh, bash and zsh. Source it from your shell's start file:
 #
 #     . /usr/share/zorenv/shell/zor.sh
 #
