@@ -19,6 +19,11 @@ endif()
 string(FIND "${zor_before}" "${zor_head}" zor_place)
 if(NOT zor_place EQUAL 0)
   file(WRITE "${zor_record}" "${zor_head}")
+  # What was installed to elsewhere is not this installation's. CMake writes its own list at the end.
+  get_filename_component(zor_build "${zor_record}" DIRECTORY)
+  foreach(zor_list install_manifest install_manifest_tool install_manifest_development)
+    file(REMOVE "${zor_build}/${zor_list}.txt")
+  endforeach()
 endif()
 
 foreach(zor_directory ${zor_directories})

@@ -11,6 +11,8 @@ fail() {
 
 # The installation noted DESTDIR, the prefix, and the directories that it made.
 made=install_directories.txt
+newline='
+'
 [ -f "$made" ] || fail "nothing was installed from $1"
 root=$(sed -n 1p "$made")
 prefix=$(sed -n 2p "$made")
@@ -27,6 +29,8 @@ made_by_us() {
 
 found=
 status=0
+directory=
+directories=
 for manifest in install_manifest.txt install_manifest_tool.txt install_manifest_development.txt; do
   [ -f "$manifest" ] || continue
   found=1
@@ -40,14 +44,17 @@ for manifest in install_manifest.txt install_manifest_tool.txt install_manifest_
       *) fail "$manifest lists a name that is not absolute: $file" ;;
     esac
     rm -f "$root$file" || status=1
+    [ "$directory" = "$root${file%/*}" ] || directories=$directories$newline$root${file%/*}
     directory=$root${file%/*}
-    while [ -d "$directory" ] && made_by_us "$directory"; do
-      rmdir "$directory" 2>/dev/null || break
-      directory=${directory%/*}
-    done
     file=
   done <"$manifest"
 done
 [ -n "$found" ] || fail "there is no list of what was installed from $1"
 [ "$status" = 0 ] || fail "some files are still there; run it again once they can be removed"
+printf '%s\n' "${directories#"$newline"}" | sort -ru | while IFS= read -r directory; do
+  while [ -d "$directory" ] && made_by_us "$directory"; do
+    rmdir "$directory" 2>/dev/null || break
+    directory=${directory%/*}
+  done
+done
 rm -f install_manifest.txt install_manifest_tool.txt install_manifest_development.txt "$made"

@@ -1,12 +1,13 @@
-// Tests that must not touch the process they run in: another user, another boot, another mount.
+// Tests that must not touch the process they run in, another user or another boot, and disks of
+// their own.
 #ifndef FWOS_TEST_CHILD_H
 #define FWOS_TEST_CHILD_H
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <sched.h>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -35,24 +36,32 @@ inline void ExpectGoodAsAnyUser(const std::function<void()>& body) {
   });
 }
 
-// Mounts a disk of so many kilobytes at a directory, for this process alone; false if it may not.
-inline bool MountSmallDisk(const std::string& directory, int kilobytes) {
-  return unshare(CLONE_NEWNS) == 0 &&
-         mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         mount("none", directory.c_str(), "tmpfs", 0,
-               ("size=" + std::to_string(kilobytes) + "k").c_str()) == 0;
+// Makes a disk of so many kilobytes, in memory. It stands nowhere in the tree of directories, so no
+// other process sees it and nothing is left behind. The result is its name for this process and its
+// children; empty if the disk may not be made, which needs root.
+inline std::string MakeDisk(int kilobytes) {
+  const int context = fsopen("tmpfs", FSOPEN_CLOEXEC);
+  if (context < 0) return "";
+  const std::string size = std::to_string(kilobytes) + "k";
+  int disk = -1;
+  if (fsconfig(context, FSCONFIG_SET_STRING, "size", size.c_str(), 0) == 0 &&
+      fsconfig(context, FSCONFIG_CMD_CREATE, nullptr, nullptr, 0) == 0)
+    disk = fsmount(context, 0, 0);
+  close(context);
+  return disk < 0 ? "" : "/proc/self/fd/" + std::to_string(disk);
 }
 
-// Whether that is possible at all.
-inline bool CanMount() {
-  if (geteuid() != 0) return false;
-  const pid_t child = fork();
-  if (child == 0) {
-    const bool fMounted = MountSmallDisk("/tmp", 64);
-    _exit(fMounted ? 0 : 1);
-  }
-  int status = -1;
-  return waitpid(child, &status, 0) == child && status == 0;
+// A directory on another device than that of temporary files: the one for shared memory, or a disk
+// made for the purpose where that is no device of its own, as in a bare tree that was entered by
+// chroot. Empty if there is none.
+inline const std::string& OtherDevice() {
+  static const std::string directory = [] {
+    struct stat one, two;
+    if (stat("/tmp", &one) != 0) return std::string();
+    if (stat("/dev/shm", &two) == 0 && one.st_dev != two.st_dev) return std::string("/dev/shm");
+    return MakeDisk(65536);
+  }();
+  return directory;
 }
 
 #endif

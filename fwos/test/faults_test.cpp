@@ -12,6 +12,7 @@
 #include <set>
 #include <string>
 
+#include "child.h"
 #include "faults_answers.h"
 #include "fcstrmat.h"
 #include "files.h"
@@ -375,12 +376,9 @@ TEST(Faults, LockingAFile) {
 // The file is under its old name, or whole under the new one, or under both if the old one can't be
 // deleted; never half, and never gone.
 TEST(Faults, RenamingAFileBetweenDevices) {
-  const std::string there = "/dev/shm/zor-faults-" + std::to_string(getpid());
-  struct stat here, other;
+  const std::string there = OtherDevice() + "/zor-faults-" + std::to_string(getpid());
   Tree tree;
-  if (stat("/dev/shm", &other) != 0 || stat(tree.tree.path().c_str(), &here) != 0 ||
-      here.st_dev == other.st_dev)
-    GTEST_SKIP() << "one device only";
+  if (OtherDevice().empty()) GTEST_SKIP() << "one device only";
   const TemporaryTree target(there);
   const std::string content = std::string(70000, 'x') + "end";
   FrameworkSweep sweep;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "blocks.h"
+#include "child.h"
 #include "files.h"
 #include "process.h"
 #include "recorder.h"
@@ -465,7 +466,9 @@ TEST(FwFileRename, RefusesTheRoot) {
 // Two directories on different devices, if the system has them.
 class TwoDevices {
  public:
-  TwoDevices() : other_("/dev/shm/zorenv-rename-" + std::to_string(getpid())) {
+  TwoDevices()
+      : other_((OtherDevice().empty() ? "/tmp" : OtherDevice()) + "/zorenv-rename-" +
+               std::to_string(getpid())) {
     struct stat one, two;
     differ_ = stat(tree_.path().c_str(), &one) == 0 && stat(other_.path().c_str(), &two) == 0 &&
               one.st_dev != two.st_dev;

@@ -91,11 +91,8 @@ class AtTickle {
 };
 
 const std::string kTwoBlocks(100000, 'x');  // of a copy
-const std::string kShm = "/dev/shm/zor-trouble-" + std::to_string(getpid());
-
-bool OtherDevice() {
-  struct stat one, two;
-  return stat("/tmp", &one) == 0 && stat("/dev/shm", &two) == 0 && one.st_dev != two.st_dev;
+std::string There() {
+  return OtherDevice() + "/zor-trouble-" + std::to_string(getpid());
 }
 
 }  // namespace
@@ -188,9 +185,9 @@ TEST(FullDisk, ACopyOfATreeKeepsWhatIsWholeAndNothingElse) {
 }
 
 TEST(FullDisk, ARenameBetweenDevicesKeepsTheOldName) {
-  if (!OtherDevice()) GTEST_SKIP() << "one device only";
+  if (OtherDevice().empty()) GTEST_SKIP() << "one device only";
   TemporaryTree here;
-  TemporaryTree there(kShm);
+  TemporaryTree there(There());
   const std::string from = here.Write("from", kTwoBlocks);
   Error err;
   {
@@ -203,12 +200,11 @@ TEST(FullDisk, ARenameBetweenDevicesKeepsTheOldName) {
 }
 
 TEST(FullDisk, ARealOneThatFillsUpDuringACopyIsNoticed) {
-  if (!CanMount()) GTEST_SKIP() << "no right to mount a small disk";
+  const std::string disk = MakeDisk(1024);
+  if (disk.empty()) GTEST_SKIP() << "only root can make a small disk";
   TemporaryTree tree;
   const std::string from = tree.Write("from", std::string(600000, 'x'));
-  const std::string disk = tree.Directory("disk");
   ExpectGoodInChild([&] {
-    ASSERT_TRUE(MountSmallDisk(disk, 1024));
     Error err;
     {
       // There is room at first. Somebody else takes it meanwhile.
@@ -448,9 +444,9 @@ TEST(MissingRights, SomebodyElsesFileCannotBeMadeWritable) {
 // Other devices
 
 TEST(OtherDevice, ADirectoryIsNotRenamedAcross) {
-  if (!OtherDevice()) GTEST_SKIP() << "one device only";
+  if (OtherDevice().empty()) GTEST_SKIP() << "one device only";
   TemporaryTree here;
-  TemporaryTree there(kShm);
+  TemporaryTree there(There());
   here.Write("from/a", "text");
   Error err;
   {
@@ -464,9 +460,9 @@ TEST(OtherDevice, ADirectoryIsNotRenamedAcross) {
 }
 
 TEST(OtherDevice, ALinkIsRenamedAcrossAsTheFileThatItLeadsTo) {
-  if (!OtherDevice()) GTEST_SKIP() << "one device only";
+  if (OtherDevice().empty()) GTEST_SKIP() << "one device only";
   TemporaryTree here;
-  TemporaryTree there(kShm);
+  TemporaryTree there(There());
   const std::string file = here.Write("file", "text");
   const std::string link = here.Link("link", file);
   Error err;
@@ -480,9 +476,9 @@ TEST(OtherDevice, ALinkIsRenamedAcrossAsTheFileThatItLeadsTo) {
 }
 
 TEST(OtherDevice, ARenameAcrossReplacesOnlyIfAsked) {
-  if (!OtherDevice()) GTEST_SKIP() << "one device only";
+  if (OtherDevice().empty()) GTEST_SKIP() << "one device only";
   TemporaryTree here;
-  TemporaryTree there(kShm);
+  TemporaryTree there(There());
   const std::string from = here.Write("from", "new");
   const std::string to = there.Write("to", "old");
   Error err;
@@ -496,9 +492,9 @@ TEST(OtherDevice, ARenameAcrossReplacesOnlyIfAsked) {
 }
 
 TEST(OtherDevice, ATreeIsCopiedAcrossWithItsLinksAndModes) {
-  if (!OtherDevice()) GTEST_SKIP() << "one device only";
+  if (OtherDevice().empty()) GTEST_SKIP() << "one device only";
   TemporaryTree here;
-  TemporaryTree there(kShm);
+  TemporaryTree there(There());
   here.Write("from/sub/a", "text");
   here.Link("from/sub/link", "nowhere");
   ASSERT_EQ(0, chmod((here / "from/sub/a").c_str(), 0440));

@@ -151,7 +151,8 @@ TEST_F(Installed, PagesSchemasAndDocumentsAreThere) {
        {"man/man1/zorenv.1", "man/man5/zorenv-warehouse.5", "man/man3/zorenv-framework.3",
         "zorenv/schemas/env.rng", "zorenv/schemas/xsd/env.xsd", "doc/zorenv/README.md",
         "doc/zorenv/doc/guide.md", "doc/zorenv/doc/daily-use.md", "doc/zorenv/doc/sharp-edges.md",
-        "doc/zorenv/share/README.md", "doc/libfwos-dev/doc/framework.md"})
+        "doc/zorenv/doc/cookbook.md", "doc/zorenv/share/README.md",
+        "doc/libfwos-dev/doc/framework.md"})
     EXPECT_TRUE(Exists(Prefix() + "/share/" + file)) << file;
 }
 
@@ -228,6 +229,70 @@ TEST_F(Installed, AnOlderMajorVersionIsNotWhatIsAskedFor) {
   const RunResult result =
       Start({CMAKE_PROGRAM, "-B", tree / "build", "-S", tree.path(), "-Dfwos_ROOT=" + Prefix()});
   EXPECT_EQ("1 1\n1.0 1\n1.0.0 1\n1.1 0\n2 0\n0.9 0\n", result.err);
+}
+
+// Whatever the umask of the installer is.
+TEST_F(Installed, UsersCanReadAll) {
+  const TemporaryTree tree;
+  const std::string prefix = tree / "new/prefix";
+  const RunResult result =
+      Start({"/bin/sh", "-c", "umask 077; exec \"$0\" --install \"$1\" --prefix \"$2\"",
+             CMAKE_PROGRAM, ZOR_BINARY_DIR, prefix});
+  ASSERT_EQ(0, result.status) << result.err;
+  int files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(tree / "new")) {
+    if (entry.is_symlink()) continue;
+    const auto mode = static_cast<unsigned>(entry.status().permissions());
+    if (entry.is_directory() || (mode & 0100) != 0)
+      EXPECT_EQ(0755u, mode) << entry.path();
+    else
+      EXPECT_EQ(0644u, mode) << entry.path();
+    ++files;
+  }
+  EXPECT_LT(100, files);
+  EXPECT_EQ(0755u, static_cast<unsigned>(std::filesystem::status(tree / "new").permissions()));
+}
+
+// What is taken out again: each file, whatever the prefix is called, and the directories that were
+// made for them; not those that were there, nor what somebody put into them since.
+TEST_F(Installed, UninstallTakesOutWhatWasInstalledLast) {
+  const std::vector<std::string> uninstall = {CMAKE_PROGRAM, "--build", ZOR_BINARY_DIR, "--target",
+                                              "uninstall"};
+  const TemporaryTree tree;
+  const TemporaryTree other;
+  ASSERT_EQ(0, Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix", other.path(),
+                      "--component", "tool"})
+                   .status);
+  for (const char* name : {"plain", "two  words", "a;b", "it's \"$x\" [y", "sémi`id`"}) {
+    SCOPED_TRACE(name);
+    const std::string prefix = tree / name;
+    tree.Directory(std::string(name) + "/share/man/man1");
+    const RunResult result =
+        Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix", prefix});
+    ASSERT_EQ(0, result.status) << result.err;
+    tree.Write(std::string(name) + "/lib/mine", "");
+    const RunResult removed = Start(uninstall);
+    EXPECT_EQ(0, removed.status) << removed.out << removed.err;
+    std::vector<std::string> left;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(prefix))
+      left.push_back(std::filesystem::relative(entry.path(), prefix));
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ((std::vector<std::string>{"lib", "lib/mine", "share", "share/man", "share/man/man1"}),
+              left);
+  }
+  EXPECT_TRUE(Exists(other / "bin/zorenv"));
+  // A second time there is nothing.
+  EXPECT_NE(0, Start(uninstall).status);
+
+  // Both halves, one after the other, into a packager's root: the prefix is made and goes.
+  for (const char* component : {"tool", "development"})
+    ASSERT_EQ(0, Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix", "/opt/zor",
+                        "--component", component},
+                       {"DESTDIR=" + tree / "root"})
+                     .status);
+  EXPECT_TRUE(Exists(tree / "root/opt/zor/bin/zorenv"));
+  EXPECT_EQ(0, Start(uninstall).status);
+  EXPECT_FALSE(Exists(tree / "root"));
 }
 
 // One component each for users and for programmers, and a packager's root before the prefix.
