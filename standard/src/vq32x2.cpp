@@ -12,80 +12,80 @@ constexpr int32 kInt32Max = INT32_MAX;
 constexpr uint32 kUint32Max = UINT32_MAX;
 
 // Two's complement, in either direction.
-uint32 Unsigned(int32 n) {
+uint32 unsigned_of(int32 n) {
   return static_cast<uint32>(n);
 }
-int32 Signed(uint32 n) {
+int32 signed_of(uint32 n) {
   return static_cast<int32>(n);
 }
 
 // The words of a magnitude. What is no magnitude gives 0, and what 64 bits can't hold all ones.
-VqU32x2 WordsOf(double dblMagnitude) {
+VqU32x2 words_of(double dblMagnitude) {
   if (!(dblMagnitude >= 0)) return {};
   if (dblMagnitude >= kTwoTo32 * kTwoTo32) return {kUint32Max, kUint32Max};
   return {static_cast<uint32>(std::fmod(dblMagnitude, kTwoTo32)),
           static_cast<uint32>(std::floor(dblMagnitude / kTwoTo32))};
 }
 
-VqU32x2 Negated(VqU32x2 n) {
+VqU32x2 negated(VqU32x2 n) {
   n.low = ~n.low + 1;
   n.high = ~n.high + (n.low == 0);
   return n;
 }
 
-double MagnitudeOf(VqU32x2 n) {
+double magnitude_of(VqU32x2 n) {
   return std::ldexp(n.high, 32) + n.low;
 }
 
 // The sums and differences are the same for both signs.
-VqU32x2 Sum(VqU32x2 a, VqU32x2 b) {
+VqU32x2 sum(VqU32x2 a, VqU32x2 b) {
   const uint32 low = a.low + b.low;
   const uint32 carry = low < a.low;
   return {low, a.high + b.high + carry};
 }
 
-VqU32x2 Difference(VqU32x2 a, VqU32x2 b) {
+VqU32x2 difference(VqU32x2 a, VqU32x2 b) {
   const uint32 low = a.low - b.low;
   const uint32 borrow = low > a.low;
   return {low, a.high - b.high - borrow};
 }
 
-VqU32x2 AsUnsigned(const Vq32x2* p) {
-  return {p->low, Unsigned(p->high)};
+VqU32x2 as_unsigned(const Vq32x2* p) {
+  return {p->low, unsigned_of(p->high)};
 }
 
-Vq32x2 AsSigned(VqU32x2 n) {
-  return {n.low, Signed(n.high)};
+Vq32x2 as_signed(VqU32x2 n) {
+  return {n.low, signed_of(n.high)};
 }
 
-Vq32x2 Extended(int32 n) {
-  return {Unsigned(n), n < 0 ? -1 : 0};
+Vq32x2 extended(int32 n) {
+  return {unsigned_of(n), n < 0 ? -1 : 0};
 }
 
 template <class T>
-int32 CompareWords(T a, T b) {
+int32 compare_words(T a, T b) {
   return (a > b) - (a < b);
 }
 
-bool FitsInt32(const Vq32x2* p) {
-  return (p->high == 0 && Signed(p->low) >= 0) || (p->high == -1 && Signed(p->low) < 0);
+bool fits_int32(const Vq32x2* p) {
+  return (p->high == 0 && signed_of(p->low) >= 0) || (p->high == -1 && signed_of(p->low) < 0);
 }
 
-bool FitsInt32(const VqU32x2* p) {
-  return p->high == 0 && Signed(p->low) >= 0;
+bool fits_int32(const VqU32x2* p) {
+  return p->high == 0 && signed_of(p->low) >= 0;
 }
 
 }  // namespace
 
 int32 Vq32x2ToInt32(Vq32x2* p, int32* pReturn) {
-  if (!FitsInt32(p)) return 0;
-  *pReturn = Signed(p->low);
+  if (!fits_int32(p)) return 0;
+  *pReturn = signed_of(p->low);
   return 1;
 }
 
 int32 VqU32x2ToInt32(VqU32x2* p, int32* pReturn) {
-  if (!FitsInt32(p)) return 0;
-  *pReturn = Signed(p->low);
+  if (!fits_int32(p)) return 0;
+  *pReturn = signed_of(p->low);
   return 1;
 }
 
@@ -102,12 +102,12 @@ int32 VqU32x2ToUint32(VqU32x2* p, uint32* pReturn) {
 }
 
 int32 Vq32x2BoundToInt32(Vq32x2* p) {
-  if (FitsInt32(p)) return Signed(p->low);
+  if (fits_int32(p)) return signed_of(p->low);
   return p->high < 0 ? kInt32Min : kInt32Max;
 }
 
 int32 VqU32x2BoundToInt32(VqU32x2* p) {
-  return FitsInt32(p) ? Signed(p->low) : kInt32Max;
+  return fits_int32(p) ? signed_of(p->low) : kInt32Max;
 }
 
 uint32 Vq32x2BoundToUint32(Vq32x2* p) {
@@ -120,12 +120,12 @@ uint32 VqU32x2BoundToUint32(VqU32x2* p) {
 }
 
 int32 Vq32x2AssertToInt32(Vq32x2* p) {
-  FwAssert(FitsInt32(p), "Vq32x2 out of range for int32");
+  FwAssert(fits_int32(p), "Vq32x2 out of range for int32");
   return Vq32x2BoundToInt32(p);
 }
 
 int32 VqU32x2AssertToInt32(VqU32x2* p) {
-  FwAssert(FitsInt32(p), "VqU32x2 out of range for int32");
+  FwAssert(fits_int32(p), "VqU32x2 out of range for int32");
   return VqU32x2BoundToInt32(p);
 }
 
@@ -140,23 +140,23 @@ uint32 VqU32x2AssertToUint32(VqU32x2* p) {
 }
 
 void Vq32x2FromDouble(Vq32x2* p, double dbl) {
-  const VqU32x2 magnitude = WordsOf(std::fabs(dbl));
-  *p = AsSigned(dbl < 0 ? Negated(magnitude) : magnitude);
+  const VqU32x2 magnitude = words_of(std::fabs(dbl));
+  *p = as_signed(dbl < 0 ? negated(magnitude) : magnitude);
 }
 
 void VqU32x2FromDouble(VqU32x2* p, double dbl) {
-  *p = WordsOf(dbl);
+  *p = words_of(dbl);
 }
 
 double Vq32x2ToDouble(Vq32x2* p) {
-  if (p->high >= 0) return MagnitudeOf(AsUnsigned(p));
+  if (p->high >= 0) return magnitude_of(as_unsigned(p));
   // Its magnitude is no value of the type.
   if (p->high == kInt32Min && p->low == 0) return std::ldexp(-1.0, 63);
-  return -MagnitudeOf(Negated(AsUnsigned(p)));
+  return -magnitude_of(negated(as_unsigned(p)));
 }
 
 double VqU32x2ToDouble(VqU32x2* p) {
-  return MagnitudeOf(*p);
+  return magnitude_of(*p);
 }
 
 int32 Vq32x2Sign(Vq32x2* p) {
@@ -169,29 +169,29 @@ uint32 VqU32x2Sign(VqU32x2* p) {
 }
 
 void Vq32x2Add(Vq32x2* pResult, Vq32x2* pA, Vq32x2* pB) {
-  *pResult = AsSigned(Sum(AsUnsigned(pA), AsUnsigned(pB)));
+  *pResult = as_signed(sum(as_unsigned(pA), as_unsigned(pB)));
 }
 
 void VqU32x2Add(VqU32x2* pResult, VqU32x2* pA, VqU32x2* pB) {
-  *pResult = Sum(*pA, *pB);
+  *pResult = sum(*pA, *pB);
 }
 
 void Vq32x2Subtract(Vq32x2* pResult, Vq32x2* pA, Vq32x2* pB) {
-  *pResult = AsSigned(Difference(AsUnsigned(pA), AsUnsigned(pB)));
+  *pResult = as_signed(difference(as_unsigned(pA), as_unsigned(pB)));
 }
 
 void VqU32x2Subtract(VqU32x2* pResult, VqU32x2* pA, VqU32x2* pB) {
-  *pResult = Difference(*pA, *pB);
+  *pResult = difference(*pA, *pB);
 }
 
 int32 Vq32x2Compare(Vq32x2* pA, Vq32x2* pB) {
-  if (pA->high != pB->high) return CompareWords(pA->high, pB->high);
-  return CompareWords(pA->low, pB->low);
+  if (pA->high != pB->high) return compare_words(pA->high, pB->high);
+  return compare_words(pA->low, pB->low);
 }
 
 int32 VqU32x2Compare(VqU32x2* pA, VqU32x2* pB) {
-  if (pA->high != pB->high) return CompareWords(pA->high, pB->high);
-  return CompareWords(pA->low, pB->low);
+  if (pA->high != pB->high) return compare_words(pA->high, pB->high);
+  return compare_words(pA->low, pB->low);
 }
 
 void Vq32x2AddUint32(Vq32x2* pResult, Vq32x2* pA, uint32 n) {
@@ -225,16 +225,16 @@ int32 VqU32x2CompareUint32(VqU32x2* pA, uint32 n) {
 }
 
 void Vq32x2AddInt32(Vq32x2* pResult, Vq32x2* pA, int32 n) {
-  Vq32x2 b = Extended(n);
+  Vq32x2 b = extended(n);
   Vq32x2Add(pResult, pA, &b);
 }
 
 void Vq32x2SubtractInt32(Vq32x2* pResult, Vq32x2* pA, int32 n) {
-  Vq32x2 b = Extended(n);
+  Vq32x2 b = extended(n);
   Vq32x2Subtract(pResult, pA, &b);
 }
 
 int32 Vq32x2CompareInt32(Vq32x2* pA, int32 n) {
-  Vq32x2 b = Extended(n);
+  Vq32x2 b = extended(n);
   return Vq32x2Compare(pA, &b);
 }

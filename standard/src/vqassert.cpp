@@ -14,7 +14,7 @@ char* pszFilenameSaved = const_cast<char*>("");
 int nLineSaved;
 bool fFileAndLineSaved;
 
-void MoveToFront(int position, const VqAssertSite& site) {
+void move_to_front(int position, const VqAssertSite& site) {
   std::memmove(vq_assert_history_table + 1, vq_assert_history_table,
                static_cast<std::size_t>(position) * sizeof(VqAssertSite));
   vq_assert_history_table[0] = site;
@@ -26,12 +26,12 @@ bool VqRememberAssert(char* file, int line, char* message) {
   for (int i = 0; i < vq_assert_history_count; ++i) {
     const VqAssertSite& seen = vq_assert_history_table[i];
     if (seen.file == file && seen.line == line && seen.message == message) {
-      MoveToFront(i, site);
+      move_to_front(i, site);
       return true;
     }
   }
   if (vq_assert_history_count < kVqAssertHistorySize) ++vq_assert_history_count;
-  MoveToFront(vq_assert_history_count - 1, site);
+  move_to_front(vq_assert_history_count - 1, site);
   return false;
 }
 

@@ -10,21 +10,21 @@ namespace {
 constexpr int32 kWord = 4;
 constexpr int32 kGroup = 8 * kWord;
 
-std::uintptr_t AddressOf(const void* pv) {
+std::uintptr_t address_of(const void* pv) {
   return reinterpret_cast<std::uintptr_t>(pv);
 }
 
 // How far the target lies above the source.
-std::intptr_t DeltaOf(const void* pvTarget, const void* pvSource) {
-  return static_cast<std::intptr_t>(AddressOf(pvTarget) - AddressOf(pvSource));
+std::intptr_t delta_of(const void* pvTarget, const void* pvSource) {
+  return static_cast<std::intptr_t>(address_of(pvTarget) - address_of(pvSource));
 }
 
-bool SameModuloWord(const uint8* s1, const uint8* s2) {
-  return (AddressOf(s1) - AddressOf(s2)) % kWord == 0;
+bool same_modulo_word(const uint8* s1, const uint8* s2) {
+  return (address_of(s1) - address_of(s2)) % kWord == 0;
 }
 
 // Through a local, so that the compiler may take it as any other word, whatever lies there.
-void CopyWord(uint8* s1, const uint8* s2) {
+void copy_word(uint8* s1, const uint8* s2) {
   uint32 word;
   std::memcpy(&word, s2, kWord);
   std::memcpy(s1, &word, kWord);
@@ -33,7 +33,7 @@ void CopyWord(uint8* s1, const uint8* s2) {
 }  // namespace
 
 void VqMemCpy_Assert(void* s1, void* s2, int32 count) {
-  const std::intptr_t delta = DeltaOf(s1, s2);
+  const std::intptr_t delta = delta_of(s1, s2);
   // A count of 0 or below has nothing to copy and nothing to overlap.
   if (delta == 0 || count <= 0) return;
   const bool fOverlap = delta < count && -delta < count;
@@ -42,7 +42,7 @@ void VqMemCpy_Assert(void* s1, void* s2, int32 count) {
 }
 
 void bcopy_safe(char* s2, char* s1, int32 count) {
-  const std::intptr_t delta = DeltaOf(s1, s2);
+  const std::intptr_t delta = delta_of(s1, s2);
   uint8* const target = reinterpret_cast<uint8*>(s1);
   uint8* const source = reinterpret_cast<uint8*>(s2);
   if (delta == 0) return;
@@ -58,7 +58,7 @@ void bcopy_safe(char* s2, char* s1, int32 count) {
 // what makes overlap harmless. It must stay as it is written.
 
 void scpyf(uint8* s1, uint8* s2, int32 count) {
-  if (count < kGroup || !SameModuloWord(s1, s2)) {
+  if (count < kGroup || !same_modulo_word(s1, s2)) {
     for (; count >= 8; count -= 8, s1 += 8, s2 += 8) {
       s1[0] = s2[0];
       s1[1] = s2[1];
@@ -70,20 +70,20 @@ void scpyf(uint8* s1, uint8* s2, int32 count) {
       s1[7] = s2[7];
     }
   } else {
-    for (; AddressOf(s1) % kWord != 0; --count)
+    for (; address_of(s1) % kWord != 0; --count)
       *s1++ = *s2++;
     for (; count >= kGroup; count -= kGroup, s1 += kGroup, s2 += kGroup) {
-      CopyWord(s1, s2);
-      CopyWord(s1 + 4, s2 + 4);
-      CopyWord(s1 + 8, s2 + 8);
-      CopyWord(s1 + 12, s2 + 12);
-      CopyWord(s1 + 16, s2 + 16);
-      CopyWord(s1 + 20, s2 + 20);
-      CopyWord(s1 + 24, s2 + 24);
-      CopyWord(s1 + 28, s2 + 28);
+      copy_word(s1, s2);
+      copy_word(s1 + 4, s2 + 4);
+      copy_word(s1 + 8, s2 + 8);
+      copy_word(s1 + 12, s2 + 12);
+      copy_word(s1 + 16, s2 + 16);
+      copy_word(s1 + 20, s2 + 20);
+      copy_word(s1 + 24, s2 + 24);
+      copy_word(s1 + 28, s2 + 28);
     }
     for (; count >= kWord; count -= kWord, s1 += kWord, s2 += kWord)
-      CopyWord(s1, s2);
+      copy_word(s1, s2);
   }
   switch (count) {
     case 7:
@@ -117,7 +117,7 @@ void scpyf(uint8* s1, uint8* s2, int32 count) {
 void scpyb(uint8* s1, uint8* s2, int32 count) {
   s1 += count;
   s2 += count;
-  if (count < kGroup || !SameModuloWord(s1, s2)) {
+  if (count < kGroup || !same_modulo_word(s1, s2)) {
     for (; count >= 8; count -= 8) {
       s1 -= 8;
       s2 -= 8;
@@ -131,24 +131,24 @@ void scpyb(uint8* s1, uint8* s2, int32 count) {
       s1[0] = s2[0];
     }
   } else {
-    for (; AddressOf(s1) % kWord != 0; --count)
+    for (; address_of(s1) % kWord != 0; --count)
       *--s1 = *--s2;
     for (; count >= kGroup; count -= kGroup) {
       s1 -= kGroup;
       s2 -= kGroup;
-      CopyWord(s1 + 28, s2 + 28);
-      CopyWord(s1 + 24, s2 + 24);
-      CopyWord(s1 + 20, s2 + 20);
-      CopyWord(s1 + 16, s2 + 16);
-      CopyWord(s1 + 12, s2 + 12);
-      CopyWord(s1 + 8, s2 + 8);
-      CopyWord(s1 + 4, s2 + 4);
-      CopyWord(s1, s2);
+      copy_word(s1 + 28, s2 + 28);
+      copy_word(s1 + 24, s2 + 24);
+      copy_word(s1 + 20, s2 + 20);
+      copy_word(s1 + 16, s2 + 16);
+      copy_word(s1 + 12, s2 + 12);
+      copy_word(s1 + 8, s2 + 8);
+      copy_word(s1 + 4, s2 + 4);
+      copy_word(s1, s2);
     }
     for (; count >= kWord; count -= kWord) {
       s1 -= kWord;
       s2 -= kWord;
-      CopyWord(s1, s2);
+      copy_word(s1, s2);
     }
   }
   switch (count) {

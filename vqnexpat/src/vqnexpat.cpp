@@ -32,7 +32,7 @@ FwError VQN_XML_ERROR_CANT_CHANGE_FEATURE_ONCE_PARSING[1];
 FwError VQN_XML_ERROR_UNBOUND_PREFIX[1];
 namespace {
 
-struct Kind {
+struct KIND {
   XML_Error code;
   FwError* error;
   const char* format;
@@ -40,7 +40,7 @@ struct Kind {
 
 // By the parser's code, without a gap from 1 on. Unclosed tokens and partial characters share a
 // text on purpose.
-constexpr Kind kinds[] = {
+constexpr KIND kKinds[] = {
     {XML_ERROR_NO_MEMORY, VQN_XML_ERROR_NO_MEMORY, "out of memory in %[0]t %[1]s"},
     {XML_ERROR_SYNTAX, VQN_XML_ERROR_SYNTAX, "syntax error in %[0]t %[1]s"},
     {XML_ERROR_NO_ELEMENTS, VQN_XML_ERROR_NO_ELEMENTS, "no element found in %[0]t %[1]s"},
@@ -85,25 +85,25 @@ constexpr Kind kinds[] = {
     {XML_ERROR_UNBOUND_PREFIX, VQN_XML_ERROR_UNBOUND_PREFIX, "unbound prefix in %[0]t %[1]s"},
 };
 
-constexpr bool CodesCountFromOne() {
-  for (std::size_t i = 0; i < std::size(kinds); ++i)
-    if (static_cast<std::size_t>(kinds[i].code) != i + 1) return false;
+constexpr bool codes_count_from_one() {
+  for (std::size_t i = 0; i < std::size(kKinds); ++i)
+    if (static_cast<std::size_t>(kKinds[i].code) != i + 1) return false;
   return true;
 }
-static_assert(CodesCountFromOne());
+static_assert(codes_count_from_one());
 
 }  // namespace
 
 void xml_init_errors() {
   Fw_msg_CreateError(VQN_XML_ERROR, fwErrorRoot, FW_TREE_LINK_LAST,
                      FWT("XML parsing error in %[0]t %[1]s"));
-  for (const Kind& kind : kinds)
+  for (const KIND& kind : kKinds)
     Fw_msg_CreateError(kind.error, VQN_XML_ERROR, FW_TREE_LINK_LAST, FWT(kind.format));
 }
 
 FwError* x2fwerr(int code) {
-  if (code < 1 || code > static_cast<int>(std::size(kinds))) return nullptr;
-  return kinds[code - 1].error;
+  if (code < 1 || code > static_cast<int>(std::size(kKinds))) return nullptr;
+  return kKinds[code - 1].error;
 }
 
 int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser) {

@@ -72,7 +72,7 @@ struct KindRow {
   const char* format;
 };
 
-const KindRow kind_rows[] = {
+const KindRow kKindRows[] = {
     {1, VQN_XML_ERROR_NO_MEMORY, "out of memory in %[0]t %[1]s"},
     {2, VQN_XML_ERROR_SYNTAX, "syntax error in %[0]t %[1]s"},
     {3, VQN_XML_ERROR_NO_ELEMENTS, "no element found in %[0]t %[1]s"},
@@ -109,7 +109,7 @@ const KindRow kind_rows[] = {
 
 TEST(XmlErrors, MapsEachCodeToItsKindWithItsText) {
   int code = 0;
-  for (const KindRow& row : kind_rows) {
+  for (const KindRow& row : kKindRows) {
     EXPECT_EQ(++code, row.code);
     EXPECT_EQ(row.kind, x2fwerr(row.code)) << row.code;
     EXPECT_STREQ(row.format, FWC(row.kind->ptbzFormat)) << row.code;
