@@ -1,8 +1,9 @@
 /* floor LIST BYTES: the least that any program with the tool's task must do.
  *
- * Opens the data files that LIST names, one name to a line, in that order, and parses each with Expat in the blocks
- * that the tool reads; a file that does not exist is passed over. Then prints BYTES bytes. Nothing is kept of what
- * is parsed. What the tool takes beyond this program is the cost of its own work.
+ * Opens the data files that LIST names, one name to a line, in that order, and parses each with
+ * Expat in the blocks that the tool reads; a file that does not exist is passed over. Then prints
+ * BYTES bytes. Nothing is kept of what is parsed. What the tool takes beyond this program is the
+ * cost of its own work.
  */
 #include <expat.h>
 #include <fcntl.h>
@@ -15,7 +16,7 @@
 
 enum { BLOCK = 4096 };
 
-static int parse(const char *name) {
+static int parse(const char* name) {
   char block[BLOCK];
   XML_Parser parser;
   ssize_t length;
@@ -35,10 +36,10 @@ static int parse(const char *name) {
 }
 
 /* Parses all files named in the list, which is changed. */
-static int parse_all(char *list, size_t length) {
-  char *end = list + length;
+static int parse_all(char* list, size_t length) {
+  char* end = list + length;
   while (list < end) {
-    char *line_end = memchr(list, '\n', (size_t)(end - list));
+    char* line_end = memchr(list, '\n', (size_t)(end - list));
     if (!line_end) return 0;
     *line_end = 0;
     if (!parse(list)) return 0;
@@ -58,9 +59,9 @@ static int print(size_t count) {
   return fflush(stdout) == 0;
 }
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   struct stat status;
-  char *list;
+  char* list;
   int fd;
   if (argc != 3) return 2;
   fd = open(argv[1], O_RDONLY);

@@ -154,14 +154,14 @@ TEST(StreamMatrix, AnyOrderOfReadsSeeksAndUnreadsFollowsTheModel) {
   // No buffer holds all of the file: the next test shows why.
   for (int32 nBuffer = 1; nBuffer < size; nBuffer += nBuffer < 12 ? 1 : 11) {
     std::mt19937 random(static_cast<unsigned>(nBuffer));
-    const auto upTo = [&](int64_t n) {
+    const auto up_to = [&](int64_t n) {
       return std::uniform_int_distribution<int64_t>(0, n)(random);
     };
     FileStream stream(path, FW_OPEN_RDONLY, nBuffer);
     Model model{text};
     for (int step = 0; step < 1000; ++step) {
       const auto at = static_cast<int64_t>(model.position);
-      const int64_t action = upTo(9);
+      const int64_t action = up_to(9);
       SCOPED_TRACE("buffer " + std::to_string(nBuffer) + ", step " + std::to_string(step) +
                    ", action " + std::to_string(action) + " at " + std::to_string(at));
       if (action < 5) {
@@ -171,8 +171,8 @@ TEST(StreamMatrix, AnyOrderOfReadsSeeksAndUnreadsFollowsTheModel) {
         ASSERT_EQ(expected.size(), static_cast<size_t>(n));
       } else if (action < 9) {
         // To the start now and then, so that the end is left again.
-        const int64_t destination = upTo(5) == 0 ? 0 : upTo(size);
-        const uint32 From = static_cast<uint32>(upTo(2));
+        const int64_t destination = up_to(5) == 0 ? 0 : up_to(size);
+        const uint32 From = static_cast<uint32>(up_to(2));
         int64_t offset = From == FW_SEEK_SET   ? destination
                          : From == FW_SEEK_CUR ? destination - at
                                                : destination - size;
@@ -182,7 +182,7 @@ TEST(StreamMatrix, AnyOrderOfReadsSeeksAndUnreadsFollowsTheModel) {
         if (From == FW_SEEK_SET && destination == 0) model.fEOF = false;
       } else if (at > 1) {
         // Not to the very start: that is a seek there, or isn't.
-        const int64_t n = upTo(at - 1);
+        const int64_t n = up_to(at - 1);
         Fw_msg_UnreadBytes(stream.top, stream.err, static_cast<int32>(n));
         model.position -= static_cast<size_t>(n);
       }

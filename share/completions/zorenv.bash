@@ -16,19 +16,19 @@ _zorenv() {
 }
 
 _zorenv_complete() {
-  local cur=${COMP_WORDS[COMP_CWORD]} root=${ZORROOT:-.} want= variable= word i
+  local cur=${COMP_WORDS[COMP_CWORD]} root=${ZORROOT:-.} want='' variable='' word i
   cur=${cur//[\\\"\']/}
   # The fields of the product that the cursor's word may belong to; the mark none: there is no product yet.
   local -a fields=() found=()
-  local open= leading=
+  local open='' leading=''
   [[ ${COMP_WORDS[0]##*/} == zor ]] && leading=1
   for ((i = 1; i < COMP_CWORD; i++)); do
     word=${COMP_WORDS[i]//[\\\"\']/}
     case $want in
-      root) root=$word want= && continue ;;
-      value) want= && continue ;;
+      root) root=$word want='' && continue ;;
+      value) want='' && continue ;;
       variable) want=value variable=$word && continue ;;
-      category) fields=("$word") open=1 want= && continue ;;
+      category) fields=("$word") open=1 want='' && continue ;;
     esac
     case $word in
       -p*) want=category leading= ;;
@@ -44,6 +44,7 @@ _zorenv_complete() {
     [[ $word == -* ]] && open=
   done
   [[ -n $leading && -z $want && $cur != -* ]] && want=category
+  # shellcheck disable=SC2088 # a tilde that the shell has not expanded
   case $root in
     '~/'*) root=$HOME/${root#??} ;;
   esac
@@ -56,6 +57,7 @@ _zorenv_complete() {
       return
       ;;
     program)
+      # shellcheck disable=SC2207 # mapfile is not in the bash of some systems, and globbing is off
       if ((i + 1 == COMP_CWORD)); then COMPREPLY=($(compgen -c -- "$cur")); else compopt -o default; fi
       return
       ;;
@@ -124,6 +126,7 @@ _zorenv_fields() {
 _zorenv_level() {
   local directory products
   for directory in "$1/$cur"*/; do
+    # shellcheck disable=SC2206 # the pattern is to match
     products=("$directory"$2/product.xml)
     ((${#products[@]})) || continue
     directory=${directory%/}

@@ -1,3 +1,4 @@
+# shellcheck shell=sh
 # zor.sh (zorenv 1.0.0): the function zor for sh, bash and zsh. Source it from your shell's start file:
 #
 #     . /usr/share/zorenv/shell/zor.sh
@@ -24,6 +25,7 @@
 # calculate with the value.
 
 zor() {
+  # shellcheck disable=SC3044 # zsh has it
   if [ -n "${ZSH_VERSION-}" ]; then typeset -g zor_script; fi
   # The checks run in the command substitution and leave no variables behind.
   zor_script=$(zor_checked sh "$@") || {
@@ -66,7 +68,7 @@ zor_checked() {
         zor_record=${zor_rest%%"$zor_newline"*}
         zor_name=${zor_record#unset }
         zor_name=${zor_name% ;}
-        zor_kind=unset
+        zor_kind='unset'
         zor_expected="unset $zor_name ;"
         ;;
       *)
@@ -74,7 +76,8 @@ zor_checked() {
         zor_value=${zor_rest#"$zor_name='"}
         [ "$zor_value" != "$zor_rest" ] || zor_refuse
         zor_value=${zor_value%%\'*}
-        zor_kind=set
+        # shellcheck disable=SC2034 # for the function called below
+        zor_kind='set'
         zor_expected="$zor_name='$zor_value'; export $zor_name"
         ;;
     esac
@@ -90,7 +93,7 @@ zor_checked() {
       *" $zor_name "*) zor_refuse ;;
     esac
     zor_seen="$zor_seen$zor_name "
-    zor_add_$zor_form
+    "zor_add_$zor_form"
     zor_rest=${zor_rest#"$zor_expected"}
     zor_rest=${zor_rest#"$zor_newline"}
   done
@@ -153,6 +156,7 @@ zor_add_sh() {
       *-readonly* | *-left* | *-right* | *-upper* | *-lower*) zor_fail "$zor_name is no plain variable of this shell" ;;
     esac
   elif [ -n "${BASH_VERSION-}" ]; then
+    # shellcheck disable=SC3044 # bash has it
     zor_attributes=$(declare -p "$zor_name" 2>/dev/null)
     case $zor_attributes in
       '' | 'declare -- '* | 'declare -x '*) ;;
