@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/utsname.h>
 
-#include <algorithm>
 #include <string>
 
 #include "hostname.h"

@@ -3,7 +3,6 @@
 
 #include "computation.h"
 #include "usage.h"
-#include "words.h"
 
 namespace model {
 

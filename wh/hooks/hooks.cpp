@@ -1,7 +1,6 @@
 #include <cstdio>
 
 #include "vqassert.h"
-#include "whbootfw.h"
 
 int wh_trace = 0;
 

@@ -4,7 +4,6 @@
 
 #include "fwhash.h"
 #include "fwmem.h"
-#include "fwtree.h"
 #include "whreaddata.h"
 #include "wqmem.h"
 

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "fcstring.h"
 #include "fwmem.h"
 #include "fwstring.h"
 #include "fwvector.h"

@@ -1,6 +1,5 @@
 // The ways in which each kind of binding finds its next candidate in the English text.
 #include <algorithm>
-#include <cstring>
 
 #include "fcstrmat.h"
 #include "fwtransl.h"

@@ -1,6 +1,5 @@
 // From items to argument slots, and reading the arguments into them.
 #include <cstring>
-#include <iterator>
 
 #include "fcstrprf.h"
 #include "vqassert.h"

@@ -1,8 +1,6 @@
 // What a format needs if its output is a message: no malformed characters, and a marker behind each
 // string when there are several, so that the strings can be told apart again.
-#include "fcstring.h"
 #include "fcstrprf.h"
-#include "fwmem.h"
 #include "fwstring.h"
 
 namespace {

@@ -1,11 +1,9 @@
 // The second stage: text and items into the record.
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
 #include "fcstring.h"
 #include "fcstrprf.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
 #include "vqassert.h"

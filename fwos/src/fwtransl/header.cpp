@@ -1,5 +1,4 @@
 // The head of a message file: which language it is in, and how its texts are set apart.
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -7,7 +6,6 @@
 #include "fctransl.h"
 #include "fwerror.h"
 #include "fwhash.h"
-#include "fwmem.h"
 #include "fwstream.h"
 #include "vqassert.h"
 

@@ -8,7 +8,6 @@
 #include "fwerror.h"
 #include "fwmem.h"
 #include "fwrun.h"
-#include "fwstring.h"
 #include "fwvector.h"
 
 namespace {

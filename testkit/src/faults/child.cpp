@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

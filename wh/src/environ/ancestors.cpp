@@ -28,7 +28,6 @@
 #include "engine.h"
 #include "fwmem.h"
 #include "warehouse/private.h"
-#include "wherror.h"
 
 namespace {
 

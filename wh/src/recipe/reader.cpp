@@ -1,5 +1,4 @@
 #include <cstring>
-#include <iterator>
 
 #include "fwfile.h"
 #include "fwstring.h"

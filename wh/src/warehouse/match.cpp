@@ -1,7 +1,6 @@
 // Whether a variety meets a condition.
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 #include "fwstring.h"
 #include "glob.h"

@@ -6,7 +6,6 @@
 #include "fwerror.h"
 #include "fwmem.h"
 #include "fwstring.h"
-#include "vqassert.h"
 
 namespace {
 

@@ -10,8 +10,6 @@
 #include "fpfile.h"
 #include "fpfile/names.h"
 #include "fwerror.h"
-#include "fwmem.h"
-#include "fwstring.h"
 #include "vqassert.h"
 
 namespace {
