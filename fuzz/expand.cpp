@@ -14,7 +14,6 @@
 #include <unistd.h>
 
 #include <map>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

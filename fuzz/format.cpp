@@ -6,7 +6,6 @@
 // - A format with a fault adds nothing to the record.
 // - The result is the number of bytes added; %n stores the bytes before it.
 // - A real that is printed reads back as the value, to the digits that were asked for.
-#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -14,7 +13,6 @@
 
 #include "fcstrprf.h"
 #include "fuzz.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
 #include "plain_format.h"

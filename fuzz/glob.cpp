@@ -15,7 +15,6 @@
 
 #include "fuzz.h"
 #include "fwerror.h"
-#include "fwstring.h"
 #include "fwvector.h"
 #include "glob.h"
 #include "model/words.h"

@@ -11,7 +11,6 @@
 #include <string_view>
 
 #include "fuzz.h"
-#include "fwmem.h"
 #include "fwunicod.h"
 
 const char* fuzz::Locale() {

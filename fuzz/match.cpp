@@ -17,7 +17,6 @@
 
 #include "fuzz.h"
 #include "fwstring.h"
-#include "fwstrprf.h"
 #include "plain_format.h"
 
 namespace {

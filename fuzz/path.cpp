@@ -13,7 +13,6 @@
 #include "fuzz.h"
 #include "fwerror.h"
 #include "fwfile.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "warehouse.h"
 
