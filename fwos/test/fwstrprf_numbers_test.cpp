@@ -1,6 +1,7 @@
 // Numbers: integers, reals, and the way through the C library.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -197,6 +198,16 @@ TEST(FwStrPrintReal, PrintsEveryTypeAndFlag) {
   for (const RealCase& c : kReals) {
     EXPECT_EQ(Format(c.pszFormat, c.value), c.pszExpected) << c.pszFormat << " of " << c.value;
   }
+}
+
+// The logarithm of the value is rounded to 3, so it counts as one with four digits before the
+// point, while the one a few doubles further down does not.
+TEST(FwStrPrintReal, CountsAValueCloseBelowAPowerAsThePower) {
+  double value = 1000;
+  for (int n = 0; n < 5; n++)
+    value = std::nextafter(value, 0);
+  EXPECT_EQ(Format("%.3g", value), "1e+003");
+  EXPECT_EQ(Format("%.3g", std::nextafter(value, 0)), "1000");
 }
 
 TEST(FwStrPrintReal, TakesSixDigitsWithoutAPrecision) {

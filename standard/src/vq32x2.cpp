@@ -23,8 +23,8 @@ int32 signed_of(uint32 n) {
 VqU32x2 words_of(double dblMagnitude) {
   if (!(dblMagnitude >= 0)) return {};
   if (dblMagnitude >= kTwoTo32 * kTwoTo32) return {kUint32Max, kUint32Max};
-  return {static_cast<uint32>(std::fmod(dblMagnitude, kTwoTo32)),
-          static_cast<uint32>(std::floor(dblMagnitude / kTwoTo32))};
+  const auto n = static_cast<uint64_t>(dblMagnitude);
+  return {static_cast<uint32>(n), static_cast<uint32>(n >> 32)};
 }
 
 VqU32x2 negated(VqU32x2 n) {
@@ -34,7 +34,7 @@ VqU32x2 negated(VqU32x2 n) {
 }
 
 double magnitude_of(VqU32x2 n) {
-  return std::ldexp(n.high, 32) + n.low;
+  return n.high * kTwoTo32 + n.low;
 }
 
 // The sums and differences are the same for both signs.
@@ -151,7 +151,7 @@ void VqU32x2FromDouble(VqU32x2* p, double dbl) {
 double Vq32x2ToDouble(Vq32x2* p) {
   if (p->high >= 0) return magnitude_of(as_unsigned(p));
   // Its magnitude is no value of the type.
-  if (p->high == kInt32Min && p->low == 0) return std::ldexp(-1.0, 63);
+  if (p->high == kInt32Min && p->low == 0) return -kTwoTo32 * 0x1p31;
   return -magnitude_of(negated(as_unsigned(p)));
 }
 

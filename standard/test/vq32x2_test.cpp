@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 #include "recorder.h"
 
@@ -186,6 +187,53 @@ TEST(Vq32x2, GoesToADouble) {
     EXPECT_EQ(row.dbl, Vq32x2ToDouble(&row.value));
   VqU32x2 large{0, 0x80000000};
   EXPECT_EQ(9223372036854775808.0, VqU32x2ToDouble(&large));
+}
+
+// Words taken apart and put together by the C library's functions for reals.
+TEST(Vq32x2, DoublesAreTakenApartAndPutTogetherExactly) {
+  std::mt19937_64 random(32);
+  for (int i = 0; i < 100000; ++i) {
+    const double dbl =
+        std::ldexp(static_cast<double>(random() >> 11), static_cast<int>(random() % 80) - 69);
+    const uint64_t bits = random() >> random() % 64;
+    VqU32x2 n;
+    VqU32x2FromDouble(&n, dbl);
+    ASSERT_EQ(std::fmod(std::floor(dbl), 4294967296.0), n.low) << dbl;
+    ASSERT_EQ(std::floor(dbl / 4294967296.0), n.high) << dbl;
+    Vq32x2 negative;
+    Vq32x2FromDouble(&negative, -dbl / 2);
+    Vq32x2 positive;
+    Vq32x2FromDouble(&positive, dbl / 2);
+    Vq32x2 sum;
+    Vq32x2Add(&sum, &positive, &negative);
+    ASSERT_EQ(0, Vq32x2Sign(&sum)) << dbl;
+    n = {static_cast<uint32>(bits), static_cast<uint32>(bits >> 32)};
+    ASSERT_EQ(std::ldexp(n.high, 32) + n.low, VqU32x2ToDouble(&n)) << bits;
+    ASSERT_EQ(static_cast<double>(bits), VqU32x2ToDouble(&n)) << bits;
+  }
+}
+
+TEST(VqU32x2, DoublesCloseToTheEdges) {
+  const struct {
+    double dbl;
+    uint32 low;
+    uint32 high;
+  } rows[] = {
+      {4294967295.9999995, kOnes, 0},
+      {4294967296.0, 0, 1},
+      {4294967295.5 + 4294967296.0, kOnes, 1},
+      {9007199254740992.0, 0, 0x200000},
+      {18446744073709549568.0, 0xFFFFF800, kOnes},
+      {18446744073709551616.0, kOnes, kOnes},
+      {5e-324, 0, 0},
+      {0.99999999999999989, 0, 0},
+      {-0.0, 0, 0},
+  };
+  for (const auto& row : rows) {
+    VqU32x2 n;
+    VqU32x2FromDouble(&n, row.dbl);
+    ExpectWords(n, row.low, row.high);
+  }
 }
 
 TEST(Vq32x2, SignTellsBothWords) {

@@ -1,7 +1,6 @@
 // Scanners for integers and reals. Each works on a cursor of its own and moves the caller's only
 // over text that was a number.
-#include <cmath>
-
+#include "fcreal.h"
 #include "fcstring.h"
 #include "fwstring.h"
 #include "vqassert.h"
@@ -226,7 +225,7 @@ int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int3
                                        : -(digits.nSig + digits.nDecimalZeros);
   double value = digits.value();
   if (fNegative) value = -value;
-  if (nExponent != 0) value *= std::pow(10.0, nExponent);
+  if (nExponent != 0) value *= FcPowerOfTen(nExponent);
   *pnResult = value;
   return 1;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "fcreal.h"
 #include "fcstrprf.h"
 #include "fpstring.h"
 #include "fwmem.h"
@@ -94,14 +95,14 @@ double RoundingValue(int64 nPower) {
   static constexpr double kValues[] = {0.5,      0.05,      0.005,      0.0005,      0.00005,
                                        0.000005, 0.0000005, 0.00000005, 0.000000005, 0.0000000005};
   if (nPower >= 0 && nPower < static_cast<int64>(std::size(kValues))) return kValues[nPower];
-  return 0.5 / std::pow(10, static_cast<double>(nPower));
+  return 0.5 / FcPowerOfTen(nPower);
 }
 
 // Scales and rounds the value, or finds that zero is to be printed.
 void RoundReal(double value, char type, int64 nPrecision, RealForm* pForm) {
   bool fUnscaled = pForm->outputType == 'f' && pForm->nExponent < 1;
   if (!pForm->fPrintingZero && !fUnscaled) {
-    value /= std::pow(10, static_cast<double>(pForm->nExponent));
+    value /= FcPowerOfTen(pForm->nExponent);
   }
   int64 nRoundingPower = nPrecision;
   if (IsGeneral(type)) {
@@ -149,8 +150,7 @@ void CountDigits(char type, int64 nPrecision, RealForm* pForm) {
   int64 nAfter = nDigits > nBefore ? nDigits - nBefore : 0;
   if (nAfter > 0 && !pForm->fTrailingZeros) {
     double whole;
-    double fraction =
-        std::modf(std::pow(10, static_cast<double>(nBefore - 1)) * pForm->scaled, &whole);
+    double fraction = std::modf(FcPowerOfTen(nBefore - 1) * pForm->scaled, &whole);
     int64 nLastNonZero = 0;
     for (int64 n = 1; n <= nAfter && fraction != 0; n++) {
       double digit;
@@ -265,16 +265,14 @@ uint32 FwStrPrintReal(FwStrRecord* pRecord, double value, char type, int32 nMinW
   RealForm form;
   form.outputType = type;
   form.fAlwaysOutputDp = fOptionalForm != 0;
-  double exponent = 0;
   if (absolute < 1e-30) {
     form.fPrintingZero = true;
   } else {
-    exponent = std::log10(absolute);
-    form.nExponent = static_cast<int64>(std::floor(exponent));
+    form.nExponent = FcWholeLog10(absolute);
   }
   if (IsGeneral(type)) {
     if (nDigits < 1) nDigits = 1;
-    bool fExponential = exponent < -4.0 || exponent >= static_cast<double>(nDigits);
+    bool fExponential = form.nExponent < -4 || form.nExponent >= nDigits;
     form.outputType = !fExponential ? 'f' : type == 'g' ? 'e' : 'E';
     // Kept: %#g keeps trailing zeros but forces no point.
     form.fTrailingZeros = fOptionalForm != 0;
