@@ -42,8 +42,14 @@ struct FwControlContext {
   FwPlatformControlContext platform;
 };
 
+struct FwStringContext {
+  // Nonzero: the locale is set up when text outside ASCII or local numerics first need it, which
+  // spares most runs of a short program the reading of its files. For programs that don't ask the
+  // C library themselves for anything that depends on the locale: its setlocale call comes late.
+  int32 fLocaleOnDemand = 0;
+};
+
 // The sections of modules that have nothing to be set.
-struct FwStringContext {};
 struct FwErrorContext {};
 struct FwFileContext {};
 struct FwTranslateContext {};

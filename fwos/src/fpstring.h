@@ -4,16 +4,24 @@
 
 #include "fwtypes.h"
 
-// The name of the locale, from FpStrInit to FpStrShutdown.
+// The name of the locale, from FpStrInit to FpStrShutdown; null while the locale isn't asked for.
 extern FwTextString FpLocaleStr;
 
-// Nonzero if conversion to and from the local encoding is set up.
+// Nonzero if conversion to and from the local encoding is set up; 0 while the locale isn't asked
+// for.
 extern int fUnicode;
 
-// Nonzero if FwStrUTF8ToLocal changes nothing, so that a name can go to the system as it is.
+// Nonzero if FwStrUTF8ToLocal changes no text.
 int32 fFpStrLocalIsUTF8();
 
-// Takes the locale from the environment and sets up the converters.
+// Nonzero if FwStrUTF8ToLocal doesn't change this text, so that a name can go to the system as it
+// is.
+int32 fFpStrIsLocal(FwTextString uni);
+
+// Takes the locale from the environment and sets up the converters: at once, or, if the boot
+// context has the locale on demand and nothing shows until then, when the first of the functions
+// here or in fwunicod.h has text outside ASCII or needs the locale's name or numerics. The locale
+// is the one that the environment chose at FpStrInit.
 // Asserts "Something screwy - no locale set", "Locale conversions not set up correctly: non-ascii
 // filenames, etc, will not work".
 void FpStrInit();

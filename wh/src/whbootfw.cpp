@@ -40,5 +40,6 @@ void wh_boot_fw(int argc, char** argv) {
   boot_context.control.exiterrorf = fw_error;
   boot_context.control.platform.argc = argc;
   boot_context.control.platform.argv = argv;
+  boot_context.string.fLocaleOnDemand = 1;
   FwBoot(&boot_context);
 }

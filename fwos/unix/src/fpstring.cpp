@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fcboot.h"
 #include "fcstring.h"
 #include "fcstrprf.h"
 #include "fwmem.h"
@@ -22,6 +23,14 @@ FwTextString FpLocaleStr = nullptr;
 int fUnicode = 0;
 
 namespace {
+
+// The set-up that FpStrInit has put off, with what the environment said then.
+struct PutOff {
+  bool fSetup;
+  bool fInvariant;        // LANG is "inv"
+  const char* pszLocale;  // as setlocale takes it; the environment's own string
+};
+constinit PutOff putOff = {};
 
 // A descriptor of all one bits: no conversion is needed.
 iconv_t no_conversion() {
@@ -70,6 +79,81 @@ int32 FiInitUnicode() {
   iconvt_UTF8ToNative = iconv_open("UTF-8", pszCodeset);
   iconvt_NativeToUTF8 = iconv_open(pszCodeset, "UTF-8");
   return iconvt_UTF8ToNative != no_conversion() && iconvt_NativeToUTF8 != no_conversion();
+}
+
+void set_up(const char* pszLocale, bool fInvariant) {
+  const char* pszName = setlocale(LC_CTYPE, pszLocale);
+  if (pszName == nullptr || std::strcmp(pszName, "C") == 0) {
+    pszName = setlocale(LC_ALL, "en_US");
+    if (pszName == nullptr) {
+      setlocale(LC_ALL, "C");
+      pszName = "en_US";
+    }
+    if (fInvariant) pszName = "inv";
+  }
+  FwMemFreeAndClear(&FpLocaleStr);
+  // A copy: the C library reuses its own for the next call.
+  if (pszName != nullptr) FpLocaleStr = FwStrDuplicate(FWT(pszName));
+  FwAssert(FpLocaleStr != nullptr, "Something screwy - no locale set");
+  fUnicode = FiInitUnicode();
+  FwAssert(fUnicode,
+           "Locale conversions not set up correctly: non-ascii filenames, etc, will not work");
+}
+
+// Whoever needs the locale or the converters calls this first.
+void catch_up() {
+  if (!putOff.fSetup) return;
+  putOff.fSetup = false;
+  set_up(putOff.pszLocale, putOff.fInvariant);
+}
+
+const char* environment_value(const char* pszName) {
+  const char* psz = std::getenv(pszName);
+  return psz != nullptr && *psz != 0 ? psz : nullptr;
+}
+
+// The locale of characters that the environment chooses, in the C library's order.
+const char* chosen_locale() {
+  for (const char* pszName : {"LC_ALL", "LC_CTYPE", "LANG"})
+    if (const char* psz = environment_value(pszName)) return psz;
+  return "C";
+}
+
+// Whether the name says that the code set is UTF-8, as "de_DE.UTF-8", "C.utf8", "en_US.UTF-8@x".
+bool names_utf8(const char* pszLocale) {
+  const char* pch = std::strchr(pszLocale, '.');
+  if (pch == nullptr) return false;
+  const char* pszRest = "utf8";
+  for (pch++; *pch != 0 && *pch != '@'; pch++) {
+    if (*pch == '-') continue;
+    if (static_cast<char>(FwStrToLower(static_cast<FwTextByte>(*pch))) != *pszRest) return false;
+    pszRest++;
+  }
+  return *pszRest == 0;
+}
+
+// Whether setting up the locale can have no outcome that shows before text outside ASCII comes: no
+// missing converter to report, no code set that differs from ASCII. That is so of UTF-8, and of C,
+// whose converters are built into the C library; a name that is not installed counts as C. Where
+// locales or converters come from other places than the system's, nothing is known.
+bool shows_nothing(const char* pszLocale) {
+  if (environment_value("LOCPATH") || environment_value("GCONV_PATH")) return false;
+  return std::strcmp(pszLocale, "C") == 0 || std::strcmp(pszLocale, "POSIX") == 0 ||
+         names_utf8(pszLocale);
+}
+
+// Text that is the same in every code set that setting up may be put off for.
+bool is_ascii(const char* psz) {
+  for (; *psz != 0; psz++)
+    if (static_cast<unsigned char>(*psz) >= 0x80) return false;
+  return true;
+}
+
+// Whether text passes as it is while the converters are not set up; sets them up if it doesn't.
+bool passes_unasked(const char* psz) {
+  if (putOff.fSetup && is_ascii(psz)) return true;
+  catch_up();
+  return false;
 }
 
 FwByte* alloc_bytes(size_t cb) {
@@ -141,27 +225,17 @@ FwTextCharacter first_character(const char* psz) {
 }  // namespace
 
 void FpStrInit() {
-  const char* pszName = setlocale(LC_CTYPE, "");
-  if (pszName == nullptr || std::strcmp(pszName, "C") == 0) {
-    const char* pszLang = std::getenv("LANG");
-    const bool fInvariant = pszLang != nullptr && std::strcmp(pszLang, "inv") == 0;
-    pszName = setlocale(LC_ALL, "en_US");
-    if (pszName == nullptr) {
-      setlocale(LC_ALL, "C");
-      pszName = "en_US";
-    }
-    if (fInvariant) pszName = "inv";
-  }
-  FwMemFreeAndClear(&FpLocaleStr);
-  // A copy: the C library reuses its own for the next call.
-  if (pszName != nullptr) FpLocaleStr = FwStrDuplicate(FWT(pszName));
-  FwAssert(FpLocaleStr != nullptr, "Something screwy - no locale set");
-  fUnicode = FiInitUnicode();
-  FwAssert(fUnicode,
-           "Locale conversions not set up correctly: non-ascii filenames, etc, will not work");
+  const char* pszLang = std::getenv("LANG");
+  const bool fInvariant = pszLang != nullptr && std::strcmp(pszLang, "inv") == 0;
+  const char* pszLocale = chosen_locale();
+  if (fcBootContext.string.fLocaleOnDemand && shows_nothing(pszLocale))
+    putOff = {true, fInvariant, pszLocale};
+  else
+    set_up("", fInvariant);
 }
 
 void FpStrShutdown() {
+  putOff = {};
   close_converter(&iconvt_UTF8ToNative);
   close_converter(&iconvt_NativeToUTF8);
   fUnicode = 0;
@@ -169,6 +243,7 @@ void FpStrShutdown() {
 }
 
 void FpStrGetLocaleIDString(FwStrRecord* pRecord) {
+  catch_up();
   FwStrPutTextString(pRecord, FpLocaleStr);
 }
 
@@ -183,6 +258,7 @@ FwTextCharacter FpStrToLower(FwTextCharacter tc) {
 }
 
 int32 FpStrScanLocalUInt(FwTextString* pptbz, uint32* pnResult) {
+  catch_up();
   char* pszEnd;
   const long value = std::strtol(FWC(*pptbz), &pszEnd, 10);
   if (pszEnd == FWC(*pptbz)) return 0;
@@ -192,6 +268,7 @@ int32 FpStrScanLocalUInt(FwTextString* pptbz, uint32* pnResult) {
 }
 
 int32 FpStrScanLocalReal(FwTextString* pptbz, double* pnResult) {
+  catch_up();
   char* pszEnd;
   const double value = std::strtod(FWC(*pptbz), &pszEnd);
   if (pszEnd == FWC(*pptbz)) return 0;
@@ -201,12 +278,14 @@ int32 FpStrScanLocalReal(FwTextString* pptbz, double* pnResult) {
 }
 
 FwTextCharacter FpStrDecimalPointChar() {
+  catch_up();
   const lconv* p = localeconv();
   if (p == nullptr || p->decimal_point == nullptr || *p->decimal_point == 0) return '.';
   return first_character(p->decimal_point);
 }
 
 FwTextCharacter FpStrThousandsSeparatorChar() {
+  catch_up();
   const lconv* p = localeconv();
   if (p == nullptr || p->thousands_sep == nullptr || *p->thousands_sep == 0) return 0;
   return first_character(p->thousands_sep);
@@ -215,6 +294,7 @@ FwTextCharacter FpStrThousandsSeparatorChar() {
 uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
                           int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
                           FwTextByte tbPositiveChar, int32 fOptionalForm) {
+  catch_up();
   return FcStrPrintfInt(pRecord, value, type, nMinWidth, nMinDigits, fLeftJustified, fPadWithZero,
                         tbPositiveChar, fOptionalForm);
 }
@@ -222,17 +302,24 @@ uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nM
 uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
                            int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
                            FwTextByte tbPositiveChar, int32 fOptionalForm) {
+  catch_up();
   return FcStrPrintfReal(pRecord, value, type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero,
                          tbPositiveChar, fOptionalForm);
 }
 
 int32 fFpStrLocalIsUTF8() {
+  catch_up();
   return iconvt_UTF8ToNative == no_conversion();
+}
+
+int32 fFpStrIsLocal(FwTextString uni) {
+  return passes_unasked(FWC(uni)) || iconvt_UTF8ToNative == no_conversion();
 }
 
 FwTextString FwStrLocalToUTF8(const char* local) {
   if (local == nullptr) return nullptr;
-  if (iconvt_NativeToUTF8 == no_conversion()) return FwStrDuplicate(FWT(local));
+  if (passes_unasked(local) || iconvt_NativeToUTF8 == no_conversion())
+    return FwStrDuplicate(FWT(local));
   char* pszIn = const_cast<char*>(local);
   size_t cbIn = std::strlen(local) + 1;
   const size_t cbOut = cbIn * 6;
@@ -254,7 +341,8 @@ FwTextString FwStrLocalToUTF8(const char* local) {
 
 char* FwStrUTF8ToLocal(const FwTextString uni) {
   if (uni == nullptr) return nullptr;
-  if (iconvt_UTF8ToNative == no_conversion()) return FWC(FwStrDuplicate(uni));
+  if (passes_unasked(FWC(uni)) || iconvt_UTF8ToNative == no_conversion())
+    return FWC(FwStrDuplicate(uni));
   for (size_t cbOut = std::strlen(FWC(uni)) + 1 + 7;; cbOut *= 2) {
     FwByte* pbBuffer = alloc_bytes(cbOut);
     size_t cbUsed;

@@ -26,7 +26,7 @@ constexpr std::size_t kNameBuffer = 4095;
 }  // namespace
 
 FpLocalName::FpLocalName(FwTextString ptbzName)
-    : pszLocal(FWC(ptbzName)), fOwned(ptbzName && !fFpStrLocalIsUTF8()) {
+    : pszLocal(FWC(ptbzName)), fOwned(ptbzName && !fFpStrIsLocal(ptbzName)) {
   if (fOwned) pszLocal = FwStrUTF8ToLocal(ptbzName);
 }
 
