@@ -109,7 +109,8 @@ TEST(Startup, AnInterruptEndsTheRunWithStatusOne) {
   EXPECT_EQ(1, result.status);
 }
 
-// The program needs the C library, the maths library and the parser, and runs no code before main.
+// The program needs the C library, and the parser where that has no archive; it runs no code before
+// main.
 TEST(Startup, NeedsNoOtherLibraries) {
   RunOptions options;
   options.environment = PlainEnvironment();
@@ -118,12 +119,45 @@ TEST(Startup, NeedsNoOtherLibraries) {
   if (dynamic.out.find("libasan") != std::string::npos ||
       dynamic.out.find("libstdc++") != std::string::npos)
     GTEST_SKIP() << "an instrumented build";
-  EXPECT_NE(std::string::npos, dynamic.out.find("libexpat"));
-  EXPECT_EQ(std::string::npos, dynamic.out.find("libgcc"));
+  for (const char* library : {"libgcc", "libm.so"})
+    EXPECT_EQ(std::string::npos, dynamic.out.find(library)) << library;
+  EXPECT_EQ(ZOR_EXPAT_IS_SHARED != 0, dynamic.out.find("libexpat") != std::string::npos);
   const RunResult symbols = RunProgram({"/usr/bin/nm", ZORENV_PROGRAM}, options);
   ASSERT_EQ(0, symbols.status);
   EXPECT_NE(std::string::npos, symbols.out.find("mymain"));
   EXPECT_EQ(std::string::npos, symbols.out.find("_GLOBAL__sub_I"));
 }
+
+#ifdef ZORENV_STATIC_PROGRAM
+// Without any shared library, the same answers.
+TEST(Startup, TheStaticProgramNeedsNothingAndAnswersAlike) {
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  const RunResult headers = RunProgram({"/usr/bin/readelf", "-lW", ZORENV_STATIC_PROGRAM}, options);
+  ASSERT_EQ(0, headers.status);
+  EXPECT_NE(std::string::npos, headers.out.find("LOAD"));
+  EXPECT_EQ(std::string::npos, headers.out.find("INTERP"));
+  EXPECT_EQ(std::string::npos, headers.out.find("DYNAMIC"));
+
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1", Insert("A", "caf\xC3\xA9") + Insert("PATH", "/opt/bin"));
+  for (const char* locale : {"LC_ALL=C.UTF-8", "LC_ALL=C", "LC_ALL=no_SUCH"}) {
+    options.environment = {"PATH=/usr/bin:/bin", locale};
+    for (const char* root : {"root", "caf\xC3\xA9", "caf\xE9"})
+      for (const std::vector<std::string>& mode : std::initializer_list<std::vector<std::string>>{
+               {"--sh"},
+               {"--csh"},
+               {"--posh"},
+               {"--bat"},
+               {"--exec", "/bin/sh", "-c", "echo $A"}}) {
+        std::vector<std::string> arguments = {"-r", warehouse / root, "-p", "C"};
+        arguments.insert(arguments.end(), mode.begin(), mode.end());
+        const RunResult expected = Zorenv(arguments, options);
+        arguments.insert(arguments.begin(), ZORENV_STATIC_PROGRAM);
+        Expect(RunProgram(arguments, options), expected.out, expected.err, expected.status);
+      }
+  }
+}
+#endif
 
 }  // namespace

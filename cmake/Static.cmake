@@ -1,0 +1,11 @@
+# ZOR_CAN_LINK_STATICALLY: whether a program can do without any shared library here.
+set(ZOR_CAN_LINK_STATICALLY OFF)
+if(ZOR_EXPAT_ARCHIVE AND NOT ZOR_SHARED_EXPAT AND NOT ZOR_SANITIZE AND NOT ZOR_COVERAGE AND NOT ZOR_FUZZ)
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static)
+  check_cxx_source_compiles("int main() { return 0; }" ZOR_HAS_STATIC_LIBRARIES)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
+  if(ZOR_HAS_STATIC_LIBRARIES)
+    set(ZOR_CAN_LINK_STATICALLY ON)
+  endif()
+endif()
