@@ -1,4 +1,5 @@
 // Builds the output environment: wh_apply_env, and the sort of a variable's elements.
+#include "constraints.h"
 #include "engine.h"
 #include "fwmem.h"
 #include "vqassert.h"
@@ -53,36 +54,8 @@ int32 make_value_node(FwHashEntry* entry, void* var_ops, FwErrorState* /*err*/) 
   return 1;
 }
 
-// Notes that one node comes before another, once: the sort does nothing at a second meeting.
-void constrain_before(NODE* node, NODE* that) {
-  if (that->before == node) return;
-  that->before = node;
-  add_to_list(&that->pred, node, 8);
-}
-
-void constrain_after(NODE* node, NODE* that) {
-  if (that->after == node) return;
-  that->after = node;
-  add_to_list(&node->pred, that, 8);
-}
-
-struct CONSTRAINING {
-  NODE_LIST* nodes;
-  NODE* node;
-  void (*constraint)(NODE* node, NODE* that);
-};
-
-void constrain(const CONSTRAINING* constraining, const FwVector* patterns) {
-  for (int32 p = 0; p < FwVectorLength(patterns); ++p) {
-    const POSITIONS* found = match_nodes(constraining->nodes, element_at<FwTextByte>(patterns, p));
-    for (int32 i = 0; i < found->count; ++i) {
-      NODE* that = node_at(constraining->nodes, found->list[i]);
-      if (that != constraining->node) constraining->constraint(constraining->node, that);
-    }
-  }
-}
-
-int32 constrain_value(FwHashEntry* entry, void* nodes, FwErrorState* /*err*/) {
+int32 constrain_value(FwHashEntry* entry, void* vconstraints, FwErrorState* /*err*/) {
+  auto* constraints = static_cast<CONSTRAINTS*>(vconstraints);
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
   if (count_of(&val_ops->ins) == 0) return 1;
   if (!val_ops->node) {
@@ -91,10 +64,8 @@ int32 constrain_value(FwHashEntry* entry, void* nodes, FwErrorState* /*err*/) {
   }
   for (int32 i = 0; i < count_of(&val_ops->ins); ++i) {
     const WH_ENV_INSERT* insert = element_at<EXPANDED_OP>(&val_ops->ins, i)->op->u.ins;
-    CONSTRAINING constraining = {static_cast<NODE_LIST*>(nodes), val_ops->node, constrain_before};
-    constrain(&constraining, &insert->before);
-    constraining.constraint = constrain_after;
-    constrain(&constraining, &insert->after);
+    constrain_before(constraints, val_ops->node, &insert->before);
+    constrain_after(constraints, val_ops->node, &insert->after);
   }
   return 1;
 }
@@ -104,10 +75,10 @@ int32 constrain_variable(FwHashEntry* entry, void* /*vstate*/, FwErrorState* /*e
   if (var_ops->sep == 0) var_ops->sep = ':';
   // First all nodes, so that constraints see each other's values whatever arrived first.
   FwHashEnumerateEntries(var_ops->values, make_value_node, var_ops, nullptr);
-  NODE_LIST nodes;
-  open_nodes(&nodes, var_ops);
-  FwHashEnumerateEntries(var_ops->values, constrain_value, &nodes, nullptr);
-  close_nodes(&nodes);
+  CONSTRAINTS constraints;
+  open_constraints(&constraints, var_ops);
+  FwHashEnumerateEntries(var_ops->values, constrain_value, &constraints, nullptr);
+  close_constraints(&constraints);
   return 1;
 }
 
@@ -219,9 +190,11 @@ WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString ba
                      error, file, &state);
 
   FwHashTable* variables = make_names_table();
+  NAMES names;
   for (int32 i = 0; i < FwVectorLength(&state.eops); ++i)
     generate_instances(element_at<EXPANDED_OP>(&state.eops, i), input_env, state.newvars, variables,
-                       error);
+                       error, &names);
+  close_names(&names);
 
   ANCESTRY* ancestry = make_ancestry();
   find_all_ancestors(index, speclist, ancestry, state.context, file, error);
@@ -260,8 +233,7 @@ void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* er
   FwVectorAddElement(&stack, node);
   while (int32 depth = FwVectorLength(&stack)) {
     auto* top = element_at<NODE>(&stack, depth - 1);
-    if (top->next_pred < count_of(&top->pred)) {
-      auto* pred = element_at<NODE>(&top->pred, top->next_pred++);
+    if (NODE* pred = next_predecessor(top)) {
       if (meet(pred, name, err)) FwVectorAddElement(&stack, pred);
     } else {
       emit(top, var_ops);

@@ -20,12 +20,14 @@
 #include "fwmem.h"
 #include "fwstring.h"
 #include "fwvector.h"
+#include "glob/index.h"
 #include "glob/literals.h"
 #include "settings.h"
 #include "traverse.h"
 #include "warehouse.h"
 
 struct ANCESTRY;
+struct SOURCE;
 
 // An operation as it is to be applied.
 struct EXPANDED_OP {
@@ -37,6 +39,7 @@ struct EXPANDED_OP {
   GLOB* patterns = nullptr;
   int32 pattern_count = 0;
   bool literal = false;
+  bool looks = false;  // one of them looks at the disk
 };
 
 struct COLLECT_STATE {
@@ -52,6 +55,8 @@ struct SUBJECTS {
   FwVector texts;  // of FwTextString
   LITERALS index;  // of the first indexed texts
   int32 indexed = 0;
+  TEXTS globs;         // of as many as it counts, for patterns that are not literal
+  int32 tried = 0;     // such patterns that were tried on each text in turn
   bool owned = false;  // the texts are freed with the list
 };
 
@@ -82,6 +87,7 @@ struct NODE {
   int32 next_pred = 0;
   NODE* before = nullptr;
   NODE* after = nullptr;
+  SOURCE* sources = nullptr;  // further predecessors, behind those in pred (constraints.h)
 };
 
 // All that is known of one variable. Its values, nodes and their texts live in its pool.
@@ -98,12 +104,13 @@ struct VAR_OPS {
   FwMemPool* pool = nullptr;
 
   // Private. The inserted values; the input's elements as split at split_sep; the literal patterns
-  // of the removes, and the positions of the removes that have another pattern.
+  // of the first filed removes, and their other patterns.
   SUBJECTS inserted;
   SUBJECTS elements;
   int split_sep = 0;
   LITERALS remove_keys;
-  POSITIONS glob_removes;
+  PATTERNS remove_globs;
+  int32 filed = 0;
 };
 
 struct VAL_OPS {
@@ -165,8 +172,18 @@ void collect_part_ops(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec);
 
 // ---- Instances (generate.cpp) ----
 
+// The names of the variables of an environment and of newvars, kept from one operation to the next;
+// neither may change meanwhile.
+struct NAMES {
+  TEXTS input;
+  TEXTS literal;
+  int32 tried = 0;  // patterns that were tried on each name in turn
+};
+void close_names(NAMES* names);
+
+// names may be null.
 void generate_instances(EXPANDED_OP* eop, WH_ENVIRON* input_env, FwHashTable* newvars,
-                        FwHashTable* variables, WH_ERROR_FUNC error);
+                        FwHashTable* variables, WH_ERROR_FUNC error, NAMES* names = nullptr);
 void add_op_to_variable(EXPANDED_OP* eop, FwTextString name, FwHashTable* variables,
                         WH_ENVIRON* input_env, WH_ERROR_FUNC error);
 // Enters remeop at value, once, if one of its patterns matches.
@@ -203,12 +220,13 @@ struct NODE_LIST {
   VAR_OPS* var_ops = nullptr;
   FwVector list;  // of NODE*
 
-  // Private, made when first needed. Positions: of the nodes whose texts are not their own literal
-  // keys, of all others by text, and of those found last.
+  // Private, made when first needed: the positions of the nodes whose texts are not their own
+  // literal keys, all texts for patterns that are not literal, and the positions found last.
   bool unusual_filed = false;
   POSITIONS unusual;
   LITERALS unusual_keys;
-  POSITIONS sorted;
+  TEXTS globs;
+  int32 tried = 0;  // patterns that were tried on each node in turn
   POSITIONS found;
   FwTextString pattern = nullptr;  // that of found
 };

@@ -8,6 +8,9 @@ namespace {
 // From so many texts or removes on it pays to look literal patterns up instead of trying each pair.
 constexpr int32 kIndexFrom = 32;
 
+// So many patterns are tried on each of the texts before these are cut up for good.
+constexpr int32 kTriedPlainly = 4;
+
 struct GEN_STATE {
   EXPANDED_OP* eop;
   FwHashTable* variables;
@@ -24,32 +27,87 @@ int32 add_op_to_matched_variables(FwHashEntry* entry, void* vstate, FwErrorState
   return 1;
 }
 
+int32 add_name(FwHashEntry* entry, void* texts, FwErrorState* /*err*/) {
+  add_text(static_cast<TEXTS*>(texts), static_cast<FwTextString>(entry->key));
+  return 1;
+}
+
+void add_op_to_names(const GEN_STATE* state, TEXTS* names) {
+  POSITIONS found;
+  find_texts(names, state->name, &found);
+  for (int32 i = 0; i < found.count; ++i)
+    add_op_to_variable(state->eop, names->list[found.list[i]].text, state->variables,
+                       state->input_env, state->error);
+  free_positions(&found);
+}
+
 void enter_remove(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
   add_to_list(&get_val_ops(var_ops, value)->rem, remeop, 2);
+}
+
+// Appends the positions of the texts that one pattern accepts, ascending. The first few patterns
+// are tried on each text, as cutting all texts up for good has to pay.
+void find_subjects(SUBJECTS* subjects, const GLOB* pattern, POSITIONS* hits) {
+  const int32 count = FwVectorLength(&subjects->texts);
+  auto text = [&](int32 i) { return element_at<FwTextByte>(&subjects->texts, i); };
+  if (pattern->key) {
+    if (!subjects->index.table) open_literals(&subjects->index);
+    for (; subjects->indexed < count; ++subjects->indexed)
+      add_literal(&subjects->index, text(subjects->indexed), subjects->indexed);
+    if (const POSITIONS* found = find_literal(&subjects->index, pattern->key))
+      for (int32 i = 0; i < found->count; ++i)
+        add_position(hits, found->list[i]);
+  } else if (pattern->everything || subjects->tried < kTriedPlainly) {
+    if (!pattern->everything) ++subjects->tried;
+    for (int32 i = 0; i < count; ++i)
+      if (glob_accepts(pattern, text(i))) add_position(hits, i);
+  } else {
+    while (subjects->globs.count < count)
+      add_text(&subjects->globs, text(subjects->globs.count));
+    find_texts(&subjects->globs, pattern, hits);
+  }
 }
 
 // Tries one remove on all texts, in their order.
 void try_remove(VAR_OPS* var_ops, SUBJECTS* subjects, EXPANDED_OP* remeop) {
   if (subjects->texts.state != FW_VECTOR_OPEN) return;
   int32 count = FwVectorLength(&subjects->texts);
-  if (!remeop->literal || count < kIndexFrom) {
+  if (remeop->looks || count < kIndexFrom) {
     for (int32 i = 0; i < count; ++i)
       add_rem_reqs(var_ops, element_at<FwTextByte>(&subjects->texts, i), remeop);
     return;
   }
-  if (!subjects->index.table) open_literals(&subjects->index);
-  for (; subjects->indexed < count; ++subjects->indexed)
-    add_literal(&subjects->index, element_at<FwTextByte>(&subjects->texts, subjects->indexed),
-                subjects->indexed);
   POSITIONS hits;
   for (int32 i = 0; i < remeop->pattern_count; ++i)
-    if (const POSITIONS* found = find_literal(&subjects->index, remeop->patterns[i].key))
-      for (int32 j = 0; j < found->count; ++j)
-        add_position(&hits, found->list[j]);
-  sort_positions(&hits);
+    find_subjects(subjects, &remeop->patterns[i], &hits);
+  if (remeop->pattern_count > 1) sort_positions(&hits);
   for (int32 i = 0; i < hits.count; ++i)
     enter_remove(var_ops, element_at<FwTextByte>(&subjects->texts, hits.list[i]), remeop);
   free_positions(&hits);
+}
+
+// Files the patterns of the removes that have arrived since the last time.
+void file_removes(VAR_OPS* var_ops) {
+  if (!var_ops->remove_keys.table) open_literals(&var_ops->remove_keys);
+  for (; var_ops->filed < FwVectorLength(&var_ops->removes); ++var_ops->filed) {
+    const auto* remeop = element_at<EXPANDED_OP>(&var_ops->removes, var_ops->filed);
+    if (remeop->looks) add_any_pattern(&var_ops->remove_globs, var_ops->filed);
+    for (int32 i = 0; i < remeop->pattern_count; ++i) {
+      const GLOB* pattern = &remeop->patterns[i];
+      if (pattern->key)
+        add_literal_key(&var_ops->remove_keys, pattern->key, var_ops->filed);
+      else if (!remeop->looks)
+        add_pattern(&var_ops->remove_globs, pattern, var_ops->filed);
+    }
+  }
+}
+
+bool accepts(const EXPANDED_OP* remeop, const TOKENS* tokens, FwTextString value) {
+  for (int32 i = 0; i < remeop->pattern_count; ++i) {
+    const GLOB* pattern = &remeop->patterns[i];
+    if (pattern->everything || path_matches(pattern->tokens.list, tokens->list, value)) return true;
+  }
+  return false;
 }
 
 // Tries all removes that have arrived on one text, in their order.
@@ -60,6 +118,7 @@ void try_removes(VAR_OPS* var_ops, FwTextString value) {
       add_rem_reqs(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, i));
     return;
   }
+  file_removes(var_ops);
   POSITIONS none;
   const POSITIONS* found = nullptr;
   if (FwTextString key = literal_key(value)) {
@@ -67,25 +126,21 @@ void try_removes(VAR_OPS* var_ops, FwTextString value) {
     FwMemFree(key);
   }
   const POSITIONS* literal = found ? found : &none;
-  const POSITIONS* others = &var_ops->glob_removes;
-  for (int32 i = 0, j = 0; i < literal->count || j < others->count;) {
-    if (j == others->count || (i < literal->count && literal->list[i] <= others->list[j])) {
-      if (j < others->count && literal->list[i] == others->list[j]) ++j;
+  TOKENS tokens;
+  parse(&tokens, value);
+  POSITIONS others;
+  find_patterns(&var_ops->remove_globs, value, &tokens, &others);
+  for (int32 i = 0, j = 0; i < literal->count || j < others.count;) {
+    if (j == others.count || (i < literal->count && literal->list[i] <= others.list[j])) {
+      if (j < others.count && literal->list[i] == others.list[j]) ++j;
       enter_remove(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, literal->list[i++]));
     } else {
-      add_rem_reqs(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, others->list[j++]));
+      auto* remeop = element_at<EXPANDED_OP>(&var_ops->removes, others.list[j++]);
+      if (accepts(remeop, &tokens, value)) enter_remove(var_ops, value, remeop);
     }
   }
-}
-
-void note_remove(VAR_OPS* var_ops, EXPANDED_OP* eop) {
-  int32 position = FwVectorLength(&var_ops->removes);
-  FwVectorAddElement(&var_ops->removes, eop);
-  if (!eop->literal) add_position(&var_ops->glob_removes, position);
-  if (!var_ops->remove_keys.table) open_literals(&var_ops->remove_keys);
-  for (int32 i = 0; i < eop->pattern_count; ++i)
-    if (eop->patterns[i].key)
-      add_literal_key(&var_ops->remove_keys, eop->patterns[i].key, position);
+  free_positions(&others);
+  free_tokens(&tokens);
 }
 
 void add_insert(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ERROR_FUNC error) {
@@ -101,7 +156,7 @@ void add_remove(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ENVIRO
                 WH_ERROR_FUNC error) {
   WH_ENV_REMOVE* rem = eop->op->u.rem;
   check_sep(var_ops, &rem->sep, name, error);
-  note_remove(var_ops, eop);
+  FwVectorAddElement(&var_ops->removes, eop);
   try_remove(var_ops, &var_ops->inserted, eop);
 
   FwTextString value = wh_lookup_ev(name, input_env);
@@ -114,8 +169,13 @@ void add_remove(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ENVIRO
 
 }  // namespace
 
+void close_names(NAMES* names) {
+  close_texts(&names->input);
+  close_texts(&names->literal);
+}
+
 void generate_instances(EXPANDED_OP* eop, WH_ENVIRON* input_env, FwHashTable* newvars,
-                        FwHashTable* variables, WH_ERROR_FUNC error) {
+                        FwHashTable* variables, WH_ERROR_FUNC error, NAMES* names) {
   if (!eop->hasglob) {
     add_op_to_variable(eop, eop->op->name, variables, input_env, error);
     return;
@@ -123,8 +183,17 @@ void generate_instances(EXPANDED_OP* eop, WH_ENVIRON* input_env, FwHashTable* ne
   GLOB name;
   open_glob(&name, eop->op->name);
   GEN_STATE state = {eop, variables, input_env, error, &name};
-  wh_enumerate_environ(input_env, add_op_to_matched_variables, &state, nullptr);
-  FwHashEnumerateEntries(newvars, add_op_to_matched_variables, &state, nullptr);
+  if (!names || names->tried < kTriedPlainly || name.everything || looks_at_disk(&name)) {
+    if (names) ++names->tried;
+    wh_enumerate_environ(input_env, add_op_to_matched_variables, &state, nullptr);
+    FwHashEnumerateEntries(newvars, add_op_to_matched_variables, &state, nullptr);
+  } else {
+    if (names->input.count == 0) wh_enumerate_environ(input_env, add_name, &names->input, nullptr);
+    if (names->literal.count == 0)
+      FwHashEnumerateEntries(newvars, add_name, &names->literal, nullptr);
+    add_op_to_names(&state, &names->input);
+    add_op_to_names(&state, &names->literal);
+  }
   close_glob(&name);
 }
 

@@ -2,19 +2,16 @@
 //
 // A variable may have thousands of elements and a pattern for each, so trying each pair is only for
 // small ones. Nearly all elements are their own literal keys: a literal pattern then finds its one
-// node in the table of nodes. A pattern with * or ? mostly begins with something literal, and the
-// nodes that begin alike stand together in an order by text:
-//
-//   /opt/weaver*/bin      sorted  [ /bin | /opt/quill/bin | /opt/weaver-1/bin | /opt/weaver-2 ]
-//                                                          ^ tried from here     to the end ^
-#include <algorithm>
-
+// node in the table of nodes. For a pattern with * or ? there is an index of what the texts are
+// made of (glob/index.h).
 #include "engine.h"
 
 namespace {
 
-// From so many nodes on it pays to sort them.
-constexpr int32 kSortFrom = 32;
+// From so many nodes on it pays to cut them up for good, for the patterns behind so many that are
+// tried on each of them.
+constexpr int32 kIndexFrom = 32;
+constexpr int32 kTriedPlainly = 4;
 
 FwTextString text_at(const NODE_LIST* nodes, int32 position) {
   return node_at(nodes, position)->value;
@@ -40,19 +37,6 @@ void file_unusual(NODE_LIST* nodes) {
   }
 }
 
-// Sorts the other nodes by text, once.
-void sort_nodes(NODE_LIST* nodes) {
-  if (nodes->sorted.count > 0) return;
-  for (int32 i = 0, u = 0; i < FwVectorLength(&nodes->list); ++i)
-    if (u < nodes->unusual.count && nodes->unusual.list[u] == i)
-      ++u;
-    else
-      add_position(&nodes->sorted, i);
-  std::sort(nodes->sorted.list, nodes->sorted.list + nodes->sorted.count, [&](int32 a, int32 b) {
-    return FwStrCompare(text_at(nodes, a), text_at(nodes, b)) < 0;
-  });
-}
-
 void match_literal(NODE_LIST* nodes, FwTextString key) {
   file_unusual(nodes);
   if (NODE* node = find_node(nodes->var_ops, key)) add_position(&nodes->found, node->position);
@@ -63,37 +47,18 @@ void match_literal(NODE_LIST* nodes, FwTextString key) {
   sort_positions(&nodes->found);
 }
 
-void try_node(NODE_LIST* nodes, const GLOB* glob, int32 position) {
-  if (glob_accepts(glob, text_at(nodes, position))) add_position(&nodes->found, position);
-}
-
-void match_beginning(NODE_LIST* nodes, const GLOB* glob, std::string_view beginning) {
-  file_unusual(nodes);
-  sort_nodes(nodes);
-  auto head = [&](int32 position) {
-    std::string_view text = glob_view(text_at(nodes, position));
-    return std::string_view(text.data(), std::min(text.size(), beginning.size()));
-  };
-  const int32* end = nodes->sorted.list + nodes->sorted.count;
-  const int32* position =
-      std::lower_bound(nodes->sorted.list, nodes->sorted.list + nodes->sorted.count, beginning,
-                       [&](int32 i, std::string_view text) { return head(i) < text; });
-  for (; position < end && head(*position) == beginning; ++position)
-    try_node(nodes, glob, *position);
-  for (int32 i = 0; i < nodes->unusual.count; ++i)
-    try_node(nodes, glob, nodes->unusual.list[i]);
-  sort_positions(&nodes->found);
-}
-
 void match_glob(NODE_LIST* nodes, const GLOB* glob) {
-  int32 count = FwVectorLength(&nodes->list);
-  FwTextString beginning = literal_beginning(glob);
-  if (count >= kSortFrom && *beginning)
-    match_beginning(nodes, glob, glob_view(beginning));
-  else
+  const int32 count = FwVectorLength(&nodes->list);
+  if (count < kIndexFrom || nodes->tried < kTriedPlainly || glob->everything ||
+      looks_at_disk(glob)) {
+    if (!glob->everything) ++nodes->tried;
     for (int32 i = 0; i < count; ++i)
-      try_node(nodes, glob, i);
-  FwMemFree(beginning);
+      if (glob_accepts(glob, text_at(nodes, i))) add_position(&nodes->found, i);
+    return;
+  }
+  while (nodes->globs.count < count)
+    add_text(&nodes->globs, text_at(nodes, nodes->globs.count));
+  find_texts(&nodes->globs, glob, &nodes->found);
 }
 
 }  // namespace
@@ -108,7 +73,7 @@ void close_nodes(NODE_LIST* nodes) {
   FwVectorAbandon(&nodes->list, 0);
   close_literals(&nodes->unusual_keys);
   free_positions(&nodes->unusual);
-  free_positions(&nodes->sorted);
+  close_texts(&nodes->globs);
   free_positions(&nodes->found);
 }
 

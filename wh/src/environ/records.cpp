@@ -87,7 +87,7 @@ int32 free_variable(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/
   free_subjects(&var_ops->inserted);
   free_subjects(&var_ops->elements);
   close_literals(&var_ops->remove_keys);
-  free_positions(&var_ops->glob_removes);
+  close_patterns(&var_ops->remove_globs);
   FwMemPoolDestroy(&var_ops->pool);
   FwMemFree(var_ops);
   return 1;
@@ -130,6 +130,7 @@ EXPANDED_OP* make_expanded_op(WH_ENV_OP* op, WH_VARIETY* variety, int hasglob) {
     GLOB* glob = ::new (&eop->patterns[i]) GLOB;
     open_glob(glob, element_at<FwTextByte>(values, i));
     if (!glob->key) eop->literal = false;
+    if (looks_at_disk(glob)) eop->looks = true;
   }
   return eop;
 }
@@ -201,5 +202,6 @@ void add_subject(SUBJECTS* subjects, FwTextString text) {
 void free_subjects(SUBJECTS* subjects) {
   if (subjects->texts.state == FW_VECTOR_OPEN) FwVectorAbandon(&subjects->texts, subjects->owned);
   close_literals(&subjects->index);
+  close_texts(&subjects->globs);
   *subjects = SUBJECTS{};
 }

@@ -80,6 +80,13 @@ int glob_accepts(const GLOB* glob, FwTextString string) {
   return accepts;
 }
 
+bool looks_at_disk(const GLOB* glob) {
+  if (glob->key) return false;
+  for (const TOKEN* token = glob->tokens.list; token->type != T_END; ++token)
+    if (token->type == T_EXISTS) return true;
+  return false;
+}
+
 FwTextString literal_key(FwTextString text) {
   if (wh_has_globs(text)) return nullptr;
   TOKENS tokens;

@@ -31,6 +31,9 @@ void close_glob(GLOB* glob);
 // 1 if wh_glob_matches would be with the pattern's text.
 int glob_accepts(const GLOB* glob, FwTextString string);
 
+// Whether matching may look at the disk: nobody may then change how often, or in which order.
+bool looks_at_disk(const GLOB* glob);
+
 // The key of a text, a new string, or null if it has none.
 FwTextString literal_key(FwTextString text);
 
