@@ -32,6 +32,23 @@ std::string Short(const EXPANDED_OP* eop) {
   return text;
 }
 
+// A list of removes, one by one.
+class Removes {
+ public:
+  explicit Removes(const VAL_OPS* val_ops) {
+    open_vector(&list_, 10);
+    list_removes(&val_ops->rem, &list_);
+  }
+  ~Removes() { FwVectorAbandon(&list_, 0); }
+  Removes(const Removes&) = delete;
+  Removes& operator=(const Removes&) = delete;
+
+  const FwVector* list() const { return &list_; }
+
+ private:
+  FwVector list_;
+};
+
 Strings Shorts(const FwVector* eops) {
   Strings list;
   for (int32 i = 0; i < count_of(eops); ++i)
@@ -91,7 +108,7 @@ class Steps {
   }
   Strings rem(const char* name, const char* element) const {
     VAL_OPS* val_ops = value(name, element);
-    return val_ops ? Shorts(&val_ops->rem) : Strings{"none"};
+    return val_ops ? Shorts(Removes(val_ops).list()) : Strings{"none"};
   }
 
   static Strings Keys(FwHashTable* table) {
@@ -382,7 +399,8 @@ TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
   }
   EXPECT_EQ(Steps::Keys(steps.variable("V")->values), Steps::Keys(expected));
   for (const std::string& value : Steps::Keys(expected)) {
-    const FwVector* found = &steps.value("V", value.c_str())->rem;
+    const Removes removes_of(steps.value("V", value.c_str()));
+    const FwVector* found = removes_of.list();
     std::vector<const EXPANDED_OP*> list;
     for (int32 i = 0; i < count_of(found); ++i)
       list.push_back(element_at<EXPANDED_OP>(found, i));
@@ -448,6 +466,17 @@ TEST(Ancestors, CirclesOfPartsComeToAnEnd) {
   ApplyNothing(w, {"A"});
   for (const std::string& name : all)
     EXPECT_EQ(Ancestors(w, name, all), all) << name;
+}
+
+TEST(Ancestors, AProductInACircleDoesNotOverrideItself) {
+  Warehouse w;
+  w.Add("A", Delete("V") + Insert("V", "v"), {"B"});
+  w.Add("B", "", {"A"});
+  w.Add("X", Delete("V"));
+  Reports reports;
+  EXPECT_EQ(w.Apply({"A", "X"}, Pairs{})["V"], "v");
+  EXPECT_EQ(reports.lines(), Strings{"*** Error:  value v is both inserted and removed in "
+                                     "environment variable V"});
 }
 
 TEST(Ancestors, AQueryThatFailsIsReportedEachTimeTheListIsGoneThrough) {

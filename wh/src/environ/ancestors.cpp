@@ -11,9 +11,10 @@
 // change: from then on the walk above is done as told.
 //
 // Chains of parts may be long. So the answers of the queries are kept, the sets are bit sets over
-// the varieties met, and the walk has a stack of its own.
+// the varieties met, and the walk has a stack of its own. That a variety is in its own set goes
+// without saying, so most sets are empty.
 //
-//   MEMBER  variety, id ------ set  [..1.11.]   ids of those that include it, itself among them
+//   MEMBER  variety, id ------ set  [..1.11.]   ids of those that include it
 //              |
 //              +-- edges[top]   for its own product queried directly, where BASE-DIRECTORY is bound
 //              +-- edges[part]  the product as a part: per part, the varieties of the answer
@@ -22,10 +23,11 @@
 // chain would fill memory there: beyond ancestors_stored_in_full entries a table holds only the
 // including varieties next to it, from whose tables the rest follows. The entry of the variety
 // itself says so, by having no value.
+#include "ancestry.h"
+
 #include <algorithm>
 #include <bit>
 
-#include "engine.h"
 #include "fwmem.h"
 #include "warehouse/private.h"
 
@@ -35,43 +37,42 @@ namespace {
 // add.
 constexpr FwHashFunctions kIdentity = {nullptr, nullptr, nullptr, nullptr, 1};
 
-struct BITS {
-  uint64* words = nullptr;
-  int32 count = 0;
-};
-
-void reserve(BITS* bits, int32 count) {
-  if (count <= bits->count) return;
-  auto* words = static_cast<uint64*>(
-      FwMemAlloc(static_cast<size_t>(count) * sizeof(uint64), ALLOC_MUST_SUCCEED | INIT_ZERO));
-  std::copy_n(bits->words, bits->count, words);
-  FwMemFreeAndClear(&bits->words);
-  bits->words = words;
-  bits->count = count;
-}
-
-uint64 bit_of(int32 id) {
-  return uint64{1} << (id % 64);
-}
-
-bool test_bit(const BITS* bits, int32 id) {
-  return id / 64 < bits->count && (bits->words[id / 64] & bit_of(id));
-}
-
-void set_bit(BITS* bits, int32 id) {
-  reserve(bits, id / 64 + 1);
-  bits->words[id / 64] |= bit_of(id);
-}
-
-// True if something was news.
-bool add_all(BITS* bits, const BITS* more) {
-  reserve(bits, more->count);
-  uint64 news = 0;
-  for (int32 i = 0; i < more->count; ++i) {
-    news |= more->words[i] & ~bits->words[i];
-    bits->words[i] |= more->words[i];
+// Makes room for the words from first to in front of end.
+void reserve(BITS* bits, int32 first, int32 end) {
+  if (bits->count > 0) {
+    first = std::min(first, bits->first);
+    end = std::max(end, bits->first + bits->count);
   }
-  return news != 0;
+  if (end - first == bits->count) return;
+  auto* words = static_cast<uint64*>(FwMemAlloc(static_cast<size_t>(end - first) * sizeof(uint64),
+                                                ALLOC_MUST_SUCCEED | INIT_ZERO));
+  if (bits->count > 0) std::copy_n(bits->words, bits->count, words + (bits->first - first));
+  FwMemFreeAndClear(&bits->words);
+  *bits = {words, first, end - first};
+}
+
+uint64 bit_of(int32 number) {
+  return uint64{1} << (number % 64);
+}
+
+// Adds what the includer has, and itself. True if something was news.
+bool learn_from(MEMBER* member, const MEMBER* includer) {
+  if (member == includer) return false;
+  BITS* bits = &member->set;
+  const BITS* more = &includer->set;
+  bool news = !test_bit(bits, includer->id);
+  if (news) set_bit(bits, includer->id);
+  if (more->count == 0) return news;
+  reserve(bits, more->first, more->first + more->count);
+  for (int32 i = 0; i < more->count; ++i) {
+    const int32 place = more->first + i;
+    const uint64 own = place == member->id / 64 ? bit_of(member->id) : 0;
+    uint64* word = &bits->words[place - bits->first];
+    const uint64 added = more->words[i] & ~own & ~*word;
+    *word |= added;
+    if (added != 0) news = true;
+  }
+  return news;
 }
 
 int32 count_bits(const BITS* bits) {
@@ -80,35 +81,6 @@ int32 count_bits(const BITS* bits) {
     n += std::popcount(bits->words[i]);
   return n;
 }
-
-struct MEMBER;
-
-// A part that applies to a variety.
-struct EDGE {
-  WH_PRODUCT_QUERY* query = nullptr;
-  WH_PRODUCT* product = nullptr;  // the answer; null while there is none
-  FwVector varieties;             // of MEMBER*: its complete varieties
-  EDGE* next = nullptr;
-};
-
-// The same product is asked about its parts under two symbol tables.
-enum EDGE_KIND { edges_top = 0, edges_part = 1 };
-
-struct EDGES {
-  bool known = false;
-  EDGE* first = nullptr;
-};
-
-struct MEMBER {
-  WH_VARIETY* variety = nullptr;
-  int32 id = 0;
-  bool loaded = false;  // set holds what the variety's table says
-  bool known = false;   // the variety has a set, if only of itself
-  int32 open = 0;       // walks that are going through its parts
-  BITS set;
-  EDGES edges[2];
-  POSITIONS includers;  // the ids of those that it learnt from
-};
 
 // A variety whose parts are being gone through.
 struct FRAME {
@@ -125,15 +97,28 @@ struct FRAME {
 
 int32 ancestors_stored_in_full = 1 << 16;
 
-struct ANCESTRY {
-  FwHashTable* members = nullptr;  // WH_VARIETY to MEMBER
-  FwVector by_id;                  // of MEMBER*
+uint64 word_at(const BITS* bits, int32 place) {
+  const int32 i = place - bits->first;
+  return i >= 0 && i < bits->count ? bits->words[i] : 0;
+}
 
-  FwVector walked;        // of MEMBER*, each behind all that it includes
-  int32 settled = 0;      // so many of walked had sets when they were last made
-  bool circular = false;  // among walked are some that include each other
-  bool given_up = false;  // a query had no answer, so the sets are made by the walk itself
-};
+bool test_bit(const BITS* bits, int32 number) {
+  return (word_at(bits, number / 64) & bit_of(number)) != 0;
+}
+
+void set_bit(BITS* bits, int32 number) {
+  reserve(bits, number / 64, number / 64 + 1);
+  bits->words[number / 64 - bits->first] |= bit_of(number);
+}
+
+bool have_common(const BITS* one, const BITS* other) {
+  return find_common(one, other, [](int32 /*number*/) { return true; });
+}
+
+void free_bits(BITS* bits) {
+  FwMemFreeAndClear(&bits->words);
+  *bits = BITS{};
+}
 
 namespace {
 
@@ -169,7 +154,7 @@ int32 load_ancestor(FwHashEntry* entry, void* context, FwErrorState* /*err*/) {
   auto* loading = static_cast<LOADING*>(context);
   auto* variety = static_cast<WH_VARIETY*>(entry->key);
   MEMBER* ancestor = get_member(loading->ancestry, variety);
-  if (test_bit(&loading->member->set, ancestor->id)) return 1;
+  if (ancestor == loading->member || test_bit(&loading->member->set, ancestor->id)) return 1;
   set_bit(&loading->member->set, ancestor->id);
   if (!loading->complete) FwVectorAddElement(&loading->pending, variety);
   return 1;
@@ -277,9 +262,7 @@ void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC
 // Gives the variety a set.
 void know(ANCESTRY* ancestry, MEMBER* member) {
   load(ancestry, member);
-  if (member->known) return;
   member->known = true;
-  set_bit(&member->set, member->id);
 }
 
 // What the variety of a part learns from the one that includes it. True if something was news.
@@ -287,7 +270,7 @@ bool teach(ANCESTRY* ancestry, MEMBER* member, const MEMBER* includer) {
   load(ancestry, member);
   bool first = !member->known;
   know(ancestry, member);
-  if (!add_all(&member->set, &includer->set) && !first) return false;
+  if (!learn_from(member, includer) && !first) return false;
   add_position(&member->includers, includer->id);
   return true;
 }
@@ -326,7 +309,7 @@ void store_ancestor(ANCESTRY* ancestry, const MEMBER* member, int32 id) {
 // Writes back what the variety has learnt. stored counts the entries of all tables.
 void store_member(ANCESTRY* ancestry, MEMBER* member, int32* stored) {
   if (!member->known || (member->variety->ancestors && member->includers.count == 0)) return;
-  int32 count = count_bits(&member->set);
+  int32 count = count_bits(&member->set) + 1;
   bool full = count <= ancestors_stored_in_full - *stored;
   // As large as a table for 4 would have grown to.
   FwHashTable** table = &member->variety->ancestors;
@@ -334,9 +317,10 @@ void store_member(ANCESTRY* ancestry, MEMBER* member, int32* stored) {
   add_identity(*table, member->variety, full ? member->variety : nullptr);
   if (full) {
     *stored += count;
-    for (int32 i = 0; i < member->set.count; ++i)
-      for (uint64 word = member->set.words[i]; word != 0; word &= word - 1)
-        store_ancestor(ancestry, member, i * 64 + std::countr_zero(word));
+    find_common(&member->set, &member->set, [&](int32 id) {
+      store_ancestor(ancestry, member, id);
+      return false;
+    });
   } else {
     for (int32 i = 0; i < member->includers.count; ++i)
       store_ancestor(ancestry, member, member->includers.list[i]);
@@ -410,7 +394,7 @@ void free_member(MEMBER* member) {
       if (edge->product) FwVectorAbandon(&edge->varieties, 0);
       FwMemFree(edge);
     }
-  FwMemFreeAndClear(&member->set.words);
+  free_bits(&member->set);
   free_positions(&member->includers);
   FwMemFree(member);
 }
@@ -448,9 +432,9 @@ void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH
   walk(ancestry, member, index, partlist, symtab, errorfunc);
 }
 
-int includes(ANCESTRY* ancestry, WH_VARIETY* ancestor, WH_VARIETY* variety) {
+MEMBER* know_member(ANCESTRY* ancestry, WH_VARIETY* variety) {
   settle(ancestry);
   MEMBER* member = get_member(ancestry, variety);
   load(ancestry, member);
-  return test_bit(&member->set, get_member(ancestry, ancestor)->id);
+  return member;
 }

@@ -44,7 +44,11 @@ int32 dumpinst(FwHashEntry* entry, void* /*context*/, FwErrorState* err) {
 int32 print_val_ops(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
   std::printf("   print_val_ops %s (%lx)\n", text(entry->key), address(val_ops));
-  print_ops("rem", &val_ops->rem);
+  FwVector removes;
+  open_vector(&removes, 2);
+  list_removes(&val_ops->rem, &removes);
+  print_ops("rem", &removes);
+  FwVectorAbandon(&removes, 0);
   print_ops("ins", &val_ops->ins);
   return 1;
 }

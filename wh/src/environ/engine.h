@@ -27,6 +27,7 @@
 #include "warehouse.h"
 
 struct ANCESTRY;
+struct MEMBER;
 struct SOURCE;
 
 // An operation as it is to be applied.
@@ -35,7 +36,9 @@ struct EXPANDED_OP {
   WH_VARIETY* variety = nullptr;  // where it came from
   int hasglob = 0;                // its name is a pattern
 
-  // Private. Of a remove: its values, cut up, and whether all of them are literal.
+  // Private. What the resolution knows of the variety; and of a remove its values, cut up, and
+  // whether all of them are literal.
+  MEMBER* member = nullptr;
   GLOB* patterns = nullptr;
   int32 pattern_count = 0;
   bool literal = false;
@@ -103,8 +106,8 @@ struct VAR_OPS {
 
   FwMemPool* pool = nullptr;
 
-  // Private. The inserted values; the input's elements as split at split_sep; the literal patterns
-  // of the first filed removes, and their other patterns.
+  // Private. The inserted values, each once; the input's elements as split at split_sep; the
+  // literal patterns of the first filed removes, and their other patterns.
   SUBJECTS inserted;
   SUBJECTS elements;
   int split_sep = 0;
@@ -113,9 +116,32 @@ struct VAR_OPS {
   int32 filed = 0;
 };
 
+// The list of removes of one value. It names a remove once for each insert of the value and for
+// each equal element of the input, so with n products that remove and insert it, it is n * n long.
+// It is kept as runs:
+//
+//   a remove arrives          it is added, several times    a run
+//   the first insert arrives  all so far are added          runs, as if there were none yet
+//   a later insert arrives    all so far are added          the last run is noted: ++again
+//
+// From the first insert on each remove has one run, so all so far are the runs from there on.
+struct REMOVE_RUN {
+  EXPANDED_OP* op = nullptr;
+  int32 count = 0;  // how often it stands here
+  int32 again = 0;  // how often the runs up to this one come again behind it
+  REMOVE_RUN* next = nullptr;
+};
+
+struct REMOVES {
+  FwMemPool* pool = nullptr;  // of the runs
+  REMOVE_RUN* first = nullptr;
+  REMOVE_RUN* last = nullptr;
+  REMOVE_RUN* before_inserts = nullptr;  // the last run before the first insert, if there is one
+};
+
 struct VAL_OPS {
   FwVector ins;                  // of EXPANDED_OP*: inserts of exactly this value; a list
-  FwVector rem;                  // of EXPANDED_OP*: removes with a pattern that matches it; a list
+  REMOVES rem;                   // removes with a pattern that matches it
   FwTextString value = nullptr;  // the text that it stands under
   NODE* node = nullptr;          // of the same text, once there is one
 };
@@ -126,6 +152,11 @@ struct res_context {
   FwTextString variable = nullptr;
   ANCESTRY* ancestry = nullptr;
 };
+
+// Nonzero if there are any.
+inline int32 count_of(const REMOVES* rem) {
+  return rem->first ? 1 : 0;
+}
 
 // For tables keyed by names: the key is copied, the value is the caller's pointer.
 extern const FwHashFunctions hash_functions;
@@ -161,6 +192,17 @@ NODE* get_node(VAR_OPS* var_ops, FwTextString value);   // finds or creates
 NODE* find_node(VAR_OPS* var_ops, FwTextString value);  // null if there is none
 // That of a value, which is created if need be.
 NODE* node_of(VAR_OPS* var_ops, VAL_OPS* val_ops);
+
+// Enters a remove that matches the value.
+void enter_removal(VAL_OPS* val_ops, EXPANDED_OP* remeop);
+void enter_remove_run(REMOVES* rem, EXPANDED_OP* remeop, int32 count);
+// Enters an insert. False at the first one, when the removes that match the value are to be entered
+// anew.
+bool enter_insert(VAL_OPS* val_ops, EXPANDED_OP* eop);
+// The first of the runs that again speaks of.
+REMOVE_RUN* first_again(const REMOVES* rem);
+// Appends the removes one by one, of EXPANDED_OP*.
+void list_removes(const REMOVES* rem, FwVector* list);
 
 void add_subject(SUBJECTS* subjects, FwTextString text);
 void free_subjects(SUBJECTS* subjects);
@@ -205,8 +247,6 @@ void free_ancestry(ANCESTRY** ancestry);
 // product, with BASE-DIRECTORY; it may be null if the part list is empty.
 void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH_PARTLIST* partlist,
                     WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc);
-// 1 if the variety is ancestor or is included by it.
-int includes(ANCESTRY* ancestry, WH_VARIETY* ancestor, WH_VARIETY* variety);
 
 // ---- Resolution (resolve.cpp) ----
 

@@ -42,7 +42,7 @@ void add_op_to_names(const GEN_STATE* state, TEXTS* names) {
 }
 
 void enter_remove(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
-  add_to_list(&get_val_ops(var_ops, value)->rem, remeop, 2);
+  enter_removal(get_val_ops(var_ops, value), remeop);
 }
 
 // Appends the positions of the texts that one pattern accepts, ascending. The first few patterns
@@ -146,8 +146,8 @@ void try_removes(VAR_OPS* var_ops, FwTextString value) {
 void add_insert(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ERROR_FUNC error) {
   WH_ENV_INSERT* ins = eop->op->u.ins;
   check_sep(var_ops, &ins->sep, name, error);
-  add_to_list(&get_val_ops(var_ops, ins->value)->ins, eop, 2);
   FwVectorAddElement(&var_ops->inserts, eop);
+  if (enter_insert(get_val_ops(var_ops, ins->value), eop)) return;
   add_subject(&var_ops->inserted, ins->value);
   try_removes(var_ops, ins->value);
 }

@@ -65,7 +65,6 @@ NODE* add_node(VAR_OPS* var_ops, FwTextString text) {
 int32 free_value(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
   abandon_list(&val_ops->ins);
-  abandon_list(&val_ops->rem);
   return 1;
 }
 
@@ -176,6 +175,7 @@ VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value) {
   if (val_ops) return val_ops;
   val_ops = new_in<VAL_OPS>(var_ops->pool);
   val_ops->value = copy_in(var_ops->pool, value);
+  val_ops->rem.pool = var_ops->pool;
   add_or_exit(var_ops->values, val_ops->value, val_ops);
   return val_ops;
 }
@@ -192,6 +192,54 @@ NODE* get_node(VAR_OPS* var_ops, FwTextString value) {
 NODE* node_of(VAR_OPS* var_ops, VAL_OPS* val_ops) {
   if (!val_ops->node) val_ops->node = add_node(var_ops, val_ops->value);
   return val_ops->node;
+}
+
+void enter_remove_run(REMOVES* rem, EXPANDED_OP* remeop, int32 count) {
+  auto* run = new_in<REMOVE_RUN>(rem->pool);
+  run->op = remeop;
+  run->count = count;
+  (rem->last ? rem->last->next : rem->first) = run;
+  rem->last = run;
+}
+
+void enter_removal(VAL_OPS* val_ops, EXPANDED_OP* remeop) {
+  REMOVES* rem = &val_ops->rem;
+  REMOVE_RUN* last = rem->last;
+  const bool inserted = count_of(&val_ops->ins) > 0;
+  const bool starts_anew = inserted && last == rem->before_inserts;
+  if (last && last->op == remeop && !starts_anew) {
+    ++last->count;
+    return;
+  }
+  // A remove is tried on the inserts before it is tried on the elements of the input.
+  enter_remove_run(rem, remeop, inserted ? count_of(&val_ops->ins) : 1);
+}
+
+bool enter_insert(VAL_OPS* val_ops, EXPANDED_OP* eop) {
+  const bool first = count_of(&val_ops->ins) == 0;
+  add_to_list(&val_ops->ins, eop, 2);
+  REMOVES* rem = &val_ops->rem;
+  if (first)
+    rem->before_inserts = rem->last;
+  else if (rem->last)
+    ++rem->last->again;
+  return !first;
+}
+
+REMOVE_RUN* first_again(const REMOVES* rem) {
+  return rem->before_inserts ? rem->before_inserts->next : rem->first;
+}
+
+void list_removes(const REMOVES* rem, FwVector* list) {
+  for (const REMOVE_RUN* run = rem->first; run; run = run->next) {
+    for (int32 i = 0; i < run->count; ++i)
+      FwVectorAddElement(list, run->op);
+    for (int32 i = 0; i < run->again; ++i)
+      for (const REMOVE_RUN* other = first_again(rem);; other = other->next) {
+        FwVectorAddElement(list, other->op);
+        if (other == run) break;
+      }
+  }
 }
 
 void add_subject(SUBJECTS* subjects, FwTextString text) {

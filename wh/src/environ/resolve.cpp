@@ -1,62 +1,19 @@
 // Settles what several operations want with one value. A product that includes another has the last
 // word over it; unrelated products that disagree are an error.
-#include <array>
+//
+// The procedure weighs each operation of a list against each other, in order, and an operation may
+// fall to one that falls itself later. But what becomes of it nearly always follows from its
+// variety. A variety that no other one of the list includes, or only such as it includes itself and
+// as come later, stands with all its operations; and where a variety is included by one that stands
+// so, all its operations go. As inclusion hands itself on, each variety is one or the other. Only
+// where a product includes other things when it is chosen than when it is a part, it may be
+// neither: then the operations are weighed one by one.
+#include <algorithm>
 
-#include "engine.h"
+#include "ancestry.h"
 #include "wherror.h"
 
 namespace {
-
-// Varieties of which an operation has been weighed against all of a list and changed nothing more.
-// A second operation of such a variety would change nothing either.
-class Settled {
- public:
-  bool contains(const WH_VARIETY* variety) const {
-    for (int32 i = 0; i < count_; ++i)
-      if (varieties_[static_cast<size_t>(i)] == variety) return true;
-    return false;
-  }
-
-  // Beyond the room kept a variety is just weighed again.
-  void add(const WH_VARIETY* variety) {
-    if (count_ < static_cast<int32>(varieties_.size()))
-      varieties_[static_cast<size_t>(count_++)] = variety;
-  }
-
- private:
-  std::array<const WH_VARIETY*, 16> varieties_;
-  int32 count_ = 0;
-};
-
-// How one variety stands to others. A value that is there often lists the same remove as often, so
-// the last answer is kept.
-class Relation {
- public:
-  Relation(ANCESTRY* ancestry, WH_VARIETY* variety) : ancestry_(ancestry), variety_(variety) {}
-
-  bool includes(WH_VARIETY* other) {
-    ask(other);
-    return includes_;
-  }
-  bool included_by(WH_VARIETY* other) {
-    ask(other);
-    return included_by_;
-  }
-
- private:
-  void ask(WH_VARIETY* other) {
-    if (other == other_) return;
-    other_ = other;
-    includes_ = ::includes(ancestry_, variety_, other);
-    included_by_ = ::includes(ancestry_, other, variety_);
-  }
-
-  ANCESTRY* ancestry_;
-  WH_VARIETY* variety_;
-  WH_VARIETY* other_ = nullptr;
-  bool includes_ = false;
-  bool included_by_ = false;
-};
 
 EXPANDED_OP* op_at(const FwVector* ops, int32 i) {
   return element_at<EXPANDED_OP>(ops, i);
@@ -67,19 +24,98 @@ void shorten(FwVector* ops, int32 count) {
     FwVectorPopElement(ops);
 }
 
+MEMBER* member_of(ANCESTRY* ancestry, EXPANDED_OP* eop) {
+  if (!eop->member) eop->member = know_member(ancestry, eop->variety);
+  return eop->member;
+}
+
+bool includes(const MEMBER* ancestor, const MEMBER* member) {
+  return test_bit(&member->set, ancestor->id);
+}
+
+// ---- The varieties of a list ----
+
+// In the order of their first operations.
+struct VARIETIES {
+  ANCESTRY* ancestry = nullptr;
+  FwVector members;  // of MEMBER*
+  BITS ids;
+};
+
+void open_varieties(VARIETIES* varieties, ANCESTRY* ancestry) {
+  varieties->ancestry = ancestry;
+  open_vector(&varieties->members, 4);
+}
+
+void close_varieties(VARIETIES* varieties) {
+  for (int32 i = 0; i < FwVectorLength(&varieties->members); ++i) {
+    auto* member = element_at<MEMBER>(&varieties->members, i);
+    member->place = 0;
+    member->removes = 0;
+    member->stands = member->settled = false;
+  }
+  FwVectorAbandon(&varieties->members, 0);
+  free_bits(&varieties->ids);
+}
+
+void add_variety(VARIETIES* varieties, EXPANDED_OP* eop) {
+  MEMBER* member = member_of(varieties->ancestry, eop);
+  if (member->place > 0) return;
+  FwVectorAddElement(&varieties->members, member);
+  member->place = FwVectorLength(&varieties->members);
+  set_bit(&varieties->ids, member->id);
+}
+
+MEMBER* member_at(const VARIETIES* varieties, int32 id) {
+  return element_at<MEMBER>(&varieties->ancestry->by_id, id);
+}
+
+bool stands(const VARIETIES* varieties, const MEMBER* member) {
+  return !find_common(&member->set, &varieties->ids, [&](int32 id) {
+    const MEMBER* other = member_at(varieties, id);
+    return !includes(member, other) || other->place < member->place;
+  });
+}
+
+enum VERDICT { all_stand, some_go, not_told };
+
+// Marks the varieties whose operations stand.
+VERDICT judge(const VARIETIES* varieties) {
+  const int32 count = FwVectorLength(&varieties->members);
+  BITS standing;
+  bool all = true;
+  for (int32 i = 0; i < count; ++i) {
+    auto* member = element_at<MEMBER>(&varieties->members, i);
+    member->stands = stands(varieties, member);
+    if (member->stands)
+      set_bit(&standing, member->id);
+    else
+      all = false;
+  }
+  bool told = true;
+  for (int32 i = 0; i < count && told; ++i) {
+    const auto* member = element_at<MEMBER>(&varieties->members, i);
+    told = member->stands || have_common(&member->set, &standing);
+  }
+  free_bits(&standing);
+  if (!told) return not_told;
+  return all ? all_stand : some_go;
+}
+
+// ---- Operation by operation ----
+
 // Weighs ops[i] against all behind it and takes out those that it overrides. Stops at the first
 // that overrides it: then ops[i] is taken out itself, and the result is false.
-bool weigh(FwVector* ops, int32 i, ANCESTRY* ancestry) {
-  WH_VARIETY* variety = op_at(ops, i)->variety;
+bool weigh(FwVector* ops, int32 i) {
+  const MEMBER* member = op_at(ops, i)->member;
   int32 count = count_of(ops);
   int32 kept = i + 1;
   bool stands = true;
-  Relation relation(ancestry, variety);
   for (int32 j = i + 1; j < count; ++j) {
     EXPANDED_OP* other = op_at(ops, j);
-    if (stands && other->variety != variety) {
-      if (relation.includes(other->variety)) continue;
-      if (relation.included_by(other->variety)) stands = false;
+    if (stands && other->member != member) {
+      if (includes(member, other->member)) continue;
+      if (includes(other->member, member)) stands = false;
     }
     ops->pElements[kept++] = other;
   }
@@ -88,16 +124,118 @@ bool weigh(FwVector* ops, int32 i, ANCESTRY* ancestry) {
   return stands;
 }
 
-void resolve_alike(FwVector* ops, ANCESTRY* ancestry) {
-  Settled settled;
+// The members are known. A second operation of a variety that stood would change nothing more.
+void weigh_all(FwVector* ops) {
   for (int32 i = 0; i < count_of(ops);) {
-    WH_VARIETY* variety = op_at(ops, i)->variety;
-    if (!settled.contains(variety)) {
-      if (!weigh(ops, i, ancestry)) continue;
-      settled.add(variety);
-    }
+    MEMBER* member = op_at(ops, i)->member;
+    if (!member->settled && !weigh(ops, i)) continue;
+    member->settled = true;
     ++i;
   }
+}
+
+// ---- Inserts among themselves ----
+
+bool of_one_variety(const FwVector* ins) {
+  for (int32 i = 1; i < count_of(ins); ++i)
+    if (op_at(ins, i)->variety != op_at(ins, 0)->variety) return false;
+  return true;
+}
+
+void resolve_inserts(FwVector* ins, ANCESTRY* ancestry) {
+  if (of_one_variety(ins)) return;
+  VARIETIES varieties;
+  open_varieties(&varieties, ancestry);
+  for (int32 i = 0; i < count_of(ins); ++i)
+    add_variety(&varieties, op_at(ins, i));
+  const VERDICT verdict = judge(&varieties);
+  if (verdict == some_go) {
+    int32 kept = 0;
+    for (int32 i = 0; i < count_of(ins); ++i)
+      if (op_at(ins, i)->member->stands) ins->pElements[kept++] = op_at(ins, i);
+    shorten(ins, kept);
+  } else if (verdict == not_told) {
+    weigh_all(ins);
+  }
+  close_varieties(&varieties);
+}
+
+// ---- Removes among themselves ----
+
+bool of_one_variety(const REMOVES* rem) {
+  for (const REMOVE_RUN* run = rem->first; run; run = run->next)
+    if (run->op->variety != rem->first->op->variety) return false;
+  return true;
+}
+
+// Takes out the removes of all varieties for which gone is true.
+template <class Gone>
+void take_out(REMOVES* rem, Gone gone) {
+  REMOVES kept;
+  kept.pool = rem->pool;
+  bool before = rem->before_inserts != nullptr;
+  for (REMOVE_RUN* run = rem->first; run; run = run->next) {
+    if (!gone(run->op->member)) {
+      (kept.last ? kept.last->next : kept.first) = run;
+      kept.last = run;
+    } else if (kept.last != kept.before_inserts) {
+      // What came again behind this run is what is left in front of it.
+      kept.last->again += run->again;
+    }
+    if (before) kept.before_inserts = kept.last;
+    if (run == rem->before_inserts) before = false;
+  }
+  if (kept.last) kept.last->next = nullptr;
+  *rem = kept;
+}
+
+void weigh_removes(REMOVES* rem) {
+  FwVector list;
+  open_vector(&list, 10);
+  list_removes(rem, &list);
+  weigh_all(&list);
+  *rem = REMOVES{rem->pool};
+  for (int32 i = 0; i < count_of(&list); ++i)
+    enter_remove_run(rem, op_at(&list, i), 1);
+  FwVectorAbandon(&list, 0);
+}
+
+void resolve_removes(REMOVES* rem, ANCESTRY* ancestry) {
+  if (of_one_variety(rem)) return;
+  VARIETIES varieties;
+  open_varieties(&varieties, ancestry);
+  for (const REMOVE_RUN* run = rem->first; run; run = run->next)
+    add_variety(&varieties, run->op);
+  const VERDICT verdict = judge(&varieties);
+  if (verdict == some_go)
+    take_out(rem, [](const MEMBER* member) { return !member->stands; });
+  else if (verdict == not_told)
+    weigh_removes(rem);
+  close_varieties(&varieties);
+}
+
+// ---- Inserts against removes ----
+
+// Adds up the removes of each variety. Where the list was entered again, each remove is there at
+// least once for each insert; that some are counted for more can't be seen.
+void count_removes(const REMOVES* rem, VARIETIES* removing) {
+  int64 again = 0;
+  for (const REMOVE_RUN* run = rem->first; run; run = run->next)
+    again += run->again;
+  for (const REMOVE_RUN* run = rem->first; run; run = run->next) {
+    add_variety(removing, run->op);
+    run->op->member->removes += run->count + again;
+  }
+}
+
+// The removes that override an insert of the variety.
+int64 count_overriding(const VARIETIES* removing, const MEMBER* member) {
+  int64 count = 0;
+  find_common(&member->set, &removing->ids, [&](int32 id) {
+    count += member_at(removing, id)->removes;
+    return false;
+  });
+  return count;
 }
 
 // Kept: an insert that includes the remove takes out inserts at the position of the remove, which
@@ -110,30 +248,80 @@ void resolve_alike(FwVector* ops, ANCESTRY* ancestry) {
   wait_for_ever();
 }
 
-void resolve_against(FwVector* ins, FwVector* rem, ANCESTRY* ancestry) {
-  Settled settled;
-  for (int32 i = 0; i < count_of(ins); ++i) {
-    WH_VARIETY* variety = op_at(ins, i)->variety;
-    if (settled.contains(variety)) continue;
-    Relation relation(ancestry, variety);
-    bool overridden = false;
-    int32 count = count_of(rem);
-    int32 kept = 0;
-    for (int32 j = 0; j < count; ++j) {
-      EXPANDED_OP* remove = op_at(rem, j);
-      if (remove->variety == variety) continue;
-      if (relation.includes(remove->variety)) insert_over_remove(ins, kept);
-      if (relation.included_by(remove->variety)) {
-        // Kept: the walk through the removes goes on with an insert that is gone, so a second
-        // remove that overrides it takes out the insert in front of it, if there is one.
-        if (i >= 0) FwVectorRemoveElement(ins, i--);
-        overridden = true;
-      }
-      rem->pElements[kept++] = remove;
-    }
-    shorten(rem, kept);
-    if (!overridden) settled.add(variety);
+// Goes on with ins[i], which includes a remove, up to that one.
+[[noreturn]] void never_end(FwVector* ins, int32 i, const REMOVES* rem) {
+  const MEMBER* member = op_at(ins, i)->member;
+  FwVector list;
+  open_vector(&list, 10);
+  list_removes(rem, &list);
+  int32 kept = 0;
+  for (int32 j = 0; j < count_of(&list); ++j) {
+    const MEMBER* remover = op_at(&list, j)->member;
+    if (remover->inserts) continue;
+    if (includes(member, remover)) break;
+    if (includes(remover, member) && i >= 0) FwVectorRemoveElement(ins, i--);
+    ++kept;
   }
+  FwVectorAbandon(&list, 0);
+  insert_over_remove(ins, kept);
+}
+
+bool includes_any(const MEMBER* member, const VARIETIES* removing) {
+  for (int32 i = 0; i < FwVectorLength(&removing->members); ++i)
+    if (includes(member, element_at<MEMBER>(&removing->members, i))) return true;
+  return false;
+}
+
+// An insert takes its own variety's removes away, and goes itself if a remove overrides it. No two
+// varieties that have inserts left include one another.
+void resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* removing, bool endless) {
+  const int32 count = count_of(ins);
+  int32 kept = 0;
+  for (int32 i = 0; i < count; ++i) {
+    EXPANDED_OP* insert = op_at(ins, i);
+    MEMBER* member = insert->member;
+    if (!member->inserts) {
+      member->inserts = true;
+      member->overriding = count_overriding(removing, member);
+    }
+    if (endless && includes_any(member, removing)) {
+      std::copy(ins->pElements + i, ins->pElements + count, ins->pElements + kept);
+      shorten(ins, count - (i - kept));
+      never_end(ins, kept, rem);
+    }
+    ins->pElements[kept++] = insert;
+    // Kept: the walk through the removes goes on with an insert that is gone, so a second remove
+    // that overrides it takes out the insert in front of it, if there is one.
+    kept -= static_cast<int32>(std::min(int64{kept}, member->overriding));
+  }
+  shorten(ins, kept);
+  take_out(rem, [](const MEMBER* member) { return member->inserts; });
+}
+
+void resolve_against(FwVector* ins, REMOVES* rem, ANCESTRY* ancestry) {
+  if (count_of(ins) == 0 || count_of(rem) == 0) return;
+  if (op_at(ins, 0)->variety == rem->first->op->variety && of_one_variety(ins) &&
+      of_one_variety(rem)) {
+    *rem = REMOVES{rem->pool};
+    return;
+  }
+  VARIETIES removing;
+  open_varieties(&removing, ancestry);
+  count_removes(rem, &removing);
+  BITS inserting;
+  for (int32 i = 0; i < count_of(ins); ++i)
+    set_bit(&inserting, member_of(ancestry, op_at(ins, i))->id);
+  bool endless = false;
+  for (int32 i = 0; i < FwVectorLength(&removing.members) && !endless; ++i)
+    endless = have_common(&element_at<MEMBER>(&removing.members, i)->set, &inserting);
+
+  resolve_inserts_against(ins, rem, &removing, endless);
+  find_common(&inserting, &inserting, [&](int32 id) {
+    member_at(&removing, id)->inserts = false;
+    return false;
+  });
+  free_bits(&inserting);
+  close_varieties(&removing);
 }
 
 }  // namespace
@@ -142,8 +330,8 @@ int32 resolve(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
   auto* context = static_cast<res_context*>(vstate);
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
   if (count_of(&val_ops->rem) == 0 && count_of(&val_ops->ins) < 2) return 1;
-  resolve_alike(&val_ops->ins, context->ancestry);
-  resolve_alike(&val_ops->rem, context->ancestry);
+  resolve_inserts(&val_ops->ins, context->ancestry);
+  resolve_removes(&val_ops->rem, context->ancestry);
   resolve_against(&val_ops->ins, &val_ops->rem, context->ancestry);
 
   if (count_of(&val_ops->ins) > 0 && count_of(&val_ops->rem) > 0 && context->errorfunc) {
