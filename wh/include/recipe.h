@@ -228,11 +228,14 @@ int ui_matches(FwTextString ui1, FwTextString ui2);
 void wh_legacy_setenv(WH_INDEX* index, WH_ENVIRON* environ, WH_PRODUCT_SPEC_LIST* speclist,
                       WH_CONTEXT* context, WH_ERROR_FUNC error, int set);
 
+struct LISTS;  // private to the replay
+
 // The record that the walk of wh_legacy_setenv carries, and its two callbacks.
 struct SETENV_STATE {
   WH_ENVIRON* environ;
   WH_CONTEXT* context;
   int set;
+  LISTS* lists = nullptr;  // private: variables that are taken apart meanwhile
 };
 void old_setenv_in_variety(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* product);
 void old_setenv_in_spec(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec);

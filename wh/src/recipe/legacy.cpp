@@ -1,16 +1,13 @@
 // The replay of SETENV commands. It is purely sequential: a later command sees the result of an
 // earlier one, and nothing is weighed against anything else.
 #include "fwstring.h"
+#include "recipe/lists.h"
 #include "recipe/records.h"
 
 namespace {
 
 constexpr int kElementsRoom = 10;
 constexpr FwTextCharacter kSeparator = ':';
-
-bool is_op(WH_SETENV* setenv, const char* op) {
-  return FwStrEqualFolded(setenv->op, FWT(op));
-}
 
 // Takes every occurrence of value out of the list.
 void remove_equal(FwVector* elements, FwTextString value) {
@@ -24,16 +21,16 @@ void remove_equal(FwVector* elements, FwTextString value) {
 
 // The list operations. Without a value nothing is taken out or put in, but the variable is split
 // and joined all the same.
-void edit_list(WH_SETENV* setenv, WH_ENVIRON* env) {
+void edit_list(WH_SETENV* setenv, SETENV_OP op, WH_ENVIRON* env) {
   FwTextString current = wh_lookup_ev(setenv->name, env);
   FwVector elements = {};
   FwVectorOpen(&elements, kElementsRoom);
   if (current != nullptr) FwStrTextSplitByChar(current, kSeparator, &elements);
   if (setenv->value != nullptr) {
     remove_equal(&elements, setenv->value);
-    if (is_op(setenv, "append"))
+    if (op == op_append)
       FwVectorAddElement(&elements, FwStrDuplicate(setenv->value));
-    else if (is_op(setenv, "prepend"))
+    else if (op == op_prepend)
       FwVectorInsertElement(&elements, FwStrDuplicate(setenv->value), 0);
   }
   FwStrRecord joined = {};
@@ -46,19 +43,26 @@ void edit_list(WH_SETENV* setenv, WH_ENVIRON* env) {
 
 // One command, its text expanded. After a fault the later commands of the step are still expanded,
 // and the last fault stands, but none is carried out.
-void replay_command(FwErrorState* err, WH_COMMAND* command, WH_SYMTAB* symtab, WH_ENVIRON* env) {
+void replay_command(FwErrorState* err, WH_COMMAND* command, WH_SYMTAB* symtab,
+                    SETENV_STATE* state) {
   WH_COMMAND* expanded = wh_expand_command(err, command, symtab);
-  if (err->pError == nullptr) emulate_setenv(err, expanded->u.setenv, env);
+  if (err->pError == nullptr) {
+    if (state->lists != nullptr)
+      edit_in_lists(state->lists, expanded->u.setenv);
+    else
+      emulate_setenv(err, expanded->u.setenv, state->environ);
+  }
   free_command(&expanded);
 }
 
-void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety, WH_ENVIRON* env) {
+void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety) {
+  auto* state = static_cast<SETENV_STATE*>(callenv->state);
   FwErrorState err;
   WH_PATTERN* pattern = wh_expand_pattern(&err, step->pattern, callenv->symtab);
   if (err.pError == nullptr && matchvar(variety, pattern, nullptr)) {
     for (int i = 0; i < FwVectorLength(&step->commands); ++i) {
       auto* command = static_cast<WH_COMMAND*>(FwVectorGetElement(&step->commands, i));
-      if (command->type == wh_setenv) replay_command(&err, command, callenv->symtab, env);
+      if (command->type == wh_setenv) replay_command(&err, command, callenv->symtab, state);
     }
   }
   rep_clear(&err, callenv->errorfunc);
@@ -67,13 +71,11 @@ void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety, WH_EN
 
 // Apart from the walk's callback: a chain of parts keeps that one's frame open, and it must be
 // small.
-[[gnu::noinline]] void replay_recipe(WH_CALL_ENV* callenv, WH_RECIPE* recipe, WH_VARIETY* variety,
-                                     WH_ENVIRON* env) {
+[[gnu::noinline]] void replay_recipe(WH_CALL_ENV* callenv, WH_RECIPE* recipe, WH_VARIETY* variety) {
   WH_CONTEXT* context = context_from_variety(variety);
   add_context(callenv->symtab, context);
   for (int i = 0; i < FwVectorLength(&recipe->steps); ++i)
-    replay_step(callenv, static_cast<WH_STEP*>(FwVectorGetElement(&recipe->steps, i)), variety,
-                env);
+    replay_step(callenv, static_cast<WH_STEP*>(FwVectorGetElement(&recipe->steps, i)), variety);
   remove_context(callenv->symtab, context);
   free_context(&context);
 }
@@ -91,14 +93,26 @@ int ui_matches(FwTextString ui1, FwTextString ui2) {
   return ui1 == nullptr || ui2 == nullptr || FwStrCompare(ui1, ui2) == 0;
 }
 
+SETENV_OP op_of(const WH_SETENV* setenv) {
+  static constexpr struct {
+    const char* word;
+    SETENV_OP op;
+  } words[] = {
+      {"set", op_set}, {"delete", op_delete}, {"append", op_append}, {"prepend", op_prepend}};
+  for (const auto& word : words)
+    if (FwStrEqualFolded(setenv->op, FWT(word.word))) return word.op;
+  return op_remove;
+}
+
 void emulate_setenv(FwErrorState*, WH_SETENV* setenv, WH_ENVIRON* environ) {
   if (environ == nullptr) return;
-  if (is_op(setenv, "set"))
+  const SETENV_OP op = op_of(setenv);
+  if (op == op_set)
     wh_set_ev(environ, setenv->name, setenv->value);
-  else if (is_op(setenv, "delete"))
+  else if (op == op_delete)
     wh_delete_ev(environ, setenv->name);
   else
-    edit_list(setenv, environ);
+    edit_list(setenv, op, environ);
 }
 
 void old_setenv_in_variety(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* product) {
@@ -109,7 +123,7 @@ void old_setenv_in_variety(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT
   WH_RECIPE* recipe = state->set ? product->setup : product->unset;
   // A product uses the new files or the old ones, never both.
   if (recipe != nullptr && product->envset == nullptr && product->envunset == nullptr)
-    replay_recipe(callenv, recipe, variety, state->environ);
+    replay_recipe(callenv, recipe, variety);
   remove_context(callenv->symtab, state->context);
 }
 
@@ -123,11 +137,12 @@ void wh_legacy_setenv(WH_INDEX* index, WH_ENVIRON* environ, WH_PRODUCT_SPEC_LIST
                       WH_CONTEXT* context, WH_ERROR_FUNC error, int set) {
   // Kept: the word names the newer files, though the older ones are read; messages show it.
   FwTextString word = FWT(set ? "env.xml" : "unenv.xml");
-  SETENV_STATE state{environ, context, set};
+  SETENV_STATE state{environ, context, set, environ != nullptr ? open_lists(environ) : nullptr};
   index_unvisit(index);
   for (int i = 0; i < FwVectorLength(&speclist->specs); ++i) {
     auto* spec = static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&speclist->specs, i));
     if (concerns_replay(spec->product, set))
       wh_traverse_spec(index, spec, old_setenv_in_variety, error, word, &state);
   }
+  close_lists(&state.lists);
 }
