@@ -107,6 +107,8 @@ struct WH_PRODUCT_INFO {
   int visible = 0;
 };
 
+struct WH_VARIETY_INDEX;  // private to the index
+
 // A loaded product. The index leaves install, uninstall, enable and disable null.
 struct WH_PRODUCT {
   WH_PRODUCT_INFO* prodinfo = nullptr;
@@ -120,6 +122,7 @@ struct WH_PRODUCT {
   WH_RECIPE* prep = nullptr;
   WH_RECIPE* setup = nullptr;
   WH_RECIPE* unset = nullptr;
+  WH_VARIETY_INDEX* by_value = nullptr;  // private: once it has been asked for often
 };
 
 struct WH_PRODUCT_QUERY {
@@ -280,7 +283,8 @@ FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length);
 // An error does not end the work and comes with a string all the same, so test err: an unbound name
 // sets whErrorNoValue, a file that can't be read the error of the file. Once err holds an error,
 // also one from before the call, files and environment variables are no longer put in.
-// Text that would grow for ever ends the program as exhausted memory.
+// Text that would grow for ever ends the program as exhausted memory, which is what text of more
+// than 20 MiB counts as.
 FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab);
 
 // A new chain of the same shape, all strings expanded. Null for null. err holds the last error.
@@ -357,6 +361,14 @@ struct WH_INDEX {
   WH_INDEX_SLOT* by_name = nullptr;
   uint32 by_name_size = 0;
   WH_PRODUCT_SPEC* spare_specs = nullptr;  // owned: answers that are no longer needed, for the next
+
+  // The caller's word, given by a value other than 0, that nothing is to be heard of products that
+  // do not exist and that none appears meanwhile. From then on each of them is looked for once: the
+  // next query for it gives null, without an error and without a call of its error function. Walks
+  // over many products that name the same missing part cost no more for it.
+  int missing_is_silent = 0;
+  int has_faulty = 0;              // private: a product that exists could not be read
+  FwHashTable* missing = nullptr;  // owned: the names of those found out so far; null for none
 };
 
 // Reads nothing; it can't fail.

@@ -301,6 +301,21 @@ TEST_F(ExpandDeathTest, AValueThatGrowsWithEachPassEndsAsExhaustedMemory) {
               "frameWork error - Run out of memory");
 }
 
+TEST_F(ExpandDeathTest, TwentyMebibytesAreExpandedAndNoMore) {
+  const std::string most(std::size_t{20} << 20, 'x');
+  Bind("A", most);
+  Bind("B", most + "y");
+  Bind("EMPTY", "");
+  EXPECT_EQ(most.size(), (*this)("%(A)%(EMPTY)").size());
+  EXPECT_EQ("", error_);
+  // So long a value alone is not expanded, and so not refused.
+  EXPECT_EQ(most.size() + 1, (*this)("%(B)").size());
+  EXPECT_EXIT(ExpandToDeath("%(B)%(A)", symtab_), testing::ExitedWithCode(1),
+              "frameWork error - Run out of memory");
+  EXPECT_EXIT(ExpandToDeath("z%(A)", symtab_), testing::ExitedWithCode(1),
+              "frameWork error - Run out of memory");
+}
+
 TEST_F(ExpandDeathTest, AFileWithoutEndEndsAsExhaustedMemory) {
   EXPECT_EXIT(ExpandToDeath("%[/dev/zero]", symtab_), testing::ExitedWithCode(1),
               "frameWork error - Run out of memory");

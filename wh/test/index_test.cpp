@@ -489,4 +489,39 @@ TEST_F(ExpandedQuery, AMissingProductIsReportedTwiceUnlessOptional) {
   EXPECT_TRUE(lines_.empty());
 }
 
+TEST_F(ExpandedQuery, WithTheCallersWordAMissingProductIsLookedForOnce) {
+  Product("half");
+  Remove("half", "partlist.xml");
+  index_->missing_is_silent = 1;
+  RunExpanded("gone");
+  RunExpanded("half");
+  // Both appear too late.
+  Product("gone");
+  Product("half");
+  for (int optional : {0, 1}) {
+    EXPECT_EQ(RunExpanded("gone", nullptr, optional), "(null)");
+    EXPECT_TRUE(lines_.empty());
+    EXPECT_EQ(RunExpanded("half", nullptr, optional), "(null)");
+    EXPECT_TRUE(lines_.empty());
+  }
+  index_->missing_is_silent = 0;
+  EXPECT_EQ(RunExpanded("gone"), "v ");
+  EXPECT_EQ(RunExpanded("half"), "v ");
+}
+
+TEST_F(ExpandedQuery, TheCallersWordCoversNoOtherFault) {
+  index_->missing_is_silent = 1;
+  Product("p");
+  Write("p", "env.xml", "<OPEN>");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(RunExpanded("p"), "(null)");
+    EXPECT_EQ(2u, lines_.size());
+  }
+  RunExpanded("gone");
+  EXPECT_EQ(RunExpanded("gone", Alternative({{"opt", "%(NOPE)"}})), "(null)");
+  EXPECT_EQ(lines_, std::vector<std::string>{NotDefined("NOPE")});
+  Remove("p", "env.xml");
+  EXPECT_EQ(RunExpanded("p"), "v ");
+}
+
 }  // namespace

@@ -144,6 +144,8 @@ bool compute_new_environment(RUN* run) {
   COMMAND_LINE* line = &run->line;
   const int32 groups = FwVectorLength(&run->group_speclists);
   run->newenv = dup_environ(run->oldenv);
+  // report_except_missing, which all passes get, does not tell of them.
+  run->index->missing_is_silent = 1;
   if (line->emulate) {
     for (int32 i = 0; i < groups; ++i)
       wh_legacy_setenv(run->index, run->newenv,

@@ -6,7 +6,8 @@
 //
 // What comes of it is plain: the set of a variety is itself and the sets of all that include it. So
 // as long as every query has an answer, each part list is gone through once, and the sets are
-// worked out when they are first asked for, includers first. A query that gives nothing may report,
+// worked out when they are first asked for, includers first. That a product does not exist is an
+// answer if nothing is to be heard of it. Another query that gives nothing may report,
 // and is asked as often as the walk comes by, as the number of reports is not for this step to
 // change: from then on the walk above is done as told.
 //
@@ -201,7 +202,7 @@ bool same_edges(const MEMBER* member) {
   if (!member->edges[edges_top].known || !member->edges[edges_part].known) return true;
   const EDGE* top = member->edges[edges_top].first;
   const EDGE* part = member->edges[edges_part].first;
-  for (; top && part && top->product && part->product; top = top->next, part = part->next) {
+  for (; top && part && top->answered && part->answered; top = top->next, part = part->next) {
     int32 count = FwVectorLength(&top->varieties);
     if (top->product != part->product || count != FwVectorLength(&part->varieties)) return false;
     if (!std::equal(top->varieties.pElements, top->varieties.pElements + count,
@@ -246,7 +247,14 @@ void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC
     add_context(frame->symtab, frame->context);
   }
   EDGE* edge = frame->edge;
-  WH_PRODUCT_SPEC* spec = query_expanded_product(index, edge->query, frame->symtab, errorfunc);
+  // What reads the environment may print, so it is asked as often as the walk comes by, too.
+  if (ancestry->missing && !ancestry->given_up && may_read_environment(edge->query, frame->symtab))
+    return;
+  bool missing;
+  WH_PRODUCT_SPEC* spec = query_part(index, edge->query, frame->symtab, errorfunc, &missing);
+  edge->answered = spec || missing;
+  ancestry->missing |= missing;
+  if (missing) open_vector(&edge->varieties, 0);
   if (!spec) return;
   edge->product = spec->product;
   const FwVector* varieties = &spec->varieties->seq;
@@ -286,9 +294,9 @@ bool enter(ANCESTRY* ancestry, MEMBER* member, const MEMBER* includer) {
 FRAME* step(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC errorfunc) {
   EDGE* edge = frame->edge;
   if (!edge) return pop_frame(ancestry, frame);
-  if (!edge->product) query_edge(ancestry, frame, index, errorfunc);
-  if (!edge->product) ancestry->given_up = true;
-  if (!edge->product || frame->variety == FwVectorLength(&edge->varieties)) {
+  if (!edge->answered) query_edge(ancestry, frame, index, errorfunc);
+  if (!edge->answered) ancestry->given_up = true;
+  if (!edge->answered || frame->variety == FwVectorLength(&edge->varieties)) {
     frame->edge = edge->next;
     frame->variety = 0;
     return frame;
@@ -334,7 +342,7 @@ bool teach_parts(ANCESTRY* ancestry, const MEMBER* member) {
   bool news = false;
   for (const EDGES& edges : member->edges)
     for (const EDGE* edge = edges.first; edge; edge = edge->next)
-      for (int32 i = 0; i < FwVectorLength(&edge->varieties); ++i)
+      for (int32 i = 0; edge->answered && i < FwVectorLength(&edge->varieties); ++i)
         news |= teach(ancestry, element_at<MEMBER>(&edge->varieties, i), member);
   return news;
 }
@@ -391,7 +399,7 @@ void free_member(MEMBER* member) {
   for (EDGES& edges : member->edges)
     while (EDGE* edge = edges.first) {
       edges.first = edge->next;
-      if (edge->product) FwVectorAbandon(&edge->varieties, 0);
+      if (edge->answered) FwVectorAbandon(&edge->varieties, 0);
       FwMemFree(edge);
     }
   free_bits(&member->set);

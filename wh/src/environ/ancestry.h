@@ -33,8 +33,9 @@ bool find_common(const BITS* one, const BITS* other, Visit visit) {
 // A part that applies to a variety.
 struct EDGE {
   WH_PRODUCT_QUERY* query = nullptr;
-  WH_PRODUCT* product = nullptr;  // the answer; null while there is none
-  FwVector varieties;             // of MEMBER*: its complete varieties
+  WH_PRODUCT* product = nullptr;  // the answer; null if there is none, or no such product
+  bool answered = false;
+  FwVector varieties;  // of MEMBER*: its complete varieties
   EDGE* next = nullptr;
 };
 
@@ -72,6 +73,7 @@ struct ANCESTRY {
   FwVector walked;        // of MEMBER*, each behind all that it includes
   int32 settled = 0;      // so many of walked had sets when they were last made
   bool circular = false;  // among walked are some that include each other
+  bool missing = false;   // some product asked for does not exist, and nobody is to hear of it
   bool given_up = false;  // a query had no answer, so the sets are made by the walk itself
 };
 

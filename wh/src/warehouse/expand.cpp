@@ -15,11 +15,12 @@
 namespace {
 
 // A value that refers to itself never settles. These bounds lie far above any use; passing one of
-// them counts as exhausted memory.
+// them counts as exhausted memory. A text that doubles with each pass meets the first one, and soon
+// enough for a person who waits; one that grows slowly meets one of the others.
+constexpr std::size_t kMaxLength = std::size_t{20} << 20;  // bytes, one pass
+constexpr std::size_t kMaxTotal = std::size_t{1} << 28;    // bytes, all passes of one call
 constexpr int kMaxPasses = 100000;
-constexpr std::size_t kMaxLength = std::size_t{1} << 28;  // bytes, one pass
-constexpr std::size_t kMaxTotal = kMaxLength;             // bytes, all passes of one call
-constexpr uint32 kFirstRoom = 256;                        // bytes, enough for most
+constexpr uint32 kFirstRoom = 256;  // bytes, enough for most
 
 struct PASS {
   FwErrorState* err;
@@ -144,6 +145,7 @@ void expand_file(PASS* pass, FwTextByte* name, uint32 length) {
 // replaces the error.
 void expand_variable(PASS* pass, FwTextByte* name, uint32 length) {
   FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
+  environment_reads++;
   FwTextString value = getenv_UTF8(text);
   if (value == nullptr)
     set_no_value(pass, text);
@@ -179,6 +181,8 @@ void run_pass(PASS* pass, FwTextString text) {
 
 }  // namespace
 
+int environment_reads = 0;
+
 bool is_settled(FwTextString text) {
   for (; *text != 0; text++)
     if (*text == '%' || *text >= 0x80) return false;
@@ -193,6 +197,19 @@ FwTextString settled_expansion(FwTextString str, WH_SYMTAB* symtab) {
   FwTextByte* name = str + 2;
   FwTextString value = symtab_lookup(name, symtab, static_cast<uint32>(close - name));
   return value != nullptr && is_settled(value) ? value : nullptr;
+}
+
+bool may_read_environment(FwTextString str, WH_SYMTAB* symtab) {
+  if (str == nullptr || is_settled(str)) return false;
+  for (FwTextByte* ptb = str; *(ptb = next_percent(ptb)) != 0;) {
+    FwTextByte* close = ptb[1] == '(' ? closing_bracket(ptb + 1) : nullptr;
+    if (close == nullptr) return true;
+    FwTextByte* name = ptb + 2;
+    FwTextString value = symtab_lookup(name, symtab, static_cast<uint32>(close - name));
+    if (value != nullptr && std::strchr(FWC(value), '%') != nullptr) return true;
+    ptb = close + 1;
+  }
+  return false;
 }
 
 FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab) {

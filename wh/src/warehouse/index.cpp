@@ -3,6 +3,7 @@
 #include <initializer_list>
 
 #include "fwfile.h"
+#include "fwhash.h"
 #include "partlist.h"
 #include "private.h"
 #include "prodinfo.h"
@@ -66,6 +67,36 @@ void add_entry(WH_INDEX* index, WH_PRODUCT* product) {
   make_name_slots(index, index->by_name_size * 2);
   for (int i = 0; i < count; i++)
     enter_name(index, entry(index, i));
+}
+
+// ---- Products that do not exist
+
+uint32 hash_key(void* key) {
+  return name_hash(static_cast<WH_PRODUCT_NAME*>(key));
+}
+
+int32 equal_keys(void* key1, void* key2) {
+  return equal_prodnames(static_cast<WH_PRODUCT_NAME*>(key1), static_cast<WH_PRODUCT_NAME*>(key2));
+}
+
+void free_key(FwHashEntry* entry) {
+  auto* prodname = static_cast<WH_PRODUCT_NAME*>(entry->key);
+  free_prodname(&prodname);
+}
+
+constexpr FwHashFunctions kNameFunctions = {hash_key, equal_keys, nullptr, free_key, 1};
+
+bool is_missing(WH_INDEX* index, WH_PRODUCT_NAME* prodname) {
+  return index->missing != nullptr && index->missing_is_silent &&
+         FwHashLookupEntry(index->missing, prodname, nullptr) != nullptr;
+}
+
+void note_missing(WH_INDEX* index, WH_PRODUCT_NAME* prodname) {
+  if (index->missing == nullptr) index->missing = FwHashCreateTable(13, &kNameFunctions, nullptr);
+  WH_PRODUCT_NAME* key =
+      make_prodname(prodname->category, prodname->name, prodname->version, prodname->rev);
+  if (index->missing == nullptr || !FwHashAddEntry(index->missing, key, nullptr, nullptr))
+    FwMemExitMemoryExhausted();
 }
 
 // ---- Loading
@@ -202,6 +233,7 @@ void index_close(WH_INDEX* index) {
     free_spec(&spare);
   }
   FwMemFree(index->by_name);
+  if (index->missing != nullptr) FwHashFreeTable(&index->missing);
   wh_free(index->base);
   FwMemFree(index);
 }
@@ -209,7 +241,17 @@ void index_close(WH_INDEX* index) {
 WH_PRODUCT* index_fetch(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
                         int optional) {
   WH_PRODUCT* product = name_slot(index, prodname, name_hash(prodname))->product;
-  return product != nullptr ? product : index_add(err, index, prodname, optional);
+  if (product != nullptr) return product;
+  if (is_missing(index, prodname)) return nullptr;
+  const bool clear = err->pError == nullptr;
+  product = index_add(err, index, prodname, optional);
+  // Without an error there was none to be told, as the product is optional.
+  if (product == nullptr && clear && (err->pError == nullptr || is_ErrorNonExistent(err))) {
+    if (index->missing_is_silent) note_missing(index, prodname);
+  } else if (product == nullptr) {
+    index->has_faulty = 1;
+  }
+  return product;
 }
 
 WH_PRODUCT* index_add(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname, int optional) {
@@ -234,6 +276,7 @@ void free_product(WH_PRODUCT** product) {
   free_recipe(&(*product)->prep);
   free_recipe(&(*product)->setup);
   free_partlist(&(*product)->partlist);
+  free_variety_index(&(*product)->by_value);
   free_prodinfo(&(*product)->prodinfo);
   FwMemFreeAndClear(product);
 }
@@ -253,8 +296,9 @@ WH_PRODUCT_SPEC* query_product(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QU
                                WH_ERROR_FUNC errorfunc) {
   WH_PRODUCT* product = queried_product(err, index, query, errorfunc);
   if (product == nullptr) return nullptr;
-  return make_spec(product,
-                   matching_varieties(product->prodinfo->varieties, query->pattern, nullptr));
+  WH_VARIETY_SEQ* varieties = make_variety_seq();
+  add_product_varieties(varieties, product, query->pattern);
+  return make_spec(product, varieties);
 }
 
 WH_PRODUCT_SPEC* query_product_pd(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_QUERY* query,
@@ -288,11 +332,31 @@ WH_PRODUCT_SPEC_LIST* query_products_pd(FwErrorState* err, WH_INDEX* index,
 
 WH_PRODUCT_SPEC* query_expanded_product(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab,
                                         WH_ERROR_FUNC errorfunc) {
+  bool missing;
+  return query_part(index, query, symtab, errorfunc, &missing);
+}
+
+bool may_read_environment(const WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab) {
+  const WH_PRODUCT_NAME* prodname = query->prodname;
+  for (FwTextString field : {prodname->category, prodname->name, prodname->version, prodname->rev})
+    if (may_read_environment(field, symtab)) return true;
+  for (const WH_PATTERN* pattern = query->pattern; pattern != nullptr; pattern = pattern->next) {
+    if (may_read_environment(pattern->host, symtab)) return true;
+    for (const WH_VAR* var = pattern->vars; var != nullptr; var = var->next)
+      if (may_read_environment(var->n, symtab) || may_read_environment(var->v, symtab)) return true;
+  }
+  return false;
+}
+
+WH_PRODUCT_SPEC* query_part(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab,
+                            WH_ERROR_FUNC errorfunc, bool* missing) {
+  *missing = false;
+  const int reads = environment_reads;
   // A part that many include is asked for again and again.
   if (WH_PRODUCT* product = loaded_product(index, query->prodname, symtab);
       product != nullptr && is_settled(query->pattern)) {
     WH_PRODUCT_SPEC* spec = take_spec(index, product);
-    add_matching_varieties(spec->varieties, product->prodinfo->varieties, query->pattern, nullptr);
+    add_product_varieties(spec->varieties, product, query->pattern);
     return spec;
   }
 
@@ -308,6 +372,8 @@ WH_PRODUCT_SPEC* query_expanded_product(WH_INDEX* index, WH_PRODUCT_QUERY* query
       spec = query_product(&err, index, &exp_query, errorfunc);
       // Kept: what query_product has reported is reported once more, as nobody clears the state.
       report(&err, errorfunc);
+      *missing =
+          spec == nullptr && environment_reads == reads && is_missing(index, exp_query.prodname);
     }
   }
   free_pattern(&exp_query.pattern);

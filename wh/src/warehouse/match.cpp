@@ -13,11 +13,6 @@ namespace {
 // The operators' words, by number plus one.
 constexpr const char* ops[] = {"error", "is", "eq", "lt", "le", "gt", "ge", "ne", "m"};
 
-// The variables that compare as platforms.
-bool wh_magic(FwTextString str) {
-  return same_text(str, FWT("platform")) || same_text(str, FWT("target"));
-}
-
 // Whether one of the comma-separated parts of list is a platform that overlaps val. Unlike in
 // wh_test_op_multi, an empty part counts.
 bool any_overlaps(FwTextString list, FwTextString val) {
@@ -41,6 +36,10 @@ int match_alternative(WH_VARIETY* variety, WH_PATTERN* alternative, FwTextString
 }
 
 }  // namespace
+
+bool is_platform_name(FwTextString name) {
+  return same_text(name, FWT("platform")) || same_text(name, FWT("target"));
+}
 
 FwTextString var_lookup(FwTextString name, WH_VARIETY* variety) {
   if (name == nullptr) return nullptr;
@@ -103,7 +102,7 @@ int wh_test_op_multi(FwTextString lhs, int op, FwTextString rhs) {
 int wh_test_var(WH_VARIETY* variety, FwTextString name, int op, FwTextString value) {
   FwTextString val = var_lookup(name, variety);
   if (val == nullptr || value == nullptr) return 0;
-  if (wh_magic(name)) {
+  if (is_platform_name(name)) {
     if (platform_overlaps(FWC(value), FWC(val))) return 1;
     if (std::strchr(FWC(value), ',') != nullptr && any_overlaps(value, val)) return 1;
   }

@@ -41,6 +41,16 @@ bool is_settled(FwTextString text);
 // which str consists. Null if there is more to do. The text stays its owner's.
 FwTextString settled_expansion(FwTextString str, WH_SYMTAB* symtab);
 
+// How often expansions have read the process environment so far. Where its encoding is not the one
+// in use, each time is told on standard output.
+extern int environment_reads;
+// False only if expanding the text is sure not to.
+bool may_read_environment(FwTextString str, WH_SYMTAB* symtab);
+bool may_read_environment(const WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab);
+
+// Whether a variable of that name compares as a platform.
+bool is_platform_name(FwTextString name);
+
 // A folding multiplicative hash, 0 to 7392.
 int hash(FwTextString key);
 
@@ -58,6 +68,17 @@ void give_back_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec);
 // Adds those of varieties that matching_varieties would give.
 void add_matching_varieties(WH_VARIETY_SEQ* matching, WH_VARIETY_SEQ* varieties,
                             WH_PATTERN* pattern, FwTextString host);
+
+// The same for all varieties of a product and any host. A product of many varieties that is asked
+// often gets an index of its varieties by the values of the variables asked for, so that a pattern
+// for one of them does not try them all.
+void add_product_varieties(WH_VARIETY_SEQ* matching, WH_PRODUCT* product, WH_PATTERN* pattern);
+void free_variety_index(WH_VARIETY_INDEX** index);
+
+// As query_expanded_product. *missing tells that there is no such product and that asking again
+// with the same symbols would show nothing.
+WH_PRODUCT_SPEC* query_part(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab,
+                            WH_ERROR_FUNC errorfunc, bool* missing);
 
 WH_PRODUCT_SPEC_LIST* make_speclist();
 // Takes ownership of spec.
