@@ -372,8 +372,8 @@ WH_PRODUCT_SPEC* query_part(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB*
       spec = query_product(&err, index, &exp_query, errorfunc);
       // Kept: what query_product has reported is reported once more, as nobody clears the state.
       report(&err, errorfunc);
-      *missing =
-          spec == nullptr && environment_reads == reads && is_missing(index, exp_query.prodname);
+      *missing = spec == nullptr && !index->has_faulty && environment_reads == reads &&
+                 is_missing(index, exp_query.prodname);
     }
   }
   free_pattern(&exp_query.pattern);
