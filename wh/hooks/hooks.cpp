@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "vqassert.h"
+#include "whbootfw.h"  // IWYU pragma: keep: it declares what is defined here
 
 int wh_trace = 0;
 

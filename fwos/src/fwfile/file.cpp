@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "fcboot.h"
+#include "fcfile.h"  // IWYU pragma: keep: its declaration makes the constant below one for all
 #include "fcstring.h"
 #include "fpfile.h"
 #include "fwerror.h"
