@@ -527,6 +527,8 @@ TEST(FwFileDelete, TellsDirectoriesFromFilesByTheName) {
   Error err;
   EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "d"), 0));
   EXPECT_EQ("OperationDenied File " + (tree / "d"), Describe(err));
+  // The system isn't asked.
+  EXPECT_EQ(0, err.platformError);
   FwErrorClear(err);
   EXPECT_EQ(0, FwFileDelete(err, Txt(tree / "d/"), 0));
   EXPECT_EQ(ENOTEMPTY, err.platformError);
