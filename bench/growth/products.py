@@ -92,7 +92,7 @@ def undo_by_globs_without_beginning(house, n):
     return run(["-u"] + named(*names(n)), PATH=":".join(elements(n, "/o/p%05d/bin")))
 
 
-@family(100)
+@family(50)
 def upgrade(house, n):
     """n products, each removes its older elements by a glob and inserts its own; PATH holds n older ones"""
     for name in names(n):
@@ -119,7 +119,7 @@ def undo_without_a_file(house, n):
 
 # ---- Several of one mind -------------------------------------------------------------------------
 
-@family(250)
+@family(100)
 def one_value_of_unrelated_products(house, n):
     """n unrelated products insert the same value"""
     for name in names(n):
@@ -127,7 +127,7 @@ def one_value_of_unrelated_products(house, n):
     return run(named(*names(n)))
 
 
-@family(250)
+@family(100)
 def one_value_of_parts(house, n):
     """n parts, and the product that has them, insert the same value"""
     for name in names(n):
@@ -151,7 +151,7 @@ def one_value_of_one_product(house, n):
     return run(named("big"))
 
 
-@family(50)
+@family(25)
 def common_elements_of_a_suite(house, n):
     """n products named, each inserts the 20 common elements of its suite into PATH"""
     for name in names(n):
@@ -192,7 +192,7 @@ def one_element_replaced(house, n):
     return run(named(*names(n)))
 
 
-@family(50)
+@family(25)
 def one_value_set_by_some(house, n):
     """n parts insert one value, 20 of them delete it first, as does the product that has them"""
     for i, name in enumerate(names(n)):
@@ -201,7 +201,7 @@ def one_value_set_by_some(house, n):
     return run(named("top"))
 
 
-@family(20)
+@family(5)
 def one_value_set_by_varieties(house, n):
     """one product of n varieties, all of which set one variable to the same value, by a delete and an insert"""
     house.product("one", delete("MODE") + insert("MODE", "fast"), info=numbered_varieties(n))
