@@ -97,7 +97,6 @@ bool add_candidates(POSITIONS* candidates, WH_VARIETY_INDEX* index, const WH_VAR
 bool choose(POSITIONS* candidates, WH_PRODUCT* product, const WH_PATTERN* pattern) {
   const WH_VARIETY_SEQ* varieties = product->prodinfo->varieties;
   const int count = FwVectorLength(&varieties->seq);
-  if (count < kFewVarieties || pattern == nullptr) return false;
   if (product->by_value == nullptr) product->by_value = new_record<WH_VARIETY_INDEX>();
   WH_VARIETY_INDEX* index = product->by_value;
   if (++index->queries <= kFewQueries) return false;
@@ -113,6 +112,10 @@ bool choose(POSITIONS* candidates, WH_PRODUCT* product, const WH_PATTERN* patter
 
 void add_product_varieties(WH_VARIETY_SEQ* matching, WH_PRODUCT* product, WH_PATTERN* pattern) {
   WH_VARIETY_SEQ* varieties = product->prodinfo->varieties;
+  if (FwVectorLength(&varieties->seq) < kFewVarieties || pattern == nullptr) {
+    add_matching_varieties(matching, varieties, pattern, nullptr);
+    return;
+  }
   POSITIONS candidates;
   if (choose(&candidates, product, pattern)) {
     for (int i = 0; i < candidates.count; i++) {
