@@ -88,7 +88,7 @@ struct FcMatContext {
   FwTextByte* pbzEnglishEnd;
   FwTextByte* pbzTemplateEnd;
   FwTextByte* pbzEnglishIgnorableStart;  // where the newlines at its end begin
-  uint32 nCandidatesLeft;                // of kFcMatMaxCandidates
+  uint32 nCandidatesLeft = kFcMatMaxCandidates;
 };
 
 // Matches the first cbEnglishLength bytes of a printed text, -1 for all of it, against the English

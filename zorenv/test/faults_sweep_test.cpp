@@ -504,10 +504,13 @@ TEST(SystemCallSweep, TheProgramsOwnPlaceIsNotMissed) {
     SweepOvercome(OnExamples({"-p", "tools", "weaver", "--sh"}), "realpath", error);
 }
 
+// With a path of their own for locales, the program asks for the locale at its start.
+const char kOwnLocales[] = "LOCPATH=/usr/lib/locale";
+
 // The assertion stands before the script, which is whole.
 TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
   Task task = OnExamples({"-p", "tools", "weaver", "--sh"});
-  task.environment = {"PATH=/usr/bin:/bin", "LC_ALL=C"};
+  task.environment = {"PATH=/usr/bin:/bin", "LC_ALL=C", kOwnLocales};
   static const std::regex asserted(
       "^Locale conversions not set up correctly: non-ascii filenames, etc, will not work at "
       "[0-9]+ in \\S+fpstring\\.cpp\n");
@@ -527,7 +530,9 @@ TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
 }
 
 TEST(SystemCallSweep, WithoutALocaleTheRunIsTheSame) {
-  SweepOvercome(OnExamples({"-p", "tools", "weaver", "--sh"}), "setlocale", ENOMEM);
+  Task task = OnExamples({"-p", "tools", "weaver", "--sh"});
+  task.environment.push_back(kOwnLocales);
+  SweepOvercome(task, "setlocale", ENOMEM);
 }
 
 // A host of an unknown kind fits no variety; a platform that is stated needs none.

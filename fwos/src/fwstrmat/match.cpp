@@ -64,7 +64,6 @@ bool CursorsAreSound(const FcMatContext* pctmat, const FwTextByte* ptbEnglishBef
 bool FcMatContextCreate(FcMatContext* pctmat, FwTextString ptbzEnglish, uint32 cbEnglishLength,
                         FwTextString ptbzTemplate) {
   *pctmat = FcMatContext{};
-  pctmat->nCandidatesLeft = kFcMatMaxCandidates;
   uint32 nPercents = FcStrCountPercents(ptbzTemplate);
   if (nPercents > 0) {
     pctmat->paptbPercent = static_cast<FwTextByte**>(
