@@ -7,6 +7,8 @@
 //   FwAssert(pVector != nullptr, "NULL");      fires if the condition fails, or if vqassert_val was
 //   disturbed
 //
+//   if (!FwExpect(p != nullptr, "NULL")) return 0;   fires as well, and is the condition
+//
 //   VqTraceSetFileAndLine(__FILE__, __LINE__);
 //   VqTrace("%d allocated blocks", n);         always in this pair; FwTrace(...) does both
 //
@@ -76,6 +78,21 @@ inline bool VqAssertHolds(bool fCondition) {
     if (!VqAssertHolds(condition))                                              \
       VqAssert(const_cast<char*>(__FILE__), __LINE__, const_cast<char*>(text)); \
   } while (0)
+
+// What FwExpect asks for: reports as FwAssert does and returns the condition itself, so that a call
+// that fires only because vqassert_val was disturbed goes on as if all were well. A function as
+// well, so that a site has the branches of the if around it and no others.
+[[nodiscard]] inline bool VqExpect(bool fCondition, char* pszFilename, int nLine,
+                                   char* pszMessage) {
+  if (!VqAssertHolds(fCondition)) VqAssert(pszFilename, nLine, pszMessage);
+  return fCondition;
+}
+
+// An assertion whose path is a branch on the same condition: asserts as FwAssert does and is the
+// condition, which is evaluated once. Where two contracts are reported before one branch on both,
+// they stay assertions: && and || would skip the second report.
+#define FwExpect(condition, text) \
+  VqExpect(condition, const_cast<char*>(__FILE__), __LINE__, const_cast<char*>(text))
 
 // Reports unconditionally: for the failure branch of a plain test.
 #define FwAssertFailed(text) \

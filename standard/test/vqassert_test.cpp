@@ -88,6 +88,60 @@ TEST(VqAssert, EverySiteFiresWhenTheGuardIsDisturbed) {
   vqassert_val = kVqAssertIntact;
 }
 
+TEST(VqExpect, GivesTheConditionAndReportsOnlyWhatFails) {
+  ExpectAsserts expected({"fails"});
+  const bool fGood = FwExpect(true, "holds");
+  const bool fBad = FwExpect(false, "fails");
+  EXPECT_TRUE(fGood);
+  EXPECT_FALSE(fBad);
+}
+
+TEST(VqExpect, EvaluatesTheConditionOnce) {
+  ExpectAsserts expected({"not yet two"});
+  int count = 0;
+  const bool fFirst = FwExpect(++count == 2, "not yet two");
+  EXPECT_EQ(1, count);
+  const bool fSecond = FwExpect(++count == 2, "not yet two");
+  EXPECT_EQ(2, count);
+  EXPECT_FALSE(fFirst);
+  EXPECT_TRUE(fSecond);
+}
+
+TEST(VqExpect, ReportsTheFileAndTheLineOfTheCall) {
+  FreshHistory fresh;
+  ExpectAsserts expected({"here"});
+  vq_assert_history = 1;
+  static char text[] = "here";
+  const bool fHolds = FwExpect(false, text);
+  const int line = __LINE__ - 1;
+  EXPECT_FALSE(fHolds);
+  ASSERT_EQ(1, vq_assert_history_count);
+  EXPECT_STREQ(__FILE__, vq_assert_history_table[0].file);
+  EXPECT_EQ(line, vq_assert_history_table[0].line);
+  EXPECT_EQ(text, vq_assert_history_table[0].message);
+}
+
+TEST(VqExpect, GivesTheConditionOfASiteThatIsReportedNoMore) {
+  FreshHistory fresh;
+  ExpectAsserts expected({"once"});
+  vq_assert_history = 1;
+  for (int round = 0; round < 2; ++round) {
+    const bool fHolds = FwExpect(round < 0, "once");
+    EXPECT_FALSE(fHolds) << round;
+  }
+  EXPECT_EQ(1, vq_assert_history_count);
+}
+
+TEST(VqExpect, FiresWhenTheGuardIsDisturbedAndStillGivesTheCondition) {
+  ExpectAsserts expected({"holds", "fails"});
+  vqassert_val = 0;
+  const bool fGood = FwExpect(true, "holds");
+  const bool fBad = FwExpect(false, "fails");
+  vqassert_val = kVqAssertIntact;
+  EXPECT_TRUE(fGood);
+  EXPECT_FALSE(fBad);
+}
+
 TEST(VqTrace, FormatsItsArguments) {
   ExpectTraces expected({"7 of x"});
   FwTrace("%d of %s", 7, "x");
