@@ -49,8 +49,7 @@ void CopyContext(const FwBootContext& context) {
 void FwBoot(FwBootContext* context) {
   if (++bootCounter != 1) return;
   FcAssertBootLevelEqual(0);
-  FwAssert(context != nullptr, "FwBoot() must be called with non-null argument.");
-  if (context == nullptr) {
+  if (!FwExpect(context != nullptr, "FwBoot() must be called with non-null argument.")) {
     --bootCounter;
     return;
   }

@@ -106,19 +106,15 @@ uint32 fcCacheHits;
 uint32 fcCacheMisses;
 
 FwObj* FwClassAlloc(const FwClassRecord* pClassRecord, uint32 AllocFlag) {
-  const bool isClass = FcIsClass(pClassRecord);
-  FwAssert(isClass, "Not a class");
-  if (!isClass) return nullptr;
-  const bool fromHeap = (pClassRecord->flags & FW_CLASS_NON_HEAP) == 0;
-  FwAssert(fromHeap, "No memory provided for non heap object");
-  if (!fromHeap) return nullptr;
+  if (!FwExpect(FcIsClass(pClassRecord), "Not a class")) return nullptr;
+  if (!FwExpect((pClassRecord->flags & FW_CLASS_NON_HEAP) == 0,
+                "No memory provided for non heap object"))
+    return nullptr;
   return FwMemAlloc(static_cast<uint32>(pClassRecord->nBytesInInstance), AllocFlag | INIT_ZERO);
 }
 
 FwMethod* FwClassFindMethod(FwMessageID messageID, const FwClassRecord* pClassRecord) {
-  const bool isClass = FcIsClass(pClassRecord);
-  FwAssert(isClass, "Not a class");
-  if (!isClass) return nullptr;
+  if (!FwExpect(FcIsClass(pClassRecord), "Not a class")) return nullptr;
 
   uint32 hash = Address(pClassRecord) + Address(messageID);
   hash += hash >> 18;
@@ -129,8 +125,7 @@ FwMethod* FwClassFindMethod(FwMessageID messageID, const FwClassRecord* pClassRe
   } else {
     fcCacheMisses++;
     pIntercept = FindInTables(messageID, pClassRecord);
-    FwAssert(pIntercept != nullptr, "Message not found");
-    if (pIntercept == nullptr) return nullptr;
+    if (!FwExpect(pIntercept != nullptr, "Message not found")) return nullptr;
     Remember(hash, pClassRecord, pIntercept);
   }
   FwAssert(pIntercept->method != nullptr, "Class prohibits message");

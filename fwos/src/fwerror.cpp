@@ -119,8 +119,7 @@ FwObj* FcError_method_Create(FwObj* pObj, FwObj* pParent, FwObj* pAfterThis,
   auto* create = FcSuperMethod<Fw_msg_CreateAndLink_Fn>(_Fw_msg_CreateAndLink_Handle, FwErrorClass);
   // No memory of the caller's is no kind: kinds are static objects.
   FwObj* pCreated = create(pObj, &FwErrorClass, pParent, pAfterThis);
-  FwAssert(pCreated != nullptr, "Failed to add error");
-  if (pCreated == nullptr) return nullptr;
+  if (!FwExpect(pCreated != nullptr, "Failed to add error")) return nullptr;
   static_cast<FwError*>(pCreated)->ptbzFormat = ptbzFormat;
   return pCreated;
 }
@@ -171,8 +170,7 @@ void FcErrorShutdown() {
 }
 
 void FwErrorStateAssert(FwErrorState* pState) {
-  FwAssert(pState != nullptr, "NULL");
-  if (pState == nullptr) return;
+  if (!FwExpect(pState != nullptr, "NULL")) return;
   FwAssert(pState->magic == kFwErrorStateMagic, "Uninitialised error state");
   FwAssert(pState->fAlloc == 0 || pState->fAlloc == 1, "error state corrupt");
   FwAssert(pState->platformError == 0 || pState->pError != nullptr,
@@ -198,8 +196,7 @@ FwError* FwErrorClear(FwErrorState* pState) {
 void FwErrorVSet(FwErrorState* pState, FwError* pError, uint32 nStrings, std::va_list args) {
   FwErrorStateAssert(pState);
   if (pState == nullptr) return;
-  FwAssert(pError != nullptr, "Attempting to set error to FW_SUCCESS");
-  if (pError == nullptr) pError = fwErrorBug;
+  if (!FwExpect(pError != nullptr, "Attempting to set error to FW_SUCCESS")) pError = fwErrorBug;
   FwAssert(nStrings <= kMaxStrings, "Too many strings");
   nStrings = std::min(nStrings, kMaxStrings);
 

@@ -291,8 +291,7 @@ int32 FwHashRemoveEntry(FwHashTable* pTable, void* key, FwErrorState* pErrState)
 }
 
 void FwHashFreeTable(FwHashTable** ppTable) {
-  FwAssert(ppTable != nullptr, "FwHashFreeTable: NULL ppTable");
-  if (ppTable == nullptr || *ppTable == nullptr) return;
+  if (!FwExpect(ppTable != nullptr, "FwHashFreeTable: NULL ppTable") || *ppTable == nullptr) return;
   FwHashTable* pTable = *ppTable;
   if (pTable->pEntries != nullptr) {
     if (pTable->fns.removeFn != nullptr) {
@@ -314,8 +313,7 @@ int32 FwHashEnumerateEntries(FwHashTable* pTable, FwHashIterationFn* iterationFn
     SetError(pErrState, fwErrorPointerNull);
     return 0;
   }
-  FwAssert(pTable->pEntries != nullptr, "FwHashIterateTable: NULL pTable->pEntries");
-  if (pTable->pEntries == nullptr) return 0;
+  if (!FwExpect(pTable->pEntries != nullptr, "FwHashIterateTable: NULL pTable->pEntries")) return 0;
   for (FwHashEntry* pEntry = pTable->pEntries; pEntry <= pTable->pLastEntry; pEntry++) {
     if (pEntry->key != nullptr && iterationFn(pEntry, pContext, pErrState) == 0) return 0;
   }

@@ -66,8 +66,7 @@ pFwListEntry_t Visible(pFwListHead_t plshList, pFwListEntry_t plse) {
 // The operations without their traces. A broken rule leaves everything as it is.
 
 void InitHead(pFwListHead_t plshList) {
-  FwAssert(plshList != nullptr, "Tried to initialise list with NULL head pointer");
-  if (plshList == nullptr) return;
+  if (!FwExpect(plshList != nullptr, "Tried to initialise list with NULL head pointer")) return;
   plshList->lseHead.plseNext = &plshList->lseTail;
   plshList->lseHead.plsePrev = &plshList->lseHead;
   plshList->lseTail.plseNext = &plshList->lseTail;
@@ -76,8 +75,8 @@ void InitHead(pFwListHead_t plshList) {
 }
 
 void InitEntry(pFwListEntry_t plseItem) {
-  FwAssert(plseItem != nullptr, "Tried to initialise list entry with NULL item pointer");
-  if (plseItem == nullptr) return;
+  if (!FwExpect(plseItem != nullptr, "Tried to initialise list entry with NULL item pointer"))
+    return;
   plseItem->plseNext = plseItem->plsePrev = nullptr;
 }
 
@@ -85,8 +84,8 @@ void Prepend(pFwListHead_t plshList, pFwListEntry_t plseItem) {
   FwAssert(plshList != nullptr, "Tried to prepend list with NULL head pointer");
   FwAssert(plseItem != nullptr, "Tried to prepend list with NULL item pointer");
   if (plshList == nullptr || plseItem == nullptr) return;
-  FwAssert(IsOnNoList(plseItem), "Tried to prepend to list with new item already in list");
-  if (!IsOnNoList(plseItem)) return;
+  if (!FwExpect(IsOnNoList(plseItem), "Tried to prepend to list with new item already in list"))
+    return;
   Insert(&plshList->lseHead, plseItem, plshList->lseHead.plseNext);
   FwAssert(fFcListValid(plshList), "FcListPrepend_: list has been corrupted");
 }
@@ -95,8 +94,8 @@ void Append(pFwListHead_t plshList, pFwListEntry_t plseItem) {
   FwAssert(plshList != nullptr, "Tried to append list with NULL head pointer");
   FwAssert(plseItem != nullptr, "Tried to append list with NULL item pointer");
   if (plshList == nullptr || plseItem == nullptr) return;
-  FwAssert(IsOnNoList(plseItem), "Tried to append to list with new item already in list");
-  if (!IsOnNoList(plseItem)) return;
+  if (!FwExpect(IsOnNoList(plseItem), "Tried to append to list with new item already in list"))
+    return;
   Insert(plshList->lseTail.plsePrev, plseItem, &plshList->lseTail);
   FwAssert(fFcListValid(plshList), "List has been corrupted");
 }
@@ -127,14 +126,14 @@ void InsertAfter(pFwListEntry_t plseExistingItem, pFwListEntry_t plseNewItem) {
 }
 
 pFwListEntry_t GetFirst(pFwListHead_t plshList) {
-  FwAssert(plshList != nullptr, "Tried to get first item from list with NULL head pointer");
-  if (plshList == nullptr) return nullptr;
+  if (!FwExpect(plshList != nullptr, "Tried to get first item from list with NULL head pointer"))
+    return nullptr;
   return Visible(plshList, plshList->lseHead.plseNext);
 }
 
 pFwListEntry_t GetLast(pFwListHead_t plshList) {
-  FwAssert(plshList != nullptr, "Tried to get last item from list with NULL head pointer");
-  if (plshList == nullptr) return nullptr;
+  if (!FwExpect(plshList != nullptr, "Tried to get last item from list with NULL head pointer"))
+    return nullptr;
   return Visible(plshList, plshList->lseTail.plsePrev);
 }
 
@@ -161,8 +160,8 @@ pFwListEntry_t GetPrevious(pFwListHead_t plshList, pFwListEntry_t plseItem) {
 }
 
 pFwListEntry_t RemoveFirst(pFwListHead_t plshList) {
-  FwAssert(plshList != nullptr, "Tried to remove first item from list with NULL head pointer");
-  if (plshList == nullptr) return nullptr;
+  if (!FwExpect(plshList != nullptr, "Tried to remove first item from list with NULL head pointer"))
+    return nullptr;
   const pFwListEntry_t plseFirst = Visible(plshList, plshList->lseHead.plseNext);
   if (plseFirst != nullptr) Unlink(plseFirst);
   FwAssert(fFcListValid(plshList), "plseFwListRemoveFirst: list has been corrupted");
@@ -170,8 +169,8 @@ pFwListEntry_t RemoveFirst(pFwListHead_t plshList) {
 }
 
 pFwListEntry_t RemoveLast(pFwListHead_t plshList) {
-  FwAssert(plshList != nullptr, "Tried to remove last item from list with NULL head pointer");
-  if (plshList == nullptr) return nullptr;
+  if (!FwExpect(plshList != nullptr, "Tried to remove last item from list with NULL head pointer"))
+    return nullptr;
   const pFwListEntry_t plseLast = Visible(plshList, plshList->lseTail.plsePrev);
   if (plseLast != nullptr) Unlink(plseLast);
   FwAssert(fFcListValid(plshList), "plseFwListRemoveLast_: list has been corrupted");
@@ -183,9 +182,8 @@ void Remove(pFwListHead_t plshList, pFwListEntry_t plseItem) {
   FwAssert(plseItem != nullptr, "Tried to remove item from list with NULL item pointer");
   if (plshList == nullptr || plseItem == nullptr) return;
   FwAssert(!IsOnNoList(plseItem), "Tried to remove entry already removed from list");
-  const bool fInList = fFcListItemInList_(plshList, plseItem) != 0;
-  FwAssert(fInList, "Tried to remove item from wrong list");
-  if (fInList) Unlink(plseItem);
+  if (FwExpect(fFcListItemInList_(plshList, plseItem) != 0, "Tried to remove item from wrong list"))
+    Unlink(plseItem);
 }
 
 int32 ItemIsFirst(pFwListHead_t plshList, pFwListEntry_t plseItem) {

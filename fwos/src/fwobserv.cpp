@@ -26,8 +26,7 @@ void FiObservationScanEnd(FiObservationScan* pScan) {
   FiObservationScan** ppLink = &fiObservationScans;
   while (*ppLink != nullptr && *ppLink != pScan)
     ppLink = &(*ppLink)->pNext;
-  FwAssert(*ppLink != nullptr, "pScan not on list");
-  if (*ppLink != nullptr) *ppLink = pScan->pNext;
+  if (FwExpect(*ppLink != nullptr, "pScan not on list")) *ppLink = pScan->pNext;
 }
 
 namespace {
@@ -122,12 +121,10 @@ void Release(FiObservation* pReleased) {
 
 FwObj* FcChangeMembers_method_CreateWith(FwObj* pObj, const FwClassRecord* pClassRecord,
                                          void* pElement) {
-  FwAssert(pObj != nullptr, "Changes should allocated on stack");
-  if (pObj == nullptr) return nullptr;
+  if (!FwExpect(pObj != nullptr, "Changes should allocated on stack")) return nullptr;
   auto* create = FcSuperMethod<Fw_msg_Create_Fn>(_Fw_msg_Create_Handle, FwChangeMembersClass);
   FwObj* pCreated = create(pObj, pClassRecord);
-  FwAssert(pCreated != nullptr, "create failed");
-  if (pCreated == nullptr) return nullptr;
+  if (!FwExpect(pCreated != nullptr, "create failed")) return nullptr;
   static_cast<FwChangeMembers*>(pObj)->pElement = pElement;
   return pObj;
 }
@@ -189,14 +186,12 @@ FwObj* Fw_msg_CreateWith(FwObj* pObj, const FwClassRecord* pClassRecord, void* p
 
 void FwObserveStart(void* pObserver, void* pSubject, const FwClassRecord* pChangeClass,
                     FwNotifyCallback* pCallback, void* pContext, FwObserveEndCallback* pRelease) {
-  FwAssert(fiObserveCritical == 0, "FwObserv reentry from critical region");
-  if (fiObserveCritical != 0) return;
-  const bool complete = pObserver != nullptr && pSubject != nullptr && pChangeClass != nullptr &&
-                        pCallback != nullptr;
-  FwAssert(complete, "NULL");
-  if (!complete) return;
-  FwAssert(FcIsClass(pChangeClass), "Not a class");
-  if (!FcIsClass(pChangeClass)) return;
+  if (!FwExpect(fiObserveCritical == 0, "FwObserv reentry from critical region")) return;
+  if (!FwExpect(pObserver != nullptr && pSubject != nullptr && pChangeClass != nullptr &&
+                    pCallback != nullptr,
+                "NULL"))
+    return;
+  if (!FwExpect(FcIsClass(pChangeClass), "Not a class")) return;
 
   if (fiObserveInitialised == 0) Initialise();
   for (FiObservation* p = ListOf(kFiSubject, pSubject); p != nullptr;
@@ -220,14 +215,14 @@ void FwObserveStart(void* pObserver, void* pSubject, const FwClassRecord* pChang
 }
 
 void FwObserveEnd(void* pObserver, void* pSubject, const FwClassRecord* pChangeClass) {
-  FwAssert(fiObserveCritical == 0, "FwObserv reentry from critical region");
-  if (fiObserveCritical != 0 || fiObserveInitialised == 0) return;
+  if (!FwExpect(fiObserveCritical == 0, "FwObserv reentry from critical region") ||
+      fiObserveInitialised == 0)
+    return;
   void* const arguments[kFiFields] = {pObserver, pSubject, KeyOf(pChangeClass)};
   uint32 nField = 0;
   while (nField < kFiFields && arguments[nField] == nullptr)
     nField++;
-  FwAssert(nField < kFiFields, "FwObserveEnd all arguments NULL");
-  if (nField == kFiFields) return;
+  if (!FwExpect(nField < kFiFields, "FwObserveEnd all arguments NULL")) return;
   FwHashEntry* pList = FwHashLookupEntry(fiObservationsByField[nField], arguments[nField], nullptr);
   if (pList == nullptr) return;
 
@@ -254,11 +249,9 @@ void FwObserveEndDestroyed(void* pDestroyed) {
 }
 
 void FwNotify(void* pSubject, FwObj* pChange) {
-  FwAssert(fiObserveCritical == 0, "FwObserv reentry from critical region");
-  if (fiObserveCritical != 0) return;
-  const bool complete = pSubject != nullptr && pChange != nullptr;
-  FwAssert(complete, "NULL");
-  if (!complete || fiObserveInitialised == 0) return;
+  if (!FwExpect(fiObserveCritical == 0, "FwObserv reentry from critical region")) return;
+  if (!FwExpect(pSubject != nullptr && pChange != nullptr, "NULL") || fiObserveInitialised == 0)
+    return;
   FiObservation* pFirst = ListOf(kFiSubject, pSubject);
   if (pFirst == nullptr) return;
   FiObservationScan scan;

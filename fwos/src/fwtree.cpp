@@ -41,9 +41,8 @@ bool Link(FwTree* pNode, FwObj* pAfterThis) {
       pPrevious = pPrevious->pNext;
   } else {
     pPrevious = Node(pAfterThis);
-    const bool isSibling = pPrevious != nullptr && pPrevious->pParent == pParent;
-    FwAssert(isSibling, "Invalid tree creation");
-    if (!isSibling) return false;
+    if (!FwExpect(pPrevious != nullptr && pPrevious->pParent == pParent, "Invalid tree creation"))
+      return false;
   }
   pNode->pNext = pPrevious->pNext;
   pPrevious->pNext = pNode;
@@ -77,13 +76,11 @@ void Unlink(FwTree* pNode) {
   FwTree** ppLink = &pNode->pParent->pChildren;
   while (*ppLink != nullptr && *ppLink != pNode)
     ppLink = &(*ppLink)->pNext;
-  FwAssert(*ppLink != nullptr, "Cannot find node in parents children");
-  if (*ppLink != nullptr) *ppLink = pNode->pNext;
+  if (FwExpect(*ppLink != nullptr, "Cannot find node in parents children")) *ppLink = pNode->pNext;
 }
 
 void FcTree_method_Destroy(FwObj* pObj) {
-  FwAssert(pObj != nullptr, "Cannot destroy null node");
-  if (pObj == nullptr) return;
+  if (!FwExpect(pObj != nullptr, "Cannot destroy null node")) return;
   FwTree* pNode = Node(pObj);
   FwTree* pNext;
   for (FwTree* pChild = pNode->pChildren; pChild != nullptr; pChild = pNext) {
@@ -100,18 +97,15 @@ FwObj* FcTree_method_GetRoot(FwObj* pObj) {
 }
 
 int32 FcTree_method_IsDescendant(FwObj* pObj, FwObj* pObj2) {
-  const bool isTree = IsTree(pObj2);
-  FwAssert(isTree, "Not tree");
-  if (!isTree) return 0;
+  if (!FwExpect(IsTree(pObj2), "Not tree")) return 0;
   if (pObj == pObj2) return 1;
   FwTree* pParent = Node(pObj2)->pParent;
   return pParent == nullptr ? 0 : Fw_msg_IsDescendant(pObj, pParent);
 }
 
 FwObj* FcTree_method_EnumerateChildren(FwObj* pObj, FwObj* pStartAfter) {
-  const bool areTrees = IsTree(pObj) && (pStartAfter == nullptr || IsTree(pStartAfter));
-  FwAssert(areTrees, "Not tree");
-  if (!areTrees) return nullptr;
+  if (!FwExpect(IsTree(pObj) && (pStartAfter == nullptr || IsTree(pStartAfter)), "Not tree"))
+    return nullptr;
   return pStartAfter == nullptr ? Node(pObj)->pChildren : Node(pStartAfter)->pNext;
 }
 
@@ -164,28 +158,24 @@ FwObj* FcTree_method_IthMatching(FwObj* pObj, uint32 index, Fw_ObjectPredicate* 
 
 uint32 FcTree_method_IndexInParent(FwObj* pObj) {
   FwObj* pParent = Node(pObj)->pParent;
-  FwAssert(pParent != nullptr, "No parent");
-  if (pParent == nullptr) return 0;
+  if (!FwExpect(pParent != nullptr, "No parent")) return 0;
   uint32 index = 0;
   FwObj* pChild = Fw_msg_EnumerateChildren(pParent, nullptr);
   for (; pChild != nullptr && pChild != pObj; pChild = Fw_msg_EnumerateChildren(pParent, pChild))
     index++;
-  FwAssert(pChild != nullptr, "child not found in parent");
-  return pChild == nullptr ? 0 : index;
+  return FwExpect(pChild != nullptr, "child not found in parent") ? index : 0;
 }
 
 uint32 FcTree_method_PredecessorsMatching(FwObj* pObj, Fw_ObjectPredicate* pxPredicate,
                                           void* pvPredicateData) {
   FwObj* pParent = Node(pObj)->pParent;
-  FwAssert(pParent != nullptr, "No parent");
-  if (pParent == nullptr) return 0;
+  if (!FwExpect(pParent != nullptr, "No parent")) return 0;
   uint32 count = 0;
   FwObj* pChild = Fw_msg_EnumerateChildren(pParent, nullptr);
   for (; pChild != nullptr && pChild != pObj; pChild = Fw_msg_EnumerateChildren(pParent, pChild)) {
     if (pxPredicate(pChild, pvPredicateData) != 0) count++;
   }
-  FwAssert(pChild != nullptr, "child not found in parent");
-  return pChild == nullptr ? 0 : count;
+  return FwExpect(pChild != nullptr, "child not found in parent") ? count : 0;
 }
 
 const FwIntercept FcTreeMethods[] = {

@@ -38,8 +38,7 @@ uint32 put_characters(FwStrRecord* pRecord, FwUTF16Char* puc, uint32 cucInLength
 }  // namespace
 
 uint32 FwCharacterToUTF8(FwTextCharacter tc, FwTextByte* utf) {
-  FwAssert(utf != nullptr, "NULL ptb");
-  if (utf == nullptr) return 0;
+  if (!FwExpect(utf != nullptr, "NULL ptb")) return 0;
   if (tc < 0x80) {
     utf[0] = static_cast<FwTextByte>(tc);
     return 1;
@@ -117,8 +116,7 @@ uint32 FwUTF16ToCharacter(FwTextCharacter* tc, FwUTF16Char* utf16) {
 }
 
 uint32 FwUTF16CountChars(FwUTF16String s) {
-  FwAssert(s != nullptr, "NULL param");
-  if (s == nullptr) return 0;
+  if (!FwExpect(s != nullptr, "NULL param")) return 0;
   uint32 n = 0;
   while (s[n] != 0)
     n += units_at(s + n);
@@ -126,8 +124,7 @@ uint32 FwUTF16CountChars(FwUTF16String s) {
 }
 
 uint32 FwUniCountChars(FwUTF16String s) {
-  FwAssert(s != nullptr, "NULL param");
-  if (s == nullptr) return 0;
+  if (!FwExpect(s != nullptr, "NULL param")) return 0;
   uint32 n = 0;
   while (s[n] != 0)
     n++;
@@ -180,14 +177,12 @@ uint32 FwUTF16ToStrRec(FwStrRecord* pRecord, FwUTF16String pucz) {
 }
 
 uint32 FwUTF16ToStrRecN(FwStrRecord* pRecord, FwUTF16String pucz, uint32 cucInLength) {
-  FwAssert(pucz != nullptr, "NULL param");
-  if (pucz == nullptr) return 0;
+  if (!FwExpect(pucz != nullptr, "NULL param")) return 0;
   return put_characters(pRecord, pucz, cucInLength);
 }
 
 uint32 FwUTF16CharValidate(FwUTF16Char* uc) {
-  FwAssert(uc != nullptr, "NULL param");
-  if (uc == nullptr) return 0;
+  if (!FwExpect(uc != nullptr, "NULL param")) return 0;
   return !is_surrogate(uc[0]) || (is_leading(uc[0]) && is_trailing(uc[1]));
 }
 

@@ -150,8 +150,7 @@ int FwVectorStringCompare(const void* ell1, const void* ell2) {
 }
 
 int FwVectorLength(const FwVector* pVector) {
-  FwAssert(pVector != nullptr, "Vector pointer == NULL in FwVectorLength()");
-  if (pVector == nullptr) return 0;
+  if (!FwExpect(pVector != nullptr, "Vector pointer == NULL in FwVectorLength()")) return 0;
   FwAssert(pVector->state == FW_VECTOR_OPEN, "Cannot get length of a vector which is not open");
   return pVector->nCurrentSize;
 }

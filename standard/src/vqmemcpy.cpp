@@ -37,8 +37,8 @@ void VqMemCpy_Assert(void* s1, void* s2, int32 count) {
   // A count of 0 or below has nothing to copy and nothing to overlap.
   if (delta == 0 || count <= 0) return;
   const bool fOverlap = delta < count && -delta < count;
-  FwAssert(!fOverlap, "VqMemCpy called with overlapping blocks.\n");
-  if (!fOverlap) std::memcpy(s1, s2, static_cast<std::size_t>(count));
+  if (FwExpect(!fOverlap, "VqMemCpy called with overlapping blocks.\n"))
+    std::memcpy(s1, s2, static_cast<std::size_t>(count));
 }
 
 void bcopy_safe(char* s2, char* s1, int32 count) {

@@ -82,8 +82,7 @@ uint32 ReadIntoRecord(FwErrorState* pErrState, FwFile fileHandle, FwStrRecord* p
 int32 FiFileSeekExtend(FwErrorState* pErrState, FwFile fileHandle, Vq32x2* pOffset, Vq32x2* pSize) {
   const bool fArguments =
       pErrState && fileHandle >= 0 && Vq32x2Sign(pOffset) >= 0 && Vq32x2Sign(pSize) > 0;
-  FwAssert(fArguments, "FwFileSeekExtend: bad args");
-  if (!fArguments) return 0;
+  if (!FwExpect(fArguments, "FwFileSeekExtend: bad args")) return 0;
 
   uint8 local[kExtendLocal] = {};
   void* pAllocated = nullptr;

@@ -84,17 +84,13 @@ FwTextString FwAppFileName() {
 // The root: only these two know what one looks like.
 
 int32 FwFileParseRoot(FwStrRecord*, FwTextString* pptbzFilename) {
-  const bool fGiven = pptbzFilename && *pptbzFilename;
-  FwAssert(fGiven, "NULL");
-  if (!fGiven || **pptbzFilename != kSeparator) return 0;
+  if (!FwExpect(pptbzFilename && *pptbzFilename, "NULL") || **pptbzFilename != kSeparator) return 0;
   ++*pptbzFilename;
   return 1;
 }
 
 int32 FwFileBuildRoot(FwStrRecord* pRecord, FwTextString ptbzInput) {
-  const bool fGiven = pRecord && ptbzInput;
-  FwAssert(fGiven, "NULL");
-  if (!fGiven || *ptbzInput) return 0;
+  if (!FwExpect(pRecord && ptbzInput, "NULL") || *ptbzInput) return 0;
   FwStrPutTextCharacter(pRecord, kSeparator);
   return 1;
 }
@@ -112,9 +108,7 @@ int32 FwFileIsRoot(FwTextString ptbzFilename) {
 }
 
 FwTextString FwFileCopyRoot(FwStrRecord* pRecord, FwTextString ptbzFilename) {
-  const bool fGiven = pRecord && ptbzFilename;
-  FwAssert(fGiven, "NULL");
-  if (!fGiven) return ptbzFilename;
+  if (!FwExpect(pRecord && ptbzFilename, "NULL")) return ptbzFilename;
   FwTextString ptbzRest = ptbzFilename;
   if (FwFileParseRoot(pRecord, &ptbzRest)) FwFileBuildRoot(pRecord, FWT(""));
   return ptbzRest;
@@ -130,9 +124,7 @@ FwTextString FwFileSkipPathElement(FwTextString ptbzInput) {
 }
 
 FwTextString FwFileCopyPathElement(FwStrRecord* pRecord, FwTextString ptbzInput) {
-  const bool fGiven = pRecord && ptbzInput;
-  FwAssert(fGiven, "NULL");
-  if (!fGiven) return ptbzInput;
+  if (!FwExpect(pRecord && ptbzInput, "NULL")) return ptbzInput;
   FwTextString ptbzEnd = FwFileSkipPathElement(ptbzInput);
   FwStrNPutTextString(pRecord, ptbzInput, static_cast<uint32>(ptbzEnd - ptbzInput));
   return ptbzEnd;
@@ -187,8 +179,7 @@ void FwFileRemoveFirstPathElement(FwStrRecord* path) {
 // Separators
 
 FwTextString FwFileEndsWithSeparator(FwTextString ptbzFilename) {
-  FwAssert(ptbzFilename, "NULL");
-  if (!ptbzFilename || !*ptbzFilename) return nullptr;
+  if (!FwExpect(ptbzFilename, "NULL") || !*ptbzFilename) return nullptr;
   FwTextString ptbzLast = ptbzFilename + Length(ptbzFilename) - 1;
   return *ptbzLast == kSeparator ? ptbzLast : nullptr;
 }
@@ -200,8 +191,9 @@ void FwFileNativeSeparators(FwStrRecord* pRecord) {
 }
 
 int32 FwFileEnsureTrailingSeparator(FwStrRecord* pRecord) {
-  FwAssert(pRecord, "NULL");
-  if (!pRecord || pRecord->pbTerminator == pRecord->pbz || fEndsWithSeparator(pRecord)) return 0;
+  if (!FwExpect(pRecord, "NULL") || pRecord->pbTerminator == pRecord->pbz ||
+      fEndsWithSeparator(pRecord))
+    return 0;
   return FwStrPutTextCharacter(pRecord, kSeparator) != 0;
 }
 
@@ -222,8 +214,7 @@ int32 FwFileRemoveTrailingSeparator(FwTextString ptbzFilename) {
 
 // Kept: without the test for the root that the string form makes, so "/" becomes empty.
 int32 FwFileRemoveTrailingSeparatorRec(FwStrRecord* pRecord) {
-  FwAssert(pRecord, "NULL");
-  if (!pRecord || !fEndsWithSeparator(pRecord)) return 0;
+  if (!FwExpect(pRecord, "NULL") || !fEndsWithSeparator(pRecord)) return 0;
   FwStrRecordShorten(pRecord, Length(pRecord) - 1);
   return 1;
 }
@@ -232,9 +223,7 @@ int32 FwFileRemoveTrailingSeparatorRec(FwStrRecord* pRecord) {
 // Joining
 
 void FwFilenameConcatenate(FwStrRecord* pRecord, FwTextString ptbzRel) {
-  const bool fGiven = pRecord && ptbzRel;
-  FwAssert(fGiven, "NULL");
-  if (!fGiven) return;
+  if (!FwExpect(pRecord && ptbzRel, "NULL")) return;
   FwFileEnsureTrailingSeparator(pRecord);
   if (*ptbzRel == kSeparator) ++ptbzRel;
   FwStrPutTextString(pRecord, ptbzRel);

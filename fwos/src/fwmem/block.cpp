@@ -41,8 +41,8 @@ void FcMemInit() {
   const FwMemContext& context = fcBootContext.memory;
   FwAssert(sizeof(FcMemLightAllocation_t) % 8 == 0, "Light struct not 8 byte aligned");
   FwAssert(sizeof(FcMemHeavyAllocation_t) % 8 == 0, "Heavy struct not 8 byte aligned");
-  FwAssert(context.debug_level <= 2, "Debug level is above limit");
-  nFcDebugLevel = context.debug_level <= 2 ? context.debug_level : 2;
+  nFcDebugLevel =
+      FwExpect(context.debug_level <= 2, "Debug level is above limit") ? context.debug_level : 2;
   pfnFcMemDbgAlloc = kLevels[nFcDebugLevel].pfnAlloc;
   pfnFcMemDbgFree = kLevels[nFcDebugLevel].pfnFree;
   FcListInitHead_(&FcMhalListHead);

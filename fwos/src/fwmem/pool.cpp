@@ -99,8 +99,7 @@ void* FiAllocOnlyPoolAlloc(AllocOnlyPool* pPool, std::size_t cbSize) {
 FwMemPool* FwMemPoolCreate(uint32 nClass, uint32 cbInitialSize, uint32 cbGrowExtra,
                            uint32 alignment, FwMemAllocFlag AllocFlags) {
   FcAssertBootLevel(kBootLevel);
-  const bool fArgs = nClass == 0 && IsAlignmentGood(alignment);
-  FwAssert(fArgs, "bad args");
+  const bool fArgs = FwExpect(nClass == 0 && IsAlignmentGood(alignment), "bad args");
   FcMemCheckFlags(AllocFlags);
   if (!fArgs) return nullptr;
   const std::size_t cbHeader = RoundUp(sizeof(AllocOnlyPool), alignment);
@@ -118,8 +117,7 @@ FwMemPool* FwMemPoolCreate(uint32 nClass, uint32 cbInitialSize, uint32 cbGrowExt
 
 void FwMemPoolDestroy(FwMemPool** ppPool) {
   if (ppPool == nullptr || *ppPool == nullptr) return;
-  FwAssert((*ppPool)->nClass == 0, "bad pool class");
-  if ((*ppPool)->nClass != 0) return;
+  if (!FwExpect((*ppPool)->nClass == 0, "bad pool class")) return;
   AllocOnlyPool* pPool = AllocOnlyOf(*ppPool);
   for (SubAllocBlock* pBlock = pPool->pChain; pBlock->pNextBlock != nullptr;) {
     SubAllocBlock* pNext = pBlock->pNextBlock;
@@ -133,8 +131,7 @@ void FwMemPoolDestroy(FwMemPool** ppPool) {
 void* FwMemPoolAlloc(FwMemPool* pPool, uint32 cbSize) {
   const bool fArgs =
       IsPoolGood(pPool) && cbSize != 0 && cbSize <= 0xFFFFFFFF - (pPool->alignment - 1);
-  FwAssert(fArgs, "bad args");
-  if (!fArgs) return nullptr;
+  if (!FwExpect(fArgs, "bad args")) return nullptr;
   const std::size_t cbRounded = RoundUp(cbSize, pPool->alignment);
   void* pv = FiAllocOnlyPoolAlloc(AllocOnlyOf(pPool), cbRounded);
   if (pv == nullptr) {

@@ -108,8 +108,7 @@ bool MustFlush(const FwStreamBuffered* pBuff) {
 
 int32 FcStreamBuffered_method_Destroy(FwObj* pObj, FwErrorState* pErrState,
                                       int32 fCloseUnderlyingStream) {
-  FwAssert(pObj != nullptr, "NULL Object passed to Fw_msg_StreamDestroy");
-  if (pObj == nullptr) return 0;
+  if (!FwExpect(pObj != nullptr, "NULL Object passed to Fw_msg_StreamDestroy")) return 0;
   FwStreamBuffered* pBuff = Buffered(pObj);
   if (MustFlush(pBuff)) flushStreamBuffer(Underlying(pBuff), pBuff, pErrState);
   FwMemFreeAndClear(&pBuff->pBytes);
@@ -270,8 +269,7 @@ int32 FcStreamBuffered_method_StreamWrite(FwObj* pObj, FwErrorState* pErrState, 
 }
 
 int32 FcStreamBuffered_method_Write(FwObj* pObj, FwErrorState* pErrState, FwStrRecord* pStrRec) {
-  FwAssert(pObj != nullptr, "NULL Object passed to Fw_msg_Write");
-  if (pObj == nullptr) return -1;
+  if (!FwExpect(pObj != nullptr, "NULL Object passed to Fw_msg_Write")) return -1;
   return Fw_msg_StreamWrite(pObj, pErrState, pStrRec->pbz,
                             static_cast<uint32>(pStrRec->pbTerminator - pStrRec->pbz));
 }
@@ -300,8 +298,7 @@ void FcStreamBuffered_method_GetBufferRealPosition(FwObj* pObj, Vq32x2* pPositio
 
 void FcStreamBuffered_method_UnreadBytes(FwObj* pObj, FwErrorState* pErrorState,
                                          int32 numBytesToUnread) {
-  FwAssert(numBytesToUnread >= 0, "must be positive number of bytes to unread");
-  if (numBytesToUnread < 0) return;
+  if (!FwExpect(numBytesToUnread >= 0, "must be positive number of bytes to unread")) return;
   FwStreamBuffered* pBuff = Buffered(pObj);
   if (numBytesToUnread <= BytesTaken(pBuff)) {
     pBuff->pCurrentPosition -= numBytesToUnread;
@@ -431,12 +428,9 @@ int32 Fw_msg_ReadLine(FwObj* pObj, FwErrorState* pErrState, FwStrRecord* pStrRec
 }
 
 int32 Fw_msg_Write(FwObj* pObj, FwErrorState* pErrState, FwStrRecord* pStrRec) {
-  FwAssert(pObj != nullptr, "NULL Object passed to Fw_msg_Write");
-  if (pObj == nullptr) return -1;
+  if (!FwExpect(pObj != nullptr, "NULL Object passed to Fw_msg_Write")) return -1;
   FwStreamCore* pStream = Core(pObj);
-  const bool entered = pStream->reentrancy == 0;
-  FwAssert(entered, "reentrancy  in StreamWrite");
-  if (!entered) {
+  if (!FwExpect(pStream->reentrancy == 0, "reentrancy  in StreamWrite")) {
     pStream->fError = 1;
     return -1;
   }

@@ -20,11 +20,10 @@ FwObj* FcStreamCore_method_Create(FwObj* pObj, const FwClassRecord* pClassRecord
     pObj = FwClassAlloc(pClassRecord, ALLOC_MUST_SUCCEED);
     if (pObj == nullptr) return nullptr;
   }
-  const bool oneWay = (openFlags & FW_OPEN_RDWR) == 0;
-  FwAssert(oneWay, "Cannot support readable and writable streams for now");
-  if (!oneWay) return Refuse(pObj, pErrState, fwErrorNumericValue);
-  FwAssert(pErrState != nullptr, "Cannot have NULL ErrorState");
-  if (pErrState == nullptr) {
+  if (!FwExpect((openFlags & FW_OPEN_RDWR) == 0,
+                "Cannot support readable and writable streams for now"))
+    return Refuse(pObj, pErrState, fwErrorNumericValue);
+  if (!FwExpect(pErrState != nullptr, "Cannot have NULL ErrorState")) {
     FwMemFree(pObj);
     return nullptr;
   }
@@ -104,8 +103,7 @@ int32 Fw_msg_StreamExtent(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset)
 }
 
 int32 Fw_msg_StreamDestroy(FwObj* pObj, FwErrorState* pErrState, int32 fCloseUnderlyingStream) {
-  FwAssert(pObj != nullptr, "NULL Object passed to Fw_msg_StreamDestroy");
-  if (pObj == nullptr) return 0;
+  if (!FwExpect(pObj != nullptr, "NULL Object passed to Fw_msg_StreamDestroy")) return 0;
   auto* method =
       FwClassFindMethodAs<Fw_msg_StreamDestroy_Fn>(_Fw_msg_StreamDestroy_Handle, FwClassOf(pObj));
   return method == nullptr ? 0 : method(pObj, pErrState, fCloseUnderlyingStream);

@@ -39,8 +39,7 @@ bool IsOpen(FwObj* pObj) {
 FwObj* FcStreamIOFile_method_Create(FwObj* pObj, const FwClassRecord* pClassRecord,
                                     FwErrorState* pErrState, uint32 openFlags,
                                     FwTextString ptbzFilename) {
-  FwAssert(pErrState != nullptr, "Cannot use NULL ErrorState");
-  if (pErrState == nullptr) return nullptr;
+  if (!FwExpect(pErrState != nullptr, "Cannot use NULL ErrorState")) return nullptr;
   if (pObj == nullptr) {
     pObj = FwClassAlloc(pClassRecord, ALLOC_MUST_SUCCEED);
     if (pObj == nullptr) return nullptr;

@@ -92,26 +92,21 @@ void fill_and_truncate(FwStrRecord* pRecord, const FwByte* pb) {
 }  // namespace
 
 void FwStrRecordOpen(FwStrRecord* pRecord) {
-  FwAssert(pRecord != nullptr, "No record to Init");
-  if (pRecord == nullptr) return;
+  if (!FwExpect(pRecord != nullptr, "No record to Init")) return;
   open_growing(pRecord, kFirstSize);
 }
 
 void FwStrRecordOpenSize(FwStrRecord* pRecord, uint32 cbSize) {
-  FwAssert(pRecord != nullptr, "No record to Init");
-  if (pRecord == nullptr) return;
+  if (!FwExpect(pRecord != nullptr, "No record to Init")) return;
   FwAssert(cbSize != 0, "Zero initial size");
   open_growing(pRecord, std::max<uint32>(cbSize, 1));
 }
 
 void FwStrRecordOpenOn(FwStrRecord* pRecord, FwString pb, uint32 cbSize) {
-  FwAssert(pRecord != nullptr, "No record to Init");
-  if (pRecord == nullptr) return;
+  if (!FwExpect(pRecord != nullptr, "No record to Init")) return;
   *pRecord = {};
-  FwAssert(pb != nullptr, "No initial byte string");
-  if (pb == nullptr) return;
-  FwAssert(cbSize != 0, "Can't have 0 size");
-  if (cbSize == 0) return;
+  if (!FwExpect(pb != nullptr, "No initial byte string")) return;
+  if (!FwExpect(cbSize != 0, "Can't have 0 size")) return;
   pRecord->pbz = pb;
   pRecord->pbLast = pb + cbSize - 1;
   pRecord->pbTerminator = pb + FcStrNSize(pb, cbSize) - 1;
@@ -120,11 +115,9 @@ void FwStrRecordOpenOn(FwStrRecord* pRecord, FwString pb, uint32 cbSize) {
 }
 
 FwString FwStrRecordClose(FwStrRecord* pRecord) {
-  FwAssert(pRecord != nullptr, "NULL param");
-  if (pRecord == nullptr) return nullptr;
+  if (!FwExpect(pRecord != nullptr, "NULL param")) return nullptr;
   FwString pbz = pRecord->pbz;
-  FwAssert(pbz != nullptr, "NULL buffer from closed record");
-  if (pbz == nullptr) return nullptr;
+  if (!FwExpect(pbz != nullptr, "NULL buffer from closed record")) return nullptr;
   if (!pRecord->fFixed && pRecord->pbTerminator != pRecord->pbLast) {
     const size_t cbSize = length_of(pRecord) + 1;
     pbz = static_cast<FwString>(FwMemAlloc(cbSize, ALLOC_MUST_SUCCEED | INIT_NONE));
@@ -166,10 +159,8 @@ size_t FcStrGetGrowBufferSize(size_t cbRequest) {
 void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!is_open(pRecord)) return;
-  FwAssert(!pRecord->fFixed, "Can't resize fixed record");
-  if (pRecord->fFixed) return;
-  FwAssert(cbSize != 0, "Never resize to 0");
-  if (cbSize == 0) return;
+  if (!FwExpect(!pRecord->fFixed, "Can't resize fixed record")) return;
+  if (!FwExpect(cbSize != 0, "Never resize to 0")) return;
 
   const size_t cbCapacity = static_cast<size_t>(pRecord->pbLast - pRecord->pbz) + 1;
   if (cbSize == cbCapacity) return;
@@ -196,8 +187,7 @@ void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
 uint32 FwStrPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!is_open(pRecord)) return 0;
-  FwAssert(tc != 0, "Attempt to insert zero text character");
-  if (tc == 0 || pRecord->fTruncated) return 0;
+  if (!FwExpect(tc != 0, "Attempt to insert zero text character") || pRecord->fTruncated) return 0;
 
   FwTextByte ab[6];
   const uint32 cb = FwCharacterToUTF8(tc, ab);
@@ -216,8 +206,7 @@ uint32 FwStrPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc) {
 uint32 FwStrPutTextString(FwStrRecord* pRecord, FwTextString ptbz) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!is_open(pRecord)) return 0;
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr || pRecord->fTruncated) return 0;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz") || pRecord->fTruncated) return 0;
 
   const size_t cbLength = strlen_of(ptbz);
   if (ensure_room(pRecord, cbLength + 1, cbLength + 1)) {
@@ -253,8 +242,7 @@ uint32 FwStrNPutTextString(FwStrRecord* pRecord, FwTextByte* ptb, uint32 cbLengt
     // Looked at beforehand: the text needn't be terminated.
     if (std::max<uint32>(FcUTF8LeadLength(*ptb), 1) > static_cast<size_t>(ptbEnd - ptb)) break;
     const FwTextCharacter tc = FwStrGetTextCharacter(&ptb);
-    FwAssert(tc != 0, "Wasn't expecting terminator");
-    if (tc == 0) break;
+    if (!FwExpect(tc != 0, "Wasn't expecting terminator")) break;
     cbAdded += FwStrPutTextCharacter(pRecord, tc);
   }
   FwAssert(cbAdded <= cbSource, "Put too much in");
@@ -279,8 +267,7 @@ uint32 FwStrPutRawByte(FwStrRecord* pRecord, FwRawByte rb) {
 uint32 FwStrPutRawString(FwStrRecord* pRecord, FwRawString prbz) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!is_open(pRecord)) return 0;
-  FwAssert(prbz != nullptr, "No raw byte string to put");
-  if (prbz == nullptr || pRecord->fTruncated) return 0;
+  if (!FwExpect(prbz != nullptr, "No raw byte string to put") || pRecord->fTruncated) return 0;
 
   const size_t cbLength = strlen_of(prbz);
   if (ensure_room(pRecord, cbLength + 1, cbLength + 1)) {
@@ -295,8 +282,7 @@ uint32 FwStrPutRawString(FwStrRecord* pRecord, FwRawString prbz) {
 uint32 FwStrNPutRawString(FwStrRecord* pRecord, FwRawByte* prb, uint32 cbLength) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!is_open(pRecord)) return 0;
-  FwAssert(prb != nullptr, "No raw byte string to put");
-  if (prb == nullptr || pRecord->fTruncated) return 0;
+  if (!FwExpect(prb != nullptr, "No raw byte string to put") || pRecord->fTruncated) return 0;
 
   const uint32 cbSize = FcStrNSize(prb, cbLength);
   if (cbSize == 0) return 0;
@@ -335,8 +321,7 @@ uint32 FcStrRecordInsertCharacter(FwStrRecord* pRecord, uint32 nPosition, FwText
   FwAssert(pRecord != nullptr, "NULL param");
   if (!is_open(pRecord)) return 0;
   const size_t cbLength = length_of(pRecord);
-  FwAssert(nPosition < cbLength + 1, "Bad position");
-  if (nPosition > cbLength) return 0;
+  if (!FwExpect(nPosition < cbLength + 1, "Bad position")) return 0;
   if (nPosition == cbLength) return FwStrPutTextCharacter(pRecord, tc);
 
   FwTextByte ab[6];
@@ -350,8 +335,7 @@ uint32 FcStrRecordInsertCharacter(FwStrRecord* pRecord, uint32 nPosition, FwText
 }
 
 uint32 FcStrNSize(FwByte* pabBuffer, uint32 cbSize) {
-  FwAssert(cbSize != 0, "No cbSize");
-  if (cbSize == 0) return 0;
+  if (!FwExpect(cbSize != 0, "No cbSize")) return 0;
   const void* pvZero = std::memchr(pabBuffer, 0, cbSize);
   return pvZero == nullptr
              ? cbSize
@@ -359,10 +343,8 @@ uint32 FcStrNSize(FwByte* pabBuffer, uint32 cbSize) {
 }
 
 int32 FwStrNCpy(FwTextString ptbzDest, FwTextString ptbzSrc, uint32 sizeDest) {
-  FwAssert(sizeDest != 0, "zero destination size");
-  if (sizeDest == 0) return 0;
-  FwAssert(ptbzDest != nullptr, "NULL ptbz");
-  if (ptbzDest == nullptr) return 0;
+  if (!FwExpect(sizeDest != 0, "zero destination size")) return 0;
+  if (!FwExpect(ptbzDest != nullptr, "NULL ptbz")) return 0;
   ptbzDest[0] = 0;
   FwStrRecord record;
   FwStrRecordOpenOn(&record, ptbzDest, sizeDest);

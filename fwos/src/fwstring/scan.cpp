@@ -101,8 +101,7 @@ int32 StrToInteger(FwTextString* pptbz, uint32 nBase, T* pnResult,
   FwAssert(pptbz != nullptr && pnResult != nullptr, "NULL param");
   if (pnResult != nullptr) *pnResult = 0;
   if (pptbz == nullptr || pnResult == nullptr) return 0;
-  FwAssert(nBase >= 2, "Bad base");
-  if (nBase < 2) return 0;
+  if (!FwExpect(nBase >= 2, "Bad base")) return 0;
   T value;
   if (!pfnScan(pptbz, nBase, &value, 1)) return 0;
   *pnResult = value;
@@ -117,10 +116,8 @@ int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
   FwAssert(pnResult != nullptr, "NULL pnResult");
   if (pnResult != nullptr) *pnResult = 0;
   if (pptbz == nullptr || pnResult == nullptr) return 0;
-  FwAssert(*pptbz != nullptr, "NULL ptbz");
-  if (*pptbz == nullptr) return 0;
-  FwAssert(nBase != 1, "Bad base");
-  if (nBase == 1) return 0;
+  if (!FwExpect(*pptbz != nullptr, "NULL ptbz")) return 0;
+  if (!FwExpect(nBase != 1, "Bad base")) return 0;
 
   FwTextByte* ptb = skip_white_space(*pptbz);
   const bool fNegative = *ptb == '-';
@@ -169,8 +166,7 @@ int32 FcStrScanInt(FwTextString* pptbz, uint32 nBase, int32* pnResult, int32 fUs
   FwAssert(pnResult != nullptr, "NULL pnResult");
   if (pnResult != nullptr) *pnResult = 0;
   if (pptbz == nullptr || pnResult == nullptr) return 0;
-  FwAssert(*pptbz != nullptr, "NULL ptbz");
-  if (*pptbz == nullptr) return 0;
+  if (!FwExpect(*pptbz != nullptr, "NULL ptbz")) return 0;
 
   const bool fNegative = *skip_white_space(*pptbz) == '-';
   uint32 value;
@@ -197,8 +193,7 @@ int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int3
   FwAssert(pnResult != nullptr, "NULL pnResult");
   if (pnResult != nullptr) *pnResult = 0.0;
   if (pptbz == nullptr || pnResult == nullptr) return 0;
-  FwAssert(*pptbz != nullptr, "NULL ptbz");
-  if (*pptbz == nullptr) return 0;
+  if (!FwExpect(*pptbz != nullptr, "NULL ptbz")) return 0;
 
   FwTextByte* ptb = skip_white_space(*pptbz);
   const bool fNegative = *ptb == '-';

@@ -72,10 +72,8 @@ FwTextByte* find(FwTextByte* ptb, const Delimiters& delimiters, bool fWanted,
 }  // namespace
 
 FwTextString FwStrChr(FwTextString ptbz, FwTextCharacter tc) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return nullptr;
-  FwAssert(tc >= 0, "Invalid tc to find");
-  if (tc < 0) return nullptr;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
+  if (!FwExpect(tc >= 0, "Invalid tc to find")) return nullptr;
   if (tc < 0x80) return find_byte(ptbz, tc);
   FwTextByte* ptb = ptbz;
   for (;;) {
@@ -163,15 +161,15 @@ int32 FwStrEndsWith(FwTextByte* ptb1, FwTextByte* ptb2) {
 }
 
 int32 FwStrCompare(FwTextString ptbz1, FwTextString ptbz2) {
-  FwAssert(ptbz1 != nullptr && ptbz2 != nullptr, "NULL ptbz");
   // Null comes first, so that sorting stays defined.
-  if (ptbz1 == nullptr || ptbz2 == nullptr) return (ptbz1 != nullptr) - (ptbz2 != nullptr);
+  if (!FwExpect(ptbz1 != nullptr && ptbz2 != nullptr, "NULL ptbz"))
+    return (ptbz1 != nullptr) - (ptbz2 != nullptr);
   return std::strcmp(FWC(ptbz1), FWC(ptbz2));
 }
 
 int32 FwStrNCompare(FwTextString ptbz1, FwTextString ptbz2, uint32 cbLength) {
-  FwAssert(ptbz1 != nullptr && ptbz2 != nullptr, "NULL ptbz");
-  if (ptbz1 == nullptr || ptbz2 == nullptr) return (ptbz1 != nullptr) - (ptbz2 != nullptr);
+  if (!FwExpect(ptbz1 != nullptr && ptbz2 != nullptr, "NULL ptbz"))
+    return (ptbz1 != nullptr) - (ptbz2 != nullptr);
   return std::strncmp(FWC(ptbz1), FWC(ptbz2), cbLength);
 }
 

@@ -32,28 +32,24 @@ struct SeparatorText {
 }  // namespace
 
 FwTextString FwStrDuplicate(FwTextString ptbz) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return nullptr;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
   return copy_bytes(ptbz, std::strlen(FWC(ptbz)), ALLOC_MUST_SUCCEED);
 }
 
 FwTextString FwStrNDuplicate(FwTextString ptbz, int cbLength) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return nullptr;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
   FwAssert(cbLength >= 0, "Bad cbLength");
   const auto cbMost = static_cast<size_t>(std::max(cbLength, 0));
   return copy_bytes(ptbz, strnlen(FWC(ptbz), cbMost), ALLOC_MUST_SUCCEED);
 }
 
 FwTextString FwStrDuplicateFailNull(FwTextString ptbz) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return nullptr;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
   return copy_bytes(ptbz, std::strlen(FWC(ptbz)), ALLOC_MAY_FAIL);
 }
 
 void FwStrTextSplit(FwTextString ptbz, FwTextString sep, FwVector* pvBuff) {
-  FwAssert(pvBuff != nullptr, "NULL param");
-  if (pvBuff == nullptr) return;
+  if (!FwExpect(pvBuff != nullptr, "NULL param")) return;
   FwTextString const ptbzCopy = FwStrDuplicate(ptbz);
   // Kept: without a separator the copy is never freed.
   if (ptbzCopy == nullptr || sep == nullptr) return;
@@ -70,8 +66,7 @@ void FwStrTextSplitByChar(FwTextString ptbz, FwTextCharacter sep, FwVector* pvBu
 }
 
 int32 FwStrTextJoin(FwVector* pvsb, int32 n, FwTextString sep, FwStrRecord* record) {
-  FwAssert(pvsb != nullptr && record != nullptr, "NULL param");
-  if (pvsb == nullptr || record == nullptr) return 0;
+  if (!FwExpect(pvsb != nullptr && record != nullptr, "NULL param")) return 0;
   const int32 nAll = FwVectorLength(pvsb);
   if (n < 1 || n > nAll) n = nAll;
   for (int32 i = 0; i < n; i++) {

@@ -26,11 +26,9 @@ FwTextByte* skip_ascii(FwTextByte* ptb, const FwTextByte* ptbEnd) {
 }  // namespace
 
 FwTextCharacter FwStrGetTextCharacter(FwTextByte** pptb) {
-  FwAssert(pptb != nullptr, "NULL pptb");
-  if (pptb == nullptr) return 0;
+  if (!FwExpect(pptb != nullptr, "NULL pptb")) return 0;
   FwTextByte* ptb = *pptb;
-  FwAssert(ptb != nullptr, "NULL *pptb");
-  if (ptb == nullptr) return 0;
+  if (!FwExpect(ptb != nullptr, "NULL *pptb")) return 0;
   if (*ptb < 0x80) {
     *pptb = ptb + 1;
     return *ptb;
@@ -81,8 +79,7 @@ FwTextByte* FcTextCharacterOffset(FwTextString ptbzStart, FwTextByte* ptb, int32
 }
 
 uint32 FwStrCountCharacters(FwTextString ptbz) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return 0;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return 0;
   uint32 n = 0;
   for (; *ptbz != 0; ptbz++)
     n += (*ptbz & 0xC0) != 0x80;
@@ -94,8 +91,7 @@ uint32 FwStrGetByteType(FwTextByte tb) {
 }
 
 int32 FwStrValidate(FwTextString ptbz) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return 0;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return 0;
   FwTextByte* ptb = ptbz;
   FwTextCharacter tc;
   do {
@@ -106,8 +102,7 @@ int32 FwStrValidate(FwTextString ptbz) {
 }
 
 int32 fFcStrWellTerminated(FwTextString ptbz, FwTextByte** pptbFirstBadChar) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  if (ptbz == nullptr) return 0;
+  if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return 0;
   return fFcStrNWellTerminated(ptbz, static_cast<uint32>(std::strlen(FWC(ptbz))), pptbFirstBadChar);
 }
 
@@ -130,8 +125,7 @@ FcStrCheck FcStrCheckCharacters(FwTextByte* ptb, uint32 cbLength) {
 }
 
 int32 fFcStrNWellTerminated(FwTextString ptb, uint32 cbLength, FwTextByte** pptbFirstBadChar) {
-  FwAssert(ptb != nullptr, "NULL ptb");
-  if (ptb == nullptr) return 0;
+  if (!FwExpect(ptb != nullptr, "NULL ptb")) return 0;
   const FcStrCheck check = FcStrCheckCharacters(ptb, cbLength);
   if (!check.fWellTerminated && pptbFirstBadChar != nullptr) *pptbFirstBadChar = check.ptbEnd;
   return check.fWellTerminated;
@@ -146,8 +140,7 @@ int32 FwStrIsDigit(FwTextCharacter tc) {
 }
 
 FwTextCharacter FwStrSkipWhiteSpace(FwTextByte** pptb) {
-  FwAssert(pptb != nullptr, "NULL pptb");
-  if (pptb == nullptr) return 0;
+  if (!FwExpect(pptb != nullptr, "NULL pptb")) return 0;
   FwTextCharacter tc;
   do {
     tc = FwStrGetTextCharacter(pptb);

@@ -64,8 +64,7 @@ int32 FcStrStripMarkers(FwStrRecord* prcd) {
 }
 
 void FcStrRecordDeleteAt(FwStrRecord* prcd, FwTextByte* ptbzDelete) {
-  FwAssert(ptbzDelete < prcd->pbTerminator, "Bad iDeleteAt");
-  if (ptbzDelete >= prcd->pbTerminator) return;
+  if (!FwExpect(ptbzDelete < prcd->pbTerminator, "Bad iDeleteAt")) return;
   std::memmove(ptbzDelete, ptbzDelete + 1,
                static_cast<std::size_t>(prcd->pbTerminator - ptbzDelete));
   prcd->pbTerminator--;

@@ -88,8 +88,7 @@ void FcPrfDestroyContext(FcPrfContext* pctpr) {
 uint32 FcStrVPrintf(FwStrRecord* pRecord, int32 fMessage, int32 fLocalisedNumerics,
                     FwTextString ptbzFormat, va_list VaList) {
   FwAssert(fMessage == 0 || fMessage == 1, "Bad fMessage");
-  FwAssert(ptbzFormat != nullptr, "No format string");
-  if (ptbzFormat == nullptr) return 0;
+  if (!FwExpect(ptbzFormat != nullptr, "No format string")) return 0;
   FcPrfArgIterator iterator;
   iterator.nType = kFcPrfVaList;
   iterator.iList = 0;
@@ -100,8 +99,7 @@ uint32 FcStrVPrintf(FwStrRecord* pRecord, int32 fMessage, int32 fLocalisedNumeri
 }
 
 uint32 FcPrfPrintArgList(FwStrRecord* pRecord, FwTextString ptbzFormat, FcStrArgList* pArgList) {
-  FwAssert(ptbzFormat != nullptr, "No format string");
-  if (ptbzFormat == nullptr) return 0;
+  if (!FwExpect(ptbzFormat != nullptr, "No format string")) return 0;
   FcPrfArgIterator iterator;
   iterator.nType = kFcPrfArgList;
   iterator.iList = 0;

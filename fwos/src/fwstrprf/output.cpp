@@ -145,8 +145,7 @@ bool FcPrfProcessDoubleArg(FcPrfContext* pctpr, FcStrFormatSpec* pFormat, FwStrR
 }
 
 bool FcPrfProcessPointerArg(FcPrfContext* pctpr, FcStrFormatSpec* pFormat, FwStrRecord* pRecord) {
-  FwAssert(pFormat->cbFormatSpecLength <= kFcPrfMaxPointerItem, "Overflow");
-  if (pFormat->cbFormatSpecLength > kFcPrfMaxPointerItem) return true;
+  if (!FwExpect(pFormat->cbFormatSpecLength <= kFcPrfMaxPointerItem, "Overflow")) return true;
   // Kept: the item goes to the C library as it stands, though that knows neither %P nor positions.
   // Such text it copies to its output.
   if (pFormat->bTypeName != 'p' || pFormat->nPosition != -1) {

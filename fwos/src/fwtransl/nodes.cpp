@@ -66,8 +66,7 @@ int32 FcTranslCountLockedNodesCallback(FwHashEntry* pEntry, void* pContext, FwEr
 }  // namespace
 
 FwTextString FcTranslNodeEnglish(FcTranslNode* pNode) {
-  FwAssert(pNode->pbData != nullptr, "Node data not loaded!");
-  return pNode->pbData == nullptr ? nullptr : pNode->pbData + 1;
+  return FwExpect(pNode->pbData != nullptr, "Node data not loaded!") ? pNode->pbData + 1 : nullptr;
 }
 
 FwTextString FcTranslNodeLocal(FcTranslNode* pNode) {
@@ -88,8 +87,8 @@ FcTranslNode* FcTranslGetNextNode(FcTranslFile* pFile) {
 }
 
 int32 FcTranslNodeInitData(FcTranslNode* pNode) {
-  FwAssert(pNode->pbData == nullptr, "FcTranslNodeInitData: Node data already loaded");
-  if (pNode->pbData != nullptr) return 0;
+  if (!FwExpect(pNode->pbData == nullptr, "FcTranslNodeInitData: Node data already loaded"))
+    return 0;
   std::size_t cbEnglish = std::strlen(FWC(FcTransEnglishRecord.pbz)) + 1;
   std::size_t cbLocal = std::strlen(FWC(FcTransLocalRecord.pbz)) + 1;
   FwByte* pbData =
@@ -122,8 +121,7 @@ int32 FcTranslHashAddNode(FwHashEntry* pEntry, void* key, void* value, int32 fNe
     pEntry->key = key;
     pEntry->value = nullptr;
   }
-  FwAssert(pNew->pNext == nullptr, "FcTranslHashAddNode: internal error");
-  if (pNew->pNext != nullptr) return 1;
+  if (!FwExpect(pNew->pNext == nullptr, "FcTranslHashAddNode: internal error")) return 1;
   FcTranslNode* pHead = static_cast<FcTranslNode*>(pEntry->value);
   FcTranslNode* pFound = pHead;
   while (pFound != nullptr && !SameEnglish(pFound, pNew)) {
@@ -159,9 +157,9 @@ void FcTranslLockNode(FcTranslNode* pNode) {
 
 void FcTranslUnlockNode(FcTranslNode* pNode) {
   FwByte* pnLocks = &pNode->pbData[0];
-  FwAssert(*pnLocks != 0, "FcTranslUnlockNode: node is not locked");
   // At the limit locks were lost count of, so the node stays locked.
-  if (*pnLocks != 0 && *pnLocks != kLockLimit) --*pnLocks;
+  if (FwExpect(*pnLocks != 0, "FcTranslUnlockNode: node is not locked") && *pnLocks != kLockLimit)
+    --*pnLocks;
 }
 
 int32 FcTranslCountLockedNodes(FcTranslDatabase* pDatabase, FwTextString ptbzFileName) {

@@ -15,8 +15,7 @@ bool IsLineEnd(FwTextByte tb) {
 }
 
 bool IsGiven(FwTextString ptbz) {
-  FwAssert(ptbz != nullptr, "NULL ptbz");
-  return ptbz != nullptr;
+  return FwExpect(ptbz != nullptr, "NULL ptbz");
 }
 
 // Tries the templates that the text's first characters lead to.
