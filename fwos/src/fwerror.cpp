@@ -65,7 +65,7 @@ struct CatalogueRow {
   const char* pszFormat;
 };
 
-const CatalogueRow catalogue[] = {
+const CatalogueRow kCatalogue[] = {
     {fwErrorRoot, nullptr, "Error: Uncategorized error"},
     {fwErrorParameter, fwErrorRoot, "Error: Parameter rejected"},
     {fwErrorPointer, fwErrorParameter, "Error: Pointer parameter rejected"},
@@ -158,7 +158,7 @@ FwObj* Fw_msg_CreateError(FwObj* pObj, FwObj* pParent, FwObj* pAfterThis, FwText
 }
 
 void FcErrorInit() {
-  for (const CatalogueRow& row : catalogue) {
+  for (const CatalogueRow& row : kCatalogue) {
     Fw_msg_CreateError(row.pError, row.pParent,
                        row.pParent == nullptr ? nullptr : FW_TREE_LINK_LAST, FWT(row.pszFormat));
   }

@@ -9,23 +9,23 @@
 
 namespace {
 
-bool is_surrogate(FwUTF16Char uc) {
+bool IsSurrogate(FwUTF16Char uc) {
   return uc >= 0xD800 && uc <= 0xDFFF;
 }
-bool is_leading(FwUTF16Char uc) {
+bool IsLeading(FwUTF16Char uc) {
   return uc >= 0xD800 && uc <= 0xDBFF;
 }
-bool is_trailing(FwUTF16Char uc) {
+bool IsTrailing(FwUTF16Char uc) {
   return uc >= 0xDC00 && uc <= 0xDFFF;
 }
 
 // The units of the character at a place: a pair is cut short by the terminator.
-uint32 units_at(const FwUTF16Char* puc) {
-  return is_surrogate(puc[0]) && puc[1] != 0 ? 2 : 1;
+uint32 UnitsAt(const FwUTF16Char* puc) {
+  return IsSurrogate(puc[0]) && puc[1] != 0 ? 2 : 1;
 }
 
 // Appends at most cucInLength characters.
-uint32 put_characters(FwStrRecord* pRecord, FwUTF16Char* puc, uint32 cucInLength) {
+uint32 PutCharacters(FwStrRecord* pRecord, FwUTF16Char* puc, uint32 cucInLength) {
   uint32 cbAdded = 0;
   for (; cucInLength > 0 && *puc != 0; cucInLength--) {
     FwTextCharacter tc;
@@ -102,24 +102,24 @@ uint32 FwCharacterToUTF16(FwTextCharacter tc, FwUTF16Char* utf16) {
 
 uint32 FwUTF16ToCharacter(FwTextCharacter* tc, FwUTF16Char* utf16) {
   const FwUTF16Char uc = utf16[0];
-  if (!is_surrogate(uc)) {
+  if (!IsSurrogate(uc)) {
     *tc = uc;
     return 1;
   }
-  FwAssert(is_leading(uc), "Invalid UTF16 character (bad leading unit");
-  FwAssert(is_trailing(utf16[1]), "Invalid UTF16 character (bad second unit)");
+  FwAssert(IsLeading(uc), "Invalid UTF16 character (bad leading unit");
+  FwAssert(IsTrailing(utf16[1]), "Invalid UTF16 character (bad second unit)");
   // Kept: the second unit is stepped over and its bits are not used; what was converted so far must
   // convert alike.
   const uint32 bits = uc & 0x3FFu;
   *tc = static_cast<FwTextCharacter>(((bits << 10) | bits) + 0x10000);
-  return units_at(utf16);
+  return UnitsAt(utf16);
 }
 
 uint32 FwUTF16CountChars(FwUTF16String s) {
   if (!FwExpect(s != nullptr, "NULL param")) return 0;
   uint32 n = 0;
   while (s[n] != 0)
-    n += units_at(s + n);
+    n += UnitsAt(s + n);
   return n;
 }
 
@@ -167,7 +167,7 @@ FwTextString FwUTF16ToStrN(FwUTF16String pucz, uint32* pcbOutLength, uint32 cucI
   }
   FwStrRecord record;
   FwStrRecordOpen(&record);
-  const uint32 cbAdded = put_characters(&record, pucz, cucInLength);
+  const uint32 cbAdded = PutCharacters(&record, pucz, cucInLength);
   if (pcbOutLength != nullptr) *pcbOutLength = cbAdded;
   return FwStrRecordClose(&record);
 }
@@ -178,12 +178,12 @@ uint32 FwUTF16ToStrRec(FwStrRecord* pRecord, FwUTF16String pucz) {
 
 uint32 FwUTF16ToStrRecN(FwStrRecord* pRecord, FwUTF16String pucz, uint32 cucInLength) {
   if (!FwExpect(pucz != nullptr, "NULL param")) return 0;
-  return put_characters(pRecord, pucz, cucInLength);
+  return PutCharacters(pRecord, pucz, cucInLength);
 }
 
 uint32 FwUTF16CharValidate(FwUTF16Char* uc) {
   if (!FwExpect(uc != nullptr, "NULL param")) return 0;
-  return !is_surrogate(uc[0]) || (is_leading(uc[0]) && is_trailing(uc[1]));
+  return !IsSurrogate(uc[0]) || (IsLeading(uc[0]) && IsTrailing(uc[1]));
 }
 
 uint32 FwUTF16Validate(FwValidate fix, FwUTF16String* pbzOriginal) {
@@ -198,7 +198,7 @@ uint32 FwUTF16Validate(FwValidate fix, FwUTF16String* pbzOriginal) {
   while ((*pbzOriginal)[i] != 0) {
     FwUTF16String const pucz = *pbzOriginal;
     if (FwUTF16CharValidate(pucz + i)) {
-      i += units_at(pucz + i);
+      i += UnitsAt(pucz + i);
       continue;
     }
     if (fix == FWVALIDATE_RETURN) return 0;

@@ -9,24 +9,24 @@
 
 namespace {
 
-void* unset_mark() {
+void* UnsetMark() {
   return reinterpret_cast<void*>(kFwVectorUnset);
 }
 
-void** alloc_slots(size_t nSlots) {
+void** AllocSlots(size_t nSlots) {
   return static_cast<void**>(FwMemAlloc(nSlots * sizeof(void*), ALLOC_MUST_SUCCEED | INIT_NONE));
 }
 
 // Sorts slots with scratch room for as many. Halves are split with the smaller one first, and the
 // left one wins ties.
-void merge_sort(void** pSlots, size_t n, void** pScratch, FwVectorCompareFn* pfnCompare) {
+void MergeSort(void** pSlots, size_t n, void** pScratch, FwVectorCompareFn* pfnCompare) {
   if (n < 2) return;
   const size_t n1 = n / 2;
   const size_t n2 = n - n1;
   void** pLeft = pSlots;
   void** pRight = pSlots + n1;
-  merge_sort(pLeft, n1, pScratch, pfnCompare);
-  merge_sort(pRight, n2, pScratch, pfnCompare);
+  MergeSort(pLeft, n1, pScratch, pfnCompare);
+  MergeSort(pRight, n2, pScratch, pfnCompare);
 
   void** const pLeftEnd = pRight;
   void** const pRightEnd = pSlots + n;
@@ -46,8 +46,8 @@ void FwVectorOpen(FwVector* pVector, int32 nSize) {
   nSize = std::max(nSize, 1);
   pVector->nCurrentSize = 0;
   pVector->nCurrentAllocSize = nSize;
-  pVector->pElements = alloc_slots(static_cast<size_t>(nSize));
-  std::fill_n(pVector->pElements, nSize, unset_mark());
+  pVector->pElements = AllocSlots(static_cast<size_t>(nSize));
+  std::fill_n(pVector->pElements, nSize, UnsetMark());
   pVector->state = FW_VECTOR_OPEN;
 }
 
@@ -62,7 +62,7 @@ void FwVectorAbandon(FwVector* pVector, int32 fFreeElements) {
   if (pVector->pElements != nullptr) {
     if (fFreeElements) {
       for (int32 i = pVector->nCurrentSize - 1; i >= 0; i--) {
-        if (pVector->pElements[i] != unset_mark()) FwMemFree(pVector->pElements[i]);
+        if (pVector->pElements[i] != UnsetMark()) FwMemFree(pVector->pElements[i]);
       }
     }
     FwMemFree(pVector->pElements);
@@ -89,10 +89,10 @@ void FwVectorInsertElement(FwVector* pVector, void* pElement, int32 nPosition) {
   const int64 newSize = int64{std::max(pVector->nCurrentSize, nPosition)} + 1;
   if (newSize > pVector->nCurrentAllocSize) {
     const int64 newAllocSize = newSize < 10 ? 20 : newSize + newSize / 2;
-    void** pNew = alloc_slots(static_cast<size_t>(newAllocSize));
+    void** pNew = AllocSlots(static_cast<size_t>(newAllocSize));
     void** pOld = pVector->pElements;
     void** pRest = std::copy_n(pOld, pVector->nCurrentAllocSize, pNew);
-    std::fill(pRest, pNew + newAllocSize, unset_mark());
+    std::fill(pRest, pNew + newAllocSize, UnsetMark());
     pVector->nCurrentAllocSize = static_cast<int32>(newAllocSize);
     pVector->pElements = pNew;
     FwMemFree(pOld);
@@ -119,14 +119,14 @@ void FwVectorRemoveElement(FwVector* pVector, int32 nPosition) {
   void** pEnd = pVector->pElements + pVector->nCurrentSize;
   std::copy(pSlot + 1, pEnd, pSlot);
   pVector->nCurrentSize--;
-  pVector->pElements[pVector->nCurrentSize] = unset_mark();
+  pVector->pElements[pVector->nCurrentSize] = UnsetMark();
 }
 
 void* FwVectorGetElement(FwVector* pVector, int32 nPosition) {
   FwAssert(pVector->state == FW_VECTOR_OPEN, "Cannot get element from vector that is not open");
   if (pVector->pElements == nullptr) return nullptr;
-  void* pElement = nPosition < 0 ? unset_mark() : pVector->pElements[nPosition];
-  FwAssert(pElement != unset_mark(), "Getting an uninitialized element from a vector");
+  void* pElement = nPosition < 0 ? UnsetMark() : pVector->pElements[nPosition];
+  FwAssert(pElement != UnsetMark(), "Getting an uninitialized element from a vector");
   return nPosition < 0 ? nullptr : pElement;
 }
 
@@ -135,12 +135,12 @@ void* FwVectorGetElement(FwVector* pVector, int32 nPosition) {
 void FwVectorQSort(FwVector* pVector, FwVectorCompareFn* pfnCompare) {
   if (pVector->pElements == nullptr) return;
   for (int32 i = pVector->nCurrentSize - 1; i >= 0; i--)
-    FwAssert(pVector->pElements[i] != unset_mark(), "Sorting a vector with unset elements");
+    FwAssert(pVector->pElements[i] != UnsetMark(), "Sorting a vector with unset elements");
   if (pVector->nCurrentSize < 2) return;
   const auto n = static_cast<size_t>(pVector->nCurrentSize);
   void* aOnStack[64];
-  void** pScratch = n <= std::size(aOnStack) ? aOnStack : alloc_slots(n);
-  merge_sort(pVector->pElements, n, pScratch, pfnCompare);
+  void** pScratch = n <= std::size(aOnStack) ? aOnStack : AllocSlots(n);
+  MergeSort(pVector->pElements, n, pScratch, pfnCompare);
   if (pScratch != aOnStack) FwMemFree(pScratch);
 }
 

@@ -144,7 +144,7 @@ enum STATE {
   st_final,
 };
 
-constexpr START_RULE<DFA> starts[] = {
+constexpr START_RULE<DFA> kStarts[] = {
     {st_init, "PARTLIST", st_in_partlist, start_partlist},
     {st_in_partlist, "PARTSPEC", st_partspec_start, start_partspec},
     {st_partspec_start, "PATTERN", st_in_pattern, start_condition, st_partspec_middle},
@@ -158,7 +158,7 @@ constexpr START_RULE<DFA> starts[] = {
     {st_in_file, "PACK", st_in_pack, start_pack, st_in_file},
 };
 
-constexpr END_RULE<DFA> ends[] = {
+constexpr END_RULE<DFA> kEnds[] = {
     {st_in_partlist, "PARTLIST", st_final},
     {st_partspec_end, "PARTSPEC", st_in_partlist, end_partspec},
     {st_in_pattern, "PATTERN", kReturn, end_pattern},
@@ -170,15 +170,15 @@ constexpr END_RULE<DFA> ends[] = {
     {st_in_pack, "PACK", kReturn},
 };
 
-constexpr MACHINE machine{starts, ends, st_error, st_final, 1};
+constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 
 }  // namespace
 
 WH_PARTLIST* read_partlist(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS flags) {
   DFA dfa;
   dfa.flags = flags;
-  PARSER parser{&dfa, start_element<machine>, end_element<machine>, doctype_element, nullptr};
-  int done = run_reader(err, file, &parser, machine.final, VQN_XML_ERROR);
+  PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, nullptr};
+  int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
   release_reader(&dfa);
   if (!done) {
     free_partspecs(&dfa.partspecs);

@@ -190,7 +190,7 @@ enum STATE {
   st_final = 100,
 };
 
-constexpr START_RULE<DFA> starts[] = {
+constexpr START_RULE<DFA> kStarts[] = {
     {st_initial, "PRODUCT-INFO", st_in_product, start_product_info, st_after_varieties},
     {st_initial, "VARIETIES", st_in_varieties, nullptr, st_final},
     {st_in_product, "DESCRIPTION", st_in_description, start_description},
@@ -201,7 +201,7 @@ constexpr START_RULE<DFA> starts[] = {
     {st_after_description, "VARIETIES", st_in_varieties},
 };
 
-constexpr END_RULE<DFA> ends[] = {
+constexpr END_RULE<DFA> kEnds[] = {
     {st_in_description, "DESCRIPTION", st_after_description, end_description},
     {st_in_varieties, "VARIETIES", kReturn},
     {st_in_variety, "VARIETY", st_in_varieties, end_variety},
@@ -210,7 +210,7 @@ constexpr END_RULE<DFA> ends[] = {
     {st_in_segment, "SEGMENT", st_in_variety, end_segment},
 };
 
-constexpr MACHINE machine{starts, ends, st_error, st_final, 1};
+constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 
 // The first element makes the record, whatever its name.
 void start_el(void* userData, const XML_Char* name, const XML_Char** atts) {
@@ -220,15 +220,15 @@ void start_el(void* userData, const XML_Char* name, const XML_Char** atts) {
     dfa->prodinfo->descriptions = make_descriptions();
     dfa->prodinfo->varieties = make_variety_seq();
   }
-  start_element<machine>(userData, name, atts);
+  start_element<kMachine>(userData, name, atts);
 }
 
 WH_PRODUCT_INFO* read_prodinfo_file(FwErrorState* err, WH_PRODUCT_NAME* prodname, FwTextString file,
                                     int optional, WH_XML_PARSE_FLAGS flags) {
   DFA dfa;
   dfa.flags = flags;
-  PARSER parser{&dfa, start_el, end_element<machine>, doctype_element, text_data};
-  int done = run_reader(err, file, &parser, machine.final, VQN_XML_ERROR);
+  PARSER parser{&dfa, start_el, end_element<kMachine>, doctype_element, text_data};
+  int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
   release_reader(&dfa);
   if (!done) {
     if (optional && is_ErrorNonExistent(err)) FwErrorClear(err);

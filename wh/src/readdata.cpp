@@ -14,7 +14,7 @@ struct BRACKET_CHECK {
   FwError* kind;
 };
 
-const BRACKET_CHECK bracket_checks[] = {
+const BRACKET_CHECK kBracketChecks[] = {
     {WH_XML_PF_ROUND_BRACKETS, whErrorRoundBrackets},
     {WH_XML_PF_SQUARE_BRACKETS, whErrorSquareBrackets},
     {WH_XML_PF_SQUIGGLY_BRACKETS, whErrorSquigglyBrackets},
@@ -120,7 +120,7 @@ void raise_located(ELEMENT* element, FwError* kind) {
 void check_brackets(ELEMENT* element) {
   WH_XML_PARSE_FLAGS faults = element->seen & element->user->dfa->flags;
   if (faults == 0) return;
-  for (const BRACKET_CHECK& check : bracket_checks)
+  for (const BRACKET_CHECK& check : kBracketChecks)
     if (faults & check.flag) raise_located(element, check.kind);
 }
 

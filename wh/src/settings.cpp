@@ -176,7 +176,7 @@ enum STATE {
   st_final = 20,
 };
 
-constexpr START_RULE<DFA> starts[] = {
+constexpr START_RULE<DFA> kStarts[] = {
     {st_initial, "ENV-SETTINGS", st_in_settings, start_settings},
     {st_in_settings, "ENV-GROUP", st_group_start, start_group},
     {st_group_start, "PATTERN", st_in_pattern, start_condition},
@@ -193,7 +193,7 @@ constexpr START_RULE<DFA> starts[] = {
     {st_remove_values, "VALUE", st_remove_value, start_text},
 };
 
-constexpr END_RULE<DFA> ends[] = {
+constexpr END_RULE<DFA> kEnds[] = {
     {st_in_settings, "ENV-SETTINGS", st_final},
     {st_in_pattern, "PATTERN", st_in_operations, end_pattern},
     {st_in_match, "MATCH", st_in_pattern, end_match},
@@ -211,7 +211,7 @@ constexpr END_RULE<DFA> ends[] = {
 };
 
 // No checks: expansion brackets are the normal content of these files.
-constexpr MACHINE machine{starts, ends, st_error, st_final, 0};
+constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 0};
 
 void expand_patterns(FwErrorState* err, FwVector* from, FwVector* to, WH_SYMTAB* symtab) {
   for (int i = 0; i < FwVectorLength(from); ++i) {
@@ -225,8 +225,8 @@ void expand_patterns(FwErrorState* err, FwVector* from, FwVector* to, WH_SYMTAB*
 WH_ENV_SETTINGS* read_env_settings(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS flags) {
   DFA dfa;
   dfa.flags = flags;
-  PARSER parser{&dfa, start_element<machine>, end_element<machine>, nullptr, text_data};
-  int done = run_reader(err, file, &parser, machine.final, VQN_XML_ERROR);
+  PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, nullptr, text_data};
+  int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
   release_reader(&dfa);
   if (!done) {
     free_env_op(&dfa.op);

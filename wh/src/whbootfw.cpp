@@ -12,7 +12,7 @@ FwBootContext boot_context;
 
 // The interrupt handler calls the exit function with no text. Nothing of the C library's streams
 // may be touched there; what is buffered is dropped, so that no half script is evaluated.
-[[noreturn]] void ExitFromSignal() {
+[[noreturn]] void exit_from_signal() {
   char text[512];
   std::size_t length = 0;
   const char* const pieces[] = {"\n", FWC(boot_context.control.ptbzAppName),
@@ -25,7 +25,7 @@ FwBootContext boot_context;
 }
 
 void fw_error(FwTextString mes) {
-  if (!mes) ExitFromSignal();
+  if (!mes) exit_from_signal();
   std::printf("\n%s: frameWork error - %s\n", FWC(boot_context.control.ptbzAppName), FWC(mes));
   std::exit(1);
 }

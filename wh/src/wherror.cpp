@@ -30,7 +30,7 @@ int wh_errors = 0;
 
 namespace {
 
-struct Kind {
+struct KIND {
   FwError* error;
   FwError* parent;
   const char* format;
@@ -38,7 +38,7 @@ struct Kind {
 
 // In the order of creation; each becomes the last child of its parent. Texts are exact, double
 // blanks included.
-const Kind kinds[] = {
+const KIND kKinds[] = {
     {whErrorNoValue, fwErrorRoot, "Error: %[0]t %[1]s is not defined in %[2]t %[3]s"},
     {whErrorMissing, fwErrorRoot, "Error: %[0]t %[1]s is missing from %[2]t %[3]s"},
     {whErrorCancel, fwErrorRoot, "Installation cancelled"},
@@ -68,7 +68,7 @@ const Kind kinds[] = {
     {whErrorDataStorage, fwErrorRoot, "Error:  data storage API error (%[0]t %[1]s)"},
 };
 
-FwTextString OrEmpty(FwTextString ptbz) {
+FwTextString or_empty(FwTextString ptbz) {
   return ptbz ? ptbz : FWT("");
 }
 
@@ -76,7 +76,7 @@ FwTextString OrEmpty(FwTextString ptbz) {
 
 void wh_init_errors() {
   xml_init_errors();
-  for (const Kind& kind : kinds)
+  for (const KIND& kind : kKinds)
     Fw_msg_CreateError(kind.error, kind.parent, FW_TREE_LINK_LAST, FWT(kind.format));
 }
 
@@ -87,8 +87,8 @@ void report_error(FwErrorState* err) {
   FwStrRecord record;
   FwStrRecordOpen(&record);
   FwStrPutTextString(&record, FWT("*** "));
-  FwStrPrintf(&record, 0, err->pError->ptbzFormat, OrEmpty(first.type), OrEmpty(first.name),
-              second.name ? OrEmpty(second.type) : FWT(""), OrEmpty(second.name));
+  FwStrPrintf(&record, 0, err->pError->ptbzFormat, or_empty(first.type), or_empty(first.name),
+              second.name ? or_empty(second.type) : FWT(""), or_empty(second.name));
   std::fprintf(stderr, "%s\n", FWC(record.pbz));
   FwStrRecordAbandon(&record);
   ++wh_errors;

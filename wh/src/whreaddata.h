@@ -7,12 +7,12 @@
 //   struct DFA : READER { ... };                       the record being built, and where it grows
 //   constexpr START_RULE<DFA> starts[] = {...};        rows in the order of their states
 //   constexpr END_RULE<DFA> ends[] = {...};
-//   constexpr MACHINE machine{starts, ends, st_error, st_final, 1};
+//   constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 //   ...
 //   DFA dfa;
 //   dfa.flags = flags;
-//   PARSER parser{&dfa, start_element<machine>, end_element<machine>, doctype_element, text_data};
-//   int done = run_reader(err, file, &parser, machine.final, VQN_XML_ERROR);
+//   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, text_data};
+//   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
 //   release_reader(&dfa);                              then, if not done, what was half built
 //
 // Text between elements is dropped; the text of an element that opens its record is kept byte for

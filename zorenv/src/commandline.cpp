@@ -13,7 +13,7 @@ namespace {
 
 // Kept: "--sys" stands in the first lines though only --system is accepted, and the fields of a
 // product stand in another order than they are read in.
-const char usage_text[] =
+const char kUsageText[] =
     "usage:\n       %s [-r root] [-u] <product>... [--and <product>...]...\n"
     "[--user|--sys|--proc] [--bat|--sh|--csh|--posh|--exec program [args]]\n"
     "\nwhere\n"
@@ -38,7 +38,7 @@ const char usage_text[] =
     "\nDefault is --posh on Unix, --system on Windows.\n";
 
 [[noreturn]] void usage(const COMMAND_LINE* line) {
-  std::printf(usage_text, line->program_name);
+  std::printf(kUsageText, line->program_name);
   output_taken();
   std::exit(1);
 }
@@ -148,7 +148,7 @@ struct LONG_OPTION {
   char letter;
 };
 
-const LONG_OPTION long_options[] = {
+const LONG_OPTION kLongOptions[] = {
     {"--and", 'A'},    {"--ignore-missing", 'i'}, {"--exec", 'X'},
     {"--system", 'S'}, {"--user", 'U'},           {"--proc", 'P'},
 };
@@ -158,7 +158,7 @@ struct OUTPUT_OPTION {
   int COMMAND_LINE::*flag;
 };
 
-const OUTPUT_OPTION output_options[] = {
+const OUTPUT_OPTION kOutputOptions[] = {
     {"--bat", &COMMAND_LINE::bat},
     {"--sh", &COMMAND_LINE::sh},
     {"--csh", &COMMAND_LINE::csh},
@@ -207,12 +207,12 @@ void read_option(COMMAND_LINE* line, ARGUMENTS* args, char letter) {
 }
 
 void read_long_option(COMMAND_LINE* line, ARGUMENTS* args) {
-  for (const OUTPUT_OPTION& option : output_options)
+  for (const OUTPUT_OPTION& option : kOutputOptions)
     if (std::strcmp(args->at(0), option.name) == 0) {
       line->*option.flag = 1;
       return args->consume(1);
     }
-  for (const LONG_OPTION& option : long_options)
+  for (const LONG_OPTION& option : kLongOptions)
     if (std::strcmp(args->at(0), option.name) == 0) return read_option(line, args, option.letter);
   usage(line);
 }

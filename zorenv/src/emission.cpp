@@ -16,12 +16,12 @@ struct DIALECT {
   const char* unset;
 };
 
-const DIALECT bat_dialect = {"", "set %s=%s\n", "set %s=\n"};
-const DIALECT sh_dialect = {"", "%s='%s'; export %s\n", "unset %s ;\n"};
-const DIALECT csh_dialect = {"", "setenv %s '%s' ;\n", "unsetenv %s ;\n"};
+const DIALECT kBatDialect = {"", "set %s=%s\n", "set %s=\n"};
+const DIALECT kShDialect = {"", "%s='%s'; export %s\n", "unset %s ;\n"};
+const DIALECT kCshDialect = {"", "setenv %s '%s' ;\n", "unsetenv %s ;\n"};
 // Kept: under a shell of the sh family the assignment runs through eval, so its value is parsed
 // twice.
-const DIALECT posh_dialect = {
+const DIALECT kPoshDialect = {
     "test $?shell = 1 && set setcmd=setenv && set eq=' ' && set unsetcmd=unsetenv;\n"
     "test $?shell != 1 && setcmd=eval && eq== && unsetcmd=unset;\n",
     "$setcmd %s$eq'%s' ;\ntest $?shell != 1 && export %s ;\n", "$unsetcmd %s ;\n"};
@@ -55,10 +55,10 @@ void print_difference(const DIALECT& dialect, WH_ENVIRON* oldenv, WH_ENVIRON* ne
   print_entries(&old_entries, print_del, {newenv, const_cast<char*>(dialect.unset)});
 }
 
-FwTextString Name(FwHashEntry* entry) {
+FwTextString name_of(FwHashEntry* entry) {
   return static_cast<FwTextString>(entry->key);
 }
-FwTextString Value(FwHashEntry* entry) {
+FwTextString value_of(FwHashEntry* entry) {
   return static_cast<FwTextString>(entry->value);
 }
 
@@ -66,20 +66,20 @@ FwTextString Value(FwHashEntry* entry) {
 
 int32 print_new(FwHashEntry* entry, void* context, FwErrorState*) {
   const auto* con = static_cast<print_context*>(context);
-  FwTextString old_value = wh_lookup_ev(Name(entry), con->env);
-  if (!old_value || !wh_env_equal(old_value, Value(entry)))
-    std::printf(con->fmt, Name(entry), Value(entry), Name(entry));
+  FwTextString old_value = wh_lookup_ev(name_of(entry), con->env);
+  if (!old_value || !wh_env_equal(old_value, value_of(entry)))
+    std::printf(con->fmt, name_of(entry), value_of(entry), name_of(entry));
   return 1;
 }
 
 int32 print_del(FwHashEntry* entry, void* context, FwErrorState*) {
   const auto* con = static_cast<print_context*>(context);
-  if (!wh_lookup_ev(Name(entry), con->env)) std::printf(con->fmt, Name(entry));
+  if (!wh_lookup_ev(name_of(entry), con->env)) std::printf(con->fmt, name_of(entry));
   return 1;
 }
 
 int32 printval(FwHashEntry* entry, void*, FwErrorState*) {
-  std::printf("%s=%s\n", FWC(Name(entry)), FWC(Value(entry)));
+  std::printf("%s=%s\n", FWC(name_of(entry)), FWC(value_of(entry)));
   return 1;
 }
 
@@ -91,19 +91,19 @@ void print_env(WH_ENVIRON* env) {
 }
 
 void print_bat(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
-  print_difference(bat_dialect, oldenv, newenv);
+  print_difference(kBatDialect, oldenv, newenv);
 }
 
 void print_sh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
-  print_difference(sh_dialect, oldenv, newenv);
+  print_difference(kShDialect, oldenv, newenv);
 }
 
 void print_csh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
-  print_difference(csh_dialect, oldenv, newenv);
+  print_difference(kCshDialect, oldenv, newenv);
 }
 
 void print_posh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
-  print_difference(posh_dialect, oldenv, newenv);
+  print_difference(kPoshDialect, oldenv, newenv);
 }
 
 void execute_program(FwErrorState* err, WH_ENVIRON* newenv, FwTextString program, FwVector* args) {

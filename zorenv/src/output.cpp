@@ -11,7 +11,7 @@
 
 namespace {
 
-const char output_name[] = "standard output";
+const char kOutputName[] = "standard output";
 
 using SIGNAL_HANDLER = void(int);
 
@@ -33,11 +33,11 @@ void report(int error) {
   FwStrRecord record;
   FwStrRecordOpen(&record);
   FwStrPutTextString(&record, FWT("*** "));
-  FwStrPrintf(&record, 0, kind->ptbzFormat, FWT("File"), FWT(output_name), FWT(""), FWT(""));
+  FwStrPrintf(&record, 0, kind->ptbzFormat, FWT("File"), FWT(kOutputName), FWT(""), FWT(""));
   // Many a kind has no place for a name.
-  const bool named = std::strstr(FWC(record.pbz), output_name) != nullptr;
+  const bool named = std::strstr(FWC(record.pbz), kOutputName) != nullptr;
   std::fprintf(stderr, "%s%s%s (%s)\n", FWC(record.pbz), named ? "" : ": ",
-               named ? "" : output_name, std::strerror(error));
+               named ? "" : kOutputName, std::strerror(error));
   FwStrRecordAbandon(&record);
 }
 

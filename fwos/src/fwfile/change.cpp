@@ -194,13 +194,13 @@ int32 WithAbsoluteNames(FwErrorState* pErrState, FwTextString ptbzOldname, FwTex
 }
 
 // Whether a name has the form that fits what it denotes.
-bool fFormFits(FwTextString ptbzName, const FwFileInfo& info) {
+bool FormFits(FwTextString ptbzName, const FwFileInfo& info) {
   return (FwFileEndsWithSeparator(ptbzName) != nullptr) == (info.type == FW_FILE_TYPE_DIRECTORY);
 }
 
 // Whether the new name is the very file that a link, the old name, leads to. The link in its place
 // would lead to itself, and the file would be gone.
-bool fLinkOntoItsTarget(FwTextString ptbzOld, const FwFileInfo& followed, FwTextString ptbzNew) {
+bool IsLinkOntoItsTarget(FwTextString ptbzOld, const FwFileInfo& followed, FwTextString ptbzNew) {
   FwErrorState err;
   FwFileInfo oldInfo;
   FwFileInfo newInfo;
@@ -227,12 +227,12 @@ bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzN
     FwErrorSet(pErrState, fwErrorNonExistent, 2, FWT("File"), ptbzOld);
     return false;
   }
-  if (!fFormFits(ptbzOld, info)) {
+  if (!FormFits(ptbzOld, info)) {
     FwErrorSet(pErrState, fwErrorOperationDenied, 0);
     return false;
   }
   // Without the flag a new name that exists is refused in any case.
-  if (!(flags & FW_FILE_OVERWRITE) || !fLinkOntoItsTarget(ptbzOld, info, ptbzNew)) return true;
+  if (!(flags & FW_FILE_OVERWRITE) || !IsLinkOntoItsTarget(ptbzOld, info, ptbzNew)) return true;
   FwErrorSet(pErrState, fwErrorAlreadyExists, 2, FWT("File"), ptbzNew);
   return false;
 }

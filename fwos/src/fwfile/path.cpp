@@ -25,7 +25,7 @@ uint32 Length(const FwStrRecord* pRecord) {
   return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
 }
 
-bool fEndsWithSeparator(const FwStrRecord* pRecord) {
+bool EndsWithSeparator(const FwStrRecord* pRecord) {
   return pRecord->pbTerminator != pRecord->pbz && pRecord->pbTerminator[-1] == kSeparator;
 }
 
@@ -36,7 +36,7 @@ FwTextString LastSeparator(FwTextString ptbz) {
 
 // Whether a path is one element of ASCII characters. Bytes beyond these are left to the string
 // unit: it reports those that are badly encoded.
-bool fIsPlainElement(FwTextString ptbzPath) {
+bool IsPlainElement(FwTextString ptbzPath) {
   if (!ptbzPath || !*ptbzPath) return false;
   for (FwTextString ptbz = ptbzPath; *ptbz; ++ptbz)
     if (*ptbz >= 0x80 || *ptbz == '/' || *ptbz == '\\' || *ptbz == ':') return false;
@@ -159,7 +159,7 @@ void FwFileRemoveLastPathElement(FwStrRecord* path) {
     return;
   }
   FwFileRemoveTrailingSeparatorRec(path);
-  while (path->pbTerminator != path->pbz && !fEndsWithSeparator(path)) {
+  while (path->pbTerminator != path->pbz && !EndsWithSeparator(path)) {
     ptbLast = path->pbTerminator;
     FwStrGetPreviousTextCharacter(path->pbz, &ptbLast);
     FwStrRecordShorten(path, static_cast<uint32>(ptbLast - path->pbz));
@@ -192,7 +192,7 @@ void FwFileNativeSeparators(FwStrRecord* pRecord) {
 
 int32 FwFileEnsureTrailingSeparator(FwStrRecord* pRecord) {
   if (!FwExpect(pRecord, "NULL") || pRecord->pbTerminator == pRecord->pbz ||
-      fEndsWithSeparator(pRecord))
+      EndsWithSeparator(pRecord))
     return 0;
   return FwStrPutTextCharacter(pRecord, kSeparator) != 0;
 }
@@ -214,7 +214,7 @@ int32 FwFileRemoveTrailingSeparator(FwTextString ptbzFilename) {
 
 // Kept: without the test for the root that the string form makes, so "/" becomes empty.
 int32 FwFileRemoveTrailingSeparatorRec(FwStrRecord* pRecord) {
-  if (!FwExpect(pRecord, "NULL") || !fEndsWithSeparator(pRecord)) return 0;
+  if (!FwExpect(pRecord, "NULL") || !EndsWithSeparator(pRecord)) return 0;
   FwStrRecordShorten(pRecord, Length(pRecord) - 1);
   return 1;
 }
@@ -231,7 +231,7 @@ void FwFilenameConcatenate(FwStrRecord* pRecord, FwTextString ptbzRel) {
 
 void FwFilenameConcatenateEx(FwStrRecord* dir, FwTextString path) {
   // Most are, and need no copy to be cut up.
-  if (fIsPlainElement(path)) {
+  if (IsPlainElement(path)) {
     FwFilenameConcatenate(dir, path);
     return;
   }

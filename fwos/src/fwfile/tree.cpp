@@ -46,7 +46,7 @@ bool Report(FwErrorState* err, FwObj* progress, FwTextString ptbzName) {
   return false;
 }
 
-bool fExists(FwTextString ptbzName) {
+bool Exists(FwTextString ptbzName) {
   FwErrorState err;
   const bool fFound = FwFileGetInfo(&err, ptbzName, nullptr, 0);
   FwErrorClear(&err);
@@ -66,13 +66,13 @@ uint32 FiFileAppleName(FwStrRecord* out, FwTextString path) {
 // ---------------------------------------------------------------------------------------------
 // Copying
 
-bool fSame(const FwFileInfo& info1, const FwFileInfo& info2) {
+bool IsSame(const FwFileInfo& info1, const FwFileInfo& info2) {
   return info1.platform.status.st_dev == info2.platform.status.st_dev &&
          info1.platform.status.st_ino == info2.platform.status.st_ino;
 }
 
 // As FwFileGetInfo, with what goes wrong left unsaid.
-bool fLook(FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
+bool Look(FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
   FwErrorState err;
   const bool fFound = FwFileGetInfo(&err, ptbzName, info, flags);
   FwErrorClear(&err);
@@ -81,17 +81,17 @@ bool fLook(FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
 
 // Whether the target is the source under another name, or what a link at the source leads to.
 // Removing it would take away the only copy.
-bool fIsSource(FwTextString ptbzOld, FwTextString ptbzNew) {
+bool IsSource(FwTextString ptbzOld, FwTextString ptbzNew) {
   FwFileInfo target;
-  if (!fLook(ptbzNew, &target, FW_INFO_NOFOLLOW)) return false;
+  if (!Look(ptbzNew, &target, FW_INFO_NOFOLLOW)) return false;
   FwFileInfo source = {};
-  if (fLook(ptbzOld, &source, FW_INFO_NOFOLLOW) && fSame(source, target)) return true;
+  if (Look(ptbzOld, &source, FW_INFO_NOFOLLOW) && IsSame(source, target)) return true;
   return target.type != FW_FILE_TYPE_LINK && source.type == FW_FILE_TYPE_LINK &&
-         fLook(ptbzOld, &source, 0) && fSame(source, target);
+         Look(ptbzOld, &source, 0) && IsSame(source, target);
 }
 
 // Whether the name, of which the last elements need not exist, lies in the directory.
-bool fLiesWithin(FwTextString ptbzName, const FwFileInfo& directory) {
+bool LiesWithin(FwTextString ptbzName, const FwFileInfo& directory) {
   FwStrRecord path;
   OpenPath(&path, ptbzName);
   FwTextString ptbzReal = nullptr;
@@ -105,7 +105,7 @@ bool fLiesWithin(FwTextString ptbzName, const FwFileInfo& directory) {
   bool fWithin = false;
   while (!fWithin && *path.pbz) {
     FwFileInfo info;
-    fWithin = fLook(path.pbz, &info, 0) && fSame(info, directory);
+    fWithin = Look(path.pbz, &info, 0) && IsSame(info, directory);
     if (FwFileIsRoot(path.pbz)) break;
     FwFileRemoveLastPathElement(&path);
   }
@@ -124,7 +124,7 @@ void ClearTheWay(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew) 
   FwDirCreate(err, ptbzDir, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
   FwMemFree(ptbzDir);
   if (err->pError) return;
-  if (fIsSource(ptbzOld, ptbzNew)) return RefuseTarget(err, ptbzNew);
+  if (IsSource(ptbzOld, ptbzNew)) return RefuseTarget(err, ptbzNew);
   if (!FwFileDelete(err, ptbzNew, FW_DELETE_FORCE) && err->pError &&
       Fw_msg_IsDescendant(fwErrorNonExistent, err->pError))
     FwErrorClear(err);
@@ -195,7 +195,7 @@ void CopyEntries(FwErrorState* err, FwErrorState* errEntry, FwDir* pDir, FwStrRe
   FwStrRecordAbandon(&name);
 }
 
-bool fSameDirectory(const Filled& filled, const FwFileInfo& info) {
+bool IsSameDirectory(const Filled& filled, const FwFileInfo& info) {
   return filled.device == info.platform.status.st_dev &&
          filled.inode == info.platform.status.st_ino;
 }
@@ -207,12 +207,12 @@ void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpat
   FwFileEnsureTrailingSeparator(newpath);
   // A link in the target may lead back into the source.
   for (const Filled* p = copy.pInnermost; p; p = p->pOuter)
-    if (fSameDirectory(*p, *newinfo)) return RefuseTarget(err, newpath->pbz);
+    if (IsSameDirectory(*p, *newinfo)) return RefuseTarget(err, newpath->pbz);
   FwDirCreate(err, newpath->pbz, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
   if (err->pError) return;
   FwFileInfo target;
   if (!FwFileGetInfo(err, newpath->pbz, &target, 0)) return;
-  if (fSame(target, *newinfo)) return RefuseTarget(err, newpath->pbz);
+  if (IsSame(target, *newinfo)) return RefuseTarget(err, newpath->pbz);
   if (!Report(err, copy.progress, newpath->pbz)) return;
   const Filled filled = {target.platform.status.st_dev, target.platform.status.st_ino,
                          copy.pInnermost};
@@ -235,7 +235,7 @@ void CopySideFile(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew,
   FwStrRecordOpen(&oldSide);
   FwStrRecordOpen(&newSide);
   FiFileAppleName(&oldSide, ptbzOld);
-  if (fExists(oldSide.pbz)) {
+  if (Exists(oldSide.pbz)) {
     FiFileAppleName(&newSide, ptbzNew);
     FiFileCopyLeaf(err, oldSide.pbz, newSide.pbz, progress);
   }
@@ -244,11 +244,11 @@ void CopySideFile(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew,
 }
 
 // A copy onto the source, under whatever name, or into it. Nothing may be made or removed then.
-bool fOntoOrInto(FwTextString ptbzOld, FwTextString ptbzNew, const FwFileInfo& source) {
+bool IsOntoOrInto(FwTextString ptbzOld, FwTextString ptbzNew, const FwFileInfo& source) {
   FwFileInfo target;
-  if (source.type == FW_FILE_TYPE_LINK) return fIsSource(ptbzOld, ptbzNew);
-  if (fLook(ptbzNew, &target, 0) && fSame(source, target)) return true;
-  return source.type == FW_FILE_TYPE_DIRECTORY && fLiesWithin(ptbzNew, source);
+  if (source.type == FW_FILE_TYPE_LINK) return IsSource(ptbzOld, ptbzNew);
+  if (Look(ptbzNew, &target, 0) && IsSame(source, target)) return true;
+  return source.type == FW_FILE_TYPE_DIRECTORY && LiesWithin(ptbzNew, source);
 }
 
 int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, const TreeCopy& copy,
@@ -269,7 +269,7 @@ int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, co
   FwFileInfo info;
   if (!FwFileGetInfo(err, oldpath.pbz, &info, FW_INFO_NOFOLLOW)) {
     // err tells.
-  } else if (fOntoOrInto(oldpath.pbz, newpath.pbz, info)) {
+  } else if (IsOntoOrInto(oldpath.pbz, newpath.pbz, info)) {
     RefuseTarget(err, newpath.pbz);
   } else {
     if (fSideFile) CopySideFile(err, oldpath.pbz, newpath.pbz, copy.progress);
@@ -307,7 +307,7 @@ void SetSideFileInfo(FwErrorState* err, FwTextString ptbzName, FwFileInfo* info)
   FwStrRecord side;
   FwStrRecordOpen(&side);
   FiFileAppleName(&side, ptbzName);
-  if (fExists(side.pbz)) FwFileSetInfo(err, side.pbz, info, FW_INFO_ATTRIBUTES);
+  if (Exists(side.pbz)) FwFileSetInfo(err, side.pbz, info, FW_INFO_ATTRIBUTES);
   FwStrRecordAbandon(&side);
 }
 

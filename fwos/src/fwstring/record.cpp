@@ -14,26 +14,26 @@ namespace {
 
 constexpr uint32 kFirstSize = 32;
 
-size_t length_of(const FwStrRecord* pRecord) {
+size_t LengthOf(const FwStrRecord* pRecord) {
   return static_cast<size_t>(pRecord->pbTerminator - pRecord->pbz);
 }
 
 // Bytes from the terminator to the end of the buffer, both included.
-size_t room_of(const FwStrRecord* pRecord) {
+size_t RoomOf(const FwStrRecord* pRecord) {
   return static_cast<size_t>(pRecord->pbLast - pRecord->pbTerminator) + 1;
 }
 
-bool is_open(const FwStrRecord* pRecord) {
+bool IsOpen(const FwStrRecord* pRecord) {
   return pRecord != nullptr && pRecord->pbz != nullptr;
 }
 
-size_t strlen_of(const FwByte* pbz) {
+size_t StrlenOf(const FwByte* pbz) {
   return std::strlen(reinterpret_cast<const char*>(pbz));
 }
 
 // Whether the noted end of whole characters still is one. Some callers change a buffer in place,
 // and then it may stand inside a character.
-bool note_holds(const FwStrRecord* pRecord) {
+bool NoteHolds(const FwStrRecord* pRecord) {
   const FwByte* const pbNote = pRecord->pbz + pRecord->cbWellTerminated;
   if (pbNote > pRecord->pbTerminator) return false;
   if (FwStrGetByteType(*pbNote) != FW_TEXTBYTE_TRAIL) return true;
@@ -46,11 +46,11 @@ bool note_holds(const FwStrRecord* pRecord) {
 
 // Whether whole characters end at the terminator, or at a zero before it. Starts where an earlier
 // check left off, so that a string built piece by piece is decoded once.
-bool check_terminated(FwStrRecord* pRecord) {
-  if (!note_holds(pRecord)) pRecord->cbWellTerminated = 0;
+bool CheckTerminated(FwStrRecord* pRecord) {
+  if (!NoteHolds(pRecord)) pRecord->cbWellTerminated = 0;
   const FcStrCheck check =
       FcStrCheckCharacters(pRecord->pbz + pRecord->cbWellTerminated,
-                           static_cast<uint32>(length_of(pRecord)) - pRecord->cbWellTerminated);
+                           static_cast<uint32>(LengthOf(pRecord)) - pRecord->cbWellTerminated);
   // At a zero the note stays, and with it what every later check finds.
   pRecord->cbWellTerminated = static_cast<uint32>(check.ptbEnd - pRecord->pbz);
   return check.fWellTerminated;
@@ -58,21 +58,21 @@ bool check_terminated(FwStrRecord* pRecord) {
 
 // Makes room for cbNeeded bytes from the terminator on; growing requests cbRequested beyond the
 // capacity.
-bool ensure_room(FwStrRecord* pRecord, size_t cbNeeded, size_t cbRequested) {
-  if (room_of(pRecord) >= cbNeeded) return true;
+bool EnsureRoom(FwStrRecord* pRecord, size_t cbNeeded, size_t cbRequested) {
+  if (RoomOf(pRecord) >= cbNeeded) return true;
   if (pRecord->fFixed) return false;
   FcStrRecordResize(pRecord, static_cast<size_t>(pRecord->pbLast - pRecord->pbz) + cbRequested + 1);
-  FwAssert(room_of(pRecord) >= cbNeeded, "Should be growing!");
+  FwAssert(RoomOf(pRecord) >= cbNeeded, "Should be growing!");
   return true;
 }
 
-void append(FwStrRecord* pRecord, const FwByte* pb, size_t cb) {
+void Append(FwStrRecord* pRecord, const FwByte* pb, size_t cb) {
   if (cb != 0) std::memcpy(pRecord->pbTerminator, pb, cb);
   pRecord->pbTerminator += cb;
   *pRecord->pbTerminator = 0;
 }
 
-void open_growing(FwStrRecord* pRecord, uint32 cbSize) {
+void OpenGrowing(FwStrRecord* pRecord, uint32 cbSize) {
   pRecord->pbz = static_cast<FwString>(FwMemAlloc(cbSize, ALLOC_MUST_SUCCEED | INIT_NONE));
   pRecord->pbLast = pRecord->pbz + cbSize - 1;
   pRecord->pbTerminator = pRecord->pbz;
@@ -83,8 +83,8 @@ void open_growing(FwStrRecord* pRecord, uint32 cbSize) {
 }
 
 // Fills a fixed record to its last byte.
-void fill_and_truncate(FwStrRecord* pRecord, const FwByte* pb) {
-  append(pRecord, pb, room_of(pRecord) - 1);
+void FillAndTruncate(FwStrRecord* pRecord, const FwByte* pb) {
+  Append(pRecord, pb, RoomOf(pRecord) - 1);
   FwAssert(pRecord->pbTerminator == pRecord->pbLast, "Didn't fill up record");
   pRecord->fTruncated = 1;
 }
@@ -93,13 +93,13 @@ void fill_and_truncate(FwStrRecord* pRecord, const FwByte* pb) {
 
 void FwStrRecordOpen(FwStrRecord* pRecord) {
   if (!FwExpect(pRecord != nullptr, "No record to Init")) return;
-  open_growing(pRecord, kFirstSize);
+  OpenGrowing(pRecord, kFirstSize);
 }
 
 void FwStrRecordOpenSize(FwStrRecord* pRecord, uint32 cbSize) {
   if (!FwExpect(pRecord != nullptr, "No record to Init")) return;
   FwAssert(cbSize != 0, "Zero initial size");
-  open_growing(pRecord, std::max<uint32>(cbSize, 1));
+  OpenGrowing(pRecord, std::max<uint32>(cbSize, 1));
 }
 
 void FwStrRecordOpenOn(FwStrRecord* pRecord, FwString pb, uint32 cbSize) {
@@ -111,7 +111,7 @@ void FwStrRecordOpenOn(FwStrRecord* pRecord, FwString pb, uint32 cbSize) {
   pRecord->pbLast = pb + cbSize - 1;
   pRecord->pbTerminator = pb + FcStrNSize(pb, cbSize) - 1;
   pRecord->fFixed = 1;
-  FwAssert(check_terminated(pRecord), "Badly terminated string");
+  FwAssert(CheckTerminated(pRecord), "Badly terminated string");
 }
 
 FwString FwStrRecordClose(FwStrRecord* pRecord) {
@@ -119,7 +119,7 @@ FwString FwStrRecordClose(FwStrRecord* pRecord) {
   FwString pbz = pRecord->pbz;
   if (!FwExpect(pbz != nullptr, "NULL buffer from closed record")) return nullptr;
   if (!pRecord->fFixed && pRecord->pbTerminator != pRecord->pbLast) {
-    const size_t cbSize = length_of(pRecord) + 1;
+    const size_t cbSize = LengthOf(pRecord) + 1;
     pbz = static_cast<FwString>(FwMemAlloc(cbSize, ALLOC_MUST_SUCCEED | INIT_NONE));
     std::memcpy(pbz, pRecord->pbz, cbSize);
     FwMemFree(pRecord->pbz);
@@ -130,21 +130,21 @@ FwString FwStrRecordClose(FwStrRecord* pRecord) {
 
 void FwStrRecordAbandon(FwStrRecord* pRecord) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return;
+  if (!IsOpen(pRecord)) return;
   if (!pRecord->fFixed) FwMemFree(pRecord->pbz);
   pRecord->pbz = nullptr;
 }
 
 uint32 FwStrRecordShorten(FwStrRecord* pRecord, uint32 cbLength) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
-  if (cbLength <= length_of(pRecord)) {
+  if (!IsOpen(pRecord)) return 0;
+  if (cbLength <= LengthOf(pRecord)) {
     pRecord->pbTerminator = pRecord->pbz + cbLength;
     *pRecord->pbTerminator = 0;
     pRecord->fTruncated = 0;
   }
-  FwAssert(check_terminated(pRecord), "Bad shorten");
-  return static_cast<uint32>(length_of(pRecord));
+  FwAssert(CheckTerminated(pRecord), "Bad shorten");
+  return static_cast<uint32>(LengthOf(pRecord));
 }
 
 size_t FcStrGetGrowBufferSize(size_t cbRequest) {
@@ -158,7 +158,7 @@ size_t FcStrGetGrowBufferSize(size_t cbRequest) {
 
 void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return;
+  if (!IsOpen(pRecord)) return;
   if (!FwExpect(!pRecord->fFixed, "Can't resize fixed record")) return;
   if (!FwExpect(cbSize != 0, "Never resize to 0")) return;
 
@@ -167,7 +167,7 @@ void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
   FwAssert(*pRecord->pbTerminator == 0, "Bad old terminator");
   const size_t cbNew = cbSize > cbCapacity ? FcStrGetGrowBufferSize(cbSize) : cbSize;
   auto* pbNew = static_cast<FwString>(FwMemAlloc(cbNew, ALLOC_MUST_SUCCEED | INIT_NONE));
-  size_t cbLength = length_of(pRecord);
+  size_t cbLength = LengthOf(pRecord);
   if (cbLength >= cbNew) {
     FwTextByte* ptbStraddling = nullptr;
     cbLength = cbNew - 1;
@@ -186,32 +186,32 @@ void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
 
 uint32 FwStrPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
+  if (!IsOpen(pRecord)) return 0;
   if (!FwExpect(tc != 0, "Attempt to insert zero text character") || pRecord->fTruncated) return 0;
 
   FwTextByte ab[6];
   const uint32 cb = FwCharacterToUTF8(tc, ab);
-  if (!ensure_room(pRecord, cb + 1, cb)) return 0;
-  const bool fWellTerminated = pRecord->cbWellTerminated == length_of(pRecord);
-  append(pRecord, ab, cb);
+  if (!EnsureRoom(pRecord, cb + 1, cb)) return 0;
+  const bool fWellTerminated = pRecord->cbWellTerminated == LengthOf(pRecord);
+  Append(pRecord, ab, cb);
   // Behind whole characters one more needs no look, and neither does a byte that can't lead one.
   if (fWellTerminated && (cb > 1 || FcUTF8LeadLength(ab[0]) <= 1)) {
     pRecord->cbWellTerminated += cb;
     return cb;
   }
-  FwAssert(check_terminated(pRecord), "Badly terminated string");
+  FwAssert(CheckTerminated(pRecord), "Badly terminated string");
   return cb;
 }
 
 uint32 FwStrPutTextString(FwStrRecord* pRecord, FwTextString ptbz) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
+  if (!IsOpen(pRecord)) return 0;
   if (!FwExpect(ptbz != nullptr, "NULL ptbz") || pRecord->fTruncated) return 0;
 
-  const size_t cbLength = strlen_of(ptbz);
-  if (ensure_room(pRecord, cbLength + 1, cbLength + 1)) {
-    append(pRecord, ptbz, cbLength);
-    FwAssert(check_terminated(pRecord), "Badly terminated string");
+  const size_t cbLength = StrlenOf(ptbz);
+  if (EnsureRoom(pRecord, cbLength + 1, cbLength + 1)) {
+    Append(pRecord, ptbz, cbLength);
+    FwAssert(CheckTerminated(pRecord), "Badly terminated string");
     return static_cast<uint32>(cbLength);
   }
   uint32 cbAdded = 0;
@@ -219,21 +219,21 @@ uint32 FwStrPutTextString(FwStrRecord* pRecord, FwTextString ptbz) {
   for (FwTextCharacter tc; !pRecord->fTruncated && (tc = FwStrGetTextCharacter(&ptb)) != 0;)
     cbAdded += FwStrPutTextCharacter(pRecord, tc);
   FwAssert(pRecord->pbTerminator <= pRecord->pbLast, "Overflow");
-  FwAssert(check_terminated(pRecord), "Badly terminated string");
+  FwAssert(CheckTerminated(pRecord), "Badly terminated string");
   return cbAdded;
 }
 
 uint32 FwStrNPutTextString(FwStrRecord* pRecord, FwTextByte* ptb, uint32 cbLength) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
+  if (!IsOpen(pRecord)) return 0;
   FwAssert(ptb != nullptr, "NULL ptb");
   FwAssert(cbLength < 0x7FFFFFFF, "Bad cbLength");
   if (ptb == nullptr || cbLength >= 0x7FFFFFFF || pRecord->fTruncated) return 0;
 
   const size_t cbSource = strnlen(reinterpret_cast<const char*>(ptb), cbLength);
-  if (ensure_room(pRecord, cbSource + 1, cbSource + 1)) {
-    append(pRecord, ptb, cbSource);
-    FwAssert(check_terminated(pRecord), "Badly terminated string");
+  if (EnsureRoom(pRecord, cbSource + 1, cbSource + 1)) {
+    Append(pRecord, ptb, cbSource);
+    FwAssert(CheckTerminated(pRecord), "Badly terminated string");
     return static_cast<uint32>(cbSource);
   }
   uint32 cbAdded = 0;
@@ -246,54 +246,54 @@ uint32 FwStrNPutTextString(FwStrRecord* pRecord, FwTextByte* ptb, uint32 cbLengt
     cbAdded += FwStrPutTextCharacter(pRecord, tc);
   }
   FwAssert(cbAdded <= cbSource, "Put too much in");
-  FwAssert(check_terminated(pRecord), "Badly terminated string");
+  FwAssert(CheckTerminated(pRecord), "Badly terminated string");
   return cbAdded;
 }
 
 uint32 FwStrPutRawByte(FwStrRecord* pRecord, FwRawByte rb) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
+  if (!IsOpen(pRecord)) return 0;
   // Kept: a record already truncated takes nothing and still tells 1, one that has just run out of
   // room tells 0; callers count on the first to go on quietly.
   if (pRecord->fTruncated) return 1;
-  if (!ensure_room(pRecord, 2, 1)) {
+  if (!EnsureRoom(pRecord, 2, 1)) {
     pRecord->fTruncated = 1;
     return 0;
   }
-  append(pRecord, &rb, 1);
+  Append(pRecord, &rb, 1);
   return 1;
 }
 
 uint32 FwStrPutRawString(FwStrRecord* pRecord, FwRawString prbz) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
+  if (!IsOpen(pRecord)) return 0;
   if (!FwExpect(prbz != nullptr, "No raw byte string to put") || pRecord->fTruncated) return 0;
 
-  const size_t cbLength = strlen_of(prbz);
-  if (ensure_room(pRecord, cbLength + 1, cbLength + 1)) {
-    append(pRecord, prbz, cbLength);
+  const size_t cbLength = StrlenOf(prbz);
+  if (EnsureRoom(pRecord, cbLength + 1, cbLength + 1)) {
+    Append(pRecord, prbz, cbLength);
     return static_cast<uint32>(cbLength);
   }
-  const auto cbRoom = static_cast<uint32>(room_of(pRecord) - 1);
-  fill_and_truncate(pRecord, prbz);
+  const auto cbRoom = static_cast<uint32>(RoomOf(pRecord) - 1);
+  FillAndTruncate(pRecord, prbz);
   return cbRoom;
 }
 
 uint32 FwStrNPutRawString(FwStrRecord* pRecord, FwRawByte* prb, uint32 cbLength) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
+  if (!IsOpen(pRecord)) return 0;
   if (!FwExpect(prb != nullptr, "No raw byte string to put") || pRecord->fTruncated) return 0;
 
   const uint32 cbSize = FcStrNSize(prb, cbLength);
   if (cbSize == 0) return 0;
   const size_t cbSource = prb[cbSize - 1] == 0 ? cbSize - 1 : cbSize;
-  if (ensure_room(pRecord, cbSource + 1, cbSource + 1)) {
-    append(pRecord, prb, cbSource);
+  if (EnsureRoom(pRecord, cbSource + 1, cbSource + 1)) {
+    Append(pRecord, prb, cbSource);
     return static_cast<uint32>(cbSource);
   }
-  const auto cbRoom = static_cast<uint32>(room_of(pRecord) - 1);
+  const auto cbRoom = static_cast<uint32>(RoomOf(pRecord) - 1);
   FwAssert(cbRoom > 0, "Non +ve size");
-  fill_and_truncate(pRecord, prb);
+  FillAndTruncate(pRecord, prb);
   return cbRoom;
 }
 
@@ -319,13 +319,13 @@ uint32 FcStrMultiPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc, uint
 
 uint32 FcStrRecordInsertCharacter(FwStrRecord* pRecord, uint32 nPosition, FwTextCharacter tc) {
   FwAssert(pRecord != nullptr, "NULL param");
-  if (!is_open(pRecord)) return 0;
-  const size_t cbLength = length_of(pRecord);
+  if (!IsOpen(pRecord)) return 0;
+  const size_t cbLength = LengthOf(pRecord);
   if (!FwExpect(nPosition < cbLength + 1, "Bad position")) return 0;
   if (nPosition == cbLength) return FwStrPutTextCharacter(pRecord, tc);
 
   FwTextByte ab[6];
-  if (pRecord->fFixed && FwCharacterToUTF8(tc, ab) >= room_of(pRecord)) return 0;
+  if (pRecord->fFixed && FwCharacterToUTF8(tc, ab) >= RoomOf(pRecord)) return 0;
   // Kept: the copy of the tail is never freed; insertions are few and the leak is known.
   FwTextString ptbzTail = FwStrDuplicate(pRecord->pbz + nPosition);
   FwStrRecordShorten(pRecord, nPosition);

@@ -8,20 +8,20 @@
 namespace {
 
 // The value of a digit, or a large number for any other character.
-uint32 digit_value(FwTextCharacter tc) {
+uint32 DigitValue(FwTextCharacter tc) {
   if (tc >= '0' && tc <= '9') return static_cast<uint32>(tc - '0');
   if (tc >= 'A' && tc <= 'Z') return static_cast<uint32>(tc - 'A') + 10;
   if (tc >= 'a' && tc <= 'z') return static_cast<uint32>(tc - 'a') + 10;
   return 0xFF;
 }
 
-bool is_x(FwTextByte tb) {
+bool IsX(FwTextByte tb) {
   return tb == 'x' || tb == 'X';
 }
 
 // The text at a cursor, white space skipped. Nothing is decoded: what counts here is ASCII, and a
 // number ends at any other byte.
-FwTextByte* skip_white_space(FwTextByte* ptb) {
+FwTextByte* SkipWhiteSpace(FwTextByte* ptb) {
   while (FwStrIsWhiteSpace(*ptb))
     ptb++;
   return ptb;
@@ -80,7 +80,7 @@ struct Digits {
 
 // Reads an exponent at its marker. Returns the place behind it, or the marker's own when no digit
 // follows.
-FwTextByte* scan_exponent(FwTextByte* ptbMarker, int32* pnExponent) {
+FwTextByte* ScanExponent(FwTextByte* ptbMarker, int32* pnExponent) {
   constexpr int32 kLargest = 308;
   FwTextByte* ptb = ptbMarker + 1;
   const bool fNegative = *ptb == '-';
@@ -119,14 +119,14 @@ int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
   if (!FwExpect(*pptbz != nullptr, "NULL ptbz")) return 0;
   if (!FwExpect(nBase != 1, "Bad base")) return 0;
 
-  FwTextByte* ptb = skip_white_space(*pptbz);
+  FwTextByte* ptb = SkipWhiteSpace(*pptbz);
   const bool fNegative = *ptb == '-';
   if (*ptb == '-' || *ptb == '+') ptb++;
 
   if (nBase == 0) {
     if (*ptb != '0') {
       nBase = 10;
-    } else if (is_x(ptb[1])) {
+    } else if (IsX(ptb[1])) {
       nBase = 16;
       ptb += 2;
     } else {
@@ -134,7 +134,7 @@ int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
       nBase = 8;
       ptb++;
     }
-  } else if (nBase == 16 && ptb[0] == '0' && is_x(ptb[1])) {
+  } else if (nBase == 16 && ptb[0] == '0' && IsX(ptb[1])) {
     ptb += 2;
   }
 
@@ -144,7 +144,7 @@ int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
   uint32 value = 0;
   bool fAny = false;
   bool fOverflow = false;
-  for (uint32 nDigit; (nDigit = digit_value(*ptb)) < 36 && nDigit < nBase; ptb++) {
+  for (uint32 nDigit; (nDigit = DigitValue(*ptb)) < 36 && nDigit < nBase; ptb++) {
     fAny = true;
     if (value > nQuotient || (value == nQuotient && nDigit > nRemainder))
       fOverflow = true;
@@ -168,7 +168,7 @@ int32 FcStrScanInt(FwTextString* pptbz, uint32 nBase, int32* pnResult, int32 fUs
   if (pptbz == nullptr || pnResult == nullptr) return 0;
   if (!FwExpect(*pptbz != nullptr, "NULL ptbz")) return 0;
 
-  const bool fNegative = *skip_white_space(*pptbz) == '-';
+  const bool fNegative = *SkipWhiteSpace(*pptbz) == '-';
   uint32 value;
   if (!FcStrScanUInt(pptbz, nBase, &value, fUseCLocale)) {
     if (value == 0xFFFFFFFF) *pnResult = fNegative ? INT32_MIN : INT32_MAX;
@@ -195,7 +195,7 @@ int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int3
   if (pptbz == nullptr || pnResult == nullptr) return 0;
   if (!FwExpect(*pptbz != nullptr, "NULL ptbz")) return 0;
 
-  FwTextByte* ptb = skip_white_space(*pptbz);
+  FwTextByte* ptb = SkipWhiteSpace(*pptbz);
   const bool fNegative = *ptb == '-';
   if (*ptb == '-' || *ptb == '+') ptb++;
 
@@ -210,7 +210,7 @@ int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int3
   }
   if (!digits.fAny) return 0;
   int32 nExponent = 0;
-  if (*ptb == 'e' || *ptb == 'E') ptb = scan_exponent(ptb, &nExponent);
+  if (*ptb == 'e' || *ptb == 'E') ptb = ScanExponent(ptb, &nExponent);
   *pptbz = ptb;
 
   digits.cut_trailing_zeros();

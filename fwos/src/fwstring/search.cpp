@@ -6,7 +6,7 @@
 
 namespace {
 
-FwTextString find_byte(FwTextString ptbz, FwTextCharacter tc) {
+FwTextString FindByte(FwTextString ptbz, FwTextCharacter tc) {
   return reinterpret_cast<FwTextString>(std::strchr(FWC(ptbz), tc));
 }
 
@@ -43,7 +43,7 @@ class Delimiters {
 
 // The first character from ptb on whose being a delimiter is as wanted, or null. *pptbAfter becomes
 // the place behind it. Only bytes from 0x80 on are decoded.
-FwTextByte* find(FwTextByte* ptb, const Delimiters& delimiters, bool fWanted,
+FwTextByte* Find(FwTextByte* ptb, const Delimiters& delimiters, bool fWanted,
                  FwTextByte** pptbAfter) {
   for (;;) {
     const FwTextByte tb = *ptb;
@@ -74,7 +74,7 @@ FwTextByte* find(FwTextByte* ptb, const Delimiters& delimiters, bool fWanted,
 FwTextString FwStrChr(FwTextString ptbz, FwTextCharacter tc) {
   if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
   if (!FwExpect(tc >= 0, "Invalid tc to find")) return nullptr;
-  if (tc < 0x80) return find_byte(ptbz, tc);
+  if (tc < 0x80) return FindByte(ptbz, tc);
   FwTextByte* ptb = ptbz;
   for (;;) {
     FwTextByte* const ptbStart = ptb;
@@ -112,7 +112,7 @@ FwTextByte* FwStrChrMulti(FwTextString ptbz, FwTextString ptbzDelimiters) {
   FwAssert(ptbzDelimiters != nullptr, "null delimiters.");
   if (ptbz == nullptr || ptbzDelimiters == nullptr) return nullptr;
   FwTextByte* ptbAfter;
-  return find(ptbz, Delimiters(ptbzDelimiters), true, &ptbAfter);
+  return Find(ptbz, Delimiters(ptbzDelimiters), true, &ptbAfter);
 }
 
 FwTextByte* FwStrChrMultiNot(FwTextString ptbz, FwTextString ptbzDelimiters) {
@@ -120,7 +120,7 @@ FwTextByte* FwStrChrMultiNot(FwTextString ptbz, FwTextString ptbzDelimiters) {
   FwAssert(ptbzDelimiters != nullptr, "null delimiters.");
   if (ptbz == nullptr || ptbzDelimiters == nullptr) return nullptr;
   FwTextByte* ptbAfter;
-  return find(ptbz, Delimiters(ptbzDelimiters), false, &ptbAfter);
+  return Find(ptbz, Delimiters(ptbzDelimiters), false, &ptbAfter);
 }
 
 FwTextString FwStrTok(FwTextString* pptbz, FwTextString ptbzDelimiters) {
@@ -129,12 +129,12 @@ FwTextString FwStrTok(FwTextString* pptbz, FwTextString ptbzDelimiters) {
   if (pptbz == nullptr || ptbzDelimiters == nullptr || *pptbz == nullptr) return nullptr;
   const Delimiters delimiters(ptbzDelimiters);
   FwTextByte* ptbAfter = nullptr;
-  FwTextByte* const ptbToken = find(*pptbz, delimiters, false, &ptbAfter);
+  FwTextByte* const ptbToken = Find(*pptbz, delimiters, false, &ptbAfter);
   if (ptbToken == nullptr) {
     *pptbz = nullptr;
     return nullptr;
   }
-  FwTextByte* const ptbEnd = find(ptbAfter, delimiters, true, &ptbAfter);
+  FwTextByte* const ptbEnd = Find(ptbAfter, delimiters, true, &ptbAfter);
   if (ptbEnd == nullptr) {
     *pptbz = nullptr;
     return ptbToken;

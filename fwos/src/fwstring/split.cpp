@@ -9,7 +9,7 @@
 
 namespace {
 
-FwTextString copy_bytes(FwTextString ptb, size_t cb, FwMemAllocFlag flags) {
+FwTextString CopyBytes(FwTextString ptb, size_t cb, FwMemAllocFlag flags) {
   auto* ptbzNew = static_cast<FwTextString>(FwMemAlloc(cb + 1, flags | INIT_NONE));
   if (ptbzNew == nullptr) return nullptr;
   std::memcpy(ptbzNew, ptb, cb);
@@ -33,19 +33,19 @@ struct SeparatorText {
 
 FwTextString FwStrDuplicate(FwTextString ptbz) {
   if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
-  return copy_bytes(ptbz, std::strlen(FWC(ptbz)), ALLOC_MUST_SUCCEED);
+  return CopyBytes(ptbz, std::strlen(FWC(ptbz)), ALLOC_MUST_SUCCEED);
 }
 
 FwTextString FwStrNDuplicate(FwTextString ptbz, int cbLength) {
   if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
   FwAssert(cbLength >= 0, "Bad cbLength");
   const auto cbMost = static_cast<size_t>(std::max(cbLength, 0));
-  return copy_bytes(ptbz, strnlen(FWC(ptbz), cbMost), ALLOC_MUST_SUCCEED);
+  return CopyBytes(ptbz, strnlen(FWC(ptbz), cbMost), ALLOC_MUST_SUCCEED);
 }
 
 FwTextString FwStrDuplicateFailNull(FwTextString ptbz) {
   if (!FwExpect(ptbz != nullptr, "NULL ptbz")) return nullptr;
-  return copy_bytes(ptbz, std::strlen(FWC(ptbz)), ALLOC_MAY_FAIL);
+  return CopyBytes(ptbz, std::strlen(FWC(ptbz)), ALLOC_MAY_FAIL);
 }
 
 void FwStrTextSplit(FwTextString ptbz, FwTextString sep, FwVector* pvBuff) {

@@ -11,7 +11,7 @@
 namespace {
 
 // Steps over bytes below 0x80. Eight at a time: most text is ASCII.
-FwTextByte* skip_ascii(FwTextByte* ptb, const FwTextByte* ptbEnd) {
+FwTextByte* SkipAscii(FwTextByte* ptb, const FwTextByte* ptbEnd) {
   while (ptbEnd - ptb >= 8) {
     uint64 word;
     std::memcpy(&word, ptb, sizeof word);
@@ -111,7 +111,7 @@ FcStrCheck FcStrCheckCharacters(FwTextByte* ptb, uint32 cbLength) {
   const size_t cbText = strnlen(FWC(ptb), cbLength);
   const size_t cbBehind = cbLength - cbText;
   const FwTextByte* const ptbEnd = ptb + cbText;
-  while ((ptb = skip_ascii(ptb, ptbEnd)) < ptbEnd) {
+  while ((ptb = SkipAscii(ptb, ptbEnd)) < ptbEnd) {
     const auto cbLeft = static_cast<size_t>(ptbEnd - ptb);
     const uint32 nLength = FcUTF8LeadLength(*ptb);
     if (nLength > cbLeft + cbBehind) return {false, ptb};

@@ -33,7 +33,7 @@ struct PutOff {
 constinit PutOff putOff = {};
 
 // A descriptor of all one bits: no conversion is needed.
-iconv_t no_conversion() {
+iconv_t NoConversion() {
   return reinterpret_cast<iconv_t>(~uintptr_t{0});
 }
 
@@ -55,7 +55,7 @@ const LocaleToCodeset apszLocaleToCodeset[] = {
     {reinterpret_cast<const char*>(~uintptr_t{0}), reinterpret_cast<const char*>(~uintptr_t{0})},
 };
 
-const char* codeset_of_locale() {
+const char* CodesetOfLocale() {
   const char* pszCodeset = nl_langinfo(CODESET);
   if (pszCodeset != nullptr || FpLocaleStr == nullptr) return pszCodeset;
   for (const LocaleToCodeset* p = apszLocaleToCodeset;
@@ -65,23 +65,23 @@ const char* codeset_of_locale() {
   return nullptr;
 }
 
-void close_converter(iconv_t* pConverter) {
-  if (*pConverter != no_conversion()) iconv_close(*pConverter);
-  *pConverter = no_conversion();
+void CloseConverter(iconv_t* pConverter) {
+  if (*pConverter != NoConversion()) iconv_close(*pConverter);
+  *pConverter = NoConversion();
 }
 
 int32 FiInitUnicode() {
-  const char* pszCodeset = codeset_of_locale();
+  const char* pszCodeset = CodesetOfLocale();
   if (pszCodeset == nullptr) return 0;
   if (std::strcmp(pszCodeset, "UTF-8") == 0) return 1;
   // Kept: each descriptor converts in the direction opposite to its name, so outside UTF-8 locales
   // the two conversion functions are crossed; names already stored on disk were made this way.
   iconvt_UTF8ToNative = iconv_open("UTF-8", pszCodeset);
   iconvt_NativeToUTF8 = iconv_open(pszCodeset, "UTF-8");
-  return iconvt_UTF8ToNative != no_conversion() && iconvt_NativeToUTF8 != no_conversion();
+  return iconvt_UTF8ToNative != NoConversion() && iconvt_NativeToUTF8 != NoConversion();
 }
 
-void set_up(const char* pszLocale, bool fInvariant) {
+void SetUp(const char* pszLocale, bool fInvariant) {
   const char* pszName = setlocale(LC_CTYPE, pszLocale);
   if (pszName == nullptr || std::strcmp(pszName, "C") == 0) {
     pszName = setlocale(LC_ALL, "en_US");
@@ -101,26 +101,26 @@ void set_up(const char* pszLocale, bool fInvariant) {
 }
 
 // Whoever needs the locale or the converters calls this first.
-void catch_up() {
+void CatchUp() {
   if (!putOff.fSetup) return;
   putOff.fSetup = false;
-  set_up(putOff.pszLocale, putOff.fInvariant);
+  SetUp(putOff.pszLocale, putOff.fInvariant);
 }
 
-const char* environment_value(const char* pszName) {
+const char* EnvironmentValue(const char* pszName) {
   const char* psz = std::getenv(pszName);
   return psz != nullptr && *psz != 0 ? psz : nullptr;
 }
 
 // The locale of characters that the environment chooses, in the C library's order.
-const char* chosen_locale() {
+const char* ChosenLocale() {
   for (const char* pszName : {"LC_ALL", "LC_CTYPE", "LANG"})
-    if (const char* psz = environment_value(pszName)) return psz;
+    if (const char* psz = EnvironmentValue(pszName)) return psz;
   return "C";
 }
 
 // Whether the name says that the code set is UTF-8, as "de_DE.UTF-8", "C.utf8", "en_US.UTF-8@x".
-bool names_utf8(const char* pszLocale) {
+bool NamesUtf8(const char* pszLocale) {
   const char* pch = std::strchr(pszLocale, '.');
   if (pch == nullptr) return false;
   const char* pszRest = "utf8";
@@ -136,47 +136,47 @@ bool names_utf8(const char* pszLocale) {
 // missing converter to report, no code set that differs from ASCII. That is so of UTF-8, and of C,
 // whose converters are built into the C library; a name that is not installed counts as C. Where
 // locales or converters come from other places than the system's, nothing is known.
-bool shows_nothing(const char* pszLocale) {
-  if (environment_value("LOCPATH") || environment_value("GCONV_PATH")) return false;
+bool ShowsNothing(const char* pszLocale) {
+  if (EnvironmentValue("LOCPATH") || EnvironmentValue("GCONV_PATH")) return false;
   return std::strcmp(pszLocale, "C") == 0 || std::strcmp(pszLocale, "POSIX") == 0 ||
-         names_utf8(pszLocale);
+         NamesUtf8(pszLocale);
 }
 
 // Text that is the same in every code set that setting up may be put off for.
-bool is_ascii(const char* psz) {
+bool IsAscii(const char* psz) {
   for (; *psz != 0; psz++)
     if (static_cast<unsigned char>(*psz) >= 0x80) return false;
   return true;
 }
 
 // Whether text passes as it is while the converters are not set up; sets them up if it doesn't.
-bool passes_unasked(const char* psz) {
-  if (putOff.fSetup && is_ascii(psz)) return true;
-  catch_up();
+bool PassesUnasked(const char* psz) {
+  if (putOff.fSetup && IsAscii(psz)) return true;
+  CatchUp();
   return false;
 }
 
-FwByte* alloc_bytes(size_t cb) {
+FwByte* AllocBytes(size_t cb) {
   return static_cast<FwByte*>(FwMemAlloc(cb, ALLOC_MUST_SUCCEED | INIT_NONE));
 }
 
 // Replaces a block that begins with cbUsed bytes of output by one of the exact size, terminated.
-FwByte* fit(FwByte* pbBlock, size_t cbUsed) {
+FwByte* Fit(FwByte* pbBlock, size_t cbUsed) {
   if (cbUsed > 0 && pbBlock[cbUsed - 1] == 0) cbUsed--;
-  FwByte* pbExact = alloc_bytes(cbUsed + 1);
+  FwByte* pbExact = AllocBytes(cbUsed + 1);
   std::memcpy(pbExact, pbBlock, cbUsed);
   pbExact[cbUsed] = 0;
   FwMemFree(pbBlock);
   return pbExact;
 }
 
-void reset(iconv_t converter) {
+void Reset(iconv_t converter) {
   iconv(converter, nullptr, nullptr, nullptr, nullptr);
 }
 
 // How far the input moves over text that can't be converted, from its first byte on: at least one
 // byte, and never over the terminator.
-size_t bad_length(const char* pszBad, int nError) {
+size_t BadLength(const char* pszBad, int nError) {
   size_t n = 1;
   if (nError == EINVAL) {
     while (FwStrGetByteType(static_cast<FwTextByte>(pszBad[n])) == FW_TEXTBYTE_TRAIL)
@@ -191,13 +191,12 @@ size_t bad_length(const char* pszBad, int nError) {
 
 // Converts all of the input, terminator included, into a buffer; what can't be converted becomes
 // an underscore. False when the buffer is too small.
-bool convert_into(iconv_t converter, const char* psz, FwByte* pbOut, size_t cbOut,
-                  size_t* pcbUsed) {
+bool ConvertInto(iconv_t converter, const char* psz, FwByte* pbOut, size_t cbOut, size_t* pcbUsed) {
   char* pszIn = const_cast<char*>(psz);
   size_t cbIn = std::strlen(psz) + 1;
   char* pOut = reinterpret_cast<char*>(pbOut);
   size_t cbFree = cbOut;
-  reset(converter);
+  Reset(converter);
   while (cbIn > 0) {
     const bool fFailed = iconv(converter, &pszIn, &cbIn, &pOut, &cbFree) == static_cast<size_t>(-1);
     const int nError = fFailed ? errno : 0;
@@ -206,7 +205,7 @@ bool convert_into(iconv_t converter, const char* psz, FwByte* pbOut, size_t cbOu
       if (cbFree == 0) return false;
       *pOut++ = '_';
       cbFree--;
-      const size_t cbBad = bad_length(pszIn, nError);
+      const size_t cbBad = BadLength(pszIn, nError);
       pszIn += cbBad;
       cbIn -= cbBad;
     }
@@ -217,9 +216,9 @@ bool convert_into(iconv_t converter, const char* psz, FwByte* pbOut, size_t cbOu
 }
 
 // The first character of a piece of local text.
-FwTextCharacter first_character(const char* psz) {
+FwTextCharacter FirstCharacter(const char* psz) {
   auto* ptb = reinterpret_cast<FwTextByte*>(const_cast<char*>(psz));
-  return iconvt_UTF8ToNative == no_conversion() ? FwStrGetTextCharacter(&ptb) : *ptb;
+  return iconvt_UTF8ToNative == NoConversion() ? FwStrGetTextCharacter(&ptb) : *ptb;
 }
 
 }  // namespace
@@ -227,23 +226,23 @@ FwTextCharacter first_character(const char* psz) {
 void FpStrInit() {
   const char* pszLang = std::getenv("LANG");
   const bool fInvariant = pszLang != nullptr && std::strcmp(pszLang, "inv") == 0;
-  const char* pszLocale = chosen_locale();
-  if (fcBootContext.string.fLocaleOnDemand && shows_nothing(pszLocale))
+  const char* pszLocale = ChosenLocale();
+  if (fcBootContext.string.fLocaleOnDemand && ShowsNothing(pszLocale))
     putOff = {true, fInvariant, pszLocale};
   else
-    set_up("", fInvariant);
+    SetUp("", fInvariant);
 }
 
 void FpStrShutdown() {
   putOff = {};
-  close_converter(&iconvt_UTF8ToNative);
-  close_converter(&iconvt_NativeToUTF8);
+  CloseConverter(&iconvt_UTF8ToNative);
+  CloseConverter(&iconvt_NativeToUTF8);
   fUnicode = 0;
   FwMemFreeAndClear(&FpLocaleStr);
 }
 
 void FpStrGetLocaleIDString(FwStrRecord* pRecord) {
-  catch_up();
+  CatchUp();
   FwStrPutTextString(pRecord, FpLocaleStr);
 }
 
@@ -258,7 +257,7 @@ FwTextCharacter FpStrToLower(FwTextCharacter tc) {
 }
 
 int32 FpStrScanLocalUInt(FwTextString* pptbz, uint32* pnResult) {
-  catch_up();
+  CatchUp();
   char* pszEnd;
   const long value = std::strtol(FWC(*pptbz), &pszEnd, 10);
   if (pszEnd == FWC(*pptbz)) return 0;
@@ -268,7 +267,7 @@ int32 FpStrScanLocalUInt(FwTextString* pptbz, uint32* pnResult) {
 }
 
 int32 FpStrScanLocalReal(FwTextString* pptbz, double* pnResult) {
-  catch_up();
+  CatchUp();
   char* pszEnd;
   const double value = std::strtod(FWC(*pptbz), &pszEnd);
   if (pszEnd == FWC(*pptbz)) return 0;
@@ -278,23 +277,23 @@ int32 FpStrScanLocalReal(FwTextString* pptbz, double* pnResult) {
 }
 
 FwTextCharacter FpStrDecimalPointChar() {
-  catch_up();
+  CatchUp();
   const lconv* p = localeconv();
   if (p == nullptr || p->decimal_point == nullptr || *p->decimal_point == 0) return '.';
-  return first_character(p->decimal_point);
+  return FirstCharacter(p->decimal_point);
 }
 
 FwTextCharacter FpStrThousandsSeparatorChar() {
-  catch_up();
+  CatchUp();
   const lconv* p = localeconv();
   if (p == nullptr || p->thousands_sep == nullptr || *p->thousands_sep == 0) return 0;
-  return first_character(p->thousands_sep);
+  return FirstCharacter(p->thousands_sep);
 }
 
 uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
                           int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
                           FwTextByte tbPositiveChar, int32 fOptionalForm) {
-  catch_up();
+  CatchUp();
   return FcStrPrintfInt(pRecord, value, type, nMinWidth, nMinDigits, fLeftJustified, fPadWithZero,
                         tbPositiveChar, fOptionalForm);
 }
@@ -302,31 +301,31 @@ uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nM
 uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
                            int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
                            FwTextByte tbPositiveChar, int32 fOptionalForm) {
-  catch_up();
+  CatchUp();
   return FcStrPrintfReal(pRecord, value, type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero,
                          tbPositiveChar, fOptionalForm);
 }
 
 int32 fFpStrLocalIsUTF8() {
-  catch_up();
-  return iconvt_UTF8ToNative == no_conversion();
+  CatchUp();
+  return iconvt_UTF8ToNative == NoConversion();
 }
 
 int32 fFpStrIsLocal(FwTextString uni) {
-  return passes_unasked(FWC(uni)) || iconvt_UTF8ToNative == no_conversion();
+  return PassesUnasked(FWC(uni)) || iconvt_UTF8ToNative == NoConversion();
 }
 
 FwTextString FwStrLocalToUTF8(const char* local) {
   if (local == nullptr) return nullptr;
-  if (passes_unasked(local) || iconvt_NativeToUTF8 == no_conversion())
+  if (PassesUnasked(local) || iconvt_NativeToUTF8 == NoConversion())
     return FwStrDuplicate(FWT(local));
   char* pszIn = const_cast<char*>(local);
   size_t cbIn = std::strlen(local) + 1;
   const size_t cbOut = cbIn * 6;
-  FwByte* pbBuffer = alloc_bytes(cbOut);
+  FwByte* pbBuffer = AllocBytes(cbOut);
   char* pOut = reinterpret_cast<char*>(pbBuffer);
   size_t cbFree = cbOut;
-  reset(iconvt_NativeToUTF8);
+  Reset(iconvt_NativeToUTF8);
   if (iconv(iconvt_NativeToUTF8, &pszIn, &cbIn, &pOut, &cbFree) == static_cast<size_t>(-1)) {
     const int nError = errno;
     FwAssert(nError != EILSEQ,
@@ -336,18 +335,18 @@ FwTextString FwStrLocalToUTF8(const char* local) {
     FwAssert(nError != E2BIG, "Memory allocation error in FwStrLocalToUTF8() [iconv failed]");
     std::printf("Failing string: %s\n", local);
   }
-  return fit(pbBuffer, cbOut - cbFree);
+  return Fit(pbBuffer, cbOut - cbFree);
 }
 
 char* FwStrUTF8ToLocal(const FwTextString uni) {
   if (uni == nullptr) return nullptr;
-  if (passes_unasked(FWC(uni)) || iconvt_UTF8ToNative == no_conversion())
+  if (PassesUnasked(FWC(uni)) || iconvt_UTF8ToNative == NoConversion())
     return FWC(FwStrDuplicate(uni));
   for (size_t cbOut = std::strlen(FWC(uni)) + 1 + 7;; cbOut *= 2) {
-    FwByte* pbBuffer = alloc_bytes(cbOut);
+    FwByte* pbBuffer = AllocBytes(cbOut);
     size_t cbUsed;
-    if (convert_into(iconvt_UTF8ToNative, FWC(uni), pbBuffer, cbOut, &cbUsed))
-      return reinterpret_cast<char*>(fit(pbBuffer, cbUsed));
+    if (ConvertInto(iconvt_UTF8ToNative, FWC(uni), pbBuffer, cbOut, &cbUsed))
+      return reinterpret_cast<char*>(Fit(pbBuffer, cbUsed));
     FwMemFree(pbBuffer);
   }
 }

@@ -10,7 +10,7 @@ constexpr uint32 kPoolFirst = 256;
 constexpr uint32 kPoolGrow = 8192;
 
 // Elements: their texts live as long as the table.
-constexpr FwHashFunctions element_functions = {wh_env_hash, wh_env_compare, nullptr, nullptr, 1};
+constexpr FwHashFunctions kElementFunctions = {wh_env_hash, wh_env_compare, nullptr, nullptr, 1};
 
 int32 StringAddCopyKeyFunction(FwHashEntry* entry, void* key, void* value, int32 fNew,
                                FwErrorState* err) {
@@ -148,11 +148,11 @@ VAR_OPS* make_var_ops() {
   var_ops->pool =
       FwMemPoolCreate(0, kPoolFirst, kPoolGrow, alignof(void*), ALLOC_MUST_SUCCEED | INIT_NONE);
   if (!var_ops->pool) FwMemExitMemoryExhausted();
-  var_ops->values = make_table(&element_functions);
+  var_ops->values = make_table(&kElementFunctions);
   FwVectorOpen(&var_ops->inserts, 4);
   FwVectorOpen(&var_ops->removes, 8);
   FwVectorOpen(&var_ops->oldorder, 4);
-  var_ops->nodes = make_table(&element_functions);
+  var_ops->nodes = make_table(&kElementFunctions);
   FwStrRecordOpen(&var_ops->result);
   return var_ops;
 }

@@ -97,9 +97,9 @@ SETENV_OP op_of(const WH_SETENV* setenv) {
   static constexpr struct {
     const char* word;
     SETENV_OP op;
-  } words[] = {
+  } kWords[] = {
       {"set", op_set}, {"delete", op_delete}, {"append", op_append}, {"prepend", op_prepend}};
-  for (const auto& word : words)
+  for (const auto& word : kWords)
     if (FwStrEqualFolded(setenv->op, FWT(word.word))) return word.op;
   return op_remove;
 }

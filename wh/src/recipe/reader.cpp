@@ -53,7 +53,7 @@ struct KIND {
   int needhost;
 };
 
-const KIND kinds[] = {
+const KIND kKinds[] = {
     {"setup.xml", 3, 0},   {"unset.xml", 3, 0},     {"prep.xml", 3, 0},
     {"install.xml", 4, 1}, {"uninstall.xml", 4, 1}, {nullptr, 4, 0},
 };
@@ -75,74 +75,74 @@ struct ATTR {
   const char* deflt = nullptr;
 };
 
-constexpr ATTR<WH_CMD> cmd_attrs[] = {
+constexpr ATTR<WH_CMD> kCmdAttrs[] = {
     {"cwd", &WH_CMD::cwd, "%(BASE-CNVR)"},
     {"feedback", &WH_CMD::feedback, "no"},
 };
 
-constexpr ATTR<WH_CMD> make_attrs[] = {
+constexpr ATTR<WH_CMD> kMakeAttrs[] = {
     {"cwd", &WH_CMD::cwd, "%(BASE-CNVR)"},
 };
 
-constexpr ATTR<WH_RUN> run_attrs[] = {
+constexpr ATTR<WH_RUN> kRunAttrs[] = {
     {"program", &WH_RUN::program},
     {"cwd", &WH_RUN::cwd, "%(BASE-CNVR)"},
     {"feedback", &WH_RUN::feedback, "no"},
 };
 
-constexpr ATTR<WH_COPY> copy_attrs[] = {
+constexpr ATTR<WH_COPY> kCopyAttrs[] = {
     {"from", &WH_COPY::from},
     {"to", &WH_COPY::to},
     {"onlyifabsent", &WH_COPY::onlyifabsent, "no"},
 };
 
-constexpr ATTR<WH_DELETE> delete_attrs[] = {
+constexpr ATTR<WH_DELETE> kDeleteAttrs[] = {
     {"ifempty", &WH_DELETE::ifempty},
 };
 
-constexpr ATTR<WH_DIR> dir_attrs[] = {
+constexpr ATTR<WH_DIR> kDirAttrs[] = {
     {"mode", &WH_DIR::mode},
 };
 
-constexpr ATTR<WH_SETENV> setenv_attrs[] = {
+constexpr ATTR<WH_SETENV> kSetenvAttrs[] = {
     {"op", &WH_SETENV::op, "set"},
     {"name", &WH_SETENV::name},
     {"value", &WH_SETENV::value},
     {"context", &WH_SETENV::context, "user"},
 };
 
-constexpr ATTR<WH_SETREG> setreg_attrs[] = {
+constexpr ATTR<WH_SETREG> kSetregAttrs[] = {
     {"op", &WH_SETREG::op, "CREATE"}, {"hive", &WH_SETREG::hive}, {"key", &WH_SETREG::key},
     {"value", &WH_SETREG::value},     {"data", &WH_SETREG::data}, {"type", &WH_SETREG::type},
 };
 
-constexpr ATTR<FwFileShortcut> shortcut_attrs[] = {
+constexpr ATTR<FwFileShortcut> kShortcutAttrs[] = {
     {"op", &FwFileShortcut::op},           {"name", &FwFileShortcut::name},
     {"program", &FwFileShortcut::program}, {"args", &FwFileShortcut::args},
     {"icon", &FwFileShortcut::icon},       {"folder", &FwFileShortcut::folder},
     {"workdir", &FwFileShortcut::workdir},
 };
 
-constexpr ATTR<WH_JAVA> java_attrs[] = {
+constexpr ATTR<WH_JAVA> kJavaAttrs[] = {
     {"name", &WH_JAVA::name},
     {"entry", &WH_JAVA::entry, "main"},
     {"location", &WH_JAVA::location, "%(BASE-CNVR)"},
 };
 
-constexpr ATTR<WH_MESSAGE> message_attrs[] = {
+constexpr ATTR<WH_MESSAGE> kMessageAttrs[] = {
     {"title", &WH_MESSAGE::title},
 };
 
-constexpr ATTR<WH_DATA> data_attrs[] = {
+constexpr ATTR<WH_DATA> kDataAttrs[] = {
     {"file", &WH_DATA::file}, {"creator", &WH_DATA::creator}, {"type", &WH_DATA::type},
     {"mode", &WH_DATA::mode}, {"eol", &WH_DATA::eol},
 };
 
 // Words that an attribute may hold, in any case.
-constexpr const char* setenv_ops[] = {"set",      "delete",  "append",
+constexpr const char* kSetenvOps[] = {"set",      "delete",  "append",
                                       "unappend", "prepend", "unprepend"};
-constexpr const char* setenv_contexts[] = {"all", "user"};
-constexpr const char* shortcut_ops[] = {"create", "forcecreate", "delete"};
+constexpr const char* kSetenvContexts[] = {"all", "user"};
+constexpr const char* kShortcutOps[] = {"create", "forcecreate", "delete"};
 
 template <std::size_t N>
 bool is_one_of(FwTextString word, const char* const (&words)[N]) {
@@ -219,12 +219,12 @@ void start_alternative(DFA* dfa, ELEMENT* element) {
 }
 
 void start_cmd(DFA* dfa, ELEMENT* element) {
-  dfa->command = make_command(wh_cmd, record_from(element, cmd_attrs));
+  dfa->command = make_command(wh_cmd, record_from(element, kCmdAttrs));
   opentext(dfa);
 }
 
 void start_make(DFA* dfa, ELEMENT* element) {
-  dfa->command = make_command(wh_make, record_from(element, make_attrs));
+  dfa->command = make_command(wh_make, record_from(element, kMakeAttrs));
   opentext(dfa);
 }
 
@@ -235,7 +235,7 @@ void end_cmd(DFA* dfa) {
 }
 
 void start_run(DFA* dfa, ELEMENT* element) {
-  WH_RUN* run = record_from(element, run_attrs);
+  WH_RUN* run = record_from(element, kRunAttrs);
   dfa->command = make_command(wh_run, run);
   FwTextString wait = attr("wait", element->atts, &element->seen);
   run->wait = wait == nullptr || FwStrCompare(wait, FWT("yes")) == 0;
@@ -251,7 +251,7 @@ void end_arg(DFA* dfa) {
 }
 
 void start_data(DFA* dfa, ELEMENT* element) {
-  dfa->data = record_from(element, data_attrs);
+  dfa->data = record_from(element, kDataAttrs);
   opentext(dfa);
 }
 
@@ -267,7 +267,7 @@ void end_arg_data(DFA* dfa) {
 }
 
 void start_copy(DFA* dfa, ELEMENT* element) {
-  dfa->command = make_command(wh_copy, record_from(element, copy_attrs));
+  dfa->command = make_command(wh_copy, record_from(element, kCopyAttrs));
 }
 
 void end_create_data(DFA* dfa) {
@@ -283,7 +283,7 @@ void start_delete(DFA* dfa, ELEMENT* element) {
     dfa->state = st_error;
     return;
   }
-  dfa->command = make_command(wh_delete, record_from(element, delete_attrs));
+  dfa->command = make_command(wh_delete, record_from(element, kDeleteAttrs));
   opentext(dfa);
 }
 
@@ -297,7 +297,7 @@ void start_dir(DFA* dfa, ELEMENT* element) {
     dfa->state = st_error;
     return;
   }
-  dfa->command = make_command(wh_dir, record_from(element, dir_attrs));
+  dfa->command = make_command(wh_dir, record_from(element, kDirAttrs));
   opentext(dfa);
 }
 
@@ -309,9 +309,9 @@ void end_dir(DFA* dfa) {
 
 // A refused value leaves the command in the step, where it is freed with the recipe.
 void start_setenv(DFA* dfa, ELEMENT* element) {
-  WH_SETENV* setenv = record_from(element, setenv_attrs);
+  WH_SETENV* setenv = record_from(element, kSetenvAttrs);
   add_command(dfa, make_command(wh_setenv, setenv));
-  if (!is_one_of(setenv->op, setenv_ops) || !is_one_of(setenv->context, setenv_contexts))
+  if (!is_one_of(setenv->op, kSetenvOps) || !is_one_of(setenv->context, kSetenvContexts))
     dfa->state = st_error;
 }
 
@@ -321,21 +321,21 @@ void end_setenv(DFA* dfa) {
 }
 
 void start_setreg(DFA* dfa, ELEMENT* element) {
-  add_command(dfa, make_command(wh_setreg, record_from(element, setreg_attrs)));
+  add_command(dfa, make_command(wh_setreg, record_from(element, kSetregAttrs)));
 }
 
 void start_shortcut(DFA* dfa, ELEMENT* element) {
-  FwFileShortcut* shortcut = record_from(element, shortcut_attrs);
+  FwFileShortcut* shortcut = record_from(element, kShortcutAttrs);
   add_command(dfa, make_command(wh_shortcut, shortcut));
-  if (!is_one_of(shortcut->op, shortcut_ops)) dfa->state = st_error;
+  if (!is_one_of(shortcut->op, kShortcutOps)) dfa->state = st_error;
 }
 
 void start_java(DFA* dfa, ELEMENT* element) {
-  dfa->command = make_command(wh_java, record_from(element, java_attrs));
+  dfa->command = make_command(wh_java, record_from(element, kJavaAttrs));
 }
 
 void start_message(DFA* dfa, ELEMENT* element) {
-  dfa->command = make_command(wh_message, record_from(element, message_attrs));
+  dfa->command = make_command(wh_message, record_from(element, kMessageAttrs));
   opentext(dfa);
 }
 
@@ -344,7 +344,7 @@ void end_message(DFA* dfa) {
   end_command(dfa);
 }
 
-constexpr START_RULE<DFA> starts[] = {
+constexpr START_RULE<DFA> kStarts[] = {
     {st_initial, "RECIPE", st_in_recipe, start_recipe},
     {st_in_recipe, "STEP", st_step_start, start_step},
     {st_step_start, "PATTERN", st_in_pattern, start_condition},
@@ -371,7 +371,7 @@ constexpr START_RULE<DFA> starts[] = {
     {st_in_java, "DATA", st_java_data_text, start_data},
 };
 
-constexpr END_RULE<DFA> ends[] = {
+constexpr END_RULE<DFA> kEnds[] = {
     {st_in_recipe, "RECIPE", st_final},
     {st_in_step, "STEP", st_in_recipe},
     {st_in_pattern, "PATTERN", st_in_step, end_pattern},
@@ -398,11 +398,11 @@ constexpr END_RULE<DFA> ends[] = {
     {st_message_text, "MESSAGE", st_in_step, end_message},
 };
 
-constexpr MACHINE machine{starts, ends, st_error, st_final, 1};
+constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 
 const KIND& kind_of(FwTextString file) {
   FwTextString leaf = FwFileSkipToLeafname(file);
-  const KIND* kind = kinds;
+  const KIND* kind = kKinds;
   while (kind->leaf != nullptr && FwStrCompare(leaf, FWT(kind->leaf)) != 0)
     ++kind;
   return *kind;
@@ -413,9 +413,9 @@ const char* eol_of(FwTextString style) {
     const char* name;
     const char* eol;
   };
-  static const STYLE styles[] = {{"cr", "\r"}, {"crlf", "\r\n"}, {"lf", "\n"}};
+  static const STYLE kStyles[] = {{"cr", "\r"}, {"crlf", "\r\n"}, {"lf", "\n"}};
   if (style != nullptr)
-    for (const STYLE& one : styles)
+    for (const STYLE& one : kStyles)
       if (FwStrCompare(style, FWT(one.name)) == 0) return one.eol;
   return host_eol;
 }
@@ -444,9 +444,9 @@ WH_RECIPE* read_recipe(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS 
   const KIND& kind = kind_of(file);
   dfa.version = kind.version;
   dfa.needhost = kind.needhost;
-  PARSER parser{&dfa, start_element<machine>, end_element<machine>, doctype_element, text_data};
+  PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, text_data};
   // Kept: the other readers report a fault of structure as VQN_XML_ERROR.
-  int done = run_reader(err, file, &parser, machine.final, whErrorInvalid);
+  int done = run_reader(err, file, &parser, kMachine.final, whErrorInvalid);
   release_reader(&dfa);
   if (!done) {
     free_record(&dfa.data);

@@ -72,7 +72,7 @@ struct FAMILY {
   SUFFIXES suffixes;  // null: a family further down decides
 };
 
-constexpr FAMILY families[] = {
+constexpr FAMILY kFamilies[] = {
     {"pc", {"\\", ".exe", ".lib", ".dll"}},
     {"hpux", {nullptr, nullptr, nullptr, ".sl"}},
     {"unix", {"/", "", ".a", ".so"}},
@@ -82,7 +82,7 @@ constexpr FAMILY families[] = {
 // Each suffix is decided by the first family that holds; all are null if none does.
 SUFFIXES suffixes_for_platform(FwTextString platform) {
   SUFFIXES found = {};
-  for (const FAMILY& family : families) {
+  for (const FAMILY& family : kFamilies) {
     if (!platform_included(FWC(platform), const_cast<char*>(family.name))) continue;
     for (const char* SUFFIXES::*suffix :
          {&SUFFIXES::sep, &SUFFIXES::exe, &SUFFIXES::lib, &SUFFIXES::dll})
@@ -112,8 +112,8 @@ void append_suffixes(CV_TAIL* tail, FwTextString platform, const char* const (&n
   append_cv(tail, names[3], suffixes.sep);
 }
 
-constexpr const char* platform_names[4] = {"PLIB", "PDLL", "PEXE", "PFS"};
-constexpr const char* target_names[4] = {"TLIB", "TDLL", "TEXE", "TFS"};
+constexpr const char* kPlatformNames[4] = {"PLIB", "PDLL", "PEXE", "PFS"};
+constexpr const char* kTargetNames[4] = {"TLIB", "TDLL", "TEXE", "TFS"};
 
 // The category's elements joined by a separator that is the target platform's: it stays a
 // reference until expansion. Null for null.
@@ -279,8 +279,8 @@ WH_CONTEXT_VALUE* cv_from_var_list(WH_VAR* var) {
   CV_TAIL tail = {&list};
   for (; var != nullptr; var = var->next) {
     if (var->n == nullptr || var->v == nullptr) continue;
-    if (same_text(var->n, FWT("platform"))) append_suffixes(&tail, var->v, platform_names);
-    if (same_text(var->n, FWT("target"))) append_suffixes(&tail, var->v, target_names);
+    if (same_text(var->n, FWT("platform"))) append_suffixes(&tail, var->v, kPlatformNames);
+    if (same_text(var->n, FWT("target"))) append_suffixes(&tail, var->v, kTargetNames);
     append_cv(&tail, FWC(var->n), FWC(var->v));
   }
   return list;

@@ -114,12 +114,12 @@ bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* produc
   static constexpr struct {
     const char* file;
     WH_RECIPE* WH_PRODUCT::*field;
-  } recipes[] = {
+  } kRecipes[] = {
       {"setup.xml", &WH_PRODUCT::setup},
       {"prep.xml", &WH_PRODUCT::prep},
       {"unset.xml", &WH_PRODUCT::unset},
   };
-  for (const auto& recipe : recipes) {
+  for (const auto& recipe : kRecipes) {
     file = path(recipe.file);
     product->*recipe.field = read_recipe(err, file, WH_XML_PF_NO_CHECKS);
     FwMemFree(file);
@@ -129,11 +129,11 @@ bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* produc
   static constexpr struct {
     const char* file;
     WH_ENV_SETTINGS* WH_PRODUCT::*field;
-  } settings[] = {
+  } kSettings[] = {
       {"env.xml", &WH_PRODUCT::envset},
       {"unenv.xml", &WH_PRODUCT::envunset},
   };
-  for (const auto& setting : settings) {
+  for (const auto& setting : kSettings) {
     file = path(setting.file);
     product->*setting.field = read_env_settings(err, file, WH_XML_PF_NO_CHECKS);
     FwMemFree(file);

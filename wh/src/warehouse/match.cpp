@@ -11,7 +11,7 @@
 namespace {
 
 // The operators' words, by number plus one.
-constexpr const char* ops[] = {"error", "is", "eq", "lt", "le", "gt", "ge", "ne", "m"};
+constexpr const char* kOps[] = {"error", "is", "eq", "lt", "le", "gt", "ge", "ne", "m"};
 
 // Whether one of the comma-separated parts of list is a platform that overlaps val. Unlike in
 // wh_test_op_multi, an empty part counts.
@@ -62,7 +62,7 @@ FwTextString platform_variant_matching_host(WH_PRODUCT_INFO* prodinfo) {
 
 int wh_test_op(FwTextString lhs, int op, FwTextString rhs) {
   if (op < wh_op_is || op > wh_op_matches) {
-    std::printf("operator '%s' is not implemented\n", ops[0]);
+    std::printf("operator '%s' is not implemented\n", kOps[0]);
     return 0;
   }
   if (lhs == nullptr || rhs == nullptr) return 0;

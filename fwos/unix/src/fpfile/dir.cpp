@@ -11,7 +11,7 @@ namespace {
 
 constexpr mode_t kDirectoryMode = 0777;  // cut by the umask
 
-bool fDotName(const char* pszName) {
+bool IsDotName(const char* pszName) {
   const std::size_t cb = std::strlen(pszName);
   return (cb == 1 && pszName[0] == '.') || (cb == 2 && pszName[0] == '.' && pszName[1] == '.');
 }
@@ -22,7 +22,7 @@ const dirent* NextEntry(FwErrorState* pErrState, FwDir* DirHandle) {
     errno = 0;
     const dirent* pEntry = ::readdir(DirHandle->platDirInfo.handle);
     if (pEntry) {
-      if (!fDotName(pEntry->d_name)) return pEntry;
+      if (!IsDotName(pEntry->d_name)) return pEntry;
       continue;
     }
     if (errno == EINTR) continue;

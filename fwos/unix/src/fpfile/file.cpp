@@ -53,14 +53,14 @@ uint32 HighWord(uint64 n) {
   return static_cast<uint32>(n >> 32);
 }
 
-bool fExists(FwTextString ptbzFilename) {
+bool Exists(FwTextString ptbzFilename) {
   FwErrorState err;
   const bool fFound = FwFileGetInfo(&err, ptbzFilename, nullptr, 0);
   FwErrorClear(&err);
   return fFound;
 }
 
-bool fSameFile(FwTextString ptbzFilename1, FwTextString ptbzFilename2) {
+bool IsSameFile(FwTextString ptbzFilename1, FwTextString ptbzFilename2) {
   FwErrorState err;
   const bool fSame = FwFilenamesReferToSameFile(&err, ptbzFilename1, ptbzFilename2);
   FwErrorClear(&err);
@@ -223,9 +223,9 @@ int32 FpFileCopyLink(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextSt
 
 int32 FpFileRename(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString ptbzNewname,
                    uint32 flags) {
-  if (!(flags & FW_FILE_OVERWRITE) && fExists(ptbzNewname)) {
+  if (!(flags & FW_FILE_OVERWRITE) && Exists(ptbzNewname)) {
     // Kept: a file renamed to itself stays, and the result is 0 without an error.
-    if (!fSameFile(ptbzOldname, ptbzNewname))
+    if (!IsSameFile(ptbzOldname, ptbzNewname))
       FwErrorSet(pErrState, fwErrorAlreadyExists, 2, FWT("File"), ptbzNewname);
     return 0;
   }
