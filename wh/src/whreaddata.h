@@ -5,8 +5,8 @@
 // which no tag leaves; the parser reads on to the end of the file. A reader is
 //
 //   struct DFA : READER { ... };                       the record being built, and where it grows
-//   constexpr START_RULE<DFA> starts[] = {...};        rows in the order of their states
-//   constexpr END_RULE<DFA> ends[] = {...};
+//   constexpr START_RULE<DFA> kStarts[] = {...};       rows in the order of their states
+//   constexpr END_RULE<DFA> kEnds[] = {...};
 //   constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 //   ...
 //   DFA dfa;

@@ -19,7 +19,7 @@ void expand_run_args(FwErrorState* err, FwVector* from, FwVector* to, WH_SYMTAB*
 template <class RECORD>
 RECORD* expand_record(FwErrorState* err, RECORD* from, WH_SYMTAB* symtab) {
   auto* to = make_record<RECORD>();
-  for (TEXT_FIELD<RECORD> field : FIELDS<RECORD>::expanded)
+  for (TEXT_FIELD<RECORD> field : FIELDS<RECORD>::kExpanded)
     to->*field = wh_expand(err, from->*field, symtab);
   if constexpr (requires { from->args.nCurrentSize; })
     expand_run_args(err, &from->args, &to->args, symtab);
