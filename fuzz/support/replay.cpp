@@ -5,7 +5,6 @@
 // First each file as it is, in the order of the names; then N inputs made from them by small
 // pseudo-random changes, the same in every run. A find names the input; one that no file holds is
 // written to ./find.
-#include <dirent.h>
 
 #include <algorithm>
 #include <csignal>

@@ -20,7 +20,7 @@
 #ifndef FWVECTOR_H
 #define FWVECTOR_H
 
-#include "fwtypes.h"
+#include "vqtypes.h"
 
 // What is stored in the field state.
 enum FwVectorState : int32 {

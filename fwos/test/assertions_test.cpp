@@ -7,11 +7,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string>
 
-#include "fcmem.h"
-#include "fcobserv.h"
 #include "fcstrmat.h"
 #include "files.h"
 #include "fpfile/names.h"

@@ -4,14 +4,12 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "fcerror.h"
 #include "fperror.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "recorder.h"
 

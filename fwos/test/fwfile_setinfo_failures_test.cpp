@@ -7,7 +7,6 @@
 #include "files.h"
 #include "fwfile.h"
 #include "process.h"
-#include "recorder.h"
 
 namespace {
 

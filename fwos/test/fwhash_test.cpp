@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "failing_allocation.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "recorder.h"
 

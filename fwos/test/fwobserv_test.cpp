@@ -8,7 +8,6 @@
 
 #include "failing_allocation.h"
 #include "fcobserv.h"
-#include "fwmem.h"
 #include "recorder.h"
 
 namespace {

@@ -7,7 +7,6 @@
 
 #include "fcboot.h"
 #include "files.h"
-#include "fpfile.h"
 #include "fwfile/coerce.h"
 #include "process.h"
 #include "recorder.h"

@@ -17,7 +17,6 @@
 #include "files.h"
 #include "fwvector.h"
 #include "process.h"
-#include "recorder.h"
 #include "syscalls.h"
 
 namespace {

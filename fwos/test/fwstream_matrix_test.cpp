@@ -11,7 +11,6 @@
 #include "files.h"
 #include "fwstream.h"
 #include "process.h"
-#include "recorder.h"
 #include "syscalls.h"
 
 namespace {

@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "failing_allocation.h"
-#include "fcclass.h"
 #include "fwerror.h"
 #include "fwmem.h"
 #include "fwstring.h"

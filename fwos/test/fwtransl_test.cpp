@@ -15,8 +15,6 @@
 #include "child.h"
 #include "failing_allocation.h"
 #include "fcboot.h"
-#include "fcmem.h"
-#include "fcstrprf.h"
 #include "fctransl.h"
 #include "fwerror.h"
 #include "fwmem.h"

@@ -9,7 +9,6 @@
 #include "files.h"
 #include "fwprog.h"
 #include "process.h"
-#include "recorder.h"
 
 namespace {
 

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "fcclass.h"
-#include "fwmem.h"
 #include "fwobserv.h"
 #include "recorder.h"
 

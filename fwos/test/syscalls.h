@@ -2,8 +2,6 @@
 #ifndef FWOS_TEST_SYSCALLS_H
 #define FWOS_TEST_SYSCALLS_H
 
-#include <sys/vfs.h>
-
 #include <cstdint>
 
 #include "faults.h"

@@ -1,7 +1,6 @@
 #include "vqnexpat.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <string>
 #include <vector>

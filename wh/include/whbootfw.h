@@ -12,8 +12,6 @@
 #ifndef WHBOOTFW_H
 #define WHBOOTFW_H
 
-#include "fwtypes.h"
-
 // 1 if traces are printed.
 extern int wh_trace;
 

@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
 #include "model_support.h"
 #include "process.h"
-#include "recorder.h"
 #include "warehouse/private.h"
 
 namespace {

@@ -8,8 +8,6 @@
 #include "environ.h"
 #include "faults.h"
 #include "fwerror.h"
-#include "fwfile.h"
-#include "fwmem.h"
 #include "glob.h"
 #include "partlist.h"
 #include "process.h"
@@ -20,7 +18,6 @@
 #include "settings.h"
 #include "sweep.h"
 #include "warehouse.h"
-#include "wqlatest.h"
 
 namespace {
 

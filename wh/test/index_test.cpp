@@ -4,7 +4,6 @@
 
 #include "model_support.h"
 #include "process.h"
-#include "warehouse/private.h"
 
 namespace {
 

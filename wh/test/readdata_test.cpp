@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "read_support.h"
-#include "recorder.h"
 #include "whreaddata.h"
 
 namespace {

@@ -5,7 +5,6 @@
 #include "fwerror.h"
 #include "hostplat.h"
 #include "model_support.h"
-#include "recorder.h"
 #include "warehouse/private.h"
 
 namespace {

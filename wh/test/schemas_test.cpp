@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "read_support.h"
-#include "recorder.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "read_support.h"
-#include "recorder.h"
 
 namespace {
 

@@ -6,7 +6,6 @@
 #include <dirent.h>
 
 #include <string>
-#include <vector>
 
 #include "engine_support.h"
 #include "warehouse.h"

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "fwfile.h"
-#include "fwstring.h"
 #include "output.h"
 #include "whbootfw.h"
 

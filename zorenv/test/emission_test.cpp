@@ -1,8 +1,6 @@
 // What comes out: the four dialects, the order of records, a program run in the new environment.
 #include <gtest/gtest.h>
 
-#include <csignal>
-
 #include "slots.h"
 #include "tool.h"
 

@@ -2,7 +2,6 @@
 // on the installed example, the shell functions and completions from their usual places, and the
 // framework for programs that other people build, by CMake and by pkg-config.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>

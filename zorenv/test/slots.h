@@ -4,7 +4,6 @@
 #ifndef SLOTS_H
 #define SLOTS_H
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>

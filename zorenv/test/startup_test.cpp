@@ -1,6 +1,5 @@
 // How a run begins: nothing may come before or between the records of a script.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "tool.h"
 

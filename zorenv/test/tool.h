@@ -7,7 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include "model/usage.h"
 #include "process.h"
 
 // A warehouse on disk, at a path of its own: the order of records follows hash slots, and so the

@@ -1,4 +1,3 @@
-#include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
