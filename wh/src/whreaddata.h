@@ -11,8 +11,8 @@
 //   ...
 //   DFA dfa;
 //   dfa.flags = flags;
-//   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, text_data};
-//   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
+//   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element,
+//   text_data}; int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
 //   release_reader(&dfa);                              then, if not done, what was half built
 //
 // Text between elements is dropped; the text of an element that opens its record is kept byte for
