@@ -76,6 +76,14 @@ TEST(MatchNodes, AGlobBesideFewNodesTriesEach) {
   EXPECT_EQ(nodes.Found("**").size(), 3u);
 }
 
+TEST(MatchNodes, AGlobFindsTextsThatBeginAsItDoesInAnotherSpelling) {
+  Nodes nodes({"/a/b", "/a//b1", "//a/b2/", "/a/b|x", "/a", "/a/c", "a/b"});
+  EXPECT_EQ(nodes.Found("/a/b*"), nodes.Tried("/a/b*"));
+  EXPECT_EQ(nodes.Found("/a/b*").size(), 3u);
+  EXPECT_EQ(nodes.Found("//a//b?"), nodes.Tried("//a//b?"));
+  EXPECT_EQ(nodes.Found("//a//b?").size(), 2u);
+}
+
 TEST(MatchNodes, AGlobBesideManyNodesFindsWhatEachTryWould) {
   // Few letters, so that texts are met by patterns, and by each other's spellings.
   std::mt19937 random(1);
