@@ -114,6 +114,7 @@ struct VAR_OPS {
   LITERALS remove_keys;
   PATTERNS remove_globs;
   int32 filed = 0;
+  bool looks = false;  // one of the removes looks at the disk
 };
 
 // The list of removes of one value. It names a remove once for each insert of the value and for

@@ -68,6 +68,35 @@ void find_subjects(SUBJECTS* subjects, const GLOB* pattern, POSITIONS* hits) {
   }
 }
 
+bool accepts(const EXPANDED_OP* remeop, FwTextString value) {
+  for (int32 i = 0; i < remeop->pattern_count; ++i)
+    if (glob_accepts(&remeop->patterns[i], value)) return true;
+  return false;
+}
+
+// Tries a remove that looks at the disk on all inserted values: on each as often as it is inserted,
+// which shows on the disk alone.
+void look_for_inserts(VAR_OPS* var_ops, EXPANDED_OP* remeop) {
+  const FwVector* values = &var_ops->inserted.texts;  // each as it was inserted first
+  int32 next = 0;
+  for (int32 i = 0; i < FwVectorLength(&var_ops->inserts); ++i) {
+    FwTextString value = element_at<EXPANDED_OP>(&var_ops->inserts, i)->op->u.ins->value;
+    const bool first =
+        next < FwVectorLength(values) && element_at<FwTextByte>(values, next) == value;
+    if (first) ++next;
+    if (accepts(remeop, value) && first) enter_remove(var_ops, value, remeop);
+  }
+}
+
+// Tries the removes that look at the disk on a value that is inserted once more, likewise.
+void look_again(VAR_OPS* var_ops, FwTextString value) {
+  if (!var_ops->looks) return;
+  for (int32 i = 0; i < FwVectorLength(&var_ops->removes); ++i) {
+    const auto* remeop = element_at<EXPANDED_OP>(&var_ops->removes, i);
+    if (remeop->looks) accepts(remeop, value);
+  }
+}
+
 // Tries one remove on all texts, in their order.
 void try_remove(VAR_OPS* var_ops, SUBJECTS* subjects, EXPANDED_OP* remeop) {
   if (subjects->texts.state != FW_VECTOR_OPEN) return;
@@ -147,7 +176,10 @@ void add_insert(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ERROR_
   WH_ENV_INSERT* ins = eop->op->u.ins;
   check_sep(var_ops, &ins->sep, name, error);
   FwVectorAddElement(&var_ops->inserts, eop);
-  if (enter_insert(get_val_ops(var_ops, ins->value), eop)) return;
+  if (enter_insert(get_val_ops(var_ops, ins->value), eop)) {
+    look_again(var_ops, ins->value);
+    return;
+  }
   add_subject(&var_ops->inserted, ins->value);
   try_removes(var_ops, ins->value);
 }
@@ -157,7 +189,12 @@ void add_remove(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ENVIRO
   WH_ENV_REMOVE* rem = eop->op->u.rem;
   check_sep(var_ops, &rem->sep, name, error);
   FwVectorAddElement(&var_ops->removes, eop);
-  try_remove(var_ops, &var_ops->inserted, eop);
+  if (eop->looks) {
+    var_ops->looks = true;
+    look_for_inserts(var_ops, eop);
+  } else {
+    try_remove(var_ops, &var_ops->inserted, eop);
+  }
 
   FwTextString value = wh_lookup_ev(name, input_env);
   if (!value) return;
@@ -214,11 +251,7 @@ void add_op_to_variable(EXPANDED_OP* eop, FwTextString name, FwHashTable* variab
 }
 
 void add_rem_reqs(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
-  for (int32 i = 0; i < remeop->pattern_count; ++i)
-    if (glob_accepts(&remeop->patterns[i], value)) {
-      enter_remove(var_ops, value, remeop);
-      return;
-    }
+  if (accepts(remeop, value)) enter_remove(var_ops, value, remeop);
 }
 
 void check_sep(VAR_OPS* var_ops, int* sep, FwTextString name, WH_ERROR_FUNC error) {
