@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -12,6 +13,7 @@
 #include "environ/engine.h"
 #include "fwhash.h"
 #include "glob.h"
+#include "recorder.h"
 
 namespace {
 
@@ -311,6 +313,24 @@ TEST(Generate, ARemoveIsListedForEachInsertAndEachEqualElement) {
   EXPECT_EQ(Steps(w, {"A"}, {}).rem("V", "v"), (Strings{"-V=v"}));
   EXPECT_EQ(Steps(w, {"A"}, {{"V", "v"}}).rem("V", "v"), (Strings{"-V=v", "-V=v"}));
   EXPECT_EQ(Steps(w, {"A"}, {{"V", "v:w:v"}}).rem("V", "v"), (Strings{"-V=v", "-V=v", "-V=v"}));
+}
+
+// Each look at a file whose name is no text is reported, so the reports count the looks.
+TEST(Generate, ARemoveLooksAtTheDiskOnceForEachInsert) {
+  Warehouse w;
+  std::ofstream(w.path() + "/f") << "/\xE9";
+  const std::string insert = Insert("V", "%[%(BASE-DIRECTORY)/f]");
+  w.Add("A", insert + insert + Remove("V", {"**|none"}) + insert);
+  w.Add("B", insert + insert + insert);
+  auto asserted = [](auto act) {
+    CollectReports reports;
+    act();
+    return reports.asserts().size();
+  };
+  const size_t look = asserted([] { wh_glob_matches(FWT("**|none"), FWT("/\xE9")); });
+  ASSERT_GT(look, 0U);
+  EXPECT_EQ(asserted([&] { Steps(w, {"B"}, {}); }) + 3 * look,
+            asserted([&] { Steps(w, {"A"}, {}); }));
 }
 
 TEST(Generate, RemovesMeetInsertsInEitherOrder) {
