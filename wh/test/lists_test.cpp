@@ -37,7 +37,7 @@ struct Command {
 
 Strings Plainly(const std::vector<Command>& commands, WH_ENVIRON* start) {
   WH_ENVIRON* env = dup_environ(start);
-  for (Command command : commands) {
+  for (const Command& command : commands) {
     Text op(command.op), name(command.name), value(command.value);
     WH_SETENV setenv = {op, name, command.has_value ? static_cast<FwTextString>(value) : nullptr,
                         nullptr};
@@ -51,7 +51,7 @@ Strings Plainly(const std::vector<Command>& commands, WH_ENVIRON* start) {
 Strings WithLists(const std::vector<Command>& commands, WH_ENVIRON* start) {
   WH_ENVIRON* env = dup_environ(start);
   LISTS* lists = open_lists(env);
-  for (Command command : commands) {
+  for (const Command& command : commands) {
     Text op(command.op), name(command.name), value(command.value);
     WH_SETENV setenv = {op, name, command.has_value ? static_cast<FwTextString>(value) : nullptr,
                         nullptr};
