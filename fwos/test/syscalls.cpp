@@ -1,6 +1,7 @@
 #include "syscalls.h"
 
 #include <dlfcn.h>
+#include <sys/vfs.h>
 
 #include <cerrno>
 

@@ -61,6 +61,8 @@ class Value {
     for (EXPANDED_OP* remove : removes_)
       enter_removal(&val_ops_, remove);
   }
+  // The same where none of them accepts the value any more: they had looked for a file.
+  void InsertUnaccepted(char name) { enter_insert(&val_ops_, Op(name)); }
   // A remove arrives and is tried on the value as it was inserted, and on so many equal elements.
   void Remove(char name, int elements) {
     removes_.push_back(Op(name));
@@ -142,6 +144,18 @@ class Value {
 const std::vector<std::pair<char, char>> kNone = {};
 const std::vector<std::pair<char, char>> kAC = {{'A', 'C'}};
 const std::vector<std::pair<char, char>> kAcBc = {{'A', 'C'}, {'B', 'C'}};
+
+TEST(Resolve, ARemoveWhoseFileHasVanishedSinceIsNotListedAgain) {
+  Value value({});
+  value.Remove('A', 1);
+  value.InsertUnaccepted('X');
+  value.InsertUnaccepted('Y');
+  EXPECT_EQ("XY/A", value.Lists());
+  value.Remove('B', 0);
+  EXPECT_EQ("XY/ABB", value.Lists());
+  value.InsertUnaccepted('Z');
+  EXPECT_EQ("XYZ/ABBB", value.Lists());
+}
 
 TEST(Resolve, SettlesListsAsTold) {
   struct {

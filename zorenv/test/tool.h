@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "model/usage.h"  // IWYU pragma: export: tests of usage include this one
 #include "process.h"
 
 // A warehouse on disk, at a path of its own: the order of records follows hash slots, and so the

@@ -221,7 +221,7 @@ bool enter_insert(VAL_OPS* val_ops, EXPANDED_OP* eop) {
   REMOVES* rem = &val_ops->rem;
   if (first)
     rem->before_inserts = rem->last;
-  else if (rem->last)
+  else if (rem->last != rem->before_inserts)
     ++rem->last->again;
   return !first;
 }
