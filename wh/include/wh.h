@@ -2,6 +2,7 @@
 #ifndef WH_H
 #define WH_H
 
+#include "computation.h"
 #include "environ.h"
 #include "glob.h"
 #include "partlist.h"
