@@ -14,6 +14,12 @@ function(zor_test_options target)
   zor_common_options(${target})
 endfunction()
 
+# Programs above the floors are ordinary C++, with exceptions and run-time types.
+function(zor_program_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wundef)
+  zor_common_options(${target})
+endfunction()
+
 function(zor_common_options target)
   target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   if(ZOR_WARNINGS_AS_ERRORS)

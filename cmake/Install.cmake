@@ -81,12 +81,13 @@ zor_install_page(tool 5 zorenv-warehouse)
 # A shell that loads completions by the command's name finds those of the function zor under the second one.
 install(FILES share/completions/zorenv.bash RENAME zorenv
   DESTINATION ${completions} COMPONENT tool)
-file(CREATE_LINK zorenv ${PROJECT_BINARY_DIR}/zor SYMBOLIC)
-install(FILES ${PROJECT_BINARY_DIR}/zor
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/completions)
+file(CREATE_LINK zorenv ${PROJECT_BINARY_DIR}/completions/zor SYMBOLIC)
+install(FILES ${PROJECT_BINARY_DIR}/completions/zor
   DESTINATION ${completions} COMPONENT tool)
 install(FILES share/completions/_zorenv DESTINATION ${ZOR_ZSH_DIR} COMPONENT tool)
-file(CREATE_LINK zorenv.fish ${PROJECT_BINARY_DIR}/zor.fish SYMBOLIC)
-install(FILES share/completions/zorenv.fish ${PROJECT_BINARY_DIR}/zor.fish
+file(CREATE_LINK zorenv.fish ${PROJECT_BINARY_DIR}/completions/zor.fish SYMBOLIC)
+install(FILES share/completions/zorenv.fish ${PROJECT_BINARY_DIR}/completions/zor.fish
   DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 
 install(FILES share/shell/zor.sh share/shell/zor.csh share/shell/zor.fish

@@ -1,0 +1,96 @@
+#include "commands/command.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "error.h"
+
+namespace zor {
+
+struct CommandLine::Parser {
+  CLI::App app;
+};
+
+CommandLine::CommandLine(const std::string& name, const std::string& summary,
+                         const std::string& example)
+    : parser_(std::make_unique<Parser>()) {
+  CLI::App& app = parser_->app;
+  app.description(summary);
+  app.name("zor " + name);
+  app.footer("Example:\n  " + example);
+  app.set_help_flag("-h,--help", "show this text");
+}
+
+CommandLine::~CommandLine() = default;
+
+void CommandLine::option(const char* names, std::string* target, const std::string& summary) {
+  parser_->app.add_option(names, *target, summary);
+}
+
+void CommandLine::flag(const char* names, bool* target, const std::string& summary) {
+  parser_->app.add_flag(names, *target, summary);
+}
+
+void CommandLine::positional(const char* name, std::string* target, const std::string& summary) {
+  parser_->app.add_option(name, *target, summary);
+}
+
+void CommandLine::positionals(const char* name, std::vector<std::string>* target,
+                              const std::string& summary) {
+  parser_->app.add_option(name, *target, summary);
+}
+
+void CommandLine::parse(const std::vector<std::string>& words) {
+  try {
+    parser_->app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+  } catch (const CLI::CallForHelp&) {
+    throw Help{parser_->app.help()};
+  } catch (const CLI::ParseError& error) {
+    misuse("{}\n{} --help tells what it takes", error.what(), parser_->app.get_name());
+  }
+}
+
+Request CommandLine::parse_request(const Context& context) {
+  const auto lookup = [this](const std::string& word) {
+    const std::string name = word.substr(0, word.find('='));
+    const CLI::Option* option = parser_->app.get_option_no_throw(name);
+    if (!option) return OptionForm::kUnknown;
+    const bool takes_value = option->get_expected_min() > 0 && name == word;
+    return takes_value ? OptionForm::kTakesValue : OptionForm::kFlag;
+  };
+  SplitWords split = take_request(context.words, lookup, context.environment);
+  parse(split.rest);
+  return std::move(split.request);
+}
+
+std::string explained(const Answer& answer) {
+  std::string text;
+  for (const Fault& fault : answer.faults)
+    text += (text.empty() ? "" : "\n") + fault.text;
+  return text;
+}
+
+Answer answer_to(const Request& request, const Environment& base, Context* context) {
+  if (request.empty()) misuse("say which product, as in: zor env tools/weaver");
+  Answer answer = compute(request.question(), base);
+  if (!answer.done) {
+    const bool broken =
+        std::any_of(answer.faults.begin(), answer.faults.end(),
+                    [](const Fault& fault) { return fault.kind == FaultKind::kAssertion; });
+    throw Error(explained(answer), broken ? kTrouble : kNo);
+  }
+  const std::vector<std::string> silent = silent_choices(request, answer);
+  bool exact = true;
+  for (const auto& group : request.groups)
+    for (const NamedQuery& named : group)
+      exact = exact && named.exact;
+  std::string lines;
+  for (const std::string& line : silent)
+    lines += (lines.empty() ? "" : "\n") + line;
+  // A line of zorenv means here what it means there, though not without a word.
+  if (!lines.empty() && !exact) throw Error(lines);
+  if (!lines.empty()) context->notes += lines + '\n';
+  return answer;
+}
+
+}  // namespace zor

@@ -1,0 +1,71 @@
+// Subcommands: one file each, and one row each in the table of main.cpp.
+#ifndef ZOR_COMMANDS_COMMAND_H
+#define ZOR_COMMANDS_COMMAND_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "environment.h"
+#include "request.h"
+
+namespace zor {
+
+// What a subcommand works with. It prints nothing itself: out is written once it has come to its
+// end, so that a command that fails leaves not half a script behind.
+struct Context {
+  std::vector<std::string> words;  // behind the subcommand's name
+  Environment environment;         // that in which zor was started
+  std::string out;
+  std::string notes;  // for standard error, lines with their ends
+};
+
+struct Command {
+  const char* name;
+  const char* summary;
+  int (*run)(Context* context);  // gives the exit status, or throws Error
+};
+
+int run_avail(Context* context);
+int run_env(Context* context);
+int run_exec(Context* context);
+int run_platform(Context* context);
+
+// The command line of a subcommand. Options are named "-f,--format"; where they are not given, the
+// target keeps its value.
+class CommandLine {
+ public:
+  // The example is a whole line and shown by --help.
+  CommandLine(const std::string& name, const std::string& summary, const std::string& example);
+  ~CommandLine();
+
+  void option(const char* names, std::string* target, const std::string& summary);
+  void flag(const char* names, bool* target, const std::string& summary);
+  // Words that are no options; only for a subcommand without a request.
+  void positional(const char* name, std::string* target, const std::string& summary);
+  void positionals(const char* name, std::vector<std::string>* target, const std::string& summary);
+
+  // These throw Help where it is asked for, and Error for wrong usage.
+  void parse(const std::vector<std::string>& words);
+  Request parse_request(const Context& context);
+
+ private:
+  struct Parser;
+  std::unique_ptr<Parser> parser_;
+};
+
+// Thrown for --help: what is to be printed.
+struct Help {
+  std::string text;
+};
+
+// The answer to a request, or an Error that says all that is wrong. Adds to the context's notes
+// what the user should know all the same.
+Answer answer_to(const Request& request, const Environment& base, Context* context);
+
+// Lines for people about the faults of an answer.
+std::string explained(const Answer& answer);
+
+}  // namespace zor
+
+#endif

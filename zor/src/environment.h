@@ -1,0 +1,54 @@
+// Environment variables, in the order in which a process holds them.
+//
+// The order matters to the computation, which meets the variables in it, and a process may hold a
+// name twice or a text without "=": all of that is kept, so that what nobody asked to change is
+// handed on as it came.
+#ifndef ZOR_ENVIRONMENT_H
+#define ZOR_ENVIRONMENT_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zor {
+
+class Environment {
+ public:
+  Environment() = default;
+  // Of texts "NAME=VALUE".
+  explicit Environment(std::vector<std::string> texts) : texts_(std::move(texts)) {}
+
+  // That of this process, as it was started.
+  static Environment of_process();
+
+  // The value, of a name that stands twice the last one; none if there is no such variable.
+  std::optional<std::string_view> find(std::string_view name) const;
+  // Replaces the value at its place, or adds the variable at the end.
+  void set(std::string_view name, std::string_view value);
+  void erase(std::string_view name);
+
+  const std::vector<std::string>& texts() const { return texts_; }
+
+ private:
+  std::vector<std::string> texts_;
+};
+
+// The name in a text "NAME=VALUE"; all of it, if there is no "=".
+std::string_view name_of(std::string_view text);
+std::string_view value_of(std::string_view text);
+
+// A variable that is set, or with no value is removed.
+struct Change {
+  std::string name;
+  std::optional<std::string> value;
+
+  bool operator==(const Change&) const = default;
+};
+
+// What turns one into the other, sorted by name.
+std::vector<Change> difference(const Environment& from, const Environment& to);
+
+}  // namespace zor
+
+#endif

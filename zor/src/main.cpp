@@ -1,0 +1,106 @@
+// zor: the front end for people. This file holds the table of subcommands.
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "catalogue.h"
+#include "commands/command.h"
+#include "error.h"
+#include "warehouse.h"
+
+namespace {
+
+using zor::Command;
+using zor::Context;
+
+constexpr Command kCommands[] = {
+    {"avail", "list the products that there are", zor::run_avail},
+    {"env", "print the environment of products, in any dialect", zor::run_env},
+    {"exec", "start a program in it", zor::run_exec},
+    {"platform", "what this host is", zor::run_platform},
+};
+
+std::string usage() {
+  std::string text = "usage: zor COMMAND [REQUEST] [OPTION]...\n\n";
+  for (const Command& command : kCommands)
+    text += fmt::format("  {:<10} {}\n", command.name, command.summary);
+  return text + "\nzor COMMAND --help tells more of one.\n";
+}
+
+const Command* find_command(const std::string& name) {
+  for (const Command& command : kCommands)
+    if (name == command.name) return &command;
+  return nullptr;
+}
+
+[[noreturn]] void fail_unknown(const std::string& name) {
+  std::vector<std::string> names;
+  for (const Command& command : kCommands)
+    names.emplace_back(command.name);
+  const std::vector<std::string> near = zor::nearest(name, names, 1);
+  zor::misuse(
+      "there is no command {}{}", name,
+      near.empty() ? "; zor --help lists what there is" : "; did you mean " + near[0] + "?");
+}
+
+// All of the text, or false with errno set.
+bool write_all(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(fd, text.data(), text.size());
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+void tell(std::string_view text) {
+  write_all(STDERR_FILENO, fmt::format("zor: {}\n", text));
+}
+
+int run(Context* context, const std::vector<std::string>& words) {
+  if (words.empty()) {
+    context->notes += usage();
+    return zor::kTrouble;
+  }
+  if (words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
+    context->out += usage();
+    return zor::kDone;
+  }
+  const Command* command = find_command(words[0]);
+  if (!command) fail_unknown(words[0]);
+  context->words.assign(words.begin() + 1, words.end());
+  return command->run(context);
+}
+
+int run_guarded(Context* context, const std::vector<std::string>& words) {
+  try {
+    return run(context, words);
+  } catch (const zor::Help& help) {
+    context->out = help.text;
+    return zor::kDone;
+  } catch (const zor::Error& error) {
+    tell(error.what());
+    return error.status();
+  } catch (const std::bad_alloc&) {
+    tell("Run out of memory; nothing was changed");
+    return zor::kTrouble;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Context context;
+  context.environment = zor::Environment::of_process();
+  zor::Engine engine(argc, argv);
+  const int status = run_guarded(&context, {argv + 1, argv + argc});
+  if (!context.notes.empty()) write_all(STDERR_FILENO, context.notes);
+  if (status != zor::kDone) context.out.clear();
+  if (!write_all(STDOUT_FILENO, context.out)) {
+    tell(fmt::format("standard output: {}", std::strerror(errno)));
+    return zor::kTrouble;
+  }
+  return status;
+}

@@ -1,0 +1,412 @@
+#include "request.h"
+
+#include <algorithm>
+#include <set>
+
+#include "catalogue.h"
+#include "error.h"
+
+namespace zor {
+
+namespace {
+
+constexpr std::string_view kLatest = "+";
+
+std::vector<std::string> elements_of(std::string_view path) {
+  std::vector<std::string> elements;
+  while (!path.empty()) {
+    const std::size_t slash = std::min(path.find('/'), path.size());
+    if (slash > 0) elements.emplace_back(path.substr(0, slash));
+    path.remove_prefix(std::min(slash + 1, path.size()));
+  }
+  return elements;
+}
+
+std::string join(const std::vector<std::string>& words, std::string_view between) {
+  std::string all;
+  for (const std::string& word : words) {
+    if (!all.empty()) all += between;
+    all += word;
+  }
+  return all;
+}
+
+// ---- The form of zorenv ----
+
+// A name can't begin with a digit: such a field is a version. Neither is a name left open.
+bool is_no_name(std::string_view field) {
+  return field == kLatest || (!field.empty() && field[0] >= '0' && field[0] <= '9');
+}
+
+class Words {
+ public:
+  explicit Words(const std::vector<std::string>& words) : words_(words) {}
+
+  bool done() const { return at_ == words_.size(); }
+  const std::string& peek() const { return words_[at_]; }
+  const std::string& take() { return words_[at_++]; }
+  std::size_t left() const { return words_.size() - at_; }
+  // Whether the word at a distance is there and does not look like an option.
+  bool free(std::size_t distance) const {
+    return at_ + distance < words_.size() &&
+           (words_[at_ + distance].empty() || words_[at_ + distance][0] != '-');
+  }
+
+ private:
+  const std::vector<std::string>& words_;
+  std::size_t at_ = 0;
+};
+
+// Behind -p: category [name] [version] [rev]
+NamedQuery take_product(Words* words) {
+  if (words->done()) misuse("-p needs a product: -p category [name] [version] [rev]");
+  NamedQuery named;
+  const std::string category = words->take();
+  named.word = category;
+  std::vector<std::string> fields;
+  const bool four = words->free(0) && words->free(1) && words->free(2);
+  // Of three free words the last is no part of the product where the first is a version.
+  const std::size_t room = four && is_no_name(words->peek()) ? 2 : 3;
+  std::string name(kLatest), version(kLatest), rev(kLatest);
+  while (fields.size() < room && words->free(0)) {
+    if (!four && fields.size() == 2) break;
+    fields.push_back(words->take());
+    named.word += ' ' + fields.back();
+  }
+  if (!fields.empty() && is_no_name(fields[0])) {
+    version = fields[0];
+    if (fields.size() > 1) rev = fields[1];
+  } else {
+    if (!fields.empty()) name = fields[0];
+    if (fields.size() > 1) version = fields[1];
+    if (fields.size() > 2) rev = fields[2];
+  }
+  if (name == kLatest) name = "Contents";
+  named.query.product = {category, name, version, rev};
+  return named;
+}
+
+// ---- Short words ----
+
+// "platform=x,y" and "compiler=gcc" in brackets: an item without "=" goes on with the value before
+// it, where a comma means "or".
+void take_conditions(const std::string& word, std::string_view inside, Query* query) {
+  while (!inside.empty()) {
+    const std::size_t comma = std::min(inside.find(','), inside.size());
+    const std::string_view item = inside.substr(0, comma);
+    const std::size_t equals = item.find('=');
+    if (equals == std::string_view::npos) {
+      if (query->conditions.empty())
+        misuse("{}: a condition is written [name=value], as in tools/weaver[platform=linux-x86]",
+               word);
+      query->conditions.back().value += ',' + std::string(item);
+    } else {
+      query->conditions.push_back(
+          {std::string(item.substr(0, equals)), std::string(item.substr(equals + 1))});
+    }
+    inside.remove_prefix(std::min(comma + 1, inside.size()));
+  }
+}
+
+// Takes the brackets off the end of a word.
+std::string without_conditions(const std::string& word, Query* query) {
+  const std::size_t bracket = word.find('[');
+  if (bracket == std::string::npos) return word;
+  std::string_view rest = std::string_view(word).substr(bracket);
+  while (!rest.empty()) {
+    const std::size_t close = rest.find(']');
+    if (rest[0] != '[' || close == std::string_view::npos)
+      misuse("{}: a condition is written [name=value], as in tools/weaver[platform=linux-x86]",
+             word);
+    take_conditions(word, rest.substr(1, close - 1), query);
+    rest.remove_prefix(close + 1);
+  }
+  return word.substr(0, bracket);
+}
+
+ProductName reading(const std::vector<std::string>& elements, std::size_t category_length) {
+  ProductName product{"", "Contents", std::string(kLatest), std::string(kLatest)};
+  product.category =
+      join({elements.begin(), elements.begin() + static_cast<long>(category_length)}, "/");
+  std::size_t i = category_length;
+  if (i < elements.size() && !is_no_name(elements[i])) product.name = elements[i++];
+  if (i < elements.size()) product.version = elements[i++];
+  if (i < elements.size()) product.rev = elements[i++];
+  return product;
+}
+
+// All ways in which the elements name a product that is there.
+std::vector<ProductName> readings(const std::vector<std::string>& elements,
+                                  const std::string& root) {
+  std::set<ProductName> found;
+  for (std::size_t length = 1; length <= elements.size(); ++length) {
+    const std::size_t rest = elements.size() - length;
+    const std::size_t most = rest > 0 && !is_no_name(elements[length]) ? 3 : 2;
+    if (rest > most) continue;
+    ProductName product = reading(elements, length);
+    if (product_exists(root, product)) found.insert(std::move(product));
+  }
+  return {found.begin(), found.end()};
+}
+
+// "name", "name/version", "name/version/rev", where the name alone says which product it is.
+std::vector<ProductName> readings_by_name(const std::vector<std::string>& elements,
+                                          const Catalogue& catalogue) {
+  std::vector<ProductName> found;
+  if (elements.size() > 3) return found;
+  for (const CatalogueProduct& product : products_named(catalogue, elements[0]))
+    found.push_back({product.category, product.name,
+                     elements.size() > 1 ? elements[1] : std::string(kLatest),
+                     elements.size() > 2 ? elements[2] : std::string(kLatest)});
+  return found;
+}
+
+std::string path_of(const ProductName& product) {
+  std::string path = product.category;
+  if (product.name != "Contents" || product.version != kLatest) path += '/' + product.name;
+  if (product.version != kLatest || product.rev != kLatest) path += '/' + product.version;
+  if (product.rev != kLatest) path += '/' + product.rev;
+  return path;
+}
+
+std::string listed(const std::vector<ProductName>& products) {
+  std::vector<std::string> paths;
+  for (const ProductName& product : products)
+    paths.push_back("  " + path_of(product));
+  return join(paths, "\n");
+}
+
+[[noreturn]] void fail_unknown(const std::string& word, const std::vector<std::string>& elements,
+                               const Catalogue& catalogue, const std::string& root) {
+  std::vector<std::string> candidates;
+  for (const CatalogueProduct& product : catalogue.products) {
+    const std::string path = product.category + '/' + product.name;
+    if ((join(elements, "/") + '/').starts_with(path + '/') ||
+        (elements.size() > 1 && product.name == elements[0])) {
+      std::vector<std::string> versions;
+      for (const CatalogueVersion& version : product.versions)
+        versions.push_back(version.version);
+      fail("{} has no such version or revision: {}\nthere are: {}", path, word,
+           join(versions, " "));
+    }
+    candidates.push_back(path);
+    candidates.push_back(product.name);
+  }
+  const std::vector<std::string> near = nearest(join(elements, "/"), candidates);
+  std::string hint =
+      near.empty() ? "zor avail lists what there is" : "did you mean " + join(near, " or ") + "?";
+  fail("there is no product {} in {}\n{}", word, root.empty() ? "." : root, hint);
+}
+
+ProductName resolve(const std::string& word, const std::string& path,
+                    const std::string& given_root) {
+  const std::string root = given_root.empty() ? "." : given_root;
+  const std::vector<std::string> elements = elements_of(path);
+  if (elements.empty()) misuse("'{}' names no product", word);
+  std::vector<ProductName> found = readings(elements, root);
+  if (found.empty()) {
+    const Catalogue catalogue = read_catalogue(root);
+    found = readings_by_name(elements, catalogue);
+    if (found.size() == 1 && !product_exists(root, found[0])) found.clear();
+    if (found.empty()) fail_unknown(word, elements, catalogue, root);
+  }
+  if (found.size() > 1) fail("{} may be any of these; say which:\n{}", word, listed(found));
+  return found[0];
+}
+
+// ---- The whole line ----
+
+class Splitter {
+ public:
+  Splitter(const OptionLookup& options, const Environment& environment) : options_(options) {
+    if (const auto root = environment.find("ZORROOT")) split_.request.root = *root;
+    split_.request.groups.emplace_back();
+  }
+
+  SplitWords split(const std::vector<std::string>& all) {
+    Words words(all);
+    while (!words.done() && !ended_)
+      take(&words);
+    while (!words.done())
+      split_.request.program.push_back(words.take());
+    // Only now is the root known.
+    for (const auto& [group, place, word] : short_words_) {
+      NamedQuery& named = split_.request.groups[group][place];
+      named = {read_word(word, split_.request.root), word, false};
+    }
+    return std::move(split_);
+  }
+
+ private:
+  void take(Words* words) {
+    const std::string word = words->take();
+    if (word == "--") {
+      ended_ = true;
+    } else if (word == "//") {
+      split_.request.groups.emplace_back();
+    } else if (word.empty() || word[0] != '-') {
+      take_short(word);
+    } else if (!take_request_option(word, words)) {
+      take_own(word, words);
+    }
+  }
+
+  void take_short(const std::string& word) {
+    auto& group = split_.request.groups.back();
+    short_words_.push_back({split_.request.groups.size() - 1, group.size(), word});
+    group.push_back({});
+    conditions_ = nullptr;
+  }
+
+  // Options that the request has in common with zorenv, which knows the short ones by their second
+  // character alone. An option of the subcommand's own goes before them, but for a -v, which
+  // belongs to the product in front of it.
+  bool take_request_option(const std::string& word, Words* words) {
+    const bool is_long = word.starts_with("--");
+    const std::string key = is_long ? word : word.substr(0, 2);
+    if (key == "-v" && conditions_ && words->left() >= 2) {
+      const std::string name = words->take();
+      conditions_->query.conditions.push_back({name, words->take()});
+      return true;
+    }
+    if (options_(word) != OptionForm::kUnknown) return false;
+    if (key == "-p") {
+      split_.request.groups.back().push_back(take_product(words));
+      conditions_ = &split_.request.groups.back().back();
+    } else if (key == "-A" || key == "--and") {
+      split_.request.groups.emplace_back();
+    } else if (key == "-r" || key == "--root") {
+      if (words->done()) misuse("{} needs the root of a warehouse", word);
+      split_.request.root = words->take();
+    } else if (key == "-u" || key == "--undo") {
+      split_.request.undo = true;
+    } else if (key == "-i" || key == "--ignore-missing") {
+      split_.request.ignore_missing = true;
+    } else if (key == "-X" || key == "--exec") {
+      ended_ = true;
+    } else if (key == "--sh" || key == "--csh" || key == "--posh" || key == "--bat") {
+      split_.request.dialect = key.substr(2);
+    } else if (key == "--proc" || key == "--user" || key == "--system" || key == "-P" ||
+               key == "-U" || key == "-S" || key == "-T") {
+      // On this platform the first mean the environment of the process, and there are no traces.
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  void take_own(const std::string& word, Words* words) {
+    const OptionForm form = options_(word);
+    if (form == OptionForm::kUnknown) misuse("there is no option {}", word);
+    split_.rest.push_back(word);
+    if (form == OptionForm::kTakesValue && !words->done()) split_.rest.push_back(words->take());
+  }
+
+  struct ShortWord {
+    std::size_t group;
+    std::size_t place;
+    std::string word;
+  };
+
+  const OptionLookup& options_;
+  SplitWords split_;
+  std::vector<ShortWord> short_words_;
+  NamedQuery* conditions_ = nullptr;  // the product that a -v belongs to
+  bool ended_ = false;                // the rest is a program and its arguments
+};
+
+std::string values_of(const Choice& choice, const std::string& name) {
+  std::set<std::string> values;
+  for (const Variety& variety : choice.varieties)
+    for (const Binding& variable : variety.variables)
+      if (variable.name == name) values.insert(variable.value);
+  return join({values.begin(), values.end()}, ", ");
+}
+
+std::string why_silent(const Choice& choice, const std::vector<Binding>& conditions) {
+  const std::string path = choice.product.path();
+  const bool any = std::any_of(choice.varieties.begin(), choice.varieties.end(),
+                               [](const Variety& variety) { return variety.chosen; });
+  if (any)
+    return fmt::format(
+        "{}: a segment of each variety that fits is not here, so none of its settings apply "
+        "(SEGMENT here=\"1\" in its product.xml says that one is)",
+        path);
+  if (choice.varieties.empty())
+    return fmt::format("{} has no varieties, so it has no settings", path);
+  std::string text;
+  for (const Binding& condition : conditions) {
+    const std::string values = values_of(choice, condition.name);
+    text += fmt::format("{}no variety of {} has {}={}; {}", text.empty() ? "" : "\n", path,
+                        condition.name, condition.value,
+                        values.empty() ? "none has such a variable" : "there are " + values);
+  }
+  if (!text.empty()) return text;
+  return fmt::format("no variety of {} is for this host, {}; there are {}", path,
+                     host_platform_name(), values_of(choice, "platform"));
+}
+
+}  // namespace
+
+std::string normal_category(std::string_view category) {
+  std::string text(category);
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\\' || c == ':'; }, '/');
+  return join(elements_of(text), "/");
+}
+
+bool Request::empty() const {
+  return std::all_of(groups.begin(), groups.end(), [](const auto& group) { return group.empty(); });
+}
+
+Question Request::question() const {
+  Question question;
+  question.root = root;
+  question.undo = undo;
+  question.ignore_missing = ignore_missing;
+  for (const auto& group : groups) {
+    question.groups.emplace_back();
+    for (const NamedQuery& named : group)
+      question.groups.back().push_back(named.query);
+  }
+  return question;
+}
+
+SplitWords take_request(const std::vector<std::string>& words, const OptionLookup& options,
+                        const Environment& environment) {
+  return Splitter(options, environment).split(words);
+}
+
+Query read_word(const std::string& word, const std::string& root) {
+  Query query;
+  const std::string path = without_conditions(word, &query);
+  query.product = resolve(word, path, root);
+  return query;
+}
+
+std::string written(const Query& query) {
+  std::string text = path_of(query.product);
+  for (const Binding& condition : query.conditions)
+    text += '[' + condition.name + '=' + condition.value + ']';
+  return text;
+}
+
+std::vector<std::string> silent_choices(const Request& request, const Answer& answer) {
+  std::vector<std::string> lines;
+  for (std::size_t i = 0; i < answer.groups.size() && i < request.groups.size(); ++i)
+    for (const Choice& choice : answer.groups[i]) {
+      const bool speaks =
+          std::any_of(choice.varieties.begin(), choice.varieties.end(),
+                      [](const Variety& variety) { return variety.chosen && variety.complete; });
+      if (speaks) continue;
+      std::vector<Binding> conditions;
+      for (const NamedQuery& named : request.groups[i])
+        if (named.query.product.category == choice.product.category &&
+            named.query.product.name == choice.product.name)
+          conditions = named.query.conditions;
+      lines.push_back(why_silent(choice, conditions));
+    }
+  return lines;
+}
+
+}  // namespace zor

@@ -1,0 +1,362 @@
+#include "warehouse.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "computation.h"
+#include "error.h"
+#include "fwboot.h"
+#include "fwerror.h"
+#include "fwfile.h"
+#include "fwmem.h"
+#include "fwstring.h"
+#include "fwstrprf.h"
+#include "glob.h"
+#include "prodinfo.h"
+#include "vqassert.h"
+#include "vqnexpat.h"
+#include "warehouse_hooks.h"
+#include "wherror.h"
+#include "wqversion.h"
+
+namespace zor {
+
+namespace {
+
+// A text for the floors, which take writable ones.
+FwTextString text(std::string& string) {
+  return FWT(string.data());
+}
+
+std::string string_of(FwTextString text) {
+  return text ? FWC(text) : "";
+}
+
+template <typename T>
+T* element(const FwVector& vector, int32 i) {
+  return static_cast<T*>(FwVectorGetElement(const_cast<FwVector*>(&vector), i));
+}
+
+// ---- Faults ----
+
+// Where the floors' reports go while a computation runs; their callbacks carry no context.
+std::vector<Fault>* collected = nullptr;
+
+void collect(Fault fault) {
+  if (!collected) return;
+  if (std::find(collected->begin(), collected->end(), fault) == collected->end())
+    collected->push_back(std::move(fault));
+}
+
+struct KindRow {
+  FwError* ancestor;
+  FaultKind kind;
+};
+
+// The first that the error descends from.
+FaultKind kind_of(FwError* error) {
+  const KindRow rows[] = {
+      {whErrorEnvClash, FaultKind::kClash},
+      {whErrorEnvCycle, FaultKind::kCycle},
+      {whErrorEnvMixedSep, FaultKind::kSeparators},
+      {whErrorNoValue, FaultKind::kUndefined},
+      {fwErrorNonExistent, FaultKind::kMissing},
+      {whErrorInvalid, FaultKind::kData},
+      {VQN_XML_ERROR, FaultKind::kData},
+  };
+  for (const KindRow& row : rows)
+    if (Fw_msg_IsDescendant(row.ancestor, error)) return row.kind;
+  return FaultKind::kOther;
+}
+
+std::string without_prefix(std::string text) {
+  constexpr std::string_view prefix = "Error:";
+  if (!text.starts_with(prefix)) return text;
+  return text.substr(std::min(text.size(), text.find_first_not_of(' ', prefix.size())));
+}
+
+void collect_error(FwErrorState* err) {
+  if (!err->pError) return;
+  Fault fault;
+  fault.kind = kind_of(err->pError);
+  for (const FwErrorItem& item : err->items)
+    if (item.name) fault.details.push_back({string_of(item.type), string_of(item.name)});
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  const auto or_empty = [](FwTextString text) { return text ? text : FWT(""); };
+  FwStrPrintf(&record, 0, err->pError->ptbzFormat, or_empty(err->items[0].type),
+              or_empty(err->items[0].name),
+              err->items[1].name ? or_empty(err->items[1].type) : FWT(""),
+              or_empty(err->items[1].name));
+  fault.text = without_prefix(string_of(record.pbz));
+  FwStrRecordAbandon(&record);
+  ++wh_errors;
+  collect(std::move(fault));
+}
+
+// ---- Environments ----
+
+// Makes an environment that of the process while it lives, as %{NAME} and the start of a
+// computation read it there.
+class AsProcess {
+ public:
+  explicit AsProcess(const Environment& environment) : saved_(environ) {
+    for (const std::string& text : environment.texts())
+      pointers_.push_back(const_cast<char*>(text.c_str()));
+    pointers_.push_back(nullptr);
+    environ = pointers_.data();
+  }
+  ~AsProcess() { environ = saved_; }
+  AsProcess(const AsProcess&) = delete;
+  AsProcess& operator=(const AsProcess&) = delete;
+
+ private:
+  std::vector<char*> pointers_;
+  char** saved_;
+};
+
+// A table holds each byte of a name as a character of its own, so one above ASCII stands there as
+// two bytes.
+std::string name_from_table(std::string_view name) {
+  std::string bytes;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(name[i]);
+    if ((byte == 0xC2 || byte == 0xC3) && i + 1 < name.size())
+      bytes +=
+          static_cast<char>(((byte & 3) << 6) | (static_cast<unsigned char>(name[++i]) & 0x3F));
+    else
+      bytes += name[i];
+  }
+  return bytes;
+}
+
+struct Pass {
+  WH_ENVIRON* other;
+  Environment* environment;
+};
+
+int32 take_changed(FwHashEntry* entry, void* context, FwErrorState*) {
+  const auto* pass = static_cast<Pass*>(context);
+  auto* name = static_cast<FwTextString>(entry->key);
+  auto* value = static_cast<FwTextString>(entry->value);
+  FwTextString old = wh_lookup_ev(name, pass->other);
+  if (!old || !wh_env_equal(old, value))
+    pass->environment->set(name_from_table(FWC(name)), FWC(value));
+  return 1;
+}
+
+int32 take_removed(FwHashEntry* entry, void* context, FwErrorState*) {
+  const auto* pass = static_cast<Pass*>(context);
+  auto* name = static_cast<FwTextString>(entry->key);
+  if (!wh_lookup_ev(name, pass->other)) pass->environment->erase(name_from_table(FWC(name)));
+  return 1;
+}
+
+Environment changed(const Environment& base, WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
+  Environment environment = base;
+  Pass pass = {oldenv, &environment};
+  wh_enumerate_environ(newenv, take_changed, &pass, nullptr);
+  pass.other = newenv;
+  wh_enumerate_environ(oldenv, take_removed, &pass, nullptr);
+  return environment;
+}
+
+// ---- Questions and answers ----
+
+WH_PRODUCT_NAME* make_name(ProductName name) {
+  return make_prodname(text(name.category), text(name.name), text(name.version), text(name.rev));
+}
+
+ProductName name_of(const WH_PRODUCT_NAME* name) {
+  return {string_of(name->category), string_of(name->name), string_of(name->version),
+          string_of(name->rev)};
+}
+
+WH_PRODUCT_QUERY* make_query(const Query& query) {
+  WH_PATTERN* pattern = make_pattern();
+  WH_VAR** end = &pattern->vars;
+  for (Binding condition : query.conditions) {
+    *end = make_var(text(condition.name), text(condition.value));
+    end = &(*end)->next;
+  }
+  return ::make_query(make_name(query.product), pattern, 0);
+}
+
+// Lists of queries for the floors below, released with the object.
+class QueryLists {
+ public:
+  explicit QueryLists(const std::vector<Group>& groups) {
+    FwVectorOpen(&lists_, static_cast<int32>(groups.size()) + 1);
+    for (const Group& group : groups) {
+      WH_PRODUCT_QUERY_LIST* list = make_querylist();
+      for (const Query& query : group)
+        add_query(list, make_query(query));
+      FwVectorAddElement(&lists_, list);
+    }
+  }
+  ~QueryLists() {
+    for (int32 i = 0; i < FwVectorLength(&lists_); ++i) {
+      auto* list = element<WH_PRODUCT_QUERY_LIST>(lists_, i);
+      free_querylist(&list);
+    }
+    FwVectorAbandon(&lists_, 0);
+  }
+  QueryLists(const QueryLists&) = delete;
+  QueryLists& operator=(const QueryLists&) = delete;
+
+  FwVector* get() { return &lists_; }
+
+ private:
+  FwVector lists_ = {};
+};
+
+bool holds(const WH_VARIETY_SEQ* sequence, const WH_VARIETY* variety) {
+  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&sequence->seq)); ++i)
+    if (element<WH_VARIETY>(sequence->seq, i) == variety) return true;
+  return false;
+}
+
+Choice choice_of(const WH_PRODUCT_SPEC* spec) {
+  const WH_PRODUCT_INFO* info = spec->product->prodinfo;
+  Choice choice;
+  choice.product = name_of(info->prodname);
+  const FwVector& all = info->varieties->seq;
+  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&all)); ++i) {
+    auto* from = element<WH_VARIETY>(all, i);
+    Variety variety;
+    variety.name = string_of(from->name);
+    for (const WH_VAR* var = from->vars; var; var = var->next)
+      variety.variables.push_back({string_of(var->n), string_of(var->v)});
+    variety.complete = wh_variety_is_complete(from) != 0;
+    variety.chosen = holds(spec->varieties, from);
+    choice.varieties.push_back(std::move(variety));
+  }
+  return choice;
+}
+
+void take_choices(Answer* answer, WH_COMPUTATION* all) {
+  if (all->group_speclists.state != FW_VECTOR_OPEN) return;
+  for (int32 i = 0; i < FwVectorLength(&all->group_speclists); ++i) {
+    const FwVector& specs = element<WH_PRODUCT_SPEC_LIST>(all->group_speclists, i)->specs;
+    answer->groups.emplace_back();
+    for (int32 j = 0; j < FwVectorLength(const_cast<FwVector*>(&specs)); ++j)
+      answer->groups.back().push_back(choice_of(element<WH_PRODUCT_SPEC>(specs, j)));
+  }
+  for (int32 i = 0; i < FwVectorLength(&all->index->entries); ++i)
+    answer->loaded.push_back(
+        name_of(element<WH_PRODUCT>(all->index->entries, i)->prodinfo->prodname));
+}
+
+// What the floors below report goes to faults while it lives.
+class Collecting {
+ public:
+  explicit Collecting(std::vector<Fault>* faults) {
+    collected = faults;
+    wh_errors = 0;
+  }
+  ~Collecting() { collected = nullptr; }
+  Collecting(const Collecting&) = delete;
+  Collecting& operator=(const Collecting&) = delete;
+};
+
+// The program can't go on: memory is exhausted. Nothing has been printed yet that a shell might
+// evaluate, and nothing is from here on.
+void exit_for_ever(FwTextString message) {
+  const char* const reason = message ? FWC(message) : "interrupted";
+  for (const char* piece : {"zor: ", reason, "; nothing was changed\n"})
+    if (write(STDERR_FILENO, piece, std::strlen(piece)) < 0) break;
+  _exit(kTrouble);
+}
+
+}  // namespace
+
+void report_assertion(const char* message, const char* file, int line) {
+  collect({FaultKind::kAssertion, fmt::format("{} (at {}:{})", message, file, line), {}});
+}
+
+std::string ProductName::path() const {
+  return category + '/' + name + '/' + version + '/' + rev;
+}
+
+Engine::Engine(int argc, char** argv) {
+  static FwBootContext context;
+  context.control.ptbzAppName = FWT("zor");
+  context.control.exiterrorf = exit_for_ever;
+  context.control.platform.argc = argc;
+  context.control.platform.argv = argv;
+  // Under cron and the like, where no locale is set, names outside ASCII would be cut.
+  const char* locale = std::setlocale(LC_CTYPE, "");
+  const bool plain = locale && (std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0);
+  const Environment environment = Environment::of_process();
+  Environment in_utf8 = environment;
+  if (plain) in_utf8.set("LC_ALL", "C.UTF-8");
+  AsProcess working(in_utf8);
+  FwBoot(&context);
+  wh_init();
+}
+
+Engine::~Engine() {
+  FwShutdown();
+}
+
+Answer compute(const Question& question, const Environment& base) {
+  Answer answer;
+  Collecting collecting(&answer.faults);
+  AsProcess process(base);
+  QueryLists lists(question.groups);
+  FwErrorState err;
+  WH_COMPUTATION all = {};
+  all.group_querylists = lists.get();
+  all.set = question.undo ? 0 : 1;
+  all.emulate = 1;
+  all.ignore_missing = question.ignore_missing ? 1 : 0;
+  all.report = collect_error;
+  all.err = &err;
+  all.oldenv = wh_get_process_env(&err);
+  std::string root = question.root;
+  answer.done = wh_computation_open(&all, root.empty() ? FwCurrentDir() : text(root)) &&
+                wh_computation_find_latest(&all) && wh_computation_load(&all) &&
+                wh_computation_compute(&all) && answer.faults.empty();
+  if (all.abs_basedir) answer.root = FWC(all.abs_basedir);
+  take_choices(&answer, &all);
+  if (answer.done) answer.environment = changed(base, all.oldenv, all.newenv);
+  wh_computation_close(&all);
+  return answer;
+}
+
+std::vector<Fault> find_latest(const std::string& root, ProductName* product) {
+  std::vector<Fault> faults;
+  Collecting collecting(&faults);
+  FwErrorState err;
+  WH_PRODUCT_NAME* name = make_name(*product);
+  std::string base = root;
+  wh_latest_prodname(&err, name, text(base));
+  collect_error(&err);
+  if (faults.empty()) *product = name_of(name);
+  free_prodname(&name);
+  FwErrorClear(&err);
+  return faults;
+}
+
+int compare_versions(const std::string& first, const std::string& second) {
+  std::string one = first;
+  std::string two = second;
+  return wq_compare_versions(text(one), text(two));
+}
+
+std::string host_platform_name() {
+  return string_of(wh_host_platform);
+}
+
+bool pattern_matches(const std::string& pattern, const std::string& candidate) {
+  std::string one = pattern;
+  std::string two = candidate;
+  return wh_glob_matches(text(one), text(two)) != 0;
+}
+
+}  // namespace zor

@@ -1,0 +1,127 @@
+// What zor needs of the warehouse floor, in types that own what they hold. No other source of zor
+// includes a header of that floor.
+//
+//   Engine engine;                                 once in a process, before anything else
+//   Answer answer = compute({root, groups}, Environment::of_process());
+//   if (answer.done) ... answer.environment ...
+//   else             ... answer.faults ...
+#ifndef ZOR_WAREHOUSE_H
+#define ZOR_WAREHOUSE_H
+
+#include <compare>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "environment.h"
+
+namespace zor {
+
+// A product's identity. In a query "+" stands for the latest version or rev on disk.
+struct ProductName {
+  std::string category;
+  std::string name;
+  std::string version;
+  std::string rev;
+
+  // category/name/version/rev
+  std::string path() const;
+  auto operator<=>(const ProductName&) const = default;
+};
+
+// A variable of a variety, or a condition on one, whose value is then a pattern.
+struct Binding {
+  std::string name;
+  std::string value;
+
+  auto operator<=>(const Binding&) const = default;
+};
+
+struct Query {
+  ProductName product;
+  std::vector<Binding> conditions;
+
+  auto operator<=>(const Query&) const = default;
+};
+
+// The products of a group are resolved together; a later group overrides an earlier one.
+using Group = std::vector<Query>;
+
+struct Question {
+  std::string root;  // as given; an empty one is the current directory
+  std::vector<Group> groups;
+  bool undo = false;            // unenv.xml and unset.xml in place of env.xml and setup.xml
+  bool ignore_missing = false;  // a product that does not exist is no fault
+};
+
+enum class FaultKind {
+  kClash,       // a value both inserted and removed
+  kCycle,       // order constraints in a circle
+  kSeparators,  // two separators for one variable
+  kUndefined,   // a name that nothing defines
+  kMissing,     // a file or directory that does not exist
+  kData,        // a data file that can't be read as one
+  kAssertion,   // the program's own: a contract was broken
+  kOther,
+};
+
+// A fault, once however often the computation met it.
+struct Fault {
+  FaultKind kind = FaultKind::kOther;
+  std::string text;  // the engine's words, without "Error:" in front of them
+  // The details in it, each a word for what it is ("File", "environment variable") and its name.
+  std::vector<Binding> details;
+
+  bool operator==(const Fault&) const = default;
+};
+
+struct Variety {
+  std::string name;  // may be empty
+  std::vector<Binding> variables;
+  bool complete = true;  // each of its segments is here
+  bool chosen = false;   // by the query
+};
+
+// What a query led to.
+struct Choice {
+  ProductName product;             // with the version and rev that were taken
+  std::vector<Variety> varieties;  // all, in the order of the file
+};
+
+struct Answer {
+  bool done = false;  // no fault: environment holds
+  std::string root;   // absolute
+  Environment environment;
+  std::vector<Fault> faults;
+  std::vector<std::vector<Choice>> groups;  // of the products that were named, as far as loaded
+  std::vector<ProductName> loaded;          // all products that were read, in that order
+};
+
+// Boots the floors below. There must be one object of it, at the head of main; argv is kept.
+// Where the locale of the environment is that of C, the floors work in UTF-8.
+class Engine {
+ public:
+  Engine(int argc, char** argv);
+  ~Engine();
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+};
+
+// Computes the environment that a question leads to from base. %{NAME} in data files means base.
+Answer compute(const Question& question, const Environment& base);
+
+// Fills in version and rev where they are "+"; the faults if that fails.
+std::vector<Fault> find_latest(const std::string& root, ProductName* product);
+
+// Less than 0, 0 or more than 0, as the first is lower than, equal to or higher than the second.
+int compare_versions(const std::string& first, const std::string& second);
+
+// This host's platform, such as "linux_6_1_0-x86_64".
+std::string host_platform_name();
+
+// Whether a text of the warehouse's pattern language matches.
+bool pattern_matches(const std::string& pattern, const std::string& text);
+
+}  // namespace zor
+
+#endif

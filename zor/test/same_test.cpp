@@ -1,0 +1,118 @@
+// The front end gives the environments that the tool gives, and tells of the same faults.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+
+#include "model/generator.h"
+#include "model/model.h"
+#include "zor.h"
+
+namespace {
+
+// The variables as a program finds them: of a name that stands twice the first counts, and a text
+// without = is no variable. Names
+// outside ASCII are left out: the tool writes each of their bytes as a character of its own.
+std::map<std::string, std::string> Variables(const std::string& zero_ended) {
+  std::map<std::string, std::string> variables;
+  for (std::size_t at = 0; at < zero_ended.size();) {
+    const std::size_t end = std::min(zero_ended.find('\0', at), zero_ended.size());
+    const std::string text = zero_ended.substr(at, end - at);
+    const std::size_t equals = std::min(text.find('='), text.size());
+    const bool ascii = std::all_of(text.begin(), text.begin() + static_cast<long>(equals),
+                                   [](char c) { return c >= 0; });
+    if (ascii && equals < text.size())
+      variables.emplace(text.substr(0, equals), text.substr(equals));
+    at = end + 1;
+  }
+  return variables;
+}
+
+// The faults in what a program wrote on standard error, each once and without what stands before
+// its words.
+std::set<std::string> Faults(const std::string& err) {
+  std::set<std::string> faults;
+  for (std::size_t at = 0; at < err.size();) {
+    const std::size_t end = std::min(err.find('\n', at), err.size());
+    std::string line = err.substr(at, end - at);
+    at = end + 1;
+    for (const char* prefix : {"*** ", "zor: ", "Error:", " ", " "})
+      if (line.starts_with(prefix)) line.erase(0, std::string(prefix).size());
+    faults.insert(line);
+  }
+  return faults;
+}
+
+void LayOut(const model::Case& run) {
+  for (const auto& [name, content] : model::Layout(run)) {
+    const std::filesystem::path path = run.base + "/" + name;
+    std::filesystem::create_directories(content ? path.parent_path() : path);
+    if (content) std::ofstream(path, std::ios::binary) << *content;
+  }
+}
+
+// The request alone: without what says what is to become of it.
+std::vector<std::string> RequestOf(const std::vector<std::string>& arguments) {
+  static const std::set<std::string> outputs = {"--sh",   "--csh",  "--posh",  "--bat",
+                                                "--proc", "--user", "--system"};
+  std::vector<std::string> request;
+  for (const std::string& argument : arguments) {
+    if (argument == "--exec" || argument.starts_with("-X")) break;
+    if (!outputs.contains(argument)) request.push_back(argument);
+  }
+  return request;
+}
+
+RunResult RunRequest(std::vector<std::string> argv, const model::Case& run,
+                     const std::vector<std::string>& program) {
+  const std::vector<std::string> request = RequestOf(run.arguments);
+  argv.insert(argv.end(), request.begin(), request.end());
+  argv.insert(argv.end(), program.begin(), program.end());
+  RunOptions options;
+  options.environment = run.environment;
+  options.directory = run.base;
+  return RunProgram(argv, options);
+}
+
+TEST(Same, EnvironmentsAndFaultsOnRandomWarehouses) {
+  const char* rounds_set = std::getenv("ZOR_MODEL_ROUNDS");
+  const int rounds = rounds_set ? std::stoi(rounds_set) : 150;
+  const TemporaryTree tree;
+  int environments = 0, faults = 0, failed = 0;
+  for (unsigned long long seed = 1; environments + faults < rounds && failed < 5; ++seed) {
+    const model::Case run = model::Generate(seed, tree / std::to_string(seed));
+    std::filesystem::create_directories(run.base);
+    LayOut(run);
+    const model::Answer answer = model::Compute(run);
+    // An option at the end would take what comes behind it for its own.
+    const std::vector<std::string> request = RequestOf(run.arguments);
+    const auto waits = [&](std::size_t back) {
+      return request.size() >= back && (request[request.size() - back].starts_with("-v") ||
+                                        request[request.size() - back].starts_with("-r"));
+    };
+    // A run without end has no environment, and wrong usage is told by each program in its way.
+    if (!waits(1) && !waits(2) && !answer.endless && !answer.out.starts_with("usage:") &&
+        !answer.out.starts_with("only one of")) {
+      SCOPED_TRACE("seed " + std::to_string(seed));
+      const RunResult tool = RunRequest({ZORENV_PROGRAM}, run, {"--exec", "/usr/bin/env", "-0"});
+      const RunResult zor = RunRequest({ZOR_PROGRAM, "exec"}, run, {"--", "/usr/bin/env", "-0"});
+      EXPECT_EQ(tool.status, zor.status);
+      if (tool.status == 0) {
+        EXPECT_EQ(Variables(tool.out), Variables(zor.out));
+        ++environments;
+      } else {
+        EXPECT_EQ(Faults(tool.err), Faults(zor.err));
+        ++faults;
+      }
+      failed += HasFailure();
+    }
+    std::filesystem::remove_all(run.base);
+  }
+  EXPECT_GT(environments, rounds / 4);
+  EXPECT_GT(faults, rounds / 8);
+}
+
+}  // namespace

@@ -1,0 +1,24 @@
+#include "zor.h"
+
+#include <gtest/gtest.h>
+
+std::string Examples() {
+  return std::string(ZOR_SOURCE_DIR) + "/examples/warehouse";
+}
+
+RunResult Zor(const std::vector<std::string>& arguments, std::vector<std::string> more) {
+  std::vector<std::string> argv = {ZOR_PROGRAM};
+  argv.insert(argv.end(), arguments.begin(), arguments.end());
+  RunOptions options;
+  options.environment = PlainEnvironment(std::move(more));
+  return RunProgram(argv, options);
+}
+
+RunResult ZorOnExamples(const std::vector<std::string>& arguments) {
+  return Zor(arguments, {"ZORROOT=" + Examples()});
+}
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,19 @@
+// What the tests of the front end share.
+#ifndef ZOR_TEST_ZOR_H
+#define ZOR_TEST_ZOR_H
+
+#include <string>
+#include <vector>
+
+#include "process.h"
+#include "tool.h"
+
+// Runs the front end in the plain environment and more.
+RunResult Zor(const std::vector<std::string>& arguments, std::vector<std::string> more = {});
+// On the warehouse of the examples.
+RunResult ZorOnExamples(const std::vector<std::string>& arguments);
+
+// The root of that warehouse.
+std::string Examples();
+
+#endif
