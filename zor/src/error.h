@@ -11,14 +11,14 @@
 namespace zor {
 
 inline constexpr int kDone = 0;
-inline constexpr int kNo = 1;       // the answer is no, or nothing was done
+inline constexpr int kNotDone = 1;  // the answer is no, or nothing was done
 inline constexpr int kTrouble = 2;  // the command line is wrong, or the work could not be done
 
 // Ends a command. The text is for people: what is wrong, where, why, what to do; lines of it are
 // separated by line ends, and the last has none.
 class Error : public std::runtime_error {
  public:
-  explicit Error(const std::string& text, int status = kNo)
+  explicit Error(const std::string& text, int status = kNotDone)
       : std::runtime_error(text), status_(status) {}
   int status() const { return status_; }
 

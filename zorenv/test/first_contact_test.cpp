@@ -79,8 +79,10 @@ TEST_F(Scripts, BootstrapLooksForToolsBeforePackages) {
 TEST_F(Scripts, BootstrapNamesThePackagesOfOtherSystems) {
   const RunResult result = Run("tools/bootstrap");
   EXPECT_EQ("", result.out);
-  EXPECT_EQ(0u, result.err.find("bootstrap: missing here: a C++ compiler (c++), CMake 3.25, ninja, "
-                                "Expat's header (expat.h), tcsh\nbootstrap: This is not Debian"));
+  EXPECT_EQ(0u,
+            result.err.find("bootstrap: missing here: a C++ compiler (c++), CMake 3.25, ninja, "
+                            "Expat's header (expat.h), tcsh, CLI11, {fmt}, JSON for Modern C++\n"
+                            "bootstrap: This is not Debian"));
   for (const char* line : {"\n  Fedora  dnf install gcc-c++ ", "\n  Arch    pacman -S gcc ",
                            "\n  Alpine  apk add g++ "})
     EXPECT_TRUE(Contains(result.err, line)) << result.err;

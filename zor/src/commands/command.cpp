@@ -77,7 +77,7 @@ Answer answer_to(const Request& request, const Environment& base, Context* conte
     const bool broken =
         std::any_of(answer.faults.begin(), answer.faults.end(),
                     [](const Fault& fault) { return fault.kind == FaultKind::kAssertion; });
-    throw Error(explained(answer), broken ? kTrouble : kNo);
+    throw Error(explained(answer), broken ? kTrouble : kNotDone);
   }
   const std::vector<std::string> silent = silent_choices(request, answer);
   bool exact = true;
