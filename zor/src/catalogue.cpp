@@ -191,10 +191,10 @@ bool product_exists(const std::string& root, const ProductName& product) {
   };
   const auto versions = is_open(product.version) ? names_in(above) : std::vector{product.version};
   for (const std::string& version : versions) {
-    const std::string inside = above + '/' + version;
+    const std::string inside = fmt::format("{}/{}", above, version);
     const auto revs = is_open(product.rev) ? names_in(inside) : std::vector{product.rev};
     for (const std::string& rev : revs)
-      if (access((inside + '/' + rev + "/product.xml").c_str(), F_OK) == 0) return true;
+      if (access(fmt::format("{}/{}/product.xml", inside, rev).c_str(), F_OK) == 0) return true;
   }
   return false;
 }

@@ -171,6 +171,7 @@ std::string path_of(const ProductName& product) {
 
 std::string listed(const std::vector<ProductName>& products) {
   std::vector<std::string> paths;
+  paths.reserve(products.size());
   for (const ProductName& product : products)
     paths.push_back("  " + path_of(product));
   return join(paths, "\n");

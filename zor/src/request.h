@@ -13,7 +13,6 @@
 #define ZOR_REQUEST_H
 
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <clocale>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "computation.h"
@@ -13,12 +11,9 @@
 #include "fwboot.h"
 #include "fwerror.h"
 #include "fwfile.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
 #include "glob.h"
-#include "prodinfo.h"
-#include "vqassert.h"
 #include "vqnexpat.h"
 #include "warehouse_hooks.h"
 #include "wherror.h"
@@ -75,9 +70,9 @@ FaultKind kind_of(FwError* error) {
 }
 
 std::string without_prefix(std::string text) {
-  constexpr std::string_view prefix = "Error:";
-  if (!text.starts_with(prefix)) return text;
-  return text.substr(std::min(text.size(), text.find_first_not_of(' ', prefix.size())));
+  constexpr std::string_view kPrefix = "Error:";
+  if (!text.starts_with(kPrefix)) return text;
+  return text.substr(std::min(text.size(), text.find_first_not_of(' ', kPrefix.size())));
 }
 
 void collect_error(FwErrorState* err) {

@@ -10,7 +10,6 @@
 
 #include <compare>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "environment.h"

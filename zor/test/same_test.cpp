@@ -9,7 +9,7 @@
 
 #include "model/generator.h"
 #include "model/model.h"
-#include "zor.h"
+#include "process.h"
 
 namespace {
 
@@ -56,12 +56,12 @@ void LayOut(const model::Case& run) {
 
 // The request alone: without what says what is to become of it.
 std::vector<std::string> RequestOf(const std::vector<std::string>& arguments) {
-  static const std::set<std::string> outputs = {"--sh",   "--csh",  "--posh",  "--bat",
-                                                "--proc", "--user", "--system"};
+  static const std::set<std::string> kOutputs = {"--sh",   "--csh",  "--posh",  "--bat",
+                                                 "--proc", "--user", "--system"};
   std::vector<std::string> request;
   for (const std::string& argument : arguments) {
     if (argument == "--exec" || argument.starts_with("-X")) break;
-    if (!outputs.contains(argument)) request.push_back(argument);
+    if (!kOutputs.contains(argument)) request.push_back(argument);
   }
   return request;
 }

@@ -1,6 +1,6 @@
 #include "commands/command.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/CLI.hpp>  // IWYU pragma: keep: the one header of the library
 #include <algorithm>
 
 #include "error.h"

@@ -18,6 +18,7 @@ int run_exec(Context* context) {
   const Answer answer = answer_to(request, context->environment, context);
   const auto pointers = [](const std::vector<std::string>& texts) {
     std::vector<char*> all;
+    all.reserve(texts.size() + 1);
     for (const std::string& text : texts)
       all.push_back(const_cast<char*>(text.c_str()));
     all.push_back(nullptr);
