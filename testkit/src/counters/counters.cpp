@@ -43,11 +43,11 @@ void HandIn() {
 
 extern "C" {
 
-[[noreturn]] void _exit(int status) {
+void _exit(int status) {
   End(status);
 }
 
-[[noreturn]] void _Exit(int status) noexcept {
+void _Exit(int status) noexcept {
   End(status);
 }
 
