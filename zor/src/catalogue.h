@@ -5,7 +5,6 @@
 #ifndef ZOR_CATALOGUE_H
 #define ZOR_CATALOGUE_H
 
-#include <functional>
 #include <string>
 #include <vector>
 

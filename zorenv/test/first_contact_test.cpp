@@ -12,7 +12,7 @@
 
 namespace {
 
-const std::string source = ZOR_SOURCE_DIR;
+const std::string kSource = ZOR_SOURCE_DIR;
 
 bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -39,7 +39,7 @@ class Scripts : public testing::Test {
   Scripts() {
     for (const char* script :
          {"demo", "check", "tools/bootstrap", "tools/steps.sh", "tools/progress", "examples/demo"})
-      Script(std::string("source/") + script, ReadFile(source + "/" + script));
+      Script(std::string("source/") + script, ReadFile(kSource + "/" + script));
     tree_.Write("source/CMakeLists.txt", "");
     for (const char* tool : {"sh", "dirname", "sed", "cat", "mkdir", "id", "mktemp", "rm", "env",
                              "printf", "uname", "sort"})
@@ -207,7 +207,7 @@ RunResult Progress(const std::string& what, const std::string& input) {
   RunOptions options;
   options.environment = PlainEnvironment();
   options.input = input;
-  return RunProgram({source + "/tools/progress", what}, options);
+  return RunProgram({kSource + "/tools/progress", what}, options);
 }
 
 TEST(Progress, OfABuildShowsComplaintsOnly) {
@@ -262,8 +262,8 @@ TEST(Progress, NeedsTheStatus) {
 TEST(FirstContact, DemonstrationSetsALocale) {
   const TemporaryTree tree;
   const std::string place = tree.Directory("Bücher und Läden");
-  std::filesystem::copy(source + "/examples/demo", place + "/demo");
-  std::filesystem::copy(source + "/examples/warehouse", place + "/warehouse",
+  std::filesystem::copy(kSource + "/examples/demo", place + "/demo");
+  std::filesystem::copy(kSource + "/examples/warehouse", place + "/warehouse",
                         std::filesystem::copy_options::recursive);
   tree.Link("bin/zorenv", ZORENV_PROGRAM);
   const RunResult result = Start({place + "/demo"}, {"PATH=" + tree / "bin:" + "/usr/bin:/bin"});
@@ -279,8 +279,8 @@ TEST(FirstContact, DemonstrationSetsALocale) {
 TEST(FirstContact, DemonstrationFindsTheProgramItWasInstalledWith) {
   const TemporaryTree tree;
   const std::string place = tree.Directory("prefix/share/doc/zorenv/examples");
-  std::filesystem::copy(source + "/examples/demo", place + "/demo");
-  std::filesystem::copy(source + "/examples/warehouse", place + "/warehouse",
+  std::filesystem::copy(kSource + "/examples/demo", place + "/demo");
+  std::filesystem::copy(kSource + "/examples/warehouse", place + "/warehouse",
                         std::filesystem::copy_options::recursive);
   RunOptions options;
   options.environment = {"PATH=/usr/bin:/bin"};
@@ -295,7 +295,7 @@ TEST(FirstContact, DemonstrationFindsTheProgramItWasInstalledWith) {
 TEST(FirstContact, DemonstrationRefusesADirectoryThatItCannotQuote) {
   const TemporaryTree tree;
   const std::string place = tree.Directory("it's");
-  std::filesystem::copy(source + "/examples/demo", place + "/demo");
+  std::filesystem::copy(kSource + "/examples/demo", place + "/demo");
   tree.Link("bin/zorenv", ZORENV_PROGRAM);
   Expect(Start({place + "/demo"}, {"PATH=" + tree / "bin:" + "/usr/bin:/bin"}), "",
          "demo: " + place +
@@ -308,7 +308,7 @@ TEST(FirstContact, DemonstrationRefusesADirectoryThatItCannotQuote) {
 
 // The line for csh that documents give, between the first of these marks and the second.
 std::string CshLine(const std::string& document, const std::string& begin, const std::string& end) {
-  const std::string text = ReadFile(source + "/" + document);
+  const std::string text = ReadFile(kSource + "/" + document);
   const std::size_t from = text.find(begin);
   EXPECT_NE(std::string::npos, from) << document;
   const std::size_t to = text.find(end, from);
@@ -323,7 +323,7 @@ TEST(FirstContact, LinesForCshAreSafe) {
   tree.Link("bin/zorenv", ZORENV_PROGRAM);
   tree.Directory("tmp");
   const std::vector<std::string> environment = {
-      "PATH=" + tree / "bin:" + "/usr/bin:/bin", "ZORROOT=" + source + "/examples/warehouse",
+      "PATH=" + tree / "bin:" + "/usr/bin:/bin", "ZORROOT=" + kSource + "/examples/warehouse",
       "TMPDIR=" + tree / "tmp", "LC_ALL=C.UTF-8", "WEAVER_HOME=before"};
   std::string manual = CshLine("doc/man/zorenv.1", "set script = \\(ga", "\n.Ed");
   for (const auto& [written, meant] : {std::pair("\\(ga", "`"), {"\\-", "-"}, {"\n% ", "\n"}})
@@ -338,30 +338,31 @@ TEST(FirstContact, LinesForCshAreSafe) {
       line.replace(at, 4, "weaver");
     if (const std::size_t at = line.find("suite"); at != std::string::npos)
       line.replace(at, 5, "weaver");
-    for (const char* noclobber : {"", "set noclobber\n"}) {
-      const std::string show = "\necho \"$WEAVER_HOME\"\n";
-      Expect(Start({"/bin/tcsh", "-f", tree.Write("script", noclobber + line + show)}, environment),
-             "before:" + source + "/examples/warehouse/tools/weaver/1.10/2\n", "", 0);
-      std::string broken = line;
-      broken.replace(broken.find("weaver"), 6, "waever");
-      Expect(
-          Start({"/bin/tcsh", "-f", tree.Write("script", noclobber + broken + show)}, environment),
-          "before\n",
-          "*** Error: File " + source + "/examples/warehouse/tools/waever/ Does not exist\n", 0);
+    const std::string show = "\necho \"$WEAVER_HOME\"\n";
+    const std::string good = line + show;
+    std::string broken = good;
+    broken.replace(broken.find("weaver"), 6, "waever");
+    for (const std::string noclobber : {"", "set noclobber\n"}) {
+      Expect(Start({"/bin/tcsh", "-f", tree.Write("script", noclobber + good)}, environment),
+             "before:" + kSource + "/examples/warehouse/tools/weaver/1.10/2\n", "", 0);
+      Expect(Start({"/bin/tcsh", "-f", tree.Write("script", noclobber + broken)}, environment),
+             "before\n",
+             "*** Error: File " + kSource + "/examples/warehouse/tools/waever/ Does not exist\n",
+             0);
       EXPECT_TRUE(std::filesystem::is_empty(tree / "tmp"));
     }
   }
 }
 
 TEST(FirstContact, EachPageAndSharedFileStatesTheVersion) {
-  const std::string project = ReadFile(source + "/CMakeLists.txt");
+  const std::string project = ReadFile(kSource + "/CMakeLists.txt");
   const std::string before = "project(zorenv VERSION ";
   const std::size_t at = project.find(before) + before.size();
   const std::string version = "zorenv " + project.substr(at, project.find(' ', at) - at);
   EXPECT_EQ(0u, version.find("zorenv 1."));
   int files = 0;
   for (const char* directory : {"/share", "/doc/man"})
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(source + directory))
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(kSource + directory))
       if (entry.is_regular_file()) {
         EXPECT_TRUE(Contains(ReadFile(entry.path()), version)) << entry.path();
         ++files;
@@ -369,7 +370,7 @@ TEST(FirstContact, EachPageAndSharedFileStatesTheVersion) {
   EXPECT_LT(20, files);
   for (const char* page : {"zorenv.1", "zorenv-warehouse.5", "zorenv-framework.3"}) {
     const RunResult result =
-        RunProgram({"/usr/bin/mandoc", "-Tascii", source + "/doc/man/" + page});
+        RunProgram({"/usr/bin/mandoc", "-Tascii", kSource + "/doc/man/" + page});
     const std::size_t footer = result.out.rfind('\n', result.out.size() - 2);
     EXPECT_EQ(footer + 1, result.out.find(version + " ", footer)) << result.out.substr(footer);
   }
@@ -377,7 +378,7 @@ TEST(FirstContact, EachPageAndSharedFileStatesTheVersion) {
 
 TEST(FirstContact, RowsOfNamesHaveTheirExplanationOutsideTheQuotes) {
   const RunResult page =
-      RunProgram({"/usr/bin/mandoc", "-Tutf8", source + "/doc/man/zorenv-warehouse.5"});
+      RunProgram({"/usr/bin/mandoc", "-Tutf8", kSource + "/doc/man/zorenv-warehouse.5"});
   for (const char* row :
        {"the separator of directories, ‘/’\n", "the ending of shared libraries, ‘.so’\n",
         "the ending of libraries, ‘.a’\n"})
@@ -401,14 +402,14 @@ TEST(FirstContact, UninstallRefusesNamesThatAreNotAbsolute) {
   tree.Write("build/install_directories.txt", "\n/opt/zor\n");
   tree.Write("build/install_manifest.txt", "victim");
   tree.Write("build/victim", "");
-  Expect(RunProgram({"/bin/sh", source + "/cmake/uninstall.sh", tree / "build"}), "",
+  Expect(RunProgram({"/bin/sh", kSource + "/cmake/uninstall.sh", tree / "build"}), "",
          "uninstall: install_manifest.txt lists a name that is not absolute: victim\n", 1);
   EXPECT_TRUE(std::filesystem::exists(tree / "build/victim"));
 }
 
 TEST(FirstContact, UninstallSaysThatNothingWasInstalled) {
   const TemporaryTree tree;
-  Expect(RunProgram({"/bin/sh", source + "/cmake/uninstall.sh", tree.path()}), "",
+  Expect(RunProgram({"/bin/sh", kSource + "/cmake/uninstall.sh", tree.path()}), "",
          "uninstall: nothing was installed from " + tree.path() + "\n", 1);
 }
 
