@@ -5,11 +5,11 @@
 // which makes a relative name absolute by the directory in which the process was started and
 // refuses the wrong kind of name.
 //
-// Relative names in a process that has changed its directory since: most operations still mean the
-// directory of the start; FwFileGetInfo, FwFileSetInfo, FwFileCopyLink, FwFileTreeSize,
-// FwFileIsExecutable and what asks for free space mean the present one. FwFileDelete and
-// FwDirDelete with FW_DELETE_FORCE make writable in the present one and delete in that of the
-// start. Absolute names are the same everywhere.
+// Relative names, once the process has changed its directory: most operations resolve them against
+// the directory in which the process was started. FwFileGetInfo, FwFileSetInfo, FwFileCopyLink,
+// FwFileTreeSize, FwFileIsExecutable and the queries for free space use the present directory. With
+// FW_DELETE_FORCE, FwFileDelete and FwDirDelete change the modes of the file in the present
+// directory and delete the one in the first. Absolute names avoid all of that.
 //
 // Operations report through the FwErrorState that they take first. Unless told otherwise an int32
 // result is 1 for success and 0 for failure; a null state makes the operation return its failure

@@ -52,8 +52,8 @@ extern FwListHead_t FcMhalListHead;
 // Checks a live block; false stops the walk.
 using fnFcMhalIterate_t = bool(FcMemHeavyAllocation_t* pmhal, void* pvData);
 
-// Complains as a free does of an address that is no block's, and leaves it at that: nothing is
-// given to the raw allocator, an application's own neither. Silent at level 0.
+// Makes the complaint that freeing an address that does not belong to a block makes, and frees
+// nothing: no raw allocator sees the address. Silent at level 0.
 void FcMemReportStray(void* pvAddress, char* pszFile, uint32 nLine);
 
 // Walks the live blocks. The callback may remove the block that it is given.

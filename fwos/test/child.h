@@ -51,9 +51,9 @@ inline std::string MakeDisk(int kilobytes) {
   return disk < 0 ? "" : "/proc/self/fd/" + std::to_string(disk);
 }
 
-// A directory on another device than that of temporary files: the one for shared memory, or a disk
-// made for the purpose where that is no device of its own, as in a bare tree that was entered by
-// chroot. Empty if there is none.
+// A directory on another device than /tmp: that of shared memory. Where this is not a device of its
+// own, as in a bare tree entered by chroot, a disk in memory is made for the test. Empty if neither
+// can be had.
 inline const std::string& OtherDevice() {
   static const std::string directory = [] {
     struct stat one, two;

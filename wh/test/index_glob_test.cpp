@@ -1,5 +1,5 @@
-// The indexes of texts and patterns, and constraints with shared lists: what comes of them is
-// always what trying each pair gives.
+// The indexes of texts and patterns, and constraints with shared lists, against plain trying of
+// each pair.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -125,8 +125,8 @@ TEST(GlobIndex, NamesEveryPatternThatAcceptsATextWhileItGrows) {
 
 // ---- Constraints ----
 
-// A variable's elements and their order, as told: each constraint is noted, and the walk goes
-// through the predecessors in the order in which they were noted.
+// The plain way to order a variable's elements: it notes each constraint, and walks through the
+// predecessors in the order of notes.
 class PlainOrder {
  public:
   PlainOrder(const NODE_LIST& nodes) {

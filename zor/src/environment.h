@@ -22,7 +22,7 @@ class Environment {
   // That of this process, as it was started.
   static Environment of_process();
 
-  // The value, of a name that stands twice the last one; none if there is no such variable.
+  // The value, or none if the variable is not set. Of a name that occurs twice the last one counts.
   std::optional<std::string_view> find(std::string_view name) const;
   // Replaces the value at its place, or adds the variable at the end.
   void set(std::string_view name, std::string_view value);
@@ -34,7 +34,7 @@ class Environment {
   std::vector<std::string> texts_;
 };
 
-// The name in a text "NAME=VALUE"; all of it, if there is no "=".
+// The name in a text "NAME=VALUE"; the whole text if it has no "=".
 std::string_view name_of(std::string_view text);
 std::string_view value_of(std::string_view text);
 

@@ -65,7 +65,7 @@ NamedQuery take_product(Words* words) {
   named.word = category;
   std::vector<std::string> fields;
   const bool four = words->free(0) && words->free(1) && words->free(2);
-  // Of three free words the last is no part of the product where the first is a version.
+  // Where the first of three free words is a version, the last does not belong to the product.
   const std::size_t room = four && is_no_name(words->peek()) ? 2 : 3;
   std::string name(kLatest), version(kLatest), rev(kLatest);
   while (fields.size() < room && words->free(0)) {

@@ -105,7 +105,7 @@ NODE_SET* kept_set(CONSTRAINTS* constraints, FwTextString pattern) {
   constraints->last = nullptr;
   if (const POSITIONS* found = find_literal(&constraints->patterns, pattern)) {
     constraints->last = element_at<NODE_SET>(&constraints->sets, found->list[0]);
-    // What was found last is not that of the pattern before any more.
+    // The positions that the list of nodes remembers are not those of the last pattern now.
     constraints->nodes.pattern = nullptr;
   }
   return constraints->last;

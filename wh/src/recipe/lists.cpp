@@ -270,7 +270,7 @@ void edit_in_lists(LISTS* lists, WH_SETENV* setenv) {
     return;
   }
   edit(list, setenv, op);
-  // Each command adds the variable, be it there already: that is when the table grows.
+  // Each command adds the variable, even one that exists: an add is what makes the table grow.
   wh_set_ev(lists->env, setenv->name, FWT(""));
 }
 

@@ -44,7 +44,7 @@ WH_VARIETY* variety_at(const WH_VARIETY_SEQ* varieties, int i) {
   return static_cast<WH_VARIETY*>(varieties->seq.pElements[i]);
 }
 
-// The values of the variables of that name; null if there is no room for another name.
+// The values of all variables of that name. Null if the index has no room for another name.
 const LITERALS* values_of(WH_VARIETY_INDEX* index, const WH_VARIETY_SEQ* varieties,
                           FwTextString name) {
   for (int i = 0; i < index->count; i++)

@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Names on disk are bytes; what is no UTF-8 in them is shown as the sign for that.
+// Names on disk are bytes. Those that are not UTF-8 are replaced by U+FFFD.
 std::string printed(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }

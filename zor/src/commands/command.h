@@ -41,7 +41,7 @@ class CommandLine {
 
   void option(const char* names, std::string* target, const std::string& summary);
   void flag(const char* names, bool* target, const std::string& summary);
-  // Words that are no options; only for a subcommand without a request.
+  // Words that are not options; only for a subcommand without a request.
   void positional(const char* name, std::string* target, const std::string& summary);
   void positionals(const char* name, std::vector<std::string>* target, const std::string& summary);
 
@@ -59,8 +59,8 @@ struct Help {
   std::string text;
 };
 
-// The answer to a request, or an Error that says all that is wrong. Adds to the context's notes
-// what the user should know all the same.
+// The answer to a request, or an Error that says all that is wrong. Adds warnings to the context's
+// notes.
 Answer answer_to(const Request& request, const Environment& base, Context* context);
 
 // Lines for people about the faults of an answer.

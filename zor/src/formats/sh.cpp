@@ -21,7 +21,7 @@ void append_quoted(std::string* text, std::string_view value) {
 }  // namespace
 
 std::string refuse_for_sh(const Change& change) {
-  if (!is_identifier(change.name)) return "is no name of a variable to a shell";
+  if (!is_identifier(change.name)) return "is not a valid name for a variable of a shell";
   return {};
 }
 
