@@ -93,16 +93,6 @@ class Walk {
   std::vector<Found> found_;
 };
 
-std::vector<std::string> split(std::string_view path) {
-  std::vector<std::string> elements;
-  while (!path.empty()) {
-    const std::size_t slash = std::min(path.find('/'), path.size());
-    if (slash > 0) elements.emplace_back(path.substr(0, slash));
-    path.remove_prefix(std::min(slash + 1, path.size()));
-  }
-  return elements;
-}
-
 void sort_by_version(std::vector<std::string>* names) {
   std::sort(names->begin(), names->end());
   std::stable_sort(names->begin(), names->end(), [](const std::string& a, const std::string& b) {
@@ -148,10 +138,20 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+std::vector<std::string> path_elements(std::string_view path) {
+  std::vector<std::string> elements;
+  while (!path.empty()) {
+    const std::size_t slash = std::min(path.find('/'), path.size());
+    if (slash > 0) elements.emplace_back(path.substr(0, slash));
+    path.remove_prefix(std::min(slash + 1, path.size()));
+  }
+  return elements;
+}
+
 Catalogue read_catalogue(const std::string& root, const std::string& below) {
   Catalogue catalogue;
   Walk walk(&catalogue);
-  walk.elements() = split(below);
+  walk.elements() = path_elements(below);
   const std::string start = below.empty() ? root : root + '/' + below;
   if (access(start.c_str(), R_OK | X_OK) != 0) fail("{}: {}", start, std::strerror(errno));
   walk.visit(AT_FDCWD, start.c_str());

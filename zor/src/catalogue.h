@@ -6,6 +6,7 @@
 #define ZOR_CATALOGUE_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "warehouse.h"
@@ -33,6 +34,9 @@ struct Catalogue {
   std::vector<CatalogueProduct> products;  // sorted by category, then by name
   std::vector<CatalogueRemark> remarks;
 };
+
+// The elements of a path; repeated separators and those at its ends make none.
+std::vector<std::string> path_elements(std::string_view path);
 
 // All products below a directory of the warehouse; an empty one is the whole of it.
 // Throws Error if the directory can't be read.

@@ -12,16 +12,6 @@ namespace {
 
 constexpr std::string_view kLatest = "+";
 
-std::vector<std::string> elements_of(std::string_view path) {
-  std::vector<std::string> elements;
-  while (!path.empty()) {
-    const std::size_t slash = std::min(path.find('/'), path.size());
-    if (slash > 0) elements.emplace_back(path.substr(0, slash));
-    path.remove_prefix(std::min(slash + 1, path.size()));
-  }
-  return elements;
-}
-
 std::string join(const std::vector<std::string>& words, std::string_view between) {
   std::string all;
   for (const std::string& word : words) {
@@ -202,7 +192,7 @@ std::string listed(const std::vector<ProductName>& products) {
 ProductName resolve(const std::string& word, const std::string& path,
                     const std::string& given_root) {
   const std::string root = given_root.empty() ? "." : given_root;
-  const std::vector<std::string> elements = elements_of(path);
+  const std::vector<std::string> elements = path_elements(path);
   if (elements.empty()) misuse("'{}' names no product", word);
   std::vector<ProductName> found = readings(elements, root);
   if (found.empty()) {
@@ -349,13 +339,6 @@ std::string why_silent(const Choice& choice, const std::vector<Binding>& conditi
 
 }  // namespace
 
-std::string normal_category(std::string_view category) {
-  std::string text(category);
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\\' || c == ':'; }, '/');
-  return join(elements_of(text), "/");
-}
-
 bool Request::empty() const {
   return std::all_of(groups.begin(), groups.end(), [](const auto& group) { return group.empty(); });
 }
@@ -383,13 +366,6 @@ Query read_word(const std::string& word, const std::string& root) {
   const std::string path = without_conditions(word, &query);
   query.product = resolve(word, path, root);
   return query;
-}
-
-std::string written(const Query& query) {
-  std::string text = path_of(query.product);
-  for (const Binding& condition : query.conditions)
-    text += '[' + condition.name + '=' + condition.value + ']';
-  return text;
 }
 
 std::vector<std::string> silent_choices(const Request& request, const Answer& answer) {

@@ -50,24 +50,16 @@ struct SplitWords {
   std::vector<std::string> rest;
 };
 
-// Takes the words of a request out of a command line. expand gives the queries that a saved name
-// stands for, for words that begin with "@". Nothing on disk is looked at but for words that are
-// paths. Throws Error for wrong usage, ambiguous and unknown names.
+// Takes the words of a request out of a command line. The disk is looked at only for short words.
+// Throws Error for wrong usage, ambiguous and unknown names.
 SplitWords take_request(const std::vector<std::string>& words, const OptionLookup& options,
                         const Environment& environment);
 
 // One short word, such as "tools/weaver/1.9[platform=x]". Throws Error as above.
 Query read_word(const std::string& word, const std::string& root);
 
-// "tools/weaver/1.9/1[platform=x]", which read_word takes again.
-std::string written(const Query& query);
-
-// A category without empty elements and with "/" between the others, so that one directory has one
-// name.
-std::string normal_category(std::string_view category);
-
-// Names with which the queries' answers say nothing: those whose conditions no variety meets, or
-// of which no variety is complete. A line for people for each.
+// What the user should hear of choices that give nothing: a line for each product of which no
+// variety meets the conditions, or none that does is complete.
 std::vector<std::string> silent_choices(const Request& request, const Answer& answer);
 
 }  // namespace zor

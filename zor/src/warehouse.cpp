@@ -242,9 +242,6 @@ void take_choices(Answer* answer, WH_COMPUTATION* all) {
     for (int32 j = 0; j < FwVectorLength(const_cast<FwVector*>(&specs)); ++j)
       answer->groups.back().push_back(choice_of(element<WH_PRODUCT_SPEC>(specs, j)));
   }
-  for (int32 i = 0; i < FwVectorLength(&all->index->entries); ++i)
-    answer->loaded.push_back(
-        name_of(element<WH_PRODUCT>(all->index->entries, i)->prodinfo->prodname));
 }
 
 // What the floors below report goes to faults while it lives.
@@ -317,25 +314,10 @@ Answer compute(const Question& question, const Environment& base) {
   answer.done = wh_computation_open(&all, root.empty() ? FwCurrentDir() : text(root)) &&
                 wh_computation_find_latest(&all) && wh_computation_load(&all) &&
                 wh_computation_compute(&all) && answer.faults.empty();
-  if (all.abs_basedir) answer.root = FWC(all.abs_basedir);
   take_choices(&answer, &all);
   if (answer.done) answer.environment = changed(base, all.oldenv, all.newenv);
   wh_computation_close(&all);
   return answer;
-}
-
-std::vector<Fault> find_latest(const std::string& root, ProductName* product) {
-  std::vector<Fault> faults;
-  Collecting collecting(&faults);
-  FwErrorState err;
-  WH_PRODUCT_NAME* name = make_name(*product);
-  std::string base = root;
-  wh_latest_prodname(&err, name, text(base));
-  collect_error(&err);
-  if (faults.empty()) *product = name_of(name);
-  free_prodname(&name);
-  FwErrorClear(&err);
-  return faults;
 }
 
 int compare_versions(const std::string& first, const std::string& second) {

@@ -89,11 +89,9 @@ struct Choice {
 
 struct Answer {
   bool done = false;  // no fault: environment holds
-  std::string root;   // absolute
   Environment environment;
   std::vector<Fault> faults;
   std::vector<std::vector<Choice>> groups;  // of the products that were named, as far as loaded
-  std::vector<ProductName> loaded;          // all products that were read, in that order
 };
 
 // Boots the floors below. There must be one object of it, at the head of main; argv is kept.
@@ -108,9 +106,6 @@ class Engine {
 
 // Computes the environment that a question leads to from base. %{NAME} in data files means base.
 Answer compute(const Question& question, const Environment& base);
-
-// Fills in version and rev where they are "+"; the faults if that fails.
-std::vector<Fault> find_latest(const std::string& root, ProductName* product);
 
 // Less than 0, 0 or more than 0, as the first is lower than, equal to or higher than the second.
 int compare_versions(const std::string& first, const std::string& second);

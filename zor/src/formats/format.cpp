@@ -34,14 +34,9 @@ std::string written(const Format& format, std::span<const Change> changes) {
   if (!refused.empty())
     fail("the format {} can't carry these variables, so nothing was written:{}", format.name,
          refused);
-  std::string text(format.head);
-  bool first = true;
-  for (const Change& change : changes) {
-    if (!first) text += format.between;
-    first = false;
+  std::string text;
+  for (const Change& change : changes)
     format.write(&text, change);
-  }
-  text += format.tail;
   return text;
 }
 

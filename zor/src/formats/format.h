@@ -21,11 +21,6 @@ struct Format {
   std::string (*refusal)(const Change& change);
   // Appends what sets or removes the variable.
   void (*write)(std::string* text, const Change& change);
-  // What stands before and behind all of them.
-  std::string_view head = {};
-  std::string_view tail = {};
-  // What stands between two of them.
-  std::string_view between = {};
 };
 
 // All dialects, in the order in which they are listed.
