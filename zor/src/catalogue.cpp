@@ -49,9 +49,6 @@ class Walk {
  public:
   explicit Walk(Catalogue* catalogue) : catalogue_(catalogue) {}
 
-  // Symbolic links may lead in a circle: a chain of directories is not followed further than this.
-  static constexpr std::size_t kDeepest = 64;
-
   void visit(int parent, const char* name) {
     Directory directory = open_directory(parent, name);
     if (!directory) {
@@ -63,22 +60,33 @@ class Walk {
       found_.push_back(elements_);
       return;
     }
-    if (elements_.size() >= kDeepest) {
-      remark("too deep, or a circle of links");
+    struct stat info;
+    if (fstat(fd, &info) != 0) {
+      remark(std::strerror(errno));
       return;
     }
+    // A link that leads back to a directory above would be followed for ever.
+    const Place place = {info.st_dev, info.st_ino};
+    if (std::find(above_.begin(), above_.end(), place) != above_.end()) {
+      remark("a link that leads back to a directory above it");
+      return;
+    }
+    above_.push_back(place);
     while (const dirent* entry = readdir(directory.get())) {
       if (!is_searched(entry->d_name) || !is_directory(fd, entry)) continue;
       elements_.emplace_back(entry->d_name);
       visit(fd, entry->d_name);
       elements_.pop_back();
     }
+    above_.pop_back();
   }
 
   std::vector<std::string>& elements() { return elements_; }
   std::vector<Found>& found() { return found_; }
 
  private:
+  using Place = std::pair<dev_t, ino_t>;
+
   void remark(const char* text) { catalogue_->remarks.push_back({joined(), text}); }
 
   std::string joined() const {
@@ -90,6 +98,7 @@ class Walk {
 
   Catalogue* catalogue_;
   std::vector<std::string> elements_;
+  std::vector<Place> above_;  // the directories on the way to the one at hand
   std::vector<Found> found_;
 };
 

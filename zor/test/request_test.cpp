@@ -146,17 +146,39 @@ TEST(Avail, ListsRevisionsLowestFirst) {
          "", 0);
 }
 
-TEST(Avail, PassesOverWhatIsNoProductAndSaysWhatItCannotRead) {
+TEST(Avail, PassesOverWhatIsNoProductAndSaysWhatItDoesNotFollow) {
   Warehouse warehouse;
   warehouse.Product("C/P/1/1");
   warehouse.Write("root/C/P/2/README", "no revision");
   warehouse.Write("root/.git/a/b/c/product.xml", "hidden");
   warehouse.Write("root/C/P/1/1/deep/a/b/c/product.xml", "below a product");
+  // With two links each walk of a circle would double the work.
   warehouse.Link("root/C/around", "..");
-  const RunResult result = Zor({"avail", "-r", warehouse.Root(), "C/P"});
-  EXPECT_EQ("C/P/1/1 (latest)\n", result.out);
-  EXPECT_EQ(0, result.status);
-  EXPECT_NE(std::string::npos, result.err.find("too deep, or a circle of links")) << result.err;
+  warehouse.Link("root/C/again", "../C");
+  Expect(Zor({"avail", "-r", warehouse.Root()}), "C/P/1/1 (latest)\n",
+         "zor: C/again: a link that leads back to a directory above it\n"
+         "zor: C/around: a link that leads back to a directory above it\n",
+         0);
+}
+
+TEST(Messages, HoldNothingThatSteersATerminal) {
+  Expect(ZorOnExamples({"env",
+                        "\x1b"
+                        "cqqqqq\x07"}),
+         "",
+         "zor: there is no product \\x1bcqqqqq\\x07 in " + Examples() +
+             "\nzor avail lists what there is\n",
+         1);
+}
+
+TEST(Platform, IsWhatTheWarehouseTakesTheHostFor) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1.0/1", Insert("HOST", "%(HOST-PLATFORM)"));
+  const RunResult result = Zor({"platform"});
+  ASSERT_EQ(0, result.status);
+  const std::string platform = result.out.substr(0, result.out.find('\n'));
+  Expect(Zor({"env", "-r", warehouse.Root(), "C"}), "HOST='" + platform + "'; export HOST;\n", "",
+         0);
 }
 
 }  // namespace

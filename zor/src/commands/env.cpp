@@ -14,6 +14,20 @@ std::string format_names() {
   return names;
 }
 
+// Takes out the variables that stay as they are and that the format can't carry, such as the
+// shell's own. Gives a remark that names them.
+std::string leave_out(const Format& format, const Environment& base, std::vector<Change>* changes) {
+  std::string names;
+  std::erase_if(*changes, [&](const Change& change) {
+    const bool stays = base.find(change.name) == change.value;
+    if (!stays || format.refusal(change).empty()) return false;
+    names += ' ' + change.name;
+    return true;
+  });
+  return names.empty() ? names
+                       : fmt::format("zor: left out, as they stay what they are:{}\n", names);
+}
+
 }  // namespace
 
 int run_env(Context* context) {
@@ -33,8 +47,10 @@ int run_env(Context* context) {
   if (!format) misuse("there is no format {}; there are {}", name, format_names());
 
   const Answer answer = answer_to(request, context->environment, context);
-  const Environment& base = full ? Environment() : context->environment;
-  context->out += written(*format, difference(base, answer.environment));
+  std::vector<Change> result =
+      difference(full ? Environment() : context->environment, answer.environment);
+  if (full) context->notes += leave_out(*format, context->environment, &result);
+  context->out += written(*format, result);
   return kDone;
 }
 
