@@ -63,16 +63,23 @@ function(zor_floor name)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE ${arg_LIBRARIES})
 endfunction()
 
+# zor_inner(TARGET...): the sources of the target, and the tests of the floor, see the framework's inner layer.
+function(zor_inner)
+  foreach(target ${ARGN})
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/fwos/inner)
+  endforeach()
+endfunction()
+
 # zor_floor_test(NAME [CHECKED] [LIBRARIES lib...]): the floor's test program, of the sources of the current directory.
-# It links its own floor and those below, so an upward call is a link error; it reaches the floor's private headers.
+# It links its own floor and those below, so an upward call is a link error; it reaches the headers that
+# the floor's sources see.
 # With CHECKED all tests run once more under the memory manager's checks, which also find what a test leaves allocated.
 function(zor_floor_test name)
   cmake_parse_arguments(arg "CHECKED" "" "LIBRARIES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS *.cpp)
   add_executable(${name}_test ${sources})
   zor_suite_options(${name}_test)
-  target_include_directories(${name}_test PRIVATE
-    ${CMAKE_CURRENT_SOURCE_DIR}/../src ${CMAKE_CURRENT_SOURCE_DIR}/../unix/src)
+  target_include_directories(${name}_test PRIVATE $<TARGET_PROPERTY:${name},INCLUDE_DIRECTORIES>)
   # All of testkit, so that its hooks are there for the standard floor, whether a test names them or not.
   target_link_libraries(${name}_test PRIVATE
     $<LINK_LIBRARY:WHOLE_ARCHIVE,testkit> ${name} ${arg_LIBRARIES} GTest::gtest)
