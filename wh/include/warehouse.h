@@ -234,6 +234,13 @@ struct WH_CONTEXT_VALUE {
 
 struct WH_CONTEXT {
   WH_CONTEXT_VALUE* vals = nullptr;
+
+  // Private: whether make_context was given so many bindings that a table pays, how often such a
+  // context was searched, and the table of its values by name once that was often. From then on
+  // vals may not change.
+  bool has_many = false;
+  int searches = 0;
+  FwHashTable* by_name = nullptr;
 };
 
 struct WH_SYMTAB {

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
+#include <random>
+#include <string>
 
 #include "model_support.h"
 #include "process.h"
@@ -205,6 +208,55 @@ TEST(SymbolTable, TheLengthOfANameMustMatchExactly) {
   // The name need not end where its length does.
   EXPECT_EQ(Str(symtab_lookup(FWT("NAME)rest"), symtab, 4)), "v");
   free_symtab(&symtab);
+}
+
+// Long lists are searched by a table once they have been searched often.
+TEST(SymbolTable, ALongContextAnswersAsOneReadFromItsBeginning) {
+  std::mt19937 random(1);
+  auto below = [&](size_t n) { return static_cast<int>(random() % n); };
+  auto name_of = [](int i) { return i == 0 ? std::string() : "a" + std::to_string(i); };
+  for (int round = 0; round < 40; ++round) {
+    WH_SYMTAB* symtab = make_symtab(FWT("x"));
+    std::map<std::string, std::string> expected;
+    for (int contexts = 1 + below(3); contexts > 0; --contexts) {
+      WH_CONTEXT_VALUE* list = nullptr;
+      Pairs bindings(static_cast<size_t>(below(2) ? 30 + below(6) : below(100)));
+      for (auto& [name, value] : bindings) {
+        name = name_of(below(120));
+        value = std::to_string(below(1000));
+        // The first of a name counts, of all contexts so far.
+        expected.emplace(name, value);
+      }
+      for (auto binding = bindings.rbegin(); binding != bindings.rend(); ++binding)
+        list = make_cv(Text(binding->first), Text(binding->second), list);
+      add_context(symtab, make_context(list));
+    }
+    for (int search = 0; search < 60; ++search) {
+      const std::string name = name_of(below(125));
+      const auto found = expected.find(name);
+      EXPECT_EQ(found == expected.end() ? "(null)" : found->second,
+                Str(symtab_lookup(Text(name + "1)"), symtab, static_cast<uint32>(name.size()))))
+          << "round " << round << " search " << search << " " << name;
+    }
+    free_symtab(&symtab);
+  }
+}
+
+TEST(SymbolTable, OnlyALongContextThatIsSearchedOftenGetsATable) {
+  for (const int bindings : {32, 33}) {
+    WH_CONTEXT_VALUE* list = nullptr;
+    for (int i = 0; i < bindings; ++i)
+      list = make_cv(FWT("NAME"), FWT("v"), list);
+    WH_SYMTAB* symtab = make_symtab(FWT("x"));
+    WH_CONTEXT* context = make_context(list);
+    add_context(symtab, context);
+    for (int search = 0; search < 8; ++search)
+      EXPECT_EQ("v", Lookup(symtab, "NAME"));
+    EXPECT_EQ(nullptr, context->by_name);
+    EXPECT_EQ("v", Lookup(symtab, "NAME"));
+    EXPECT_EQ(bindings > 32, context->by_name != nullptr);
+    free_symtab(&symtab);
+  }
 }
 
 TEST(SymbolTable, RemovingGivesTheContextBack) {

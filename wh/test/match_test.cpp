@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
+#include <vector>
+
 #include "model_support.h"
 
 namespace {
@@ -159,6 +163,48 @@ TEST(MatchVar, MissingAttributesMatchNothing) {
   EXPECT_EQ(Matches(&variety, Alternative({{"n", "*"}})), 0);
   EXPECT_EQ(Matches(&variety, Alternative({{"a", nullptr}})), 0);
   EXPECT_EQ(Matches(&variety, Alternative({{nullptr, nullptr}})), 0);
+}
+
+// Many conditions on many variables are tested by a table of the variables.
+TEST(MatchVar, ManyConditionsHoldAsEachDoesByItself) {
+  const std::vector<std::string> values = {"1", "2", "*", "1,2", "?", "linux-x86", "unix"};
+  std::mt19937 random(1);
+  auto below = [&](size_t n) { return static_cast<int>(random() % n); };
+  int matched = 0;
+  for (int round = 0; round < 300; ++round) {
+    Variety variety({});
+    WH_VAR** tail = &variety.vars;
+    std::vector<std::string> names;
+    for (int count = below(2) ? 30 + below(6) : below(90); count > 0; --count) {
+      names.push_back(below(30) == 0 ? "platform" : "a" + std::to_string(below(60)));
+      Text value(values[static_cast<size_t>(below(2))]);
+      *tail = below(100) == 0
+                  ? make_var(nullptr, value)
+                  : make_var(Text(names.back()),
+                             below(100) == 0 ? nullptr : static_cast<FwTextString>(value));
+      tail = &(*tail)->next;
+    }
+    // Most conditions are met, so that long lists of them are gone through.
+    WH_PATTERN* pattern = make_pattern();
+    tail = &pattern->vars;
+    int expected = 1;
+    for (int count = below(2) ? 30 + below(6) : below(90); count > 0 && !names.empty(); --count) {
+      const bool odd = below(300) == 0;
+      Text name(odd ? "b" : names[static_cast<size_t>(below(names.size()))]);
+      FwTextString value = var_lookup(name, &variety);
+      *tail = below(300) == 0 ? make_var(nullptr, FWT("*"))
+              : below(100) == 0
+                  ? make_var(name, Text(values[static_cast<size_t>(below(values.size()))]))
+                  : make_var(name, value == nullptr ? FWT("*") : value);
+      if (!wh_test_var(&variety, (*tail)->n, wh_op_matches, (*tail)->v)) expected = 0;
+      tail = &(*tail)->next;
+    }
+    EXPECT_EQ(expected, matchvar(&variety, pattern, nullptr)) << "round " << round;
+    matched += expected;
+    free_pattern(&pattern);
+  }
+  EXPECT_GT(matched, 30);
+  EXPECT_LT(matched, 270);
 }
 
 TEST(MatchingVarieties, KeepTheirOrder) {

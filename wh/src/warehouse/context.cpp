@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "fwfile.h"
+#include "fwhash.h"
 #include "fwstring.h"
 #include "private.h"
 #include "vqosarch.h"
@@ -132,6 +133,26 @@ FwTextString platform_category(FwTextString category) {
   return FwStrRecordClose(&joined);
 }
 
+// ---- Contexts of many bindings
+
+// So many searches go through the list: that costs less than the table.
+constexpr int kFewSearches = 8;
+
+void make_by_name(WH_CONTEXT* context) {
+  context->by_name = make_values();
+  for (WH_CONTEXT_VALUE* cv = context->vals; cv != nullptr; cv = cv->next)
+    if (cv->n != nullptr && cv->v != nullptr) add_value(context->by_name, cv->n, cv->v);
+}
+
+// The value that a context of many bindings gives a name, null for none.
+[[gnu::noinline]] FwTextString find_in_many(WH_CONTEXT* context, FwTextString name, uint32 length) {
+  if (context->by_name == nullptr) make_by_name(context);
+  FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
+  FwTextString value = find_value(context->by_name, text);
+  FwMemFree(text);
+  return value;
+}
+
 // ---- Self-location
 
 WH_PRODUCT_NAME* myProdName = nullptr;
@@ -250,12 +271,17 @@ void free_cv_list(WH_CONTEXT_VALUE** cv) {
 WH_CONTEXT* make_context(WH_CONTEXT_VALUE* cvlist) {
   WH_CONTEXT* context = new_record<WH_CONTEXT>();
   context->vals = cvlist;
+  int count = 0;
+  for (; cvlist != nullptr && count <= kFewBindings; cvlist = cvlist->next)
+    count++;
+  context->has_many = count > kFewBindings;
   return context;
 }
 
 void free_context(WH_CONTEXT** context) {
   if (*context == nullptr) return;
   free_cv_list(&(*context)->vals);
+  if ((*context)->by_name != nullptr) FwHashFreeTable(&(*context)->by_name);
   FwMemFreeAndClear(context);
 }
 
@@ -334,6 +360,10 @@ FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length) 
   const int count = FwVectorLength(&symtab->contexts);
   for (int i = 0; i < count; i++) {
     auto* context = static_cast<WH_CONTEXT*>(FwVectorGetElement(&symtab->contexts, i));
+    if (context->has_many && (context->by_name != nullptr || ++context->searches > kFewSearches)) {
+      if (FwTextString value = find_in_many(context, name, length)) return value;
+      continue;
+    }
     for (WH_CONTEXT_VALUE* cv = context->vals; cv != nullptr; cv = cv->next)
       if (cv->n != nullptr && *cv->n == first && cv->v != nullptr &&
           std::strncmp(FWC(cv->n), FWC(name), length) == 0 && cv->n[length] == 0)

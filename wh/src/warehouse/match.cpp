@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "fwhash.h"
 #include "fwstring.h"
 #include "glob.h"
 #include "private.h"
@@ -28,9 +29,50 @@ bool any_overlaps(FwTextString list, FwTextString val) {
   return found;
 }
 
+// Whether the value of a variable meets the condition.
+bool test_value(FwTextString name, FwTextString val, int op, FwTextString value) {
+  if (val == nullptr || value == nullptr) return false;
+  if (is_platform_name(name)) {
+    if (platform_overlaps(FWC(value), FWC(val))) return true;
+    if (std::strchr(FWC(value), ',') != nullptr && any_overlaps(value, val)) return true;
+  }
+  return wh_test_op_multi(val, op, value) != 0;
+}
+
+// The variety's values by name, null if it has few.
+FwHashTable* values_of_many(WH_VARIETY* variety) {
+  int count = 0;
+  for (WH_VAR* var = variety->vars; var != nullptr && count <= kFewBindings; var = var->next)
+    count++;
+  if (count <= kFewBindings) return nullptr;
+  FwHashTable* values = make_values();
+  for (WH_VAR* var = variety->vars; var != nullptr; var = var->next)
+    if (var->n != nullptr) add_value(values, var->n, var->v);
+  return values;
+}
+
+// Whether all conditions from field on are met, of which there are many.
+bool meets_many(WH_VARIETY* variety, WH_VAR* field) {
+  FwHashTable* values = values_of_many(variety);
+  for (; field != nullptr; field = field->next) {
+    const bool indexed = values != nullptr && field->n != nullptr;
+    FwTextString val = indexed ? find_value(values, field->n) : var_lookup(field->n, variety);
+    if (!test_value(field->n, val, wh_op_matches, field->v)) break;
+  }
+  if (values != nullptr) FwHashFreeTable(&values);
+  return field == nullptr;
+}
+
+bool meets_all(WH_VARIETY* variety, WH_VAR* field) {
+  for (int met = 0; field != nullptr; field = field->next, met++) {
+    if (met == kFewBindings) return meets_many(variety, field);
+    if (!wh_test_var(variety, field->n, wh_op_matches, field->v)) return false;
+  }
+  return true;
+}
+
 int match_alternative(WH_VARIETY* variety, WH_PATTERN* alternative, FwTextString host) {
-  for (WH_VAR* field = alternative->vars; field != nullptr; field = field->next)
-    if (!wh_test_var(variety, field->n, wh_op_matches, field->v)) return 0;
+  if (!meets_all(variety, alternative->vars)) return 0;
   return host == nullptr || alternative->host == nullptr ||
          platform_overlaps(FWC(host), FWC(alternative->host)) != 0;
 }
@@ -100,13 +142,7 @@ int wh_test_op_multi(FwTextString lhs, int op, FwTextString rhs) {
 }
 
 int wh_test_var(WH_VARIETY* variety, FwTextString name, int op, FwTextString value) {
-  FwTextString val = var_lookup(name, variety);
-  if (val == nullptr || value == nullptr) return 0;
-  if (is_platform_name(name)) {
-    if (platform_overlaps(FWC(value), FWC(val))) return 1;
-    if (std::strchr(FWC(value), ',') != nullptr && any_overlaps(value, val)) return 1;
-  }
-  return wh_test_op_multi(val, op, value);
+  return test_value(name, var_lookup(name, variety), op, value) ? 1 : 0;
 }
 
 int matchvar(WH_VARIETY* variety, WH_PATTERN* pattern, FwTextString host) {

@@ -48,6 +48,15 @@ extern int environment_reads;
 bool may_read_environment(FwTextString str, WH_SYMTAB* symtab);
 bool may_read_environment(const WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab);
 
+// Values by their names; of several values of one name the first that was added counts, be it null.
+// Names and values stay their owners'. FwHashFreeTable frees the table.
+FwHashTable* make_values();
+void add_value(FwHashTable* values, FwTextString name, FwTextString value);
+FwTextString find_value(FwHashTable* values, FwTextString name);
+
+// A list of more bindings than that is worth a table, once it has been searched often.
+constexpr int kFewBindings = 32;
+
 // Whether a variable of that name compares as a platform.
 bool is_platform_name(FwTextString name);
 
