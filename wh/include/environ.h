@@ -79,6 +79,11 @@ int32 wh_sorted_enumerate_environ(WH_ENVIRON* env, FwHashIterationFn* func, void
 WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString base,
                          WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set);
 
+// The same for one group of products after another: *env gives way to the result. Variables that no
+// operation touches are not copied.
+void wh_change_env(WH_INDEX* index, WH_ENVIRON** env, FwTextString base,
+                   WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set);
+
 // ---- The platform's half ----
 
 // Hash of a variable's name, and 1 if two names are the same. Null is the same as nothing. The

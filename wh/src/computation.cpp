@@ -98,11 +98,9 @@ int wh_computation_compute(WH_COMPUTATION* all) {
   }
   check_environments();
   for (int32 i = 0; i < groups; ++i) {
-    WH_ENVIRON* result = wh_apply_env(all->index, all->newenv, all->index->base,
-                                      group<WH_PRODUCT_SPEC_LIST>(&all->group_speclists, i),
-                                      report_except_missing, all->set);
-    free_environ(&all->newenv);
-    all->newenv = result;
+    wh_change_env(all->index, &all->newenv, all->index->base,
+                  group<WH_PRODUCT_SPEC_LIST>(&all->group_speclists, i), report_except_missing,
+                  all->set);
     check_environments();
   }
   return wh_errors == 0;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -374,6 +375,42 @@ TEST(Apply, TheOutputIsFilledInTheOrderOfSlots) {
     wh_set_ev(expected, FWT("NEW"), FWT("y"));
     Environment output(w.Apply({"X"}, input));
     EXPECT_EQ(output.list(), expected.list()) << count;
+  }
+}
+
+// The environment of one group gives its variables away to that of the next.
+TEST(Apply, GroupsInPlaceGiveWhatEachGivesByItself) {
+  Warehouse w;
+  for (int i = 0; i < 40; ++i) {
+    const std::string n = std::to_string(i);
+    w.Add("P" + n, Insert("OWN" + n, "x") + Insert("LIST", n) + Delete("VAR" + n) +
+                       Remove("VAR1" + n, {"v"}) + Insert("NEXT" + std::to_string(i % 5), n));
+  }
+  std::mt19937 random(1);
+  for (const int count : {0, 60, 62, 63, 64, 130}) {
+    Pairs variables;
+    for (int i = 0; i < count; ++i)
+      variables.emplace_back("VAR" + std::to_string(i * 7), "v");
+    Environment start(variables);
+    WH_ENVIRON* in_place = dup_environ(start);
+    WH_ENVIRON* expected = dup_environ(start);
+    for (int group = 0; group < 30; ++group) {
+      Strings products;
+      for (size_t n = random() % 4; n > 0; --n)
+        products.push_back("P" + std::to_string(random() % 40));
+      WH_PRODUCT_SPEC_LIST* specs = w.Query(products);
+      Reports reports;
+      WH_ENVIRON* next =
+          wh_apply_env(w.index(), expected, Fwt(w.path()), specs, Reports::Collect, 1);
+      free_environ(&expected);
+      expected = next;
+      const Strings reported = reports.lines();
+      Reports again;
+      wh_change_env(w.index(), &in_place, Fwt(w.path()), specs, Reports::Collect, 1);
+      EXPECT_EQ(reported, again.lines());
+      free_speclist(&specs);
+    }
+    EXPECT_EQ(Environment(expected).list(), Environment(in_place).list()) << count;
   }
 }
 

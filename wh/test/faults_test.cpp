@@ -6,6 +6,7 @@
 #include <string>
 
 #include "environ.h"
+#include "environ/engine.h"
 #include "faults.h"
 #include "fwerror.h"
 #include "glob.h"
@@ -250,6 +251,33 @@ TEST_F(FaultsOfTables, ATableThatIsIncompleteIsKnownToBe) {
     return wh_env_incomplete ? "incomplete" : answer;
   };
   EXPECT_GT(sweep.Allocations(), 250);
+}
+
+// A table that can't grow takes what fits, and nothing is lost or freed twice.
+TEST_F(FaultsOfTables, VariablesThatAreMovedAreOneTablesOrTheOthers) {
+  FrameworkSweep sweep;
+  sweep.may_answer = {"incomplete"};
+  sweep.wanted = 1000;
+  sweep.task = [] {
+    WH_ENVIRON* env = make_environ();
+    WH_ENVIRON* fuller = make_environ();
+    for (int i = 0; i < 140; ++i)
+      wh_set_ev(env, Text("N" + std::to_string(i)), Text(std::to_string(i)));
+    wh_enumerate_environ(
+        env,
+        [](FwHashEntry* entry, void* to, FwErrorState*) {
+          move_ev(static_cast<WH_ENVIRON*>(to), entry);
+          return int32{1};
+        },
+        fuller, nullptr);
+    DisarmFault();
+    const std::string answer = Dump(env) + "/" + Dump(fuller);
+    free_environ(&env);
+    free_environ(&fuller);
+    return wh_env_incomplete ? "incomplete" : answer;
+  };
+  EXPECT_GT(sweep.Allocations(), 280);
+  EXPECT_EQ(1u, sweep.answers().count("incomplete"));
 }
 
 TEST_F(FaultsOfTables, ARefusedVariableIsNoLoss) {

@@ -19,18 +19,22 @@ struct APPLY_STATE {
   FwHashTable* variables;
   WH_ENVIRON* output_env;
   WH_ERROR_FUNC errorfunc;
+  bool spent;
   FwErrorState err;
 };
 
 // ---- The input's elements ----
 
-// Copies a variable that no operation touches, or makes nodes of the elements that stay.
+// Copies or moves a variable that no operation touches, or makes nodes of the elements that stay.
 int32 take_input(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
   auto* state = static_cast<APPLY_STATE*>(vstate);
   auto* value = static_cast<FwTextString>(entry->value);
   FwHashEntry* touched = FwHashLookupEntry(state->variables, entry->key, nullptr);
   if (!touched) {
-    wh_set_ev(state->output_env, name_of(entry), value);
+    if (state->spent)
+      move_ev(state->output_env, entry);
+    else
+      wh_set_ev(state->output_env, name_of(entry), value);
     return 1;
   }
   VAR_OPS* var_ops = var_ops_of(touched);
@@ -172,10 +176,9 @@ void find_all_ancestors(WH_INDEX* index, WH_PRODUCT_SPEC_LIST* speclist, ANCESTR
   }
 }
 
-}  // namespace
-
-WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString base,
-                         WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
+// wh_apply_env; spent as in apply_ops.
+WH_ENVIRON* apply_env(WH_INDEX* index, WH_ENVIRON* input_env, bool spent, FwTextString base,
+                      WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
   FwTextString file = FWT(set ? "env.xml" : "unenv.xml");
   COLLECT_STATE state;
   state.environ = input_env;
@@ -201,7 +204,7 @@ WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString ba
 
   RESOLVE_STATE resolving = {error, ancestry};
   FwHashEnumerateEntries(variables, resolve_variable, &resolving, nullptr);
-  WH_ENVIRON* output_env = apply_ops(variables, input_env, error);
+  WH_ENVIRON* output_env = apply_ops(variables, input_env, error, spent);
 
   for (int32 i = 0; i < FwVectorLength(&state.eops); ++i) {
     auto* eop = element_at<EXPANDED_OP>(&state.eops, i);
@@ -215,8 +218,23 @@ WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString ba
   return output_env;
 }
 
-WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc) {
-  APPLY_STATE state = {variables, make_environ(), errorfunc, {}};
+}  // namespace
+
+WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString base,
+                         WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
+  return apply_env(index, input_env, false, base, speclist, error, set);
+}
+
+void wh_change_env(WH_INDEX* index, WH_ENVIRON** env, FwTextString base,
+                   WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
+  WH_ENVIRON* result = apply_env(index, *env, true, base, speclist, error, set);
+  free_environ(env);
+  *env = result;
+}
+
+WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc,
+                      bool spent) {
+  APPLY_STATE state = {variables, make_environ(), errorfunc, spent, {}};
   wh_enumerate_environ(input_env, take_input, &state, nullptr);
   FwHashEnumerateEntries(variables, constrain_variable, &state, nullptr);
   FwHashEnumerateEntries(variables, sort_variable, &state, nullptr);

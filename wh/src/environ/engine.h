@@ -285,10 +285,18 @@ const POSITIONS* match_nodes(NODE_LIST* nodes, FwTextString pattern);
 
 // ---- Application (apply.cpp) ----
 
-// The output environment.
-WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc);
+// The output environment. spent tells that the input is not needed any more: its variables may be
+// moved, and then it is good for nothing but to be freed.
+WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc,
+                      bool spent = false);
 // Appends the node to the result, after all its predecessors.
 void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err);
+
+// ---- Tables (table.cpp) ----
+
+// wh_set_ev for a variable that env lacks, of another table, which loses its entry: nothing is
+// copied. That table may then only be gone through and freed.
+void move_ev(WH_ENVIRON* env, FwHashEntry* entry);
 
 // ---- Diagnostics (dump.cpp) ----
 

@@ -106,6 +106,20 @@ void wh_set_ev(WH_ENVIRON* env, FwTextString variable, FwTextString value) {
   if (!add_in_order(env->variables, variable, value) && variable && value) wh_env_incomplete = 1;
 }
 
+void move_ev(WH_ENVIRON* env, FwHashEntry* entry) {
+  FwHashTable* table = env->variables;
+  FwTextString value = value_of(entry);
+  // Without a function of its own a table takes the pointers as they are.
+  table->fns.addFn = nullptr;
+  bool moved = add_in_order(table, entry->key, value);
+  table->fns.addFn = wh_env_hash_functions.addFn;
+  if (!moved) {
+    wh_env_incomplete = 1;
+    moved = wh_lookup_ev(key_of(entry), env) == value;
+  }
+  if (moved) entry->key = nullptr;
+}
+
 FwTextString wh_lookup_ev(FwTextString variable, WH_ENVIRON* env) {
   FwHashEntry* entry = FwHashLookupEntry(env->variables, variable, nullptr);
   return entry ? value_of(entry) : nullptr;

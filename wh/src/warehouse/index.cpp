@@ -282,10 +282,14 @@ void free_product(WH_PRODUCT** product) {
 }
 
 void index_unvisit(WH_INDEX* index) {
-  for (int i = 0; i < FwVectorLength(&index->entries); i++) {
-    FwVector* varieties = &entry(index, i)->prodinfo->varieties->seq;
-    for (int j = 0; j < FwVectorLength(varieties); j++) {
-      auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(varieties, j));
+  // Each group of products goes over all that have been loaded, so this is kept to a few
+  // instructions a variety.
+  const FwVector* products = &index->entries;
+  for (int i = 0; i < products->nCurrentSize; i++) {
+    const auto* product = static_cast<const WH_PRODUCT*>(products->pElements[i]);
+    const FwVector* varieties = &product->prodinfo->varieties->seq;
+    for (int j = 0; j < varieties->nCurrentSize; j++) {
+      auto* variety = static_cast<WH_VARIETY*>(varieties->pElements[j]);
       variety->visited = 0;
       variety->packed = 0;
     }
