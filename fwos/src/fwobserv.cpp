@@ -2,6 +2,7 @@
 
 #include "fcclass.h"
 #include "fcobserv.h"
+#include "fcpp.h"
 #include "fwmem.h"
 #include "vqassert.h"
 
@@ -201,7 +202,7 @@ void FwObserveStart(void* pObserver, void* pSubject, const FwClassRecord* pChang
       return;
   }
 
-  auto* pObservation = FwMemNew<FiObservation>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* pObservation = make<FiObservation>();
   pObservation->aContentsOfField[kFiObserver] = pObserver;
   pObservation->aContentsOfField[kFiSubject] = pSubject;
   pObservation->aContentsOfField[kFiChangeClass] = KeyOf(pChangeClass);

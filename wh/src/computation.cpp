@@ -1,5 +1,6 @@
 #include "computation.h"
 
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwmem.h"
@@ -23,11 +24,6 @@ void report_except_missing(FwErrorState* err) {
   }
   current->report(err);
   ++current->errors;
-}
-
-template <typename LIST>
-LIST* group(FwVector* groups, int32 i) {
-  return static_cast<LIST*>(FwVectorGetElement(groups, i));
 }
 
 void check_environments() {
@@ -61,11 +57,9 @@ int wh_computation_open(WH_COMPUTATION* all, FwTextString basedir) {
 }
 
 int wh_computation_find_latest(WH_COMPUTATION* all) {
-  for (int32 i = 0; i < FwVectorLength(all->group_querylists); ++i) {
-    FwVector* queries = &group<WH_PRODUCT_QUERY_LIST>(all->group_querylists, i)->queries;
-    for (int32 j = 0; j < FwVectorLength(queries); ++j)
-      find_latest(all, static_cast<WH_PRODUCT_QUERY*>(FwVectorGetElement(queries, j)));
-  }
+  for (auto* querylist : elements<WH_PRODUCT_QUERY_LIST>(all->group_querylists))
+    for (WH_PRODUCT_QUERY* query : elements<WH_PRODUCT_QUERY>(&querylist->queries))
+      find_latest(all, query);
   return all->errors == 0;
 }
 
@@ -74,32 +68,29 @@ int wh_computation_find_latest(WH_COMPUTATION* all) {
 int wh_computation_load(WH_COMPUTATION* all) {
   all->context = make_context(make_cv(FWT("BASE-DIRECTORY"), all->abs_basedir, nullptr));
   FwVectorOpen(&all->group_speclists, 2);
-  for (int32 i = 0; i < FwVectorLength(all->group_querylists); ++i) {
-    auto* querylist = group<WH_PRODUCT_QUERY_LIST>(all->group_querylists, i);
+  for (auto* querylist : elements<WH_PRODUCT_QUERY_LIST>(all->group_querylists))
     FwVectorAddElement(&all->group_speclists,
                        query_products_pd(all->err, all->index, querylist, all->report));
-  }
   return wh_errors == 0;
 }
 
 // That each group starts from the result of the one before is why a later group overrides an
 // earlier one, while products inside a group may clash.
 int wh_computation_compute(WH_COMPUTATION* all) {
-  const int32 groups = FwVectorLength(&all->group_speclists);
   all->newenv = dup_environ(all->oldenv);
   // report_except_missing, which all passes get, does not tell of them.
   all->index->missing_is_silent = 1;
-  for (int32 i = 0; all->emulate && i < groups; ++i)
-    wh_legacy_setenv(all->index, all->newenv, group<WH_PRODUCT_SPEC_LIST>(&all->group_speclists, i),
-                     all->context, report_except_missing, all->set);
+  if (all->emulate)
+    for (auto* speclist : elements<WH_PRODUCT_SPEC_LIST>(&all->group_speclists))
+      wh_legacy_setenv(all->index, all->newenv, speclist, all->context, report_except_missing,
+                       all->set);
   if (failed(all)) {
     all->report(all->err);
     return 0;
   }
   check_environments();
-  for (int32 i = 0; i < groups; ++i) {
-    wh_change_env(all->index, &all->newenv, all->index->base,
-                  group<WH_PRODUCT_SPEC_LIST>(&all->group_speclists, i), report_except_missing,
+  for (auto* speclist : elements<WH_PRODUCT_SPEC_LIST>(&all->group_speclists)) {
+    wh_change_env(all->index, &all->newenv, all->index->base, speclist, report_except_missing,
                   all->set);
     check_environments();
   }
@@ -108,10 +99,8 @@ int wh_computation_compute(WH_COMPUTATION* all) {
 
 void wh_computation_close(WH_COMPUTATION* all) {
   if (all->group_speclists.state == FW_VECTOR_OPEN) {
-    for (int32 i = 0; i < FwVectorLength(&all->group_speclists); ++i) {
-      auto* speclist = group<WH_PRODUCT_SPEC_LIST>(&all->group_speclists, i);
+    for (auto* speclist : elements<WH_PRODUCT_SPEC_LIST>(&all->group_speclists))
       free_speclist(&speclist);
-    }
     FwVectorAbandon(&all->group_speclists, 0);
   }
   free_context(&all->context);

@@ -1,5 +1,6 @@
 #include "partlist.h"
 
+#include "fcpp.h"
 #include "fwmem.h"
 #include "whreaddata.h"
 #include "wqmem.h"
@@ -12,7 +13,7 @@ constexpr int kMediaRoom = 2;
 
 // Takes over the strings.
 WH_FILE_PART* make_file_part(FwTextString file, FwTextString builtas, FwTextString packas) {
-  auto* part = FwMemNew<WH_FILE_PART>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* part = make<WH_FILE_PART>();
   part->file = file;
   part->builtas = builtas;
   part->packas = packas;
@@ -30,7 +31,7 @@ void free_file_part(WH_FILE_PART** part) {
 }
 
 WH_PART* make_part(WH_PART_TYPE type) {
-  auto* part = FwMemNew<WH_PART>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* part = make<WH_PART>();
   part->type = type;
   return part;
 }
@@ -71,7 +72,7 @@ void start_partlist(DFA* dfa, ELEMENT* element) {
 }
 
 void start_partspec(DFA* dfa, ELEMENT*) {
-  *dfa->partspec = FwMemNew<WH_PARTSPEC>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  *dfa->partspec = make<WH_PARTSPEC>();
 }
 
 void end_partspec(DFA* dfa) {
@@ -86,22 +87,20 @@ void start_parts(DFA* dfa, ELEMENT*) {
   dfa->part = &(*dfa->partspec)->parts;
 }
 
-// What a PRODUCT leaves out is the including product's own.
+// A field of a product's name. What a PRODUCT leaves out is the including product's own.
+FwTextString own_field(const char* name, FwTextString own, ELEMENT* element) {
+  return attr_default(name, element->atts, own, &element->seen);
+}
+
 void start_product(DFA* dfa, ELEMENT* element) {
-  FwTextString category =
-      attr_default("category", element->atts, FWT("%(THIS-CATEGORY)"), &element->seen);
-  FwTextString name = attr_default("name", element->atts, FWT("%(THIS-NAME)"), &element->seen);
-  FwTextString version =
-      attr_default("version", element->atts, FWT("%(THIS-VERSION)"), &element->seen);
-  FwTextString rev = attr_default("rev", element->atts, FWT("%(THIS-REV)"), &element->seen);
+  const OwnedText category(own_field("category", FWT("%(THIS-CATEGORY)"), element));
+  const OwnedText name(own_field("name", FWT("%(THIS-NAME)"), element));
+  const OwnedText version(own_field("version", FWT("%(THIS-VERSION)"), element));
+  const OwnedText rev(own_field("rev", FWT("%(THIS-REV)"), element));
   int optional = num_attr("optional", element->atts, &element->seen);
   *dfa->part = make_part(part_product);
   (*dfa->part)->u.product =
       make_query(make_prodname(category, name, version, rev), nullptr, optional);
-  wh_free(category);
-  wh_free(name);
-  wh_free(version);
-  wh_free(rev);
 }
 
 void start_query(DFA* dfa, ELEMENT* element) {
@@ -188,7 +187,7 @@ WH_PARTLIST* read_partlist(FwErrorState* err, FwTextString file, WH_XML_PARSE_FL
 }
 
 WH_PARTLIST* make_partlist(WH_PARTSPEC* partspecs) {
-  auto* partlist = FwMemNew<WH_PARTLIST>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* partlist = make<WH_PARTLIST>();
   partlist->partspecs = partspecs;
   return partlist;
 }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "fcpp.h"
 #include "fwhash.h"
 #include "fwmem.h"
 #include "whreaddata.h"
@@ -15,7 +16,7 @@ constexpr int kDescriptionsRoom = 3;
 
 // Takes over both strings; a null lang becomes an empty one.
 WH_DESC* make_desc(FwTextString lang, FwTextString text) {
-  auto* desc = FwMemNew<WH_DESC>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* desc = make<WH_DESC>();
   desc->lang = lang != nullptr ? lang : FwStrDuplicate(FWT(""));
   desc->text = text;
   return desc;
@@ -29,7 +30,7 @@ void free_desc(WH_DESC** desc) {
 }
 
 WH_DESCRIPTIONS* make_descriptions() {
-  auto* descriptions = FwMemNew<WH_DESCRIPTIONS>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* descriptions = make<WH_DESCRIPTIONS>();
   FwVectorOpen(&descriptions->descs, kDescriptionsRoom);
   return descriptions;
 }
@@ -41,17 +42,15 @@ void add_desc(WH_DESCRIPTIONS* descriptions, WH_DESC* desc) {
 void free_descriptions(WH_DESCRIPTIONS** descriptions) {
   if (*descriptions == nullptr) return;
   FwVector* descs = &(*descriptions)->descs;
-  for (int i = 0; i < FwVectorLength(descs); ++i) {
-    auto* desc = static_cast<WH_DESC*>(FwVectorGetElement(descs, i));
+  for (WH_DESC* desc : elements<WH_DESC>(descs))
     free_desc(&desc);
-  }
   FwVectorAbandon(descs, 0);
   FwMemFreeAndClear(descriptions);
 }
 
 // Takes over host.
 WH_SEG* make_seg(FwTextString host, int here) {
-  auto* seg = FwMemNew<WH_SEG>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* seg = make<WH_SEG>();
   seg->host = host;
   seg->here = here;
   return seg;
@@ -68,7 +67,7 @@ void free_segs(WH_SEG** segs) {
 
 // Takes over both strings. A null description makes none.
 WH_VARIETY* make_variety(FwTextString name, int chosen, FwTextString description) {
-  auto* variety = FwMemNew<WH_VARIETY>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* variety = make<WH_VARIETY>();
   variety->name = name;
   variety->chosen = chosen;
   variety->descriptions = make_descriptions();
@@ -87,7 +86,7 @@ void free_variety(WH_VARIETY** variety) {
 }
 
 WH_PRODUCT_NAME* dup_prodname(WH_PRODUCT_NAME* prodname) {
-  auto* copy = FwMemNew<WH_PRODUCT_NAME>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* copy = make<WH_PRODUCT_NAME>();
   copy->category = dup_str(prodname->category);
   copy->name = dup_str(prodname->name);
   copy->version = dup_str(prodname->version);
@@ -127,11 +126,10 @@ struct DFA : READER {
 };
 
 void start_product_info(DFA* dfa, ELEMENT* element) {
-  FwTextString words = attr("flags", element->atts, &element->seen);
+  const OwnedText words(attr("flags", element->atts, &element->seen));
   check_doctype(element);
   dfa->prodinfo->nicename = attr("name", element->atts, &element->seen);
   dfa->prodinfo->visible = string_in_csl(FWT("visible"), words);
-  wh_free(words);
 }
 
 void start_description(DFA* dfa, ELEMENT* element) {
@@ -216,7 +214,7 @@ constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 void start_el(void* userData, const XML_Char* name, const XML_Char** atts) {
   auto* dfa = static_cast<DFA*>(static_cast<USERDATA*>(userData)->dfa);
   if (dfa->prodinfo == nullptr) {
-    dfa->prodinfo = FwMemNew<WH_PRODUCT_INFO>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+    dfa->prodinfo = make<WH_PRODUCT_INFO>();
     dfa->prodinfo->descriptions = make_descriptions();
     dfa->prodinfo->varieties = make_variety_seq();
   }
@@ -246,10 +244,8 @@ WH_PRODUCT_INFO* read_prodinfo_file(FwErrorState* err, WH_PRODUCT_NAME* prodname
 
 WH_PRODUCT_INFO* read_prodinfo(FwErrorState* err, WH_PRODUCT_NAME* prodname, FwTextString dir,
                                int optional, WH_XML_PARSE_FLAGS flags) {
-  FwTextString file = wh_filepath(dir, prodname, FWT("product.xml"));
-  WH_PRODUCT_INFO* prodinfo = read_prodinfo_file(err, prodname, file, optional, flags);
-  wh_free(file);
-  return prodinfo;
+  const OwnedText file(wh_filepath(dir, prodname, FWT("product.xml")));
+  return read_prodinfo_file(err, prodname, file, optional, flags);
 }
 
 void free_prodinfo(WH_PRODUCT_INFO** prodinfo) {
@@ -268,9 +264,7 @@ void free_prodinfo(WH_PRODUCT_INFO** prodinfo) {
 void free_varieties(WH_VARIETY_SEQ** varieties) {
   if (*varieties == nullptr) return;
   FwVector* seq = &(*varieties)->seq;
-  for (int i = 0; i < FwVectorLength(seq); ++i) {
-    auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(seq, i));
+  for (WH_VARIETY* variety : elements<WH_VARIETY>(seq))
     free_variety(&variety);
-  }
   free_variety_seq(varieties);
 }

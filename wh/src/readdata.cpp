@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "fcpp.h"
 #include "fwmem.h"
 #include "wherror.h"
 #include "whreaddata.h"
@@ -87,10 +88,9 @@ FwTextCharacter char_attr(const char* name, const XML_Char** attlist, WH_XML_PAR
 }
 
 FwTextString xml_lineno(USERDATA* userData) {
-  FwStrRecord record = {};
-  FwStrRecordOpen(&record);
+  OpenRecord record;
   FwStrPutInt(&record, static_cast<int32>(XML_GetCurrentLineNumber(userData->parser)));
-  return FwStrRecordClose(&record);
+  return record.take();
 }
 
 int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
@@ -112,9 +112,8 @@ int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
 
 void raise_located(ELEMENT* element, FwError* kind) {
   READER* reader = element->user->dfa;
-  FwTextString line = xml_lineno(element->user);
-  FwErrorSet(reader->err, kind, 4, FWT("File"), reader->filename, FWT("Line number"), line);
-  wh_free(line);
+  const OwnedText line(xml_lineno(element->user));
+  FwErrorSet(reader->err, kind, 4, FWT("File"), reader->filename, FWT("Line number"), line.get());
 }
 
 void check_brackets(ELEMENT* element) {
@@ -181,7 +180,7 @@ void match_entry(READER* reader, ELEMENT* element) {
 }
 
 WH_VAR* var_entry(READER* reader, ELEMENT* element) {
-  auto* entry = FwMemNew<WH_VAR>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* entry = make<WH_VAR>();
   entry->n = attr("n", element->atts, &element->seen);
   entry->v = attr("v", element->atts, &element->seen);
   *reader->var = entry;

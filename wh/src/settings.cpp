@@ -1,5 +1,6 @@
 #include "settings.h"
 
+#include "fcpp.h"
 #include "fwmem.h"
 #include "whreaddata.h"
 #include "wqmem.h"
@@ -12,7 +13,7 @@ constexpr int kPatternsRoom = 4;  // patterns of an operation
 // ---- Records ------------------------------------------------------------------------------------
 
 WH_ENV_INSERT* make_env_insert(FwTextCharacter sep) {
-  auto* ins = FwMemNew<WH_ENV_INSERT>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* ins = make<WH_ENV_INSERT>();
   ins->sep = sep;
   FwVectorOpen(&ins->before, kPatternsRoom);
   FwVectorOpen(&ins->after, kPatternsRoom);
@@ -28,7 +29,7 @@ void free_env_insert(WH_ENV_INSERT** ins) {
 }
 
 WH_ENV_REMOVE* make_env_remove(FwTextCharacter sep) {
-  auto* rem = FwMemNew<WH_ENV_REMOVE>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* rem = make<WH_ENV_REMOVE>();
   rem->sep = sep;
   FwVectorOpen(&rem->values, kPatternsRoom);
   return rem;
@@ -41,13 +42,13 @@ void free_env_remove(WH_ENV_REMOVE** rem) {
 }
 
 WH_ENV_OP* make_env_op(WH_ENV_OP_TYPE type) {
-  auto* op = FwMemNew<WH_ENV_OP>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* op = make<WH_ENV_OP>();
   op->type = type;
   return op;
 }
 
 WH_ENV_GROUP* make_env_group() {
-  auto* group = FwMemNew<WH_ENV_GROUP>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* group = make<WH_ENV_GROUP>();
   FwVectorOpen(&group->ops, kListRoom);
   return group;
 }
@@ -56,16 +57,14 @@ void free_env_group(WH_ENV_GROUP** group) {
   if (*group == nullptr) return;
   free_pattern(&(*group)->pattern);
   FwVector* ops = &(*group)->ops;
-  for (int i = 0; i < FwVectorLength(ops); ++i) {
-    auto* op = static_cast<WH_ENV_OP*>(FwVectorGetElement(ops, i));
+  for (WH_ENV_OP* op : elements<WH_ENV_OP>(ops))
     free_env_op(&op);
-  }
   FwVectorAbandon(ops, 0);
   FwMemFreeAndClear(group);
 }
 
 WH_ENV_SETTINGS* make_env_settings() {
-  auto* settings = FwMemNew<WH_ENV_SETTINGS>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* settings = make<WH_ENV_SETTINGS>();
   FwVectorOpen(&settings->groups, kListRoom);
   return settings;
 }
@@ -214,10 +213,8 @@ constexpr END_RULE<DFA> kEnds[] = {
 constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 0};
 
 void expand_patterns(FwErrorState* err, FwVector* from, FwVector* to, WH_SYMTAB* symtab) {
-  for (int i = 0; i < FwVectorLength(from); ++i) {
-    auto pattern = static_cast<FwTextString>(FwVectorGetElement(from, i));
+  for (FwTextString pattern : texts(from))
     FwVectorAddElement(to, wh_expand(err, pattern, symtab));
-  }
 }
 
 }  // namespace
@@ -240,10 +237,8 @@ WH_ENV_SETTINGS* read_env_settings(FwErrorState* err, FwTextString file, WH_XML_
 void free_env_settings(WH_ENV_SETTINGS** settings) {
   if (*settings == nullptr) return;
   FwVector* groups = &(*settings)->groups;
-  for (int i = 0; i < FwVectorLength(groups); ++i) {
-    auto* group = static_cast<WH_ENV_GROUP*>(FwVectorGetElement(groups, i));
+  for (WH_ENV_GROUP* group : elements<WH_ENV_GROUP>(groups))
     free_env_group(&group);
-  }
   FwVectorAbandon(groups, 0);
   FwMemFreeAndClear(settings);
 }

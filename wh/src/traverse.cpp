@@ -1,5 +1,6 @@
 #include "traverse.h"
 
+#include "fcpp.h"
 #include "warehouse/private.h"
 
 // The two walkers call each other through the callbacks, once for each product of a chain of parts.
@@ -56,8 +57,7 @@ void wh_traverse_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec, WH_VAR_FUNC* varfu
                       WH_ERROR_FUNC err, FwTextString source, void* state) {
   WH_CALL_ENV callenv{index, nullptr, source, err, state};
   FwVector* seq = &spec->varieties->seq;
-  for (int i = 0; i < FwVectorLength(seq); ++i) {
-    auto* variety = static_cast<WH_VARIETY*>(FwVectorGetElement(seq, i));
+  for (WH_VARIETY* variety : elements<WH_VARIETY>(seq)) {
     if (variety->visited || !wh_variety_is_complete(variety)) continue;
     // Before the call, so that products that include each other come to an end.
     variety->visited = 1;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "fcpp.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
 #include "fwtree.h"
@@ -68,10 +69,6 @@ const KIND kKinds[] = {
     {whErrorDataStorage, fwErrorRoot, "Error:  data storage API error (%[0]t %[1]s)"},
 };
 
-FwTextString or_empty(FwTextString ptbz) {
-  return ptbz ? ptbz : FWT("");
-}
-
 }  // namespace
 
 void wh_init_errors() {
@@ -84,12 +81,10 @@ void report_error(FwErrorState* err) {
   if (!err->pError) return;
   const FwErrorItem& first = err->items[0];
   const FwErrorItem& second = err->items[1];
-  FwStrRecord record;
-  FwStrRecordOpen(&record);
+  OpenRecord record;
   FwStrPutTextString(&record, FWT("*** "));
   FwStrPrintf(&record, 0, err->pError->ptbzFormat, or_empty(first.type), or_empty(first.name),
               second.name ? or_empty(second.type) : FWT(""), or_empty(second.name));
   std::fprintf(stderr, "%s\n", FWC(record.pbz));
-  FwStrRecordAbandon(&record);
   ++wh_errors;
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "fcpp.h"
 #include "fwfile.h"
 #include "fwmem.h"
 #include "fwvector.h"
@@ -11,18 +12,11 @@
 
 namespace {
 
-uint32 record_length(const FwStrRecord* record) {
-  return static_cast<uint32>(record->pbTerminator - record->pbz);
-}
-
 FwDir* open_directory(FwErrorState* err, FwTextString path) {
-  FwStrRecord name;
-  FwStrRecordOpen(&name);
+  OpenRecord name;
   FwStrPutTextString(&name, path);
   FwFileEnsureTrailingSeparator(&name);
-  FwDir* dir = FwDirOpen(err, name.pbz, 0);
-  FwStrRecordAbandon(&name);
-  return dir;
+  return FwDirOpen(err, name.pbz, 0);
 }
 
 // What the search of a directory for a platform has come to.
@@ -35,20 +29,17 @@ SEARCH search_platform(FwErrorState* err, FwTextString path, char* platform, int
   if (!dir) return search_failed;
   SEARCH result = search_exhausted;
   FwFileInfo info;
-  FwStrRecord entry;
-  FwStrRecordOpen(&entry);
+  OpenRecord entry;
   while (result == search_exhausted &&
          FwDirNext(err, dir, &entry, depth > 0 ? &info : nullptr, 0)) {
     if (platform_includes(FWC(entry.pbz), platform)) {
       result = search_found;
     } else if (depth > 0 && info.type == FW_FILE_TYPE_DIRECTORY) {
-      FwTextString below = FwFilenameConcatenateAlloc(path, entry.pbz);
+      const OwnedText below(FwFilenameConcatenateAlloc(path, entry.pbz));
       result = search_platform(err, below, platform, depth - 1);
-      FwMemFree(below);
     }
-    FwStrRecordShorten(&entry, 0);
+    entry.clear();
   }
-  FwStrRecordAbandon(&entry);
   FwDirClose(err, dir);
   return result;
 }
@@ -57,8 +48,8 @@ SEARCH search_platform(FwErrorState* err, FwTextString path, char* platform, int
 int32 latest_of(const FwVector* versions) {
   int32 latest = 0;
   for (int32 i = 1; i < FwVectorLength(versions); ++i)
-    if (wq_pv_compare(static_cast<WQ_PARSED_VERSION*>(versions->pElements[i]),
-                      static_cast<WQ_PARSED_VERSION*>(versions->pElements[latest])) > 0)
+    if (wq_pv_compare(nth<WQ_PARSED_VERSION>(versions, i),
+                      nth<WQ_PARSED_VERSION>(versions, latest)) > 0)
       latest = i;
   return latest;
 }
@@ -75,36 +66,27 @@ WQ_PARSED_VERSION* wq_find_latest_platform(FwErrorState* err, FwStrRecord* path,
   FwDir* dir = FwDirOpen(err, path->pbz, 0);
   if (!dir) return nullptr;
 
-  FwVector versions;
-  FwStrRecord entry;
-  uint32 length = record_length(path);
-  open_vector(&versions, 10);
-  FwStrRecordOpen(&entry);
+  const uint32 length = record_length(path);
+  LocalVector versions(10, Elements::kKept);
+  OpenRecord entry;
   // No information is asked for, so a link that leads nowhere is an entry like any other.
   while (FwDirNext(err, dir, &entry, nullptr, 0)) {
     FwStrPutTextString(path, entry.pbz);
     if (wq_version_or_rev_contains_platform(err, path->pbz, platform))
       FwVectorAddElement(&versions, wq_parse_version(entry.pbz));
     FwStrRecordShorten(path, length);
-    FwStrRecordShorten(&entry, 0);
+    entry.clear();
   }
-  FwStrRecordAbandon(&entry);
   FwDirClose(err, dir);
 
-  WQ_PARSED_VERSION* latest = nullptr;
   if (FwVectorLength(&versions) == 0) {
     FwErrorSet(err, fwErrorOperationFailed, 0);
-  } else {
-    int32 position = latest_of(&versions);
-    latest = static_cast<WQ_PARSED_VERSION*>(versions.pElements[position]);
-    wq_put_parsed_version(path, latest);
-    for (int32 i = 0; i < FwVectorLength(&versions); ++i)
-      if (i != position) {
-        auto* other = static_cast<WQ_PARSED_VERSION*>(versions.pElements[i]);
-        free_parsed_version(&other);
-      }
+    return nullptr;
   }
-  FwVectorAbandon(&versions, 0);
+  auto* latest = nth<WQ_PARSED_VERSION>(&versions, latest_of(&versions));
+  wq_put_parsed_version(path, latest);
+  for (WQ_PARSED_VERSION* version : elements<WQ_PARSED_VERSION>(&versions))
+    if (version != latest) free_parsed_version(&version);
   return latest;
 }
 

@@ -2,23 +2,15 @@
 
 #include <algorithm>
 
+#include "fcpp.h"
 #include "fwmem.h"
 
 namespace {
 
-FwTextString group_at(const FwVector* element, int32 i) {
-  return static_cast<FwTextString>(element->pElements[i]);
-}
-
-FwVector* element_at(const FwVector* elements, int32 i) {
-  return static_cast<FwVector*>(elements->pElements[i]);
-}
-
 // A copy of the text; with dots, it has one behind every character.
 FwTextString working_copy(FwTextString version, bool dots) {
   if (!dots) return FwStrDuplicate(version);
-  FwStrRecord record;
-  FwStrRecordOpen(&record);
+  OpenRecord record;
   FwTextByte* next = version;
   while (*next) {
     FwTextByte* character = next;
@@ -26,12 +18,12 @@ FwTextString working_copy(FwTextString version, bool dots) {
     FwStrNPutTextString(&record, character, static_cast<uint32>(next - character));
     FwStrPutTextCharacter(&record, '.');
   }
-  return FwStrRecordClose(&record);
+  return record.take();
 }
 
 // The groups of one element: runs of digits and runs of other characters.
 FwVector* parse_element(FwTextString text) {
-  auto* element = FwMemNew<FwVector>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* element = make<FwVector>();
   FwVectorOpen(element, 3);
   FwTextByte* next = text;
   while (*next) {
@@ -77,7 +69,8 @@ int compare_elements(const FwVector* element1, const FwVector* element2) {
   int32 count1 = FwVectorLength(element1);
   int32 count2 = FwVectorLength(element2);
   for (int32 k = 0; k < std::min(count1, count2); ++k)
-    if (int order = compare_groups(group_at(element1, k), group_at(element2, k))) return order;
+    if (int order = compare_groups(nth<FwTextByte>(element1, k), nth<FwTextByte>(element2, k)))
+      return order;
   return sign_of(count1, count2);
 }
 
@@ -88,14 +81,13 @@ WQ_PARSED_VERSION* wq_parse_version(FwTextString version) {
 }
 
 WQ_PARSED_VERSION* wq_parse_version_dots(FwTextString version, int addDots) {
-  auto* pv = FwMemNew<WQ_PARSED_VERSION>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* pv = make<WQ_PARSED_VERSION>();
   pv->version = FwStrDuplicate(version);
   FwVectorOpen(&pv->elements, 3);
-  FwTextString copy = working_copy(version, addDots && !FwStrChr(version, '.'));
+  const OwnedText copy(working_copy(version, addDots && !FwStrChr(version, '.')));
   FwTextString rest = copy;
   while (FwTextString element = FwStrTok(&rest, FWT(".")))
     FwVectorAddElement(&pv->elements, parse_element(element));
-  FwMemFree(copy);
   return pv;
 }
 
@@ -115,7 +107,8 @@ int wq_pv_compare_dots(WQ_PARSED_VERSION* pv1, WQ_PARSED_VERSION* pv2) {
   int32 count1 = FwVectorLength(&pv1->elements);
   int32 count2 = FwVectorLength(&pv2->elements);
   for (int32 j = 0; j < std::min(count1, count2); ++j)
-    if (int order = compare_elements(element_at(&pv1->elements, j), element_at(&pv2->elements, j)))
+    if (int order =
+            compare_elements(nth<FwVector>(&pv1->elements, j), nth<FwVector>(&pv2->elements, j)))
       return order;
   return sign_of(count1, count2);
 }
@@ -126,10 +119,9 @@ void wq_put_parsed_version(FwStrRecord* rec, WQ_PARSED_VERSION* pv) {
 
 void free_parsed_version(WQ_PARSED_VERSION** pv) {
   if (!*pv) return;
-  FwVector* elements = &(*pv)->elements;
-  for (int32 j = 0; j < FwVectorLength(elements); ++j)
-    FwVectorAbandon(element_at(elements, j), 1);
-  FwVectorAbandon(elements, 1);
+  for (FwVector* element : elements<FwVector>(&(*pv)->elements))
+    FwVectorAbandon(element, 1);
+  FwVectorAbandon(&(*pv)->elements, 1);
   FwMemFree((*pv)->version);
   FwMemFreeAndClear(pv);
 }

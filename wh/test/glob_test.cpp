@@ -101,7 +101,7 @@ std::string Printed(const std::string& pattern) {
   TOKENS tokens;
   parse(&tokens, Fwt(pattern));
   testing::internal::CaptureStdout();
-  for (size_t i = 0; i < tokens.count; ++i)
+  for (int32 i = 0; i < tokens.count; ++i)
     print_token(&tokens.list[i]);
   free_tokens(&tokens);
   return testing::internal::GetCapturedStdout();

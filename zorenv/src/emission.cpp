@@ -1,8 +1,10 @@
 #include "emission.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 
+#include "fcpp.h"
 #include "fwfile.h"
 #include "fwmem.h"
 #include "fwrun.h"
@@ -32,27 +34,27 @@ int32 list_entry(FwHashEntry* entry, void* list, FwErrorState*) {
 }
 
 // The entries of a table in the order of the script.
-void list_entries(FwVector* list, WH_ENVIRON* env) {
-  open_vector(list, static_cast<int32>(env->variables->nUsedEntries));
-  wh_sorted_enumerate_environ(env, list_entry, list, nullptr);
-}
+struct ENTRIES : LocalVector {
+  explicit ENTRIES(WH_ENVIRON* env)
+      : LocalVector(std::max(1, static_cast<int32>(env->variables->nUsedEntries)),
+                    Elements::kKept) {
+    wh_sorted_enumerate_environ(env, list_entry, this, nullptr);
+  }
+};
 
-void print_entries(FwVector* list, FwHashIterationFn* print, print_context con) {
-  for (int32 i = 0; i < FwVectorLength(list); ++i)
-    print(static_cast<FwHashEntry*>(FwVectorGetElement(list, i)), &con, nullptr);
-  FwVectorAbandon(list, 0);
+void print_entries(const ENTRIES& list, FwHashIterationFn* print, print_context con) {
+  for (FwHashEntry* entry : elements<FwHashEntry>(&list))
+    print(entry, &con, nullptr);
 }
 
 // Both walks are done before anything is printed, so that exhausted memory can't end a script
 // half-way.
 void print_difference(const DIALECT& dialect, WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
-  FwVector new_entries;
-  FwVector old_entries;
-  list_entries(&new_entries, newenv);
-  list_entries(&old_entries, oldenv);
+  const ENTRIES new_entries(newenv);
+  const ENTRIES old_entries(oldenv);
   std::fputs(dialect.head, stdout);
-  print_entries(&new_entries, print_new, {oldenv, const_cast<char*>(dialect.set)});
-  print_entries(&old_entries, print_del, {newenv, const_cast<char*>(dialect.unset)});
+  print_entries(new_entries, print_new, {oldenv, const_cast<char*>(dialect.set)});
+  print_entries(old_entries, print_del, {newenv, const_cast<char*>(dialect.unset)});
 }
 
 FwTextString name_of(FwHashEntry* entry) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
@@ -30,15 +31,13 @@ int output_error() {
 // can meet have one kind in common.
 void report(int error) {
   const FwError* kind = FwPlatformErrorMap(error);
-  FwStrRecord record;
-  FwStrRecordOpen(&record);
+  OpenRecord record;
   FwStrPutTextString(&record, FWT("*** "));
   FwStrPrintf(&record, 0, kind->ptbzFormat, FWT("File"), FWT(kOutputName), FWT(""), FWT(""));
   // Many a kind has no place for a name.
   const bool named = std::strstr(FWC(record.pbz), kOutputName) != nullptr;
   std::fprintf(stderr, "%s%s%s (%s)\n", FWC(record.pbz), named ? "" : ": ",
                named ? "" : kOutputName, std::strerror(error));
-  FwStrRecordAbandon(&record);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "fcboot.h"
+#include "fcpp.h"
 #include "fctransl.h"
 #include "fwmem.h"
 #include "vqassert.h"
@@ -77,7 +78,7 @@ FwTextString FcTranslNodeLocal(FcTranslNode* pNode) {
 FcTranslNode* FcTranslGetNextNode(FcTranslFile* pFile) {
   FcTranslNodeBlock* pBlock = pFile->pNodeBlock;
   if (pBlock == nullptr || pBlock->nNextNodeToUse == kFcTranslNodesInBlock) {
-    pBlock = FwMemNew<FcTranslNodeBlock>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+    pBlock = make<FcTranslNodeBlock>();
     pBlock->pNext = pFile->pNodeBlock;
     pFile->pNodeBlock = pBlock;
   }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 namespace {
 
@@ -12,17 +11,6 @@ constexpr uint32 kPoolGrow = 16384;
 
 // From so many candidates on it pays to look for a rarer part of the pattern.
 constexpr int32 kFew = 8;
-
-template <class T>
-T* grown(T* list, int32 count, int32* room) {
-  if (count < *room) return list;
-  *room = *room ? 2 * *room : 64;
-  auto* larger = static_cast<T*>(
-      FwMemAlloc(static_cast<size_t>(*room) * sizeof(T), ALLOC_MUST_SUCCEED | INIT_NONE));
-  std::copy_n(list, count, larger);
-  FwMemFreeAndClear(&list);
-  return larger;
-}
 
 void* pool_alloc(FwMemPool** pool, size_t size) {
   if (!*pool) {
@@ -48,11 +36,11 @@ size_t common_length(std::string_view a, std::string_view b) {
 // ---- Words ----
 
 int32 new_word(WORDS* words, std::string_view edge, int32 parent) {
-  words->list = grown(words->list, words->count, &words->room);
-  WORD_NODE* node = ::new (&words->list[words->count]) WORD_NODE;
-  node->edge = edge;
-  node->parent = parent;
-  return words->count++;
+  WORD_NODE node;
+  node.edge = edge;
+  node.parent = parent;
+  words->add(node);
+  return words->count - 1;
 }
 
 int32 child_with(const WORDS* words, int32 node, char first) {
@@ -101,14 +89,14 @@ int32 node_for(WORDS* words, std::string_view word) {
 }
 
 bool file_under(POSITIONS* positions, int32 position) {
-  if (positions->count > 0 && positions->list[positions->count - 1] == position) return false;
+  if (positions->count > 0 && positions->last() == position) return false;
   add_position(positions, position);
   return true;
 }
 
 void append(POSITIONS* positions, const POSITIONS* more) {
-  for (int32 i = 0; i < more->count; ++i)
-    add_position(positions, more->list[i]);
+  for (int32 position : *more)
+    add_position(positions, position);
 }
 
 // ---- Texts and patterns ----
@@ -182,22 +170,20 @@ CHOICE rarest(const TEXTS* texts, const GLOB* glob) {
       choose(&best, &texts->elements, find_head(&texts->elements, head), true);
   }
   if (best.count <= kFew) return best;
-  FwTextString beginning = literal_beginning(glob);
-  if (*beginning)
+  const OwnedText beginning(literal_beginning(glob));
+  if (*beginning != 0)
     choose(&best, &texts->paths, find_head(&texts->paths, glob_view(beginning)), true);
-  FwMemFree(beginning);
   return best;
 }
 
 }  // namespace
 
 void close_words(WORDS* words) {
-  for (int32 i = 0; i < words->count; ++i) {
-    free_positions(&words->list[i].words);
-    free_positions(&words->list[i].heads);
+  for (WORD_NODE& node : *words) {
+    free_positions(&node.words);
+    free_positions(&node.heads);
   }
-  FwMemFreeAndClear(&words->list);
-  *words = WORDS{};
+  words->release();
 }
 
 void add_word(WORDS* words, std::string_view word, int32 position) {
@@ -271,21 +257,20 @@ void close_texts(TEXTS* texts) {
   close_words(&texts->paths);
   close_words(&texts->elements);
   free_positions(&texts->candidates);
-  FwMemFreeAndClear(&texts->list);
+  texts->release();
   if (texts->pool) FwMemPoolDestroy(&texts->pool);
-  *texts = TEXTS{};
 }
 
 void add_text(TEXTS* texts, FwTextString text) {
   TOKENS tokens;
   parse(&tokens, text);
-  auto* list = static_cast<TOKEN*>(pool_alloc(&texts->pool, tokens.count * sizeof(TOKEN)));
+  auto* list = static_cast<TOKEN*>(
+      pool_alloc(&texts->pool, static_cast<size_t>(tokens.count) * sizeof(TOKEN)));
   std::copy_n(tokens.list, tokens.count, list);
   free_tokens(&tokens);
 
   const int32 position = texts->count;
-  texts->list = grown(texts->list, texts->count, &texts->room);
-  texts->list[texts->count++] = {text, list, pairs_of(list, false)};
+  texts->add({text, list, pairs_of(list, false)});
   add_word(&texts->paths, one_spelling(&texts->pool, text, list), position);
   for (const TOKEN* token = list; token->type != T_END; ++token)
     if (token->type == T_PATH) add_word(&texts->elements, token->string, position);
@@ -306,7 +291,7 @@ void find_texts(TEXTS* texts, const GLOB* glob, POSITIONS* found) {
   const uint64 pairs = pairs_of(glob->tokens.list, true);
   for (int32 i = 0; i < count; ++i) {
     const int32 position = best.words ? tried->list[i] : i;
-    const TEXTS::TEXT* text = &texts->list[position];
+    const INDEXED_TEXT* text = &texts->list[position];
     if ((pairs & ~text->pairs) == 0 && path_matches(glob->tokens.list, text->tokens, text->text))
       add_position(found, position);
   }
@@ -317,7 +302,6 @@ void close_patterns(PATTERNS* patterns) {
   close_words(&patterns->paths);
   free_positions(&patterns->others);
   if (patterns->pool) FwMemPoolDestroy(&patterns->pool);
-  *patterns = PATTERNS{};
 }
 
 void add_pattern(PATTERNS* patterns, const GLOB* glob, int32 position) {
@@ -341,17 +325,15 @@ void add_pattern(PATTERNS* patterns, const GLOB* glob, int32 position) {
     return;
   }
   if (fewest > kFew) {
-    FwTextString beginning = literal_beginning(glob);
+    const OwnedText beginning(literal_beginning(glob));
     const std::string_view text = glob_view(beginning);
     const int32 node = find_word(&patterns->paths, text);
     if (!text.empty() && (node < 0 || patterns->paths.list[node].heads.count < fewest)) {
       auto* copy = static_cast<char*>(pool_alloc(&patterns->pool, text.size()));
       std::copy_n(text.data(), text.size(), copy);
       add_head(&patterns->paths, {copy, text.size()}, position);
-      best = nullptr;
+      return;
     }
-    FwMemFree(beginning);
-    if (!best) return;
   }
   if (is_literal(best))
     add_word(&patterns->elements, best->string, position);
@@ -366,9 +348,8 @@ void add_any_pattern(PATTERNS* patterns, int32 position) {
 void find_patterns(const PATTERNS* patterns, FwTextString text, const TOKENS* tokens,
                    POSITIONS* found) {
   append(found, &patterns->others);
-  for (size_t i = 0; i < tokens->count; ++i)
-    if (tokens->list[i].type == T_PATH)
-      filed_for(&patterns->elements, tokens->list[i].string, found);
+  for (const TOKEN& token : *tokens)
+    if (token.type == T_PATH) filed_for(&patterns->elements, token.string, found);
   if (patterns->paths.count > 0) {
     FwMemPool* pool = nullptr;
     filed_for(&patterns->paths, one_spelling(&pool, text, tokens->list), found);

@@ -36,11 +36,8 @@ struct WORD_NODE {
   POSITIONS heads;     // filed under all words that begin with this one
 };
 
-struct WORDS {
-  WORD_NODE* list = nullptr;  // the first one is the empty word
-  int32 count = 0;
-  int32 room = 0;
-};
+// The first one is the empty word.
+using WORDS = Array<WORD_NODE, 64>;
 
 void close_words(WORDS* words);  // also if nothing was ever filed
 
@@ -60,16 +57,13 @@ void words_below(const WORDS* words, int32 node, POSITIONS* positions);
 // Appends the positions filed under the word or under a beginning of it, likewise.
 void filed_for(const WORDS* words, std::string_view word, POSITIONS* positions);
 
-struct TEXTS {
-  struct TEXT {
-    FwTextString text;
-    TOKEN* tokens;
-    uint64 pairs;  // a bit for each two bytes that stand side by side in an element
-  };
+struct INDEXED_TEXT {
+  FwTextString text;
+  TOKEN* tokens;
+  uint64 pairs;  // a bit for each two bytes that stand side by side in an element
+};
 
-  TEXT* list = nullptr;
-  int32 count = 0;
-  int32 room = 0;
+struct TEXTS : Array<INDEXED_TEXT, 64> {
   WORDS paths;     // the whole texts, written in one way
   WORDS elements;  // the elements of each
   FwMemPool* pool = nullptr;

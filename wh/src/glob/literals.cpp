@@ -2,19 +2,16 @@
 
 #include <algorithm>
 
+#include "fcpp.h"
 #include "fwmem.h"
 #include "fwstring.h"
 #include "glob.h"
 
 namespace {
 
-// FNV-1a. Unlike the hash of the environment tables, the order of these slots shows nowhere, so it
-// may be one that keeps similar paths apart.
+// Unlike in the environment tables, the order of these slots shows nowhere.
 uint32 literal_hash(void* key) {
-  uint32 h = 2166136261U;
-  for (auto* p = static_cast<FwTextString>(key); *p; ++p)
-    h = (h ^ *p) * 16777619U;
-  return h;
+  return fnv_text(static_cast<FwTextString>(key));
 }
 
 void remove_literal(FwHashEntry* entry) {
@@ -36,11 +33,10 @@ void put_token(FwStrRecord* record, const TOKEN* list, const TOKEN* token, size_
 
 // The tokens of a literal text of so many bytes, written in the one way.
 FwTextString joined(const TOKENS* tokens, size_t size) {
-  FwStrRecord key;
-  FwStrRecordOpenSize(&key, static_cast<uint32>(size + 1));
+  OpenRecord key(static_cast<uint32>(size + 1));
   for (const TOKEN* token = tokens->list; token->type != T_END; ++token)
     put_token(&key, tokens->list, token, token->string.size());
-  return FwStrRecordClose(&key);
+  return key.take();
 }
 
 // Takes over key if it is new, else frees it.
@@ -49,13 +45,11 @@ void file_position(LITERALS* literals, FwTextString key, int32 position) {
   if (entry) {
     FwMemFree(key);
   } else {
-    entry = FwHashAddEntry(literals->table, key,
-                           FwMemNew<POSITIONS>(ALLOC_MUST_SUCCEED | INIT_ZERO), nullptr);
+    entry = FwHashAddEntry(literals->table, key, make<POSITIONS>(), nullptr);
     if (!entry) FwMemExitMemoryExhausted();
   }
   auto* positions = static_cast<POSITIONS*>(entry->value);
-  if (positions->count == 0 || positions->list[positions->count - 1] != position)
-    add_position(positions, position);
+  if (positions->count == 0 || positions->last() != position) add_position(positions, position);
 }
 
 }  // namespace
@@ -106,8 +100,7 @@ bool is_own_key(FwTextString text) {
 }
 
 FwTextString literal_beginning(const GLOB* glob) {
-  FwStrRecord beginning;
-  FwStrRecordOpen(&beginning);
+  OpenRecord beginning;
   bool literal = true;
   for (const TOKEN* token = glob->tokens.list;
        literal && (token->type == T_ROOT || token->type == T_PATH); ++token) {
@@ -115,31 +108,13 @@ FwTextString literal_beginning(const GLOB* glob) {
     literal = length == std::string_view::npos;
     put_token(&beginning, glob->tokens.list, token, std::min(length, token->string.size()));
   }
-  return FwStrRecordClose(&beginning);
-}
-
-void add_position(POSITIONS* positions, int32 position) {
-  if (positions->count == positions->room) {
-    int32 room = positions->room ? 2 * positions->room : 2;
-    auto* list = static_cast<int32*>(
-        FwMemAlloc(static_cast<size_t>(room) * sizeof(int32), ALLOC_MUST_SUCCEED | INIT_NONE));
-    std::copy_n(positions->list, positions->count, list);
-    FwMemFreeAndClear(&positions->list);
-    positions->list = list;
-    positions->room = room;
-  }
-  positions->list[positions->count++] = position;
+  return beginning.take();
 }
 
 void sort_positions(POSITIONS* positions) {
-  std::sort(positions->list, positions->list + positions->count);
-  int32* end = std::unique(positions->list, positions->list + positions->count);
+  std::sort(positions->begin(), positions->end());
+  int32* end = std::unique(positions->begin(), positions->end());
   positions->count = static_cast<int32>(end - positions->list);
-}
-
-void free_positions(POSITIONS* positions) {
-  FwMemFreeAndClear(&positions->list);
-  *positions = POSITIONS{};
 }
 
 void open_literals(LITERALS* literals) {
@@ -161,6 +136,5 @@ void add_literal_key(LITERALS* literals, FwTextString key, int32 position) {
 
 const POSITIONS* find_literal(const LITERALS* literals, FwTextString key) {
   if (!literals->table) return nullptr;
-  FwHashEntry* entry = FwHashLookupEntry(literals->table, key, nullptr);
-  return entry ? static_cast<const POSITIONS*>(entry->value) : nullptr;
+  return value_of<POSITIONS>(literals->table, key);
 }

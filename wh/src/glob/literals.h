@@ -14,6 +14,7 @@
 #ifndef GLOB_LITERALS_H
 #define GLOB_LITERALS_H
 
+#include "fcpp.h"
 #include "fwhash.h"
 #include "fwtypes.h"
 #include "tokens.h"
@@ -44,16 +45,15 @@ bool is_own_key(FwTextString text);
 // It holds for texts that are their own keys.
 FwTextString literal_beginning(const GLOB* glob);
 
-// A growing list of positions.
-struct POSITIONS {
-  int32* list = nullptr;
-  int32 count = 0;
-  int32 room = 0;
-};
+using POSITIONS = Array<int32, 2>;
 
-void add_position(POSITIONS* positions, int32 position);
+inline void add_position(POSITIONS* positions, int32 position) {
+  positions->add(position);
+}
 void sort_positions(POSITIONS* positions);  // ascending, each once
-void free_positions(POSITIONS* positions);
+inline void free_positions(POSITIONS* positions) {
+  positions->release();
+}
 
 struct LITERALS {
   FwHashTable* table = nullptr;  // key to POSITIONS

@@ -6,6 +6,7 @@
 // neither matcher recurses, and a match costs at most the product of the two lengths.
 #include <cstring>
 
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwmem.h"
@@ -25,6 +26,13 @@ size_t character_length(std::string_view text) {
     for (unsigned bit = 0x40; lead & bit; bit >>= 1)
       ++length;
   return length < text.size() ? length : text.size();
+}
+
+FwDir* open_directory(FwErrorState* err, FwTextString dir) {
+  OpenRecord path;
+  FwStrPutTextString(&path, dir);
+  FwFileEnsureTrailingSeparator(&path);
+  return FwDirOpen(err, path.pbz, FW_DIR_SNAPSHOT);
 }
 
 }  // namespace
@@ -115,34 +123,22 @@ int token_matches(const TOKEN* token, int type, std::string_view string) {
 }
 
 int dir_has_file(FwTextString dir, std::string_view file) {
-  FwErrorState err;
+  LocalError err;
   int found = 0;
-  FwTextString name = FwStrNDuplicate(FWT(file.data()), static_cast<int>(file.size()));
+  const OwnedText name(FwStrNDuplicate(FWT(file.data()), static_cast<int>(file.size())));
 
   if (!wh_has_globs(name)) {
-    FwTextString path = FwFilenameConcatenateAlloc(dir, name);
+    const OwnedText path(FwFilenameConcatenateAlloc(dir, name));
     found = FwFileGetInfo(&err, path, nullptr, 0);
-    FwMemFree(path);
-  } else {
-    FwStrRecord path;
-    FwStrRecordOpen(&path);
-    FwStrPutTextString(&path, dir);
-    FwFileEnsureTrailingSeparator(&path);
-    FwDir* handle = FwDirOpen(&err, path.pbz, FW_DIR_SNAPSHOT);
-    FwStrRecordAbandon(&path);
-    if (handle) {
-      FwStrRecord entry;
-      FwStrRecordOpen(&entry);
-      while (!found && FwDirNext(&err, handle, &entry, nullptr, 0)) {
-        found = wh_glob_matches(name, entry.pbz);
-        FwStrRecordShorten(&entry, 0);
-      }
-      FwStrRecordAbandon(&entry);
-      FwDirClose(&err, handle);
+  } else if (FwDir* handle = open_directory(&err, dir)) {
+    OpenRecord entry;
+    while (!found && FwDirNext(&err, handle, &entry, nullptr, 0)) {
+      found = wh_glob_matches(name, entry.pbz);
+      entry.clear();
     }
+    FwDirClose(&err, handle);
   }
   forgive(&err);
-  FwMemFree(name);
   return found;
 }
 

@@ -1,4 +1,5 @@
 // Searches for files and for products on disk.
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwmem.h"
@@ -14,30 +15,24 @@ namespace {
 // Directories that hold no products, besides all hidden ones.
 constexpr const char* exclusions[] = {"CVS"};
 
-uint32 record_length(const FwStrRecord* record) {
-  return static_cast<uint32>(record->pbTerminator - record->pbz);
-}
-
 void put_view(FwStrRecord* record, std::string_view text) {
   FwStrNPutTextString(record, FWT(text.data()), static_cast<uint32>(text.size()));
 }
 
 // Adds a copy of name to entries, with a trailing separator if it is a directory.
 void add_entry(FwVector* entries, std::string_view name, const FwFileInfo* info) {
-  FwStrRecord entry;
-  FwStrRecordOpen(&entry);
+  OpenRecord entry;
   put_view(&entry, name);
   if (info->type == FW_FILE_TYPE_DIRECTORY) FwFileEnsureTrailingSeparator(&entry);
-  FwVectorAddElement(entries, FwStrRecordClose(&entry));
+  FwVectorAddElement(entries, entry.take());
 }
 
-// Fills entries, which this opens, with the entries of the directory path that the token accepts. A
-// directory that can't be read has none.
+// Adds the entries of the directory path that the token accepts. A directory that can't be read has
+// none.
 void get_entries(const TOKEN* token, FwStrRecord* path, FwVector* entries) {
-  FwErrorState err;
+  LocalError err;
   FwFileInfo info;
   if (!FwFileEndsWithSeparator(path->pbz)) FwAssertFailed("no sep in get_entries");
-  open_vector(entries, 10);
 
   if (token->type == T_PATH && token->string.find_first_of("*?|") == std::string_view::npos) {
     uint32 length = record_length(path);
@@ -45,15 +40,13 @@ void get_entries(const TOKEN* token, FwStrRecord* path, FwVector* entries) {
     if (FwFileGetInfo(&err, path->pbz, &info, 0)) add_entry(entries, token->string, &info);
     FwStrRecordShorten(path, length);
   } else if (FwDir* dir = FwDirOpen(&err, path->pbz, FW_DIR_SNAPSHOT)) {
-    FwStrRecord name;
-    FwStrRecordOpen(&name);
-    // A link that leads nowhere ends the enumeration, as its information can't be had.
+    OpenRecord name;
+    // A link that leads nowhere ends the enumeration: there is no information about its target.
     while (FwDirNext(&err, dir, &name, &info, 0)) {
       if (token_matches(token, T_PATH, glob_view(name.pbz)))
         add_entry(entries, glob_view(name.pbz), &info);
-      FwStrRecordShorten(&name, 0);
+      name.clear();
     }
-    FwStrRecordAbandon(&name);
     FwDirClose(&err, dir);
   }
   forgive(&err);
@@ -63,15 +56,14 @@ void search_dir(const TOKEN* pattern, FwStrRecord* path, FwVector* results);
 
 // Goes on with rest in each entry of path that the token first accepts.
 void search_entries(const TOKEN* first, const TOKEN* rest, FwStrRecord* path, FwVector* results) {
-  FwVector entries;
-  get_entries(first, path, &entries);
+  LocalVector found(10, Elements::kFreed);
+  get_entries(first, path, &found);
   uint32 length = record_length(path);
-  for (int32 i = 0; i < FwVectorLength(&entries); ++i) {
-    FwStrPutTextString(path, static_cast<FwTextString>(FwVectorGetElement(&entries, i)));
+  for (FwTextString entry : texts(&found)) {
+    FwStrPutTextString(path, entry);
     search_dir(rest, path, results);
     FwStrRecordShorten(path, length);
   }
-  FwVectorAbandon(&entries, 1);
 }
 
 // A trailing separator on path says that it is a directory.
@@ -106,11 +98,10 @@ int wanted(FwTextString element) {
 }
 
 int contains_product(FwTextString path) {
-  FwErrorState err;
-  FwTextString file = FwFilenameConcatenateAlloc(path, FWT("product.xml"));
+  LocalError err;
+  const OwnedText file(FwFilenameConcatenateAlloc(path, FWT("product.xml")));
   int found = FwFileGetInfo(&err, file, nullptr, 0);
   forgive(&err);
-  FwMemFree(file);
   return found;
 }
 
@@ -133,8 +124,7 @@ void find_products(FwErrorState* err, FwStrRecord* path, uint32 baselength, cons
   FwDir* dir = FwDirOpen(err, path->pbz, FW_DIR_SNAPSHOT);
   if (!dir) return;
   FwFileInfo info;
-  FwStrRecord name;
-  FwStrRecordOpen(&name);
+  OpenRecord name;
   uint32 length = record_length(path);
   while (FwDirNext(err, dir, &name, &info, 0)) {
     if (info.type == FW_FILE_TYPE_DIRECTORY && wanted(name.pbz)) {
@@ -143,9 +133,8 @@ void find_products(FwErrorState* err, FwStrRecord* path, uint32 baselength, cons
       find_products(err, path, baselength, pattern, results);
       FwStrRecordShorten(path, length);
     }
-    FwStrRecordShorten(&name, 0);
+    name.clear();
   }
-  FwStrRecordAbandon(&name);
   FwDirClose(err, dir);
 }
 
@@ -158,13 +147,11 @@ int wh_find_files(FwErrorState* err, FwTextString pattern, FwTextString dir, FwV
   }
   int before = FwVectorLength(results);
   TOKENS tokens;
-  FwStrRecord path;
   parse(&tokens, pattern);
-  FwStrRecordOpen(&path);
+  OpenRecord path;
   FwStrPutTextString(&path, dir);
   FwFileEnsureTrailingSeparator(&path);
   search_dir(tokens.list, &path, results);
-  FwStrRecordAbandon(&path);
   free_tokens(&tokens);
   sort_results(results);
   return FwVectorLength(results) > before;
@@ -174,15 +161,12 @@ int wh_find_products(FwErrorState* err, FwTextString pattern, FwTextString base,
                      FwVector* results) {
   int before = FwVectorLength(results);
   TOKENS tokens;
-  FwStrRecord path;
   parse(&tokens, pattern);
-  FwStrRecordOpen(&path);
+  OpenRecord path;
   FwStrPutTextString(&path, base);
   FwFileEnsureTrailingSeparator(&path);
-  uint32 baselength =
-      FwFileIsAbsolute(base) && !FwFileIsAbsolute(pattern) ? record_length(&path) : 0;
+  uint32 baselength = FwFileIsAbsolute(base) && !FwFileIsAbsolute(pattern) ? path.length() : 0;
   find_products(err, &path, baselength, tokens.list, results);
-  FwStrRecordAbandon(&path);
   free_tokens(&tokens);
   sort_results(results);
   return FwVectorLength(results) > before;
@@ -193,9 +177,8 @@ void sort_results(FwVector* results) {
   int32 count = FwVectorLength(results);
   int32 kept = 0;
   for (int32 i = 0; i < count; ++i) {
-    auto* element = static_cast<FwTextString>(results->pElements[i]);
-    if (kept > 0 &&
-        FwStrCompare(element, static_cast<FwTextString>(results->pElements[kept - 1])) == 0)
+    FwTextString element = nth<FwTextByte>(results, i);
+    if (kept > 0 && FwStrCompare(element, nth<FwTextByte>(results, kept - 1)) == 0)
       FwMemFree(element);
     else
       results->pElements[kept++] = element;

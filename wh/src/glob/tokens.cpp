@@ -12,17 +12,9 @@ constexpr std::string_view kAny = "**";
 
 void add_token(TOKENS* tokens, int type, std::string_view string) {
   // T_ANY takes any number of elements, so a second one beside it changes nothing but the cost.
-  if (type == T_ANY && tokens->count > 0 && tokens->list[tokens->count - 1].type == T_ANY) return;
-  if (tokens->count == tokens->room) {
-    size_t room = tokens->room * 2;
-    auto* list =
-        static_cast<TOKEN*>(FwMemAlloc(room * sizeof(TOKEN), ALLOC_MUST_SUCCEED | INIT_NONE));
-    std::copy_n(tokens->list, tokens->count, list);
-    if (tokens->list != tokens->first) FwMemFree(tokens->list);
-    tokens->list = list;
-    tokens->room = room;
-  }
-  tokens->list[tokens->count++] = TOKEN{type, string};
+  if (type == T_ANY && tokens->count > 0 && tokens->last().type == T_ANY) return;
+  if (tokens->count == tokens->room) tokens->grow(tokens->list != tokens->first);
+  tokens->add({type, string});
 }
 
 // The tokens of a text that is not of the form **text**.

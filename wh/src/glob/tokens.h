@@ -13,9 +13,9 @@
 #ifndef GLOB_TOKENS_H
 #define GLOB_TOKENS_H
 
-#include <cstddef>
 #include <string_view>
 
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwtypes.h"
 
@@ -32,12 +32,10 @@ struct TOKEN {
   std::string_view string;
 };
 
-struct TOKENS {
-  static constexpr size_t kInline = 16;  // a path rarely has more elements: no allocation then
+// The last one is T_END. They lie in first as long as they fit.
+struct TOKENS : Array<TOKEN> {
+  static constexpr int32 kInline = 16;  // a path rarely has more elements: no allocation then
 
-  TOKEN* list = nullptr;  // count tokens, the last one of them T_END
-  size_t count = 0;
-  size_t room = 0;
   TOKEN first[kInline];
 };
 

@@ -1,3 +1,4 @@
+#include "fcpp.h"
 #include "recipe/records.h"
 
 namespace {
@@ -8,10 +9,8 @@ WH_RUN_ARG* expand_run_arg(FwErrorState* err, WH_RUN_ARG* arg, WH_SYMTAB* symtab
 }
 
 void expand_run_args(FwErrorState* err, FwVector* from, FwVector* to, WH_SYMTAB* symtab) {
-  for (int i = 0; i < FwVectorLength(from); ++i) {
-    auto* arg = static_cast<WH_RUN_ARG*>(FwVectorGetElement(from, i));
+  for (WH_RUN_ARG* arg : elements<WH_RUN_ARG>(from))
     FwVectorAddElement(to, expand_run_arg(err, arg, symtab));
-  }
 }
 
 // A new record with the strings of the record's first list expanded, and its arguments if it has

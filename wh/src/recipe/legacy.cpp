@@ -1,5 +1,6 @@
 // The replay of SETENV commands. It is purely sequential: a later command sees the result of an
 // earlier one, and nothing is weighed against anything else.
+#include "fcpp.h"
 #include "fwstring.h"
 #include "recipe/lists.h"
 #include "recipe/records.h"
@@ -10,11 +11,11 @@ constexpr int kElementsRoom = 10;
 constexpr FwTextCharacter kSeparator = ':';
 
 // Takes every occurrence of value out of the list.
-void remove_equal(FwVector* elements, FwTextString value) {
-  for (int i = FwVectorLength(elements) - 1; i >= 0; --i) {
-    auto element = static_cast<FwTextString>(FwVectorGetElement(elements, i));
+void remove_equal(FwVector* list, FwTextString value) {
+  for (int i = FwVectorLength(list) - 1; i >= 0; --i) {
+    FwTextString element = nth<FwTextByte>(list, i);
     if (!wh_env_equal(element, value)) continue;
-    FwVectorRemoveElement(elements, i);
+    FwVectorRemoveElement(list, i);
     wh_free(element);
   }
 }
@@ -23,22 +24,18 @@ void remove_equal(FwVector* elements, FwTextString value) {
 // and joined all the same.
 void edit_list(WH_SETENV* setenv, SETENV_OP op, WH_ENVIRON* env) {
   FwTextString current = wh_lookup_ev(setenv->name, env);
-  FwVector elements = {};
-  FwVectorOpen(&elements, kElementsRoom);
-  if (current != nullptr) FwStrTextSplitByChar(current, kSeparator, &elements);
+  LocalVector list(kElementsRoom, Elements::kFreed);
+  if (current != nullptr) FwStrTextSplitByChar(current, kSeparator, &list);
   if (setenv->value != nullptr) {
-    remove_equal(&elements, setenv->value);
+    remove_equal(&list, setenv->value);
     if (op == op_append)
-      FwVectorAddElement(&elements, FwStrDuplicate(setenv->value));
+      FwVectorAddElement(&list, FwStrDuplicate(setenv->value));
     else if (op == op_prepend)
-      FwVectorInsertElement(&elements, FwStrDuplicate(setenv->value), 0);
+      FwVectorInsertElement(&list, FwStrDuplicate(setenv->value), 0);
   }
-  FwStrRecord joined = {};
-  FwStrRecordOpen(&joined);
-  FwStrTextJoinByChar(&elements, 0, kSeparator, &joined);
+  OpenRecord joined;
+  FwStrTextJoinByChar(&list, 0, kSeparator, &joined);
   wh_set_ev(env, setenv->name, joined.pbz);
-  FwStrRecordAbandon(&joined);
-  FwVectorAbandon(&elements, 1);
 }
 
 // One command, its text expanded. After a fault the later commands of the step are still expanded,
@@ -57,13 +54,11 @@ void replay_command(FwErrorState* err, WH_COMMAND* command, WH_SYMTAB* symtab,
 
 void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety) {
   auto* state = static_cast<SETENV_STATE*>(callenv->state);
-  FwErrorState err;
+  LocalError err;
   WH_PATTERN* pattern = wh_expand_pattern(&err, step->pattern, callenv->symtab);
-  if (err.pError == nullptr && matchvar(variety, pattern, nullptr)) {
-    for (int i = 0; i < FwVectorLength(&step->commands); ++i) {
-      auto* command = static_cast<WH_COMMAND*>(FwVectorGetElement(&step->commands, i));
+  if (!err.failed() && matchvar(variety, pattern, nullptr)) {
+    for (WH_COMMAND* command : elements<WH_COMMAND>(&step->commands))
       if (command->type == wh_setenv) replay_command(&err, command, callenv->symtab, state);
-    }
   }
   rep_clear(&err, callenv->errorfunc);
   free_pattern(&pattern);
@@ -74,8 +69,8 @@ void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety) {
 [[gnu::noinline]] void replay_recipe(WH_CALL_ENV* callenv, WH_RECIPE* recipe, WH_VARIETY* variety) {
   WH_CONTEXT* context = context_from_variety(variety);
   add_context(callenv->symtab, context);
-  for (int i = 0; i < FwVectorLength(&recipe->steps); ++i)
-    replay_step(callenv, static_cast<WH_STEP*>(FwVectorGetElement(&recipe->steps, i)), variety);
+  for (WH_STEP* step : elements<WH_STEP>(&recipe->steps))
+    replay_step(callenv, step, variety);
   remove_context(callenv->symtab, context);
   free_context(&context);
 }
@@ -139,8 +134,7 @@ void wh_legacy_setenv(WH_INDEX* index, WH_ENVIRON* environ, WH_PRODUCT_SPEC_LIST
   FwTextString word = FWT(set ? "env.xml" : "unenv.xml");
   SETENV_STATE state{environ, context, set, environ != nullptr ? open_lists(environ) : nullptr};
   index_unvisit(index);
-  for (int i = 0; i < FwVectorLength(&speclist->specs); ++i) {
-    auto* spec = static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&speclist->specs, i));
+  for (WH_PRODUCT_SPEC* spec : elements<WH_PRODUCT_SPEC>(&speclist->specs)) {
     if (concerns_replay(spec->product, set))
       wh_traverse_spec(index, spec, old_setenv_in_variety, error, word, &state);
   }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "fcpp.h"
 #include "fwhash.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -29,12 +30,12 @@ struct LIST {
   FwHashTable* index = nullptr;  // text to the first ITEM with it; null while there are few
 };
 
-// FNV-1a over the text with all letters in one case: so it serves wh_env_equal on each platform.
+// Over the text with all letters in one case: so it serves wh_env_equal on each platform.
 uint32 item_hash(void* key) {
-  uint32 h = 2166136261u;
+  uint32 hash = kFnvStart;
   for (auto* ptb = static_cast<FwTextString>(key); *ptb != 0; ptb++)
-    h = (h ^ (*ptb | 0x20u)) * 16777619u;
-  return h;
+    hash = fnv_add(hash, *ptb | 0x20U);
+  return hash;
 }
 
 int32 equal_items(void* key1, void* key2) {
@@ -78,14 +79,13 @@ void free_item(ITEM* item) {
 
 // Takes over text.
 ITEM* make_item(FwTextString text) {
-  auto* item = FwMemNew<ITEM>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* item = make<ITEM>();
   item->text = text;
   return item;
 }
 
 void index_item(LIST* list, ITEM* item) {
-  if (FwHashEntry* entry = FwHashLookupEntry(list->index, item->text, nullptr)) {
-    auto* first = static_cast<ITEM*>(entry->value);
+  if (auto* first = value_of<ITEM>(list->index, item->text)) {
     item->equal = first->equal;
     first->equal = item;
   } else {
@@ -101,16 +101,14 @@ void index_items(LIST* list) {
 
 // Puts the elements of text behind an item, null for the front.
 void insert_elements(LIST* list, FwTextString text, ITEM* before) {
-  FwVector elements = {};
-  FwVectorOpen(&elements, 10);
-  FwStrTextSplitByChar(text, kSeparator, &elements);
-  for (int i = 0; i < FwVectorLength(&elements); i++) {
-    ITEM* item = make_item(static_cast<FwTextString>(elements.pElements[i]));
+  LocalVector split(10, Elements::kKept);
+  FwStrTextSplitByChar(text, kSeparator, &split);
+  for (FwTextString element : texts(&split)) {
+    ITEM* item = make_item(element);
     link_item(list, item, before);
     if (list->index != nullptr) index_item(list, item);
     before = item;
   }
-  FwVectorAbandon(&elements, 0);
 }
 
 // Makes of the item put in last what joining and splitting would make of it.
@@ -138,9 +136,8 @@ void remove_equal(LIST* list, FwTextString value) {
     }
     return;
   }
-  FwHashEntry* entry = FwHashLookupEntry(list->index, value, nullptr);
-  if (entry == nullptr) return;
-  auto* item = static_cast<ITEM*>(entry->value);
+  auto* item = value_of<ITEM>(list->index, value);
+  if (item == nullptr) return;
   FwHashRemoveEntry(list->index, value, nullptr);
   while (item != nullptr) {
     ITEM* equal = item->equal;
@@ -153,12 +150,11 @@ void remove_equal(LIST* list, FwTextString value) {
 // ---- Lists ----
 
 LIST* find_list(FwHashTable* lists, FwTextString name) {
-  FwHashEntry* entry = FwHashLookupEntry(lists, name, nullptr);
-  return entry != nullptr ? static_cast<LIST*>(entry->value) : nullptr;
+  return value_of<LIST>(lists, name);
 }
 
 LIST* make_list(FwHashTable* lists, FwTextString name, FwTextString value) {
-  auto* list = FwMemNew<LIST>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* list = make<LIST>();
   list->name = FwStrDuplicate(name);
   if (value != nullptr) insert_elements(list, value, nullptr);
   add_to_table(lists, list->name, list);
@@ -207,17 +203,6 @@ void write_list(WH_ENVIRON* env, const LIST* list) {
   entry->value = joined(list);
 }
 
-int32 end_list(FwHashEntry* entry, void* env, FwErrorState* /*err*/) {
-  auto* list = static_cast<LIST*>(entry->value);
-  write_list(static_cast<WH_ENVIRON*>(env), list);
-  return 1;
-}
-
-int32 release_list(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
-  free_list(static_cast<LIST*>(entry->value));
-  return 1;
-}
-
 // The list on which the command is to work; null if it is to work on the table itself.
 LIST* list_for(FwHashTable* lists, WH_ENVIRON* env, const WH_SETENV* setenv) {
   LIST* list = find_list(lists, setenv->name);
@@ -249,7 +234,7 @@ struct LISTS {
 };
 
 LISTS* open_lists(WH_ENVIRON* env) {
-  auto* lists = FwMemNew<LISTS>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* lists = make<LISTS>();
   lists->env = env;
   return lists;
 }
@@ -277,8 +262,10 @@ void edit_in_lists(LISTS* lists, WH_SETENV* setenv) {
 void close_lists(LISTS** lists) {
   if (*lists == nullptr) return;
   if ((*lists)->by_name != nullptr) {
-    FwHashEnumerateEntries((*lists)->by_name, end_list, (*lists)->env, nullptr);
-    FwHashEnumerateEntries((*lists)->by_name, release_list, nullptr, nullptr);
+    for (FwHashEntry& entry : entries((*lists)->by_name))
+      write_list((*lists)->env, static_cast<LIST*>(entry.value));
+    for (FwHashEntry& entry : entries((*lists)->by_name))
+      free_list(static_cast<LIST*>(entry.value));
     FwHashFreeTable(&(*lists)->by_name);
   }
   FwMemFreeAndClear(lists);

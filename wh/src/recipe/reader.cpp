@@ -167,10 +167,9 @@ void add_command(DFA* dfa, WH_COMMAND* command) {
 
 // Closes rec and hands out its text with the line ends turned into those of eol.
 FwTextString convert_and_close(FwStrRecord* rec, FwTextString eol) {
-  FwTextString text = FwStrRecordClose(rec);
+  const OwnedText text(FwStrRecordClose(rec));
   FwStrRecordOpen(rec);
   wh_convert_eol(text, rec, eol);
-  wh_free(text);
   return FwStrRecordClose(rec);
 }
 
@@ -237,9 +236,8 @@ void end_cmd(DFA* dfa) {
 void start_run(DFA* dfa, ELEMENT* element) {
   WH_RUN* run = record_from(element, kRunAttrs);
   dfa->command = make_command(wh_run, run);
-  FwTextString wait = attr("wait", element->atts, &element->seen);
+  const OwnedText wait(attr("wait", element->atts, &element->seen));
   run->wait = wait == nullptr || FwStrCompare(wait, FWT("yes")) == 0;
-  wh_free(wait);
 }
 
 void start_text(DFA* dfa, ELEMENT*) {

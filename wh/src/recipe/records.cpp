@@ -1,5 +1,6 @@
 #include "recipe/records.h"
 
+#include "fcpp.h"
 #include "fwhash.h"
 
 namespace {
@@ -52,29 +53,27 @@ void with_record(WH_COMMAND* command, WORK work) {
 }  // namespace
 
 WH_RUN_ARG* make_run_arg(FwTextString str) {
-  auto* arg = FwMemNew<WH_RUN_ARG>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* arg = make<WH_RUN_ARG>();
   arg->type = wh_arg_str;
   arg->u.str = str;
   return arg;
 }
 
 WH_RUN_ARG* make_run_arg(WH_DATA* data) {
-  auto* arg = FwMemNew<WH_RUN_ARG>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* arg = make<WH_RUN_ARG>();
   arg->type = wh_arg_data;
   arg->u.data = data;
   return arg;
 }
 
 void free_run_args(FwVector* args) {
-  for (int i = 0; i < FwVectorLength(args); ++i) {
-    auto* arg = static_cast<WH_RUN_ARG*>(FwVectorGetElement(args, i));
+  for (WH_RUN_ARG* arg : elements<WH_RUN_ARG>(args))
     free_run_arg(&arg);
-  }
   FwVectorAbandon(args, 0);
 }
 
 WH_COMMAND* make_command(WH_COMMAND_TYPE type, void* value) {
-  auto* command = FwMemNew<WH_COMMAND>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* command = make<WH_COMMAND>();
   command->type = type;
   with_record(command,
               [value]<class RECORD>(RECORD*& record) { record = static_cast<RECORD*>(value); });
@@ -88,7 +87,7 @@ void free_command(WH_COMMAND** command) {
 }
 
 WH_STEP* make_step(FwTextString ui) {
-  auto* step = FwMemNew<WH_STEP>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* step = make<WH_STEP>();
   FwVectorOpen(&step->commands, kCommandsRoom);
   step->ui = ui;
   return step;
@@ -97,17 +96,15 @@ WH_STEP* make_step(FwTextString ui) {
 void free_step(WH_STEP** step) {
   free_pattern(&(*step)->pattern);
   FwVector* commands = &(*step)->commands;
-  for (int i = 0; i < FwVectorLength(commands); ++i) {
-    auto* command = static_cast<WH_COMMAND*>(FwVectorGetElement(commands, i));
+  for (WH_COMMAND* command : elements<WH_COMMAND>(commands))
     free_command(&command);
-  }
   FwVectorAbandon(commands, 0);
   wh_free((*step)->ui);
   FwMemFreeAndClear(step);
 }
 
 WH_RECIPE* make_recipe() {
-  auto* recipe = FwMemNew<WH_RECIPE>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* recipe = make<WH_RECIPE>();
   FwVectorOpen(&recipe->steps, kStepsRoom);
   return recipe;
 }
@@ -115,16 +112,14 @@ WH_RECIPE* make_recipe() {
 void free_recipe(WH_RECIPE** recipe) {
   if (*recipe == nullptr) return;
   FwVector* steps = &(*recipe)->steps;
-  for (int i = 0; i < FwVectorLength(steps); ++i) {
-    auto* step = static_cast<WH_STEP*>(FwVectorGetElement(steps, i));
+  for (WH_STEP* step : elements<WH_STEP>(steps))
     free_step(&step);
-  }
   FwVectorAbandon(steps, 0);
   FwMemFreeAndClear(recipe);
 }
 
 WH_RECIPE_DATA* make_recipe_data(FwTextString ui) {
-  auto* data = FwMemNew<WH_RECIPE_DATA>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* data = make<WH_RECIPE_DATA>();
   data->ui = dup_str(ui);
   data->deferred = FwHashCreateTable(kDeferredRoom, &FwHash_StringCopyFunctions, nullptr);
   return data;

@@ -7,6 +7,7 @@
 
 #include <array>
 
+#include "fcpp.h"
 #include "fwmem.h"
 #include "recipe.h"
 #include "wqmem.h"
@@ -94,7 +95,7 @@ void free_run_args(FwVector* args);
 // A zeroed record, its list of arguments open if it has one.
 template <class RECORD>
 RECORD* make_record() {
-  auto* record = FwMemNew<RECORD>(ALLOC_MUST_SUCCEED | INIT_ZERO);
+  auto* record = make<RECORD>();
   if constexpr (requires { record->args.nCurrentSize; }) FwVectorOpen(&record->args, kArgsRoom);
   return record;
 }
