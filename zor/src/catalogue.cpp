@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <numeric>
+#include <span>
 
 #include "error.h"
 
@@ -42,87 +43,164 @@ bool is_searched(const char* name) {
   return name[0] != '.' && std::strcmp(name, "CVS") != 0;
 }
 
-// A revision, by the elements of its path.
-using Found = std::vector<std::string>;
+// A revision, by the elements of its path: the last three are name, version and rev.
+struct Found {
+  std::string category;
+  std::string name;
+  std::string version;
+  std::string rev;
 
+  auto operator<=>(const Found&) const = default;
+};
+
+// Few calls for each directory count here: a site has tens of thousands. What kind an entry is of
+// comes with its name; a revision is known by asking for its product.xml, without opening it; and
+// only where a link is followed it is asked whether it leads back.
 class Walk {
  public:
-  explicit Walk(Catalogue* catalogue) : catalogue_(catalogue) {}
+  Walk(Catalogue* catalogue, const std::string& below) : catalogue_(catalogue) {
+    for (const std::string& element : path_elements(below))
+      enter(element.c_str());
+  }
 
-  void visit(int parent, const char* name) {
+  // The directory of this name in the parent, whose path is the one at hand.
+  void visit(int parent, const char* name, bool by_link) {
     Directory directory = open_directory(parent, name);
     if (!directory) {
       remark(std::strerror(errno));
       return;
     }
     const int fd = dirfd(directory.get());
-    if (elements_.size() >= 3 && faccessat(fd, "product.xml", F_OK, 0) == 0) {
-      found_.push_back(elements_);
-      return;
-    }
-    struct stat info;
-    if (fstat(fd, &info) != 0) {
-      remark(std::strerror(errno));
-      return;
-    }
-    // A link that leads back to a directory above would be followed for ever.
-    const Place place = {info.st_dev, info.st_ino};
-    if (std::find(above_.begin(), above_.end(), place) != above_.end()) {
+    if (by_link && leads_back(fd)) {
       remark("a link that leads back to a directory above it");
       return;
     }
-    above_.push_back(place);
+    above_.push_back(fd);
+    const std::size_t found_before = found_.size();
+    std::vector<std::string> files;
     while (const dirent* entry = readdir(directory.get())) {
-      if (!is_searched(entry->d_name) || !is_directory(fd, entry)) continue;
-      elements_.emplace_back(entry->d_name);
-      visit(fd, entry->d_name);
-      elements_.pop_back();
+      if (!is_searched(entry->d_name)) continue;
+      if (!is_directory(fd, entry)) {
+        files.emplace_back(entry->d_name);
+        continue;
+      }
+      const std::size_t length = enter(entry->d_name);
+      if (slashes_ >= 2 && has_product_file(fd, entry->d_name))
+        add_found();
+      else
+        visit(fd, entry->d_name, entry->d_type != DT_DIR);
+      leave(length);
     }
     above_.pop_back();
+    tell_files(files, found_before);
   }
 
-  std::vector<std::string>& elements() { return elements_; }
+  // Adds the directory at hand if it is itself a revision.
+  bool is_revision(const std::string& start) {
+    if (path_.empty() || slashes_ < 2 || !has_product_file(AT_FDCWD, start)) return false;
+    add_found();
+    return true;
+  }
+
   std::vector<Found>& found() { return found_; }
 
  private:
-  using Place = std::pair<dev_t, ino_t>;
-
-  void remark(const char* text) { catalogue_->remarks.push_back({joined(), text}); }
-
-  std::string joined() const {
-    std::string path;
-    for (const std::string& element : elements_)
-      path += (path.empty() ? "" : "/") + element;
-    return path;
+  // Adds an element to the path, and gives the length that leave takes.
+  std::size_t enter(const char* name) {
+    const std::size_t length = path_.size();
+    if (length > 0) {
+      path_ += '/';
+      ++slashes_;
+    }
+    path_ += name;
+    return length;
   }
 
+  void leave(std::size_t length) {
+    if (length > 0) --slashes_;
+    path_.resize(length);
+  }
+
+  static bool has_product_file(int parent, const std::string& name) {
+    return faccessat(parent, (name + "/product.xml").c_str(), F_OK, 0) == 0;
+  }
+
+  // Whether it is one of the directories above.
+  bool leads_back(int fd) const {
+    struct stat info;
+    if (fstat(fd, &info) != 0) return false;
+    return std::any_of(above_.begin(), above_.end(), [&](int other) {
+      struct stat there;
+      return fstat(other, &there) == 0 && there.st_dev == info.st_dev &&
+             there.st_ino == info.st_ino;
+    });
+  }
+
+  // A product.xml three levels deep belongs to nothing that can be named.
+  void add_found() {
+    if (slashes_ < 3) return;
+    Found found;
+    std::string_view rest = path_;
+    for (std::string Found::*field : {&Found::rev, &Found::version, &Found::name}) {
+      const std::size_t slash = rest.rfind('/');
+      found.*field = rest.substr(slash + 1);
+      rest = rest.substr(0, slash);
+    }
+    found.category = rest;
+    found_.push_back(std::move(found));
+  }
+
+  // The search for the latest takes any entry for a version or a rev.
+  void tell_files(const std::vector<std::string>& files, std::size_t found_before) {
+    if (files.empty() || found_before == found_.size()) return;
+    const Found& last = found_.back();
+    const std::string product = last.category + '/' + last.name;
+    const char* what = path_ == product                        ? "version"
+                       : path_ == product + '/' + last.version ? "rev"
+                                                               : nullptr;
+    if (!what) return;
+    for (const std::string& file : files)
+      catalogue_->remarks.push_back(
+          {path_ + '/' + file,
+           fmt::format("a file where each entry counts as a {}, also when the latest is looked for",
+                       what)});
+  }
+
+  void remark(const char* text) { catalogue_->remarks.push_back({path_, text}); }
+
   Catalogue* catalogue_;
-  std::vector<std::string> elements_;
-  std::vector<Place> above_;  // the directories on the way to the one at hand
+  std::string path_;         // of the directory at hand, below the root
+  std::size_t slashes_ = 0;  // in it
+  std::vector<int> above_;   // the open directories on the way
   std::vector<Found> found_;
 };
 
 void sort_by_version(std::vector<std::string>* names) {
+  if (names->size() < 2) return;
   std::sort(names->begin(), names->end());
   std::stable_sort(names->begin(), names->end(), [](const std::string& a, const std::string& b) {
     return compare_versions(a, b) < 0;
   });
 }
 
-using Revs = std::map<std::string, std::vector<std::string>>;
-using Products = std::map<std::pair<std::string, std::string>, Revs>;
-
-CatalogueProduct product_of(const Products::value_type& entry) {
-  CatalogueProduct product{entry.first.first, entry.first.second, {}};
-  std::vector<std::string> versions;
-  for (const auto& [version, revs] : entry.second)
-    versions.push_back(version);
-  sort_by_version(&versions);
-  for (const std::string& version : versions) {
-    product.versions.push_back({version, entry.second.at(version)});
-    sort_by_version(&product.versions.back().revs);
+// The versions of a product, of its revisions in any order.
+std::vector<CatalogueVersion> versions_of(std::span<Found> revisions) {
+  std::map<std::string, std::vector<std::string>> revs;
+  for (Found& found : revisions)
+    revs[std::move(found.version)].push_back(std::move(found.rev));
+  std::vector<std::string> names;
+  names.reserve(revs.size());
+  for (const auto& entry : revs)
+    names.push_back(entry.first);
+  sort_by_version(&names);
+  std::vector<CatalogueVersion> versions;
+  versions.reserve(names.size());
+  for (std::string& name : names) {
+    auto& of_version = revs.at(name);
+    sort_by_version(&of_version);
+    versions.push_back({std::move(name), std::move(of_version)});
   }
-  return product;
+  return versions;
 }
 
 // The number of insertions, removals, replacements and exchanges of neighbours between two words.
@@ -159,22 +237,22 @@ std::vector<std::string> path_elements(std::string_view path) {
 
 Catalogue read_catalogue(const std::string& root, const std::string& below) {
   Catalogue catalogue;
-  Walk walk(&catalogue);
-  walk.elements() = path_elements(below);
+  Walk walk(&catalogue, below);
   const std::string start = below.empty() ? root : root + '/' + below;
   if (access(start.c_str(), R_OK | X_OK) != 0) fail("{}: {}", start, std::strerror(errno));
-  walk.visit(AT_FDCWD, start.c_str());
-  Products products;
-  for (Found& found : walk.found()) {
-    const std::size_t count = found.size();
-    if (count < 4) continue;
-    std::string category = found[0];
-    for (std::size_t i = 1; i + 3 < count; ++i)
-      category += '/' + found[i];
-    products[{category, found[count - 3]}][found[count - 2]].push_back(found[count - 1]);
+  if (!walk.is_revision(start)) walk.visit(AT_FDCWD, start.c_str(), false);
+  std::vector<Found>& found = walk.found();
+  std::sort(found.begin(), found.end());
+  for (std::size_t i = 0; i < found.size();) {
+    std::size_t end = i + 1;
+    while (end < found.size() && found[end].category == found[i].category &&
+           found[end].name == found[i].name)
+      ++end;
+    CatalogueProduct product{found[i].category, found[i].name, {}};
+    product.versions = versions_of(std::span(found).subspan(i, end - i));
+    catalogue.products.push_back(std::move(product));
+    i = end;
   }
-  for (const auto& entry : products)
-    catalogue.products.push_back(product_of(entry));
   std::sort(catalogue.remarks.begin(), catalogue.remarks.end(),
             [](const CatalogueRemark& a, const CatalogueRemark& b) { return a.path < b.path; });
   return catalogue;

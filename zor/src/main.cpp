@@ -8,6 +8,7 @@
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
+#include "render/screen.h"
 #include "warehouse.h"
 
 namespace {
@@ -56,20 +57,8 @@ bool write_all(int fd, std::string_view text) {
 }
 
 // Names from a warehouse or a command line may hold what steers a terminal.
-std::string without_controls(std::string_view text) {
-  std::string safe;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if ((byte < 0x20 && c != '\n') || byte == 0x7F)
-      safe += fmt::format("\\x{:02x}", byte);
-    else
-      safe += c;
-  }
-  return safe;
-}
-
 void tell(std::string_view text) {
-  write_all(STDERR_FILENO, fmt::format("zor: {}\n", without_controls(text)));
+  write_all(STDERR_FILENO, fmt::format("zor: {}\n", zor::without_controls(text)));
 }
 
 int run(Context* context, const std::vector<std::string>& words) {
@@ -109,7 +98,7 @@ int main(int argc, char** argv) {
   context.environment = zor::Environment::of_process();
   zor::Engine engine(argc, argv);
   const int status = run_guarded(&context, {argv + 1, argv + argc});
-  if (!context.notes.empty()) write_all(STDERR_FILENO, without_controls(context.notes));
+  if (!context.notes.empty()) write_all(STDERR_FILENO, zor::without_controls(context.notes));
   if (status != zor::kDone) context.out.clear();
   if (!write_all(STDOUT_FILENO, context.out)) {
     tell(fmt::format("standard output: {}", std::strerror(errno)));

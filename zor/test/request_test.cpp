@@ -134,33 +134,6 @@ TEST(Env, AScriptThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(2, result.status);
 }
 
-TEST(Avail, ListsRevisionsLowestFirst) {
-  Expect(ZorOnExamples({"avail", "weaver"}),
-         "tools/weaver/1.9/1\ntools/weaver/1.10/1\ntools/weaver/1.10/2 (latest)\n", "", 0);
-  Expect(ZorOnExamples({"avail", "libs/**"}), "libs/graphics/fibre/2.0/1 (latest)\n", "", 0);
-  Expect(ZorOnExamples({"avail", "--json", "libs/**"}),
-         "{\n  \"format\": 1,\n  \"products\": [\n    {\n      \"category\": \"libs/graphics\",\n"
-         "      \"name\": \"fibre\",\n      \"versions\": [\n        {\n"
-         "          \"version\": \"2.0\",\n          \"revs\": [\n            \"1\"\n          ]\n"
-         "        }\n      ]\n    }\n  ]\n}\n",
-         "", 0);
-}
-
-TEST(Avail, PassesOverWhatIsNoProductAndSaysWhatItDoesNotFollow) {
-  Warehouse warehouse;
-  warehouse.Product("C/P/1/1");
-  warehouse.Write("root/C/P/2/README", "no revision");
-  warehouse.Write("root/.git/a/b/c/product.xml", "hidden");
-  warehouse.Write("root/C/P/1/1/deep/a/b/c/product.xml", "below a product");
-  // With two links each walk of a circle would double the work.
-  warehouse.Link("root/C/around", "..");
-  warehouse.Link("root/C/again", "../C");
-  Expect(Zor({"avail", "-r", warehouse.Root()}), "C/P/1/1 (latest)\n",
-         "zor: C/again: a link that leads back to a directory above it\n"
-         "zor: C/around: a link that leads back to a directory above it\n",
-         0);
-}
-
 TEST(Messages, HoldNothingThatSteersATerminal) {
   Expect(ZorOnExamples({"env",
                         "\x1b"

@@ -1,68 +1,92 @@
 // zor avail: what lies in the warehouse.
-#include <nlohmann/json.hpp>
-
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
+#include "render/json.h"
+#include "render/screen.h"
 
 namespace zor {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-// Names on disk are bytes. Those that are not UTF-8 are replaced by U+FFFD.
-std::string printed(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
-}
-
 Json json_of(const CatalogueProduct& product) {
   Json versions = Json::array();
   for (const CatalogueVersion& version : product.versions)
-    versions.push_back({{"version", version.version}, {"revs", version.revs}});
-  return {{"category", product.category}, {"name", product.name}, {"versions", versions}};
+    versions.push_back(
+        {{"version", json_text(version.version)}, {"revs", json_texts(version.revs)}});
+  const CatalogueVersion& latest = product.versions.back();
+  return {
+      {"category", json_text(product.category)},
+      {"name", json_text(product.name)},
+      {"versions", versions},
+      {"latest", {{"version", json_text(latest.version)}, {"rev", json_text(latest.revs.back())}}},
+  };
 }
 
-// One line for each revision, the latest of each product marked.
-void print_lines(const CatalogueProduct& product, std::string* out) {
+Json json_of(const CatalogueRemark& remark) {
+  return {{"path", json_text(remark.path)}, {"text", json_text(remark.text)}};
+}
+
+// One text for each revision, the latest of the product marked.
+void add_lines(const CatalogueProduct& product, std::vector<std::string>* lines) {
   for (const CatalogueVersion& version : product.versions)
     for (const std::string& rev : version.revs) {
       const bool latest = &version == &product.versions.back() && &rev == &version.revs.back();
-      *out += ProductName{product.category, product.name, version.version, rev}.path() +
-              (latest ? " (latest)\n" : "\n");
+      lines->push_back(ProductName{product.category, product.name, version.version, rev}.path() +
+                       (latest ? " (latest)" : ""));
     }
+}
+
+bool is_wanted(const CatalogueProduct& product, const std::string& pattern) {
+  return pattern.empty() || product.name == pattern ||
+         pattern_matches(pattern, product.category + '/' + product.name);
 }
 
 }  // namespace
 
 int run_avail(Context* context) {
-  CommandLine line("avail", "List the products of the warehouse, one revision a line.",
+  CommandLine line("avail",
+                   "List the products of the warehouse: in columns on a terminal, one revision a "
+                   "line elsewhere.",
                    "zor avail 'tools/*'");
   std::string pattern;
   std::string root;
   bool json = false;
   line.positional("PATTERN", &pattern,
-                  "only products whose category/name matches, as in 'tools/*'");
+                  "only products of that name, or whose category/name matches, as in 'tools/*'");
   line.option("-r,--root", &root, "the root of the warehouse, in place of ZORROOT");
   line.flag("--json", &json, "as JSON");
   line.parse(context->words);
   if (root.empty()) root = context->environment.find("ZORROOT").value_or(".");
-  const Catalogue catalogue = read_catalogue(root);
-  Json products = Json::array();
-  bool any = false;
-  for (const CatalogueProduct& product : catalogue.products) {
-    const std::string path = product.category + '/' + product.name;
-    if (!pattern.empty() && !pattern_matches(pattern, path) && product.name != pattern) continue;
-    any = true;
-    if (json)
+  Catalogue catalogue = read_catalogue(root);
+  std::erase_if(catalogue.products,
+                [&](const CatalogueProduct& product) { return !is_wanted(product, pattern); });
+  if (json) {
+    Json products = Json::array();
+    for (const CatalogueProduct& product : catalogue.products)
       products.push_back(json_of(product));
-    else
-      print_lines(product, &context->out);
+    Json remarks = Json::array();
+    for (const CatalogueRemark& remark : catalogue.remarks)
+      remarks.push_back(json_of(remark));
+    context->out += printed(
+        {{"version", 1}, {"root", json_text(root)}, {"products", products}, {"remarks", remarks}});
+    return kDone;
   }
   for (const CatalogueRemark& remark : catalogue.remarks)
     context->notes += fmt::format("zor: {}: {}\n", remark.path, remark.text);
-  if (json) context->out += printed({{"format", 1}, {"products", products}});
-  if (!any && !json) fail("there is no such product in {}", root);
+  if (catalogue.products.empty()) fail("there is no such product in {}", root);
+  std::vector<std::string> lines;
+  for (const CatalogueProduct& product : catalogue.products)
+    add_lines(product, &lines);
+  const Screen screen = Screen::of_output(context->environment);
+  if (!screen.is_terminal) {
+    for (const std::string& each : lines)
+      context->out += each + '\n';
+    return kDone;
+  }
+  for (std::string& each : lines)
+    each = without_controls(each, false);
+  context->out += in_columns(lines, screen.width);
   return kDone;
 }
 

@@ -1,0 +1,34 @@
+// JSON documents. Each subcommand that prints facts has a form of its own, with a schema in
+// share/schemas/json; each document says in "version" which form it has.
+#ifndef ZOR_RENDER_JSON_H
+#define ZOR_RENDER_JSON_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zor {
+
+using Json = nlohmann::ordered_json;  // members stay in the order in which they are added
+
+// Names and values on disk are bytes, and JSON has only characters. What is UTF-8 becomes a string;
+// anything else becomes {"base64": "..."}, which holds the bytes and so loses nothing.
+Json json_text(std::string_view bytes);
+Json json_texts(const std::vector<std::string>& all);
+
+// The bytes of such a value. Throws Error if it is none.
+std::string bytes_of(const Json& text);
+
+// The document, indented, with a line end behind it.
+std::string printed(const Json& document);
+
+// Whether the bytes are UTF-8: shortest forms, no surrogates, nothing above U+10FFFF.
+bool is_utf8(std::string_view bytes);
+
+// RFC 4648, with padding.
+std::string base64(std::string_view bytes);
+
+}  // namespace zor
+
+#endif
