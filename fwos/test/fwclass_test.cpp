@@ -98,41 +98,41 @@ void IgnoreChange(void* /*pObserver*/, void* /*pSubject*/, FwObj* /*pChange*/, v
 
 TEST(FwClass, SendingCreateToTheTreeClassIsProhibited) {
   ExpectAsserts expected({"Class prohibits message"});
-  EXPECT_EQ(Fw_msg_Create(nullptr, &FwTreeClass), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_Create(nullptr, &FwTreeClass));
 }
 
 TEST(FwClass, AProhibitionIsReportedFromTheCacheToo) {
   ExpectAsserts expected({"Class prohibits message", "Class prohibits message"});
-  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, &FwChangeAddClass), nullptr);
-  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, &FwChangeAddClass), nullptr);
+  EXPECT_EQ(nullptr, FwClassFindMethod(_Fw_msg_Create_Handle, &FwChangeAddClass));
+  EXPECT_EQ(nullptr, FwClassFindMethod(_Fw_msg_Create_Handle, &FwChangeAddClass));
 }
 
 TEST(FwClass, AProhibitionStopsTheSearchThroughTheSuperclasses) {
   // FwErrorClass prohibits what FwTreeClass offers.
-  EXPECT_NE(FwClassFindMethod(_Fw_msg_CreateAndLink_Handle, &FwTreeClass), nullptr);
+  EXPECT_NE(nullptr, FwClassFindMethod(_Fw_msg_CreateAndLink_Handle, &FwTreeClass));
   ExpectAsserts expected({"Class prohibits message"});
-  EXPECT_EQ(Fw_msg_CreateAndLink(&FwErrorClass, nullptr, nullptr), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_CreateAndLink(&FwErrorClass, nullptr, nullptr));
 }
 
 TEST(FwClass, InheritanceIsFoundThroughClassesBetween) {
   FwChangeCreate change;
-  ASSERT_EQ(Fw_msg_CreateWith(&change, &FwChangeCreateClass, nullptr), &change);
-  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeCreateClass), 1);
-  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeAddClass), 1);
-  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeMemberShipClass), 1);
-  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwObjectClass), 1);
-  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, &FwChangeRemoveClass), 0);
-  EXPECT_EQ(Fw_msg_classInheritsFrom(&change, nullptr), 0);
+  ASSERT_EQ(&change, Fw_msg_CreateWith(&change, &FwChangeCreateClass, nullptr));
+  EXPECT_EQ(1, Fw_msg_classInheritsFrom(&change, &FwChangeCreateClass));
+  EXPECT_EQ(1, Fw_msg_classInheritsFrom(&change, &FwChangeAddClass));
+  EXPECT_EQ(1, Fw_msg_classInheritsFrom(&change, &FwChangeMemberShipClass));
+  EXPECT_EQ(1, Fw_msg_classInheritsFrom(&change, &FwObjectClass));
+  EXPECT_EQ(0, Fw_msg_classInheritsFrom(&change, &FwChangeRemoveClass));
+  EXPECT_EQ(0, Fw_msg_classInheritsFrom(&change, nullptr));
 }
 
 TEST(FwClass, ASecondDispatchIsServedByTheCache) {
   FwMethod* method = FwClassFindMethod(_Fw_msg_Destroy_Handle, &EmptyClass);
-  ASSERT_NE(method, nullptr);
+  ASSERT_NE(nullptr, method);
   const uint32 hits = fcCacheHits;
   const uint32 misses = fcCacheMisses;
-  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Destroy_Handle, &EmptyClass), method);
-  EXPECT_EQ(fcCacheHits, hits + 1);
-  EXPECT_EQ(fcCacheMisses, misses);
+  EXPECT_EQ(method, FwClassFindMethod(_Fw_msg_Destroy_Handle, &EmptyClass));
+  EXPECT_EQ(hits + 1, fcCacheHits);
+  EXPECT_EQ(misses, fcCacheMisses);
 }
 
 TEST(FwClass, ASubclassAndItsSuperclassAreCachedSeparately) {
@@ -141,8 +141,8 @@ TEST(FwClass, ASubclassAndItsSuperclassAreCachedSeparately) {
   FwMethod* inherited = FwClassFindMethod(_Fw_msg_Destroy_Handle, &FwObjectClass);
   const uint32 misses = fcCacheMisses;
   const uint32 used = fcCacheUsed;
-  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Destroy_Handle, &fresh), inherited);
-  EXPECT_EQ(fcCacheMisses, misses + 1);
+  EXPECT_EQ(inherited, FwClassFindMethod(_Fw_msg_Destroy_Handle, &fresh));
+  EXPECT_EQ(misses + 1, fcCacheMisses);
   EXPECT_LE(fcCacheUsed, used + 1);
   EXPECT_LE(fcCacheUsed, 512u);
 }
@@ -159,8 +159,8 @@ TEST(FwClass, TheCacheNeverAnswersForAnotherPair) {
   ASSERT_NE(ofObject, ofShape);
   for (int round = 0; round < 2; round++) {
     for (std::size_t i = 0; i < classes.size(); i++) {
-      ASSERT_EQ(FwClassFindMethod(_Fw_msg_Destroy_Handle, &classes[i]),
-                i % 2 == 0 ? ofObject : ofShape);
+      ASSERT_EQ(i % 2 == 0 ? ofObject : ofShape,
+                FwClassFindMethod(_Fw_msg_Destroy_Handle, &classes[i]));
     }
   }
   EXPECT_LE(fcCacheUsed, 512u);
@@ -168,83 +168,82 @@ TEST(FwClass, TheCacheNeverAnswersForAnotherPair) {
 
 TEST(FwClass, AllocatingANonHeapClassIsRefused) {
   ExpectAsserts expected({"No memory provided for non heap object"});
-  EXPECT_EQ(FwClassAlloc(&FwChangeClass, ALLOC_MAY_FAIL), nullptr);
+  EXPECT_EQ(nullptr, FwClassAlloc(&FwChangeClass, ALLOC_MAY_FAIL));
 }
 
 TEST(FwClass, AllocatingWhatIsNoClassIsRefused) {
   FwClassRecord broken = FwObjectClass;
   broken.classMagicCookie = 0xdead;
   ExpectAsserts expected({"Not a class", "Not a class"});
-  EXPECT_EQ(FwClassAlloc(nullptr, ALLOC_MAY_FAIL), nullptr);
-  EXPECT_EQ(FwClassAlloc(&broken, ALLOC_MAY_FAIL), nullptr);
+  EXPECT_EQ(nullptr, FwClassAlloc(nullptr, ALLOC_MAY_FAIL));
+  EXPECT_EQ(nullptr, FwClassAlloc(&broken, ALLOC_MAY_FAIL));
 }
 
 TEST(FwClass, FindingAMethodOfWhatIsNoClassIsRefused) {
   FwClassRecord broken = FwObjectClass;
   broken.classMagicCookie = 0;
   ExpectAsserts expected({"Not a class", "Not a class"});
-  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, nullptr), nullptr);
-  EXPECT_EQ(FwClassFindMethod(_Fw_msg_Create_Handle, &broken), nullptr);
+  EXPECT_EQ(nullptr, FwClassFindMethod(_Fw_msg_Create_Handle, nullptr));
+  EXPECT_EQ(nullptr, FwClassFindMethod(_Fw_msg_Create_Handle, &broken));
 }
 
 TEST(FwClass, AMessageThatNoClassKnowsIsNotFound) {
   ExpectAsserts expected({"Message not found"});
-  EXPECT_EQ(FwClassFindMethod(UnknownMessage, &SquareClass), nullptr);
+  EXPECT_EQ(nullptr, FwClassFindMethod(UnknownMessage, &SquareClass));
 }
 
 TEST(FwClass, MessagesAreTheAddressNotTheText) {
   const char copy[] = "Fw_msg_Create";
   ExpectAsserts expected({"Message not found"});
-  EXPECT_EQ(FwClassFindMethod(copy, &FwObjectClass), nullptr);
+  EXPECT_EQ(nullptr, FwClassFindMethod(copy, &FwObjectClass));
 }
 
 TEST(FwClass, AHeapInstanceStartsAllZero) {
   auto* square = static_cast<Square*>(FwClassAlloc(&SquareClass, ALLOC_MUST_SUCCEED));
-  ASSERT_NE(square, nullptr);
-  EXPECT_EQ(square->pClassRecord, nullptr);
-  EXPECT_EQ(square->sides, 0);
-  EXPECT_EQ(square->width, 0);
+  ASSERT_NE(nullptr, square);
+  EXPECT_EQ(nullptr, square->pClassRecord);
+  EXPECT_EQ(0, square->sides);
+  EXPECT_EQ(0, square->width);
   FwMemFree(square);
 }
 
 TEST(FwClass, ConstructorsAndDestructorsRunThroughTheSuperclasses) {
   calls.clear();
   auto* square = static_cast<Square*>(Fw_msg_Create(nullptr, &SquareClass));
-  ASSERT_NE(square, nullptr);
-  EXPECT_EQ(square->pClassRecord, &SquareClass);
-  EXPECT_EQ(square->sides, 4);
-  EXPECT_EQ(square->width, 7);
+  ASSERT_NE(nullptr, square);
+  EXPECT_EQ(&SquareClass, square->pClassRecord);
+  EXPECT_EQ(4, square->sides);
+  EXPECT_EQ(7, square->width);
   Fw_msg_Destroy(square);
-  EXPECT_EQ(calls, (std::vector<std::string>{"create square", "create shape", "destroy shape"}));
+  EXPECT_EQ((std::vector<std::string>{"create square", "create shape", "destroy shape"}), calls);
 }
 
 TEST(FwClass, TheRootConstructsInMemoryOfTheCallersWithoutClearingIt) {
   Shape shape;
   shape.created = 5;
-  EXPECT_EQ(FwClassFindMethodAs<Fw_msg_Create_Fn>(_Fw_msg_Create_Handle, &FwObjectClass)(
-                &shape, &ShapeClass),
-            &shape);
-  EXPECT_EQ(shape.pClassRecord, &ShapeClass);
-  EXPECT_EQ(shape.created, 5);
+  EXPECT_EQ(&shape, FwClassFindMethodAs<Fw_msg_Create_Fn>(_Fw_msg_Create_Handle, &FwObjectClass)(
+                        &shape, &ShapeClass));
+  EXPECT_EQ(&ShapeClass, shape.pClassRecord);
+  EXPECT_EQ(5, shape.created);
 }
 
 TEST(FwClass, TheRootRefusesToAllocateANonHeapInstance) {
   ExpectAsserts expected({"No memory provided for non heap object"});
-  EXPECT_EQ(Fw_msg_Create(nullptr, &FwChangeClass), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_Create(nullptr, &FwChangeClass));
 }
 
 TEST(FwClass, DestroyingANonHeapObjectLeavesItsMemoryAlone) {
   FwChange change;
-  ASSERT_EQ(Fw_msg_Create(&change, &FwChangeClass), &change);
+  ASSERT_EQ(&change, Fw_msg_Create(&change, &FwChangeClass));
   Fw_msg_Destroy(&change);  // freeing the stack would end the program
-  EXPECT_EQ(change.pClassRecord, &FwChangeClass);
+  EXPECT_EQ(&FwChangeClass, change.pClassRecord);
 }
 
 TEST(FwClass, AHeapClassFreesMemoryOfTheCallersAllTheSame) {
   // The flag is on the class: what the caller allocated is gone with the object. A leak is reported
   // if it were not.
   void* memory = FwMemAlloc(sizeof(FwObject), ALLOC_MUST_SUCCEED | INIT_NONE);
-  ASSERT_EQ(Fw_msg_Create(memory, &PlainClass), memory);
+  ASSERT_EQ(memory, Fw_msg_Create(memory, &PlainClass));
   Fw_msg_Destroy(memory);
 }
 
@@ -256,9 +255,9 @@ TEST(FwClass, DestructionIsToldToObserversOfTheClass) {
   FwObj* pObj = Fw_msg_Create(nullptr, &PlainClass);
   const auto address = reinterpret_cast<std::uintptr_t>(pObj);
   Fw_msg_Destroy(pObj);
-  EXPECT_EQ(note.notified, 1);
-  EXPECT_EQ(note.pSubject, subject);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(note.pElement), address);
+  EXPECT_EQ(1, note.notified);
+  EXPECT_EQ(subject, note.pSubject);
+  EXPECT_EQ(address, reinterpret_cast<std::uintptr_t>(note.pElement));
   FwObserveEnd(&observer, nullptr, nullptr);
 }
 
@@ -270,17 +269,17 @@ TEST(FwClass, DestructionNotifiesBeforeItEndsTheObjectsOwnObservations) {
   FwObj* pObj = Fw_msg_Create(nullptr, &PlainClass);
   FwObserveStart(&observer, pObj, &FwChangeClass, IgnoreChange, &note, NoteEnded);
   Fw_msg_Destroy(pObj);
-  EXPECT_EQ(note.order, (std::vector<std::string>{"notified", "ended"}));
+  EXPECT_EQ((std::vector<std::string>{"notified", "ended"}), note.order);
   FwObserveEnd(&observer, nullptr, nullptr);
 }
 
 TEST(FwClass, MessageHandlesHoldTheNameOfTheMessage) {
-  EXPECT_STREQ(_Fw_msg_Create_Handle, "Fw_msg_Create");
-  EXPECT_STREQ(_Fw_msg_Destroy_Handle, "Fw_msg_Destroy");
-  EXPECT_STREQ(_Fw_msg_classInheritsFrom_Handle, "Fw_msg_classInheritsFrom");
-  EXPECT_STREQ(_Fw_msg_EnumerateDescendantsMatching_Handle, "Fw_msg_EnumerateDescendantsMatching");
-  EXPECT_STREQ(_Fw_msg_CreateError_Handle, "Fw_msg_CreateError");
-  EXPECT_STREQ(_Fw_msg_CreateWith_Handle, "Fw_msg_CreateWith");
+  EXPECT_STREQ("Fw_msg_Create", _Fw_msg_Create_Handle);
+  EXPECT_STREQ("Fw_msg_Destroy", _Fw_msg_Destroy_Handle);
+  EXPECT_STREQ("Fw_msg_classInheritsFrom", _Fw_msg_classInheritsFrom_Handle);
+  EXPECT_STREQ("Fw_msg_EnumerateDescendantsMatching", _Fw_msg_EnumerateDescendantsMatching_Handle);
+  EXPECT_STREQ("Fw_msg_CreateError", _Fw_msg_CreateError_Handle);
+  EXPECT_STREQ("Fw_msg_CreateWith", _Fw_msg_CreateWith_Handle);
 }
 
 namespace {
@@ -406,17 +405,17 @@ TEST(FwClass, TheClassesAreAsTheirTableSays) {
   };
   for (const ClassRow& row : rows) {
     SCOPED_TRACE(row.pszName);
-    EXPECT_EQ(row.pClass->classMagicCookie, 0xdeaf);
-    EXPECT_STREQ(row.pClass->pszClassName, row.pszName);
-    EXPECT_EQ(static_cast<std::size_t>(row.pClass->nBytesInInstance), row.nBytes);
-    EXPECT_EQ(row.pClass->pSuperClassRecord, row.pSuper);
-    EXPECT_EQ(row.pClass->flags, row.nonHeap ? FW_CLASS_NON_HEAP : 0u);
+    EXPECT_EQ(0xdeaf, row.pClass->classMagicCookie);
+    EXPECT_STREQ(row.pszName, row.pClass->pszClassName);
+    EXPECT_EQ(row.nBytes, static_cast<std::size_t>(row.pClass->nBytesInInstance));
+    EXPECT_EQ(row.pSuper, row.pClass->pSuperClassRecord);
+    EXPECT_EQ(row.nonHeap ? FW_CLASS_NON_HEAP : 0u, row.pClass->flags);
     const FwIntercept* pRow = row.pClass->pMethodTable;
     for (const MethodRow& method : row.methods) {
-      ASSERT_NE(pRow, nullptr);
-      EXPECT_STREQ(pRow->messageID, method.messageID);
-      EXPECT_EQ(pRow->messageID, method.messageID);
-      EXPECT_EQ(pRow->method == nullptr, method.prohibited);
+      ASSERT_NE(nullptr, pRow);
+      EXPECT_STREQ(method.messageID, pRow->messageID);
+      EXPECT_EQ(method.messageID, pRow->messageID);
+      EXPECT_EQ(method.prohibited, pRow->method == nullptr);
       pRow++;
     }
     EXPECT_TRUE(pRow == nullptr || pRow->messageID == nullptr);

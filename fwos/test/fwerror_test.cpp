@@ -41,30 +41,30 @@ std::string Printed(FwErrorState* pState, uint32* pnResult = nullptr) {
 
 TEST(FwError, AStateStartsClearAndKeepsDetails) {
   FwErrorState err;
-  EXPECT_EQ(err.fAlloc, 1);
-  EXPECT_EQ(err.magic, 0x86752947u);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(err.platformError, 0);
-  EXPECT_EQ(Details(err), "(null)=(null), (null)=(null)");
+  EXPECT_EQ(1, err.fAlloc);
+  EXPECT_EQ(0x86752947u, err.magic);
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(0, err.platformError);
+  EXPECT_EQ("(null)=(null), (null)=(null)", Details(err));
   FwErrorStateAssert(&err);
 }
 
 TEST(FwError, TheFieldsOfAStateAreInTheirOrder) {
-  EXPECT_EQ(offsetof(FwErrorState, fAlloc), 0u);
-  EXPECT_EQ(offsetof(FwErrorState, magic), 4u);
-  EXPECT_EQ(offsetof(FwErrorState, pError), 8u);
-  EXPECT_EQ(offsetof(FwErrorState, platformError), 16u);
-  EXPECT_EQ(offsetof(FwErrorState, items), 24u);
-  EXPECT_EQ(sizeof(FwErrorItem), 16u);
+  EXPECT_EQ(0u, offsetof(FwErrorState, fAlloc));
+  EXPECT_EQ(4u, offsetof(FwErrorState, magic));
+  EXPECT_EQ(8u, offsetof(FwErrorState, pError));
+  EXPECT_EQ(16u, offsetof(FwErrorState, platformError));
+  EXPECT_EQ(24u, offsetof(FwErrorState, items));
+  EXPECT_EQ(16u, sizeof(FwErrorItem));
 }
 
 TEST(FwError, AStateWithoutDetailsStoresTheKindOnly) {
   FwErrorState err;
   err.fAlloc = 0;
   FwErrorSet(&err, fwErrorStringSyntax, 2, FWT("File"), FWT("x"));
-  EXPECT_EQ(err.pError, fwErrorStringSyntax);
-  EXPECT_EQ(Details(err), "(null)=(null), (null)=(null)");
-  EXPECT_EQ(FwErrorClear(&err), fwErrorStringSyntax);
+  EXPECT_EQ(fwErrorStringSyntax, err.pError);
+  EXPECT_EQ("(null)=(null), (null)=(null)", Details(err));
+  EXPECT_EQ(fwErrorStringSyntax, FwErrorClear(&err));
 }
 
 TEST(FwError, DetailsArePrivateCopies) {
@@ -73,7 +73,7 @@ TEST(FwError, DetailsArePrivateCopies) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorNonExistent, 2, FWT(type), FWT(name));
   type[0] = name[0] = '?';
-  EXPECT_EQ(Details(err), "File=x, (null)=(null)");
+  EXPECT_EQ("File=x, (null)=(null)", Details(err));
   FwErrorClear(&err);
 }
 
@@ -82,40 +82,40 @@ TEST(FwError, TheLastSetterWins) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorStringSyntax, 4, FWT("a"), FWT("b"), FWT("c"), FWT("d"));
   FwErrorSet(&err, fwErrorInUse, 2, FWT("File"), FWT("y"));
-  EXPECT_EQ(err.pError, fwErrorInUse);
-  EXPECT_EQ(Details(err), "File=y, (null)=(null)");
+  EXPECT_EQ(fwErrorInUse, err.pError);
+  EXPECT_EQ("File=y, (null)=(null)", Details(err));
   FwErrorClear(&err);
 }
 
 TEST(FwError, ThreeStringsLeaveTheLastNameNull) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorFromCommand, 3, FWT("a"), FWT("b"), FWT("c"));
-  EXPECT_EQ(Details(err), "a=b, c=(null)");
+  EXPECT_EQ("a=b, c=(null)", Details(err));
   FwErrorClear(&err);
 }
 
 TEST(FwError, ANullArgumentLeavesItsPlaceNull) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorFromCommand, 4, FWT("a"), kNone, kNone, FWT("d"));
-  EXPECT_EQ(Details(err), "a=(null), (null)=d");
+  EXPECT_EQ("a=(null), (null)=d", Details(err));
   FwErrorClear(&err);
 }
 
 TEST(FwError, ClearingReturnsTheKindAndEmptiesTheState) {
   FwErrorState err;
   FwPlatformErrorSet(&err, EACCES, 2, FWT("File"), FWT("x"));
-  EXPECT_EQ(err.platformError, EACCES);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorAccessDenied);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(err.platformError, 0);
-  EXPECT_EQ(Details(err), "(null)=(null), (null)=(null)");
-  EXPECT_EQ(err.magic, 0x86752947u);
-  EXPECT_EQ(err.fAlloc, 1);
+  EXPECT_EQ(EACCES, err.platformError);
+  EXPECT_EQ(fwErrorAccessDenied, FwErrorClear(&err));
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(0, err.platformError);
+  EXPECT_EQ("(null)=(null), (null)=(null)", Details(err));
+  EXPECT_EQ(0x86752947u, err.magic);
+  EXPECT_EQ(1, err.fAlloc);
 }
 
 TEST(FwError, ClearingAClearStateChangesNothing) {
   FwErrorState err;
-  EXPECT_EQ(FwErrorClear(&err), nullptr);
+  EXPECT_EQ(nullptr, FwErrorClear(&err));
   FwErrorStateAssert(&err);
 }
 
@@ -123,8 +123,8 @@ TEST(FwError, SettingSuccessIsReportedAndEndsAsABug) {
   FwErrorState err;
   ExpectAsserts expected({"Attempting to set error to FW_SUCCESS"});
   FwErrorSet(&err, nullptr, 2, FWT("File"), FWT("x"));
-  EXPECT_EQ(err.pError, fwErrorBug);
-  EXPECT_EQ(Details(err), "File=x, (null)=(null)");
+  EXPECT_EQ(fwErrorBug, err.pError);
+  EXPECT_EQ("File=x, (null)=(null)", Details(err));
   FwErrorClear(&err);
 }
 
@@ -132,7 +132,7 @@ TEST(FwError, TooManyStringsAreReportedAndFourAreTaken) {
   FwErrorState err;
   ExpectAsserts expected({"Too many strings"});
   FwErrorSet(&err, fwErrorBug, 5, FWT("a"), FWT("b"), FWT("c"), FWT("d"), FWT("e"));
-  EXPECT_EQ(Details(err), "a=b, c=d");
+  EXPECT_EQ("a=b, c=d", Details(err));
   FwErrorClear(&err);
 }
 
@@ -140,10 +140,10 @@ TEST(FwError, TheStatesOwnDetailsMayBeArguments) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorNonExistent, 2, FWT("File"), FWT("x"));
   FwErrorSet(&err, fwErrorAccessDenied, 2, err.items[0].name, err.items[0].type);
-  EXPECT_EQ(Details(err), "x=File, (null)=(null)");
+  EXPECT_EQ("x=File, (null)=(null)", Details(err));
   FwErrorCopy(&err, &err);
-  EXPECT_EQ(err.pError, fwErrorAccessDenied);
-  EXPECT_EQ(Details(err), "x=File, (null)=(null)");
+  EXPECT_EQ(fwErrorAccessDenied, err.pError);
+  EXPECT_EQ("x=File, (null)=(null)", Details(err));
   FwErrorClear(&err);
 }
 
@@ -156,9 +156,9 @@ TEST(FwError, ANullStateIsReportedAndNothingHappens) {
   FwPlatformErrorSet(nullptr, ENOENT, 0);
   FwErrorCopy(nullptr, &err);
   FwErrorCopy(&err, nullptr);
-  EXPECT_EQ(FwErrorClear(nullptr), nullptr);
-  EXPECT_EQ(Printed(nullptr), "");
-  EXPECT_EQ(err.pError, fwErrorBug);
+  EXPECT_EQ(nullptr, FwErrorClear(nullptr));
+  EXPECT_EQ("", Printed(nullptr));
+  EXPECT_EQ(fwErrorBug, err.pError);
 }
 
 TEST(FwError, EachBrokenInvariantHasItsText) {
@@ -214,10 +214,10 @@ TEST(FwError, CopyingHandsOnKindAndDetailsButNotThePlatformError) {
   FwErrorState err;
   FwPlatformErrorSet(&local, ENOENT, 4, FWT("File"), FWT("x"), FWT("Directory"), FWT("y"));
   FwErrorCopy(&err, &local);
-  EXPECT_EQ(local.platformError, 2);
-  EXPECT_EQ(err.platformError, 0);
-  EXPECT_EQ(err.pError, fwErrorNonExistent);
-  EXPECT_EQ(Details(err), "File=x, Directory=y");
+  EXPECT_EQ(2, local.platformError);
+  EXPECT_EQ(0, err.platformError);
+  EXPECT_EQ(fwErrorNonExistent, err.pError);
+  EXPECT_EQ("File=x, Directory=y", Details(err));
   EXPECT_NE(err.items[0].name, local.items[0].name);
   FwErrorClear(&err);
   FwErrorClear(&local);
@@ -232,11 +232,11 @@ TEST(FwError, CopyingFromAStateWithoutDetailsIsReported) {
     ExpectAsserts expected({"not returning full error information to caller"});
     FwErrorCopy(&err, &local);
   }
-  EXPECT_EQ(err.pError, fwErrorBug);
+  EXPECT_EQ(fwErrorBug, err.pError);
   err = FwErrorState{};
   err.fAlloc = 0;
   FwErrorCopy(&err, &local);  // neither keeps details
-  EXPECT_EQ(err.pError, fwErrorBug);
+  EXPECT_EQ(fwErrorBug, err.pError);
 }
 
 TEST(FwError, CopyingAClearStateEndsAsABug) {
@@ -244,15 +244,15 @@ TEST(FwError, CopyingAClearStateEndsAsABug) {
   FwErrorState err;
   ExpectAsserts expected({"Attempting to set error to FW_SUCCESS"});
   FwErrorCopy(&err, &local);
-  EXPECT_EQ(err.pError, fwErrorBug);
+  EXPECT_EQ(fwErrorBug, err.pError);
 }
 
 TEST(FwError, APlatformErrorOfZeroEndsAsABug) {
   FwErrorState err;
   ExpectAsserts expected({"Attempting to set error to FW_SUCCESS"});
   FwPlatformErrorSet(&err, 0, 0);
-  EXPECT_EQ(err.pError, fwErrorBug);
-  EXPECT_EQ(err.platformError, 0);
+  EXPECT_EQ(fwErrorBug, err.pError);
+  EXPECT_EQ(0, err.platformError);
 }
 
 TEST(FwError, PlatformErrorsMapAsTheirTableSays) {
@@ -278,7 +278,7 @@ TEST(FwError, PlatformErrorsMapAsTheirTableSays) {
   };
   for (const Row& row : rows) {
     for (int number : row.numbers)
-      EXPECT_EQ(FwPlatformErrorMap(number), row.pError) << number;
+      EXPECT_EQ(row.pError, FwPlatformErrorMap(number)) << number;
   }
 }
 
@@ -287,26 +287,26 @@ TEST(FwError, AnUnknownPlatformErrorIsTracedAssertedAndUncategorised) {
        {3, 4, 6, 7, 8, 10, 15, 19, 25, 26, 27, 29, 32, 38, 84, 110, 116, 123, 9999, -1}) {
     ExpectTraces traces({"Need to add mapping for platform error " + std::to_string(number)});
     ExpectAsserts expected({"Unable to classify platform error"});
-    EXPECT_EQ(FwPlatformErrorMap(number), fwErrorRoot);
+    EXPECT_EQ(fwErrorRoot, FwPlatformErrorMap(number));
   }
 }
 
 TEST(FwError, APlainFileInAPathIsNotAMissingFile) {
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorNonExistent, FwPlatformErrorMap(ENOTDIR)), 0);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorString, FwPlatformErrorMap(ENOTDIR)), 1);
+  EXPECT_EQ(0, Fw_msg_IsDescendant(fwErrorNonExistent, FwPlatformErrorMap(ENOTDIR)));
+  EXPECT_EQ(1, Fw_msg_IsDescendant(fwErrorString, FwPlatformErrorMap(ENOTDIR)));
 }
 
 TEST(FwError, KindsAreKindsOfTheOnesAbove) {
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorOperationDenied, fwErrorNonExistent), 1);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorRoot, fwErrorNonExistent), 1);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorOperationFailed, fwErrorNonExistent), 0);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorNonExistent, fwErrorOperationDenied), 0);
+  EXPECT_EQ(1, Fw_msg_IsDescendant(fwErrorOperationDenied, fwErrorNonExistent));
+  EXPECT_EQ(1, Fw_msg_IsDescendant(fwErrorRoot, fwErrorNonExistent));
+  EXPECT_EQ(0, Fw_msg_IsDescendant(fwErrorOperationFailed, fwErrorNonExistent));
+  EXPECT_EQ(0, Fw_msg_IsDescendant(fwErrorNonExistent, fwErrorOperationDenied));
 }
 
 TEST(FwError, FailedAllocationsAndProcessesThatCannotStartAreDistinct) {
   EXPECT_NE(static_cast<FwError*>(fwErrorNoMemory), static_cast<FwError*>(fwErrorOutOfMemory));
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorLimit, fwErrorNoMemory), 1);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorLimit, fwErrorOutOfMemory), 0);
+  EXPECT_EQ(1, Fw_msg_IsDescendant(fwErrorLimit, fwErrorNoMemory));
+  EXPECT_EQ(0, Fw_msg_IsDescendant(fwErrorLimit, fwErrorOutOfMemory));
 }
 
 namespace {
@@ -372,11 +372,11 @@ const std::vector<KindRow>& Kinds() {
 }  // namespace
 
 TEST(FwError, TheCatalogueIsAsItsTableSays) {
-  ASSERT_EQ(Kinds().size(), 39u);
+  ASSERT_EQ(39u, Kinds().size());
   for (const KindRow& row : Kinds()) {
-    EXPECT_EQ(row.pError->pClassRecord, &FwErrorClass);
-    EXPECT_EQ(row.pError->pParent, row.pParent) << row.pszFormat;
-    EXPECT_STREQ(FWC(row.pError->ptbzFormat), row.pszFormat);
+    EXPECT_EQ(&FwErrorClass, row.pError->pClassRecord);
+    EXPECT_EQ(row.pParent, row.pError->pParent) << row.pszFormat;
+    EXPECT_STREQ(row.pszFormat, FWC(row.pError->ptbzFormat));
   }
 }
 
@@ -390,20 +390,20 @@ TEST(FwError, KindsAreChildrenInTheOrderOfTheTable) {
     FwObj* pChild = nullptr;
     for (FwObj* pExpected : expected) {
       pChild = Fw_msg_EnumerateChildren(parent.pError, pChild);
-      EXPECT_EQ(pChild, pExpected) << parent.pszFormat;
+      EXPECT_EQ(pExpected, pChild) << parent.pszFormat;
     }
   }
 }
 
 TEST(FwError, AFurtherKindIsMadeInItsOwnStorage) {
   static FwError kind[1];
-  EXPECT_EQ(Fw_msg_CreateError(kind, fwErrorFromCommand, FW_TREE_LINK_LAST, FWT("Error: further")),
-            kind);
-  EXPECT_EQ(kind->pClassRecord, &FwErrorClass);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorCommand, kind), 1);
+  EXPECT_EQ(kind,
+            Fw_msg_CreateError(kind, fwErrorFromCommand, FW_TREE_LINK_LAST, FWT("Error: further")));
+  EXPECT_EQ(&FwErrorClass, kind->pClassRecord);
+  EXPECT_EQ(1, Fw_msg_IsDescendant(fwErrorCommand, kind));
   FwErrorState err;
   FwErrorSet(&err, kind, 0);
-  EXPECT_EQ(Printed(&err), "Error: further, (Error Code: 0)");
+  EXPECT_EQ("Error: further, (Error Code: 0)", Printed(&err));
   fwErrorFromCommand->pChildren = nullptr;
 }
 
@@ -412,41 +412,41 @@ TEST(FwError, AKindThatTheTreeRefusesIsReported) {
   {
     // fwErrorRoot is no child of fwErrorLimit, which has children.
     ExpectAsserts expected({"Invalid tree creation", "Failed to add error"});
-    EXPECT_EQ(Fw_msg_CreateError(kind, fwErrorLimit, fwErrorRoot, FWT("Error: x")), nullptr);
+    EXPECT_EQ(nullptr, Fw_msg_CreateError(kind, fwErrorLimit, fwErrorRoot, FWT("Error: x")));
   }
   ExpectAsserts expected({"No memory provided for non heap object", "Failed to add error"});
-  EXPECT_EQ(Fw_msg_CreateError(nullptr, nullptr, nullptr, FWT("Error: x")), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_CreateError(nullptr, nullptr, nullptr, FWT("Error: x")));
 }
 
 TEST(FwError, AClearStatePrintsNothing) {
   FwErrorState err;
   uint32 nResult = 1;
-  EXPECT_EQ(Printed(&err, &nResult), "");
-  EXPECT_EQ(nResult, 0u);
+  EXPECT_EQ("", Printed(&err, &nResult));
+  EXPECT_EQ(0u, nResult);
 }
 
 TEST(FwError, AnErrorWithoutPlatformCausePrintsCodeZero) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorOperationFailed, 0);
   uint32 nResult = 0;
-  EXPECT_EQ(Printed(&err, &nResult), "Error: Operation failed, (Error Code: 0)");
-  EXPECT_EQ(nResult, 23u);  // of the template alone
+  EXPECT_EQ("Error: Operation failed, (Error Code: 0)", Printed(&err, &nResult));
+  EXPECT_EQ(23u, nResult);  // of the template alone
 }
 
 TEST(FwError, PrintingPutsTheDetailsIntoTheTemplate) {
   FwErrorState err;
   FwPlatformErrorSet(&err, ENOENT, 2, FWT("File"), FWT("/a/b"));
   // A message with two strings marks the end of each for the translation to find.
-  EXPECT_EQ(Printed(&err), "Error: File\b /a/b\b Does not exist, (Error Code: 2)");
+  EXPECT_EQ("Error: File\b /a/b\b Does not exist, (Error Code: 2)", Printed(&err));
   FwErrorClear(&err);
 }
 
 TEST(FwError, MissingDetailsPrintAsNothing) {
   FwErrorState err;
   FwErrorSet(&err, fwErrorFromCommand, 0);
-  EXPECT_EQ(Printed(&err), "Error: \b \b from \b \b, (Error Code: 0)");
+  EXPECT_EQ("Error: \b \b from \b \b, (Error Code: 0)", Printed(&err));
   FwErrorSet(&err, fwErrorStringEmpty, 1, FWT("Name"));
-  EXPECT_EQ(Printed(&err), "Error: Name String parameter empty, (Error Code: 0)");
+  EXPECT_EQ("Error: Name String parameter empty, (Error Code: 0)", Printed(&err));
   FwErrorClear(&err);
 }
 
@@ -455,10 +455,10 @@ TEST(FwError, ThePlatformErrorPrintsAsADecimalNumber) {
   FwStrRecord record;
   FwStrRecordOpen(&record);
   FpPlatformErrorPrintf(&record, &err);
-  EXPECT_EQ(Text(record.pbz), "");
+  EXPECT_EQ("", Text(record.pbz));
   FwPlatformErrorSet(&err, EDQUOT, 0);
   FpPlatformErrorPrintf(&record, &err);
-  EXPECT_EQ(Text(record.pbz), "122");
+  EXPECT_EQ("122", Text(record.pbz));
   FwStrRecordAbandon(&record);
 }
 
@@ -468,6 +468,6 @@ TEST(FwError, MakingTheCatalogueAgainLeavesTheSameTree) {
   int nChildren = 0;
   for (FwObj* p = nullptr; (p = Fw_msg_EnumerateDescendants(fwErrorRoot, p)) != nullptr;)
     nChildren++;
-  EXPECT_EQ(nChildren, 38);
-  EXPECT_EQ(Fw_msg_IsDescendant(fwErrorOperationDenied, fwErrorNonExistent), 1);
+  EXPECT_EQ(38, nChildren);
+  EXPECT_EQ(1, Fw_msg_IsDescendant(fwErrorOperationDenied, fwErrorNonExistent));
 }

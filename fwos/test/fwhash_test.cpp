@@ -126,17 +126,17 @@ const char kDisagree[] =
 }  // namespace
 
 TEST(FwHash, TheFieldsAreInTheirOrder) {
-  EXPECT_EQ(offsetof(FwHashEntry, key), 0u);
-  EXPECT_EQ(offsetof(FwHashEntry, value), 8u);
-  EXPECT_EQ(offsetof(FwHashFunctions, hashFn), 0u);
-  EXPECT_EQ(offsetof(FwHashFunctions, compareFn), 8u);
-  EXPECT_EQ(offsetof(FwHashFunctions, addFn), 16u);
-  EXPECT_EQ(offsetof(FwHashFunctions, removeFn), 24u);
-  EXPECT_EQ(offsetof(FwHashTable, nTableSize), 0u);
-  EXPECT_EQ(offsetof(FwHashTable, nUsedEntries), 4u);
-  EXPECT_EQ(offsetof(FwHashTable, pEntries), 8u);
-  EXPECT_EQ(offsetof(FwHashTable, pLastEntry), 16u);
-  EXPECT_EQ(offsetof(FwHashTable, fns), 24u);
+  EXPECT_EQ(0u, offsetof(FwHashEntry, key));
+  EXPECT_EQ(8u, offsetof(FwHashEntry, value));
+  EXPECT_EQ(0u, offsetof(FwHashFunctions, hashFn));
+  EXPECT_EQ(8u, offsetof(FwHashFunctions, compareFn));
+  EXPECT_EQ(16u, offsetof(FwHashFunctions, addFn));
+  EXPECT_EQ(24u, offsetof(FwHashFunctions, removeFn));
+  EXPECT_EQ(0u, offsetof(FwHashTable, nTableSize));
+  EXPECT_EQ(4u, offsetof(FwHashTable, nUsedEntries));
+  EXPECT_EQ(8u, offsetof(FwHashTable, pEntries));
+  EXPECT_EQ(16u, offsetof(FwHashTable, pLastEntry));
+  EXPECT_EQ(24u, offsetof(FwHashTable, fns));
 }
 
 TEST(FwHash, SizesFollowTheNumberToHold) {
@@ -149,30 +149,30 @@ TEST(FwHash, SizesFollowTheNumberToHold) {
                       {32, 127}, {63, 127}, {64, 255}, {127, 255}, {128, 511}};
   for (const Row& row : rows) {
     Table table(row.nToHold);
-    EXPECT_EQ(table->nTableSize, row.nTableSize) << row.nToHold;
-    EXPECT_EQ(table->nUsedEntries, 0u);
-    EXPECT_EQ(table->pLastEntry, table->pEntries + row.nTableSize - 1);
-    EXPECT_EQ(table.Slots(), Slots(row.nTableSize, 0));
+    EXPECT_EQ(row.nTableSize, table->nTableSize) << row.nToHold;
+    EXPECT_EQ(0u, table->nUsedEntries);
+    EXPECT_EQ(table->pEntries + row.nTableSize - 1, table->pLastEntry);
+    EXPECT_EQ(Slots(row.nTableSize, 0), table.Slots());
   }
 }
 
 TEST(FwHash, AMonstrousSizeIsExhaustion) {
   FwErrorState err;
   // 2^32 - 1 slots of 16 bytes can't be asked for.
-  EXPECT_EQ(FwHashCreateTable(0x7FFFFFFF, nullptr, &err), nullptr);
-  EXPECT_EQ(err.pError, fwErrorNoMemory);
-  EXPECT_EQ(FwHashCreateTable(0x7FFFFFFF, nullptr, nullptr), nullptr);
+  EXPECT_EQ(nullptr, FwHashCreateTable(0x7FFFFFFF, nullptr, &err));
+  EXPECT_EQ(fwErrorNoMemory, err.pError);
+  EXPECT_EQ(nullptr, FwHashCreateTable(0x7FFFFFFF, nullptr, nullptr));
   // Twice this number is 0 in 32 bits.
   Table table(0x80000000);
-  EXPECT_EQ(table->nTableSize, 1u);
+  EXPECT_EQ(1u, table->nTableSize);
 }
 
 TEST(FwHash, NullFunctionsLeaveAllFourNull) {
   Table table(1);
-  EXPECT_EQ(table->fns.hashFn, nullptr);
-  EXPECT_EQ(table->fns.compareFn, nullptr);
-  EXPECT_EQ(table->fns.addFn, nullptr);
-  EXPECT_EQ(table->fns.removeFn, nullptr);
+  EXPECT_EQ(nullptr, table->fns.hashFn);
+  EXPECT_EQ(nullptr, table->fns.compareFn);
+  EXPECT_EQ(nullptr, table->fns.addFn);
+  EXPECT_EQ(nullptr, table->fns.removeFn);
 }
 
 TEST(FwHash, ATableForNothingGrowsFromOneSlot) {
@@ -180,8 +180,8 @@ TEST(FwHash, ATableForNothingGrowsFromOneSlot) {
   const uint32 sizes[] = {1, 3, 7, 7, 15, 15, 15, 15, 31};
   for (std::uintptr_t i = 0; i < std::size(sizes); i++) {
     table.Add(i + 1);
-    EXPECT_EQ(table->nTableSize, sizes[i]) << "after add " << i + 1;
-    EXPECT_EQ(table->nUsedEntries, i + 1);
+    EXPECT_EQ(sizes[i], table->nTableSize) << "after add " << i + 1;
+    EXPECT_EQ(i + 1, table->nUsedEntries);
   }
 }
 
@@ -189,21 +189,21 @@ TEST(FwHash, SevenSlotsHoldAFourthEntryAndGrowForTheFifth) {
   Table table(3);
   for (std::uintptr_t key = 1; key <= 3; key++)
     table.Add(key);
-  EXPECT_EQ(table->nTableSize, 7u);
+  EXPECT_EQ(7u, table->nTableSize);
   table.Add(4);
-  EXPECT_EQ(table->nTableSize, 7u);
+  EXPECT_EQ(7u, table->nTableSize);
   table.Add(5);
-  EXPECT_EQ(table->nTableSize, 15u);
+  EXPECT_EQ(15u, table->nTableSize);
 }
 
 TEST(FwHash, AddingAKnownKeyAtTheLimitGrowsTheTable) {
   Table table(3);
   for (std::uintptr_t key = 1; key <= 4; key++)
     table.Add(key);
-  ASSERT_EQ(table->nTableSize, 7u);
+  ASSERT_EQ(7u, table->nTableSize);
   table.Add(2, 9);
-  EXPECT_EQ(table->nTableSize, 15u);
-  EXPECT_EQ(table->nUsedEntries, 4u);
+  EXPECT_EQ(15u, table->nTableSize);
+  EXPECT_EQ(4u, table->nUsedEntries);
 }
 
 TEST(FwHash, TheDefaultAddKeepsTheFirstKeyAndTakesTheNewValue) {
@@ -213,9 +213,9 @@ TEST(FwHash, TheDefaultAddKeepsTheFirstKeyAndTakesTheNewValue) {
   FwHashEntry* pFirst = FwHashAddEntry(table, first, Key(1), nullptr);
   FwHashEntry* pSecond = FwHashAddEntry(table, second, Key(2), nullptr);
   EXPECT_EQ(pFirst, pSecond);
-  EXPECT_EQ(pSecond->key, first);
-  EXPECT_EQ(pSecond->value, Key(2));
-  EXPECT_EQ(table->nUsedEntries, 1u);
+  EXPECT_EQ(first, pSecond->key);
+  EXPECT_EQ(Key(2), pSecond->value);
+  EXPECT_EQ(1u, table->nUsedEntries);
 }
 
 TEST(FwHash, CollidingKeysTakeTheNextSlots) {
@@ -223,7 +223,7 @@ TEST(FwHash, CollidingKeysTakeTheNextSlots) {
   table.Add(3);
   table.Add(10);
   table.Add(17);
-  EXPECT_EQ(table.Slots(), (Slots{0, 0, 0, 3, 10, 17, 0}));
+  EXPECT_EQ((Slots{0, 0, 0, 3, 10, 17, 0}), table.Slots());
 }
 
 TEST(FwHash, RunsWrapFromTheLastSlotToTheFirst) {
@@ -231,8 +231,8 @@ TEST(FwHash, RunsWrapFromTheLastSlotToTheFirst) {
   table.Add(6);
   table.Add(13);
   table.Add(20);
-  EXPECT_EQ(table.Slots(), (Slots{13, 20, 0, 0, 0, 0, 6}));
-  EXPECT_NE(table.Lookup(20), nullptr);
+  EXPECT_EQ((Slots{13, 20, 0, 0, 0, 0, 6}), table.Slots());
+  EXPECT_NE(nullptr, table.Lookup(20));
 }
 
 TEST(FwHash, RemovingTheMiddleOfARunMovesTheThirdIntoTheHole) {
@@ -240,10 +240,10 @@ TEST(FwHash, RemovingTheMiddleOfARunMovesTheThirdIntoTheHole) {
   table.Add(3, 30);
   table.Add(10, 100);
   table.Add(17, 170);
-  EXPECT_NE(table.Remove(10), 0);
-  EXPECT_EQ(table.Slots(), (Slots{0, 0, 0, 3, 17, 0, 0}));
-  EXPECT_EQ(table.Lookup(17)->value, Key(170));
-  EXPECT_EQ(table->nUsedEntries, 2u);
+  EXPECT_NE(0, table.Remove(10));
+  EXPECT_EQ((Slots{0, 0, 0, 3, 17, 0, 0}), table.Slots());
+  EXPECT_EQ(Key(170), table.Lookup(17)->value);
+  EXPECT_EQ(2u, table->nUsedEntries);
 }
 
 TEST(FwHash, RemovalAtEitherEndKeepsAWrappedRunIntact) {
@@ -252,15 +252,15 @@ TEST(FwHash, RemovalAtEitherEndKeepsAWrappedRunIntact) {
     table.Add(6);
     table.Add(13);
     table.Add(20);
-    EXPECT_NE(table.Remove(6), 0);  // before the edge: both others move back, one over the edge
-    EXPECT_EQ(table.Slots(), (Slots{20, 0, 0, 0, 0, 0, 13}));
+    EXPECT_NE(0, table.Remove(6));  // before the edge: both others move back, one over the edge
+    EXPECT_EQ((Slots{20, 0, 0, 0, 0, 0, 13}), table.Slots());
   }
   Table table(3);
   table.Add(6);
   table.Add(13);
   table.Add(20);
-  EXPECT_NE(table.Remove(20), 0);  // behind the edge: nothing moves
-  EXPECT_EQ(table.Slots(), (Slots{13, 0, 0, 0, 0, 0, 6}));
+  EXPECT_NE(0, table.Remove(20));  // behind the edge: nothing moves
+  EXPECT_EQ((Slots{13, 0, 0, 0, 0, 0, 6}), table.Slots());
 }
 
 TEST(FwHash, RemovalMovesOnlyEntriesThatPassTheHole) {
@@ -269,10 +269,10 @@ TEST(FwHash, RemovalMovesOnlyEntriesThatPassTheHole) {
   Table table(7);
   for (std::uintptr_t key : {4, 5, 19, 7, 20})
     table.Add(key);
-  ASSERT_EQ(table.Slots(), (Slots{0, 0, 0, 0, 4, 5, 19, 7, 20, 0, 0, 0, 0, 0, 0}));
+  ASSERT_EQ((Slots{0, 0, 0, 0, 4, 5, 19, 7, 20, 0, 0, 0, 0, 0, 0}), table.Slots());
   // The hole at 4 takes 19 (its ideal slot), the hole at 6 then takes 20; 5 and 7 stay.
   table.Remove(4);
-  EXPECT_EQ(table.Slots(), (Slots{0, 0, 0, 0, 19, 5, 20, 7, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ((Slots{0, 0, 0, 0, 19, 5, 20, 7, 0, 0, 0, 0, 0, 0, 0}), table.Slots());
 }
 
 TEST(FwHash, RemovalAcrossTheEdgeMovesWhatWrapped) {
@@ -280,40 +280,40 @@ TEST(FwHash, RemovalAcrossTheEdgeMovesWhatWrapped) {
   Table table(7);
   for (std::uintptr_t key : {13, 14, 28, 1, 29})
     table.Add(key);
-  ASSERT_EQ(table.Slots(), (Slots{28, 1, 29, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 13, 14}));
+  ASSERT_EQ((Slots{28, 1, 29, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 13, 14}), table.Slots());
   // The hole at 14 is passed by 28 on its way from 13 to 0 (hole at 0 then), not by 1; 29 comes
   // from 14 and passes the hole at 0.
   table.Remove(14);
-  EXPECT_EQ(table.Slots(), (Slots{29, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 13, 28}));
+  EXPECT_EQ((Slots{29, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 13, 28}), table.Slots());
 }
 
 TEST(FwHash, RemovingAnAbsentKeyIsNoError) {
   FwErrorState err;
   Table table(3);
-  EXPECT_EQ(FwHashRemoveEntry(table, Key(1), &err), 0);
+  EXPECT_EQ(0, FwHashRemoveEntry(table, Key(1), &err));
   table.Add(1);
-  EXPECT_EQ(FwHashRemoveEntry(table, Key(8), &err), 0);  // same slot
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(table->nUsedEntries, 1u);
+  EXPECT_EQ(0, FwHashRemoveEntry(table, Key(8), &err));  // same slot
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(1u, table->nUsedEntries);
 }
 
 TEST(FwHash, ATableNeverShrinks) {
   Table table(0);
   for (std::uintptr_t key = 1; key <= 9; key++)
     table.Add(key);
-  ASSERT_EQ(table->nTableSize, 31u);
+  ASSERT_EQ(31u, table->nTableSize);
   for (std::uintptr_t key = 1; key <= 9; key++)
-    EXPECT_NE(table.Remove(key), 0);
-  EXPECT_EQ(table->nTableSize, 31u);
-  EXPECT_EQ(FwHashIsEmpty(table), 0);
+    EXPECT_NE(0, table.Remove(key));
+  EXPECT_EQ(31u, table->nTableSize);
+  EXPECT_EQ(0, FwHashIsEmpty(table));
 }
 
 TEST(FwHash, RemovingFromASingleSlotEmptiesIt) {
   Table table(0);
   table.Add(5);
-  EXPECT_NE(table.Remove(5), 0);
-  EXPECT_EQ(table->nTableSize, 1u);
-  EXPECT_EQ(table.Slots(), (Slots{0}));
+  EXPECT_NE(0, table.Remove(5));
+  EXPECT_EQ(1u, table->nTableSize);
+  EXPECT_EQ((Slots{0}), table.Slots());
 }
 
 // The moment of growing and the order of slots are what a script's order of lines comes from.
@@ -322,12 +322,12 @@ TEST(FwHash, SixtyFourEntriesFitInto127Slots) {
   Table table(63);
   for (std::uintptr_t key = 1; key <= 64; key++)
     table.Add(key * 3 % 127 + 127);  // ideal slots 3, 6, 9 ... 126, 2, 5 ...
-  EXPECT_EQ(table->nTableSize, 127u);
-  EXPECT_EQ(table->nUsedEntries, 64u);
-  EXPECT_EQ(table.SlotOf(3 + 127), 3);
-  EXPECT_EQ(table.SlotOf(126 + 127), 126);  // the 42nd
-  EXPECT_EQ(table.SlotOf(2 + 127), 2);      // the 43rd: 129 % 127
-  EXPECT_EQ(table.SlotOf(65 + 127), 65);    // the 64th: 192 % 127
+  EXPECT_EQ(127u, table->nTableSize);
+  EXPECT_EQ(64u, table->nUsedEntries);
+  EXPECT_EQ(3, table.SlotOf(3 + 127));
+  EXPECT_EQ(126, table.SlotOf(126 + 127));  // the 42nd
+  EXPECT_EQ(2, table.SlotOf(2 + 127));      // the 43rd: 129 % 127
+  EXPECT_EQ(65, table.SlotOf(65 + 127));    // the 64th: 192 % 127
 }
 
 TEST(FwHash, TheSixtyFifthAddDoublesTheTableAndPlacesAnewInSlotOrder) {
@@ -336,44 +336,44 @@ TEST(FwHash, TheSixtyFifthAddDoublesTheTableAndPlacesAnewInSlotOrder) {
   table.Add(381);
   table.Add(254);
   table.Add(1);
-  ASSERT_EQ(table.SlotOf(381), 0);
-  ASSERT_EQ(table.SlotOf(254), 1);
-  ASSERT_EQ(table.SlotOf(1), 2);
+  ASSERT_EQ(0, table.SlotOf(381));
+  ASSERT_EQ(1, table.SlotOf(254));
+  ASSERT_EQ(2, table.SlotOf(1));
   for (std::uintptr_t key = 20; key <= 80; key++)
     table.Add(key);
-  ASSERT_EQ(table->nUsedEntries, 64u);
-  ASSERT_EQ(table->nTableSize, 127u);
+  ASSERT_EQ(64u, table->nUsedEntries);
+  ASSERT_EQ(127u, table->nTableSize);
   table.Add(100);
-  EXPECT_EQ(table->nTableSize, 255u);
-  EXPECT_EQ(table->nUsedEntries, 65u);
-  EXPECT_EQ(table.SlotOf(381), 126);  // 381 - 255
-  EXPECT_EQ(table.SlotOf(254), 254);
-  EXPECT_EQ(table.SlotOf(1), 1);
-  EXPECT_EQ(table.SlotOf(20), 20);
-  EXPECT_EQ(table.SlotOf(80), 80);
-  EXPECT_EQ(table.SlotOf(100), 100);
+  EXPECT_EQ(255u, table->nTableSize);
+  EXPECT_EQ(65u, table->nUsedEntries);
+  EXPECT_EQ(126, table.SlotOf(381));  // 381 - 255
+  EXPECT_EQ(254, table.SlotOf(254));
+  EXPECT_EQ(1, table.SlotOf(1));
+  EXPECT_EQ(20, table.SlotOf(20));
+  EXPECT_EQ(80, table.SlotOf(80));
+  EXPECT_EQ(100, table.SlotOf(100));
 }
 
 TEST(FwHash, GrowingReordersEntriesThatCollideBySlotNotByAge) {
   Table table(1);  // 3 slots
   table.Add(8);    // slot 2
   table.Add(1);    // slot 1
-  ASSERT_EQ(table.Slots(), (Slots{0, 1, 8}));
+  ASSERT_EQ((Slots{0, 1, 8}), table.Slots());
   // 7 slots: 1 comes first in slot order and takes slot 1, which is also the slot of 8.
   table.Add(3);
-  EXPECT_EQ(table.Slots(), (Slots{0, 1, 8, 3, 0, 0, 0}));
+  EXPECT_EQ((Slots{0, 1, 8, 3, 0, 0, 0}), table.Slots());
 }
 
 TEST(FwHash, AKnownKeyAtSixtyFourEntriesGrowsAndReorders) {
   Table table(63);
   for (std::uintptr_t key = 127; key < 127 + 64; key++)
     table.Add(key);  // slots 0 to 63
-  ASSERT_EQ(table.SlotOf(127), 0);
+  ASSERT_EQ(0, table.SlotOf(127));
   table.Add(127, 1);
-  EXPECT_EQ(table->nTableSize, 255u);
-  EXPECT_EQ(table->nUsedEntries, 64u);
-  EXPECT_EQ(table.SlotOf(127), 127);
-  EXPECT_EQ(table.SlotOf(190), 190);
+  EXPECT_EQ(255u, table->nTableSize);
+  EXPECT_EQ(64u, table->nUsedEntries);
+  EXPECT_EQ(127, table.SlotOf(127));
+  EXPECT_EQ(190, table.SlotOf(190));
 }
 
 TEST(FwHash, AHundredAndThirtyEntriesGrowTwice) {
@@ -388,14 +388,14 @@ TEST(FwHash, AHundredAndThirtyEntriesGrowTwice) {
     }
   }
   // 127 is not above 2 x 64, 255 is not above 2 x 128.
-  EXPECT_EQ(grown_at, (std::vector<uint32>{65, 129}));
-  EXPECT_EQ(size, 511u);
-  EXPECT_EQ(table->nUsedEntries, 130u);
+  EXPECT_EQ((std::vector<uint32>{65, 129}), grown_at);
+  EXPECT_EQ(511u, size);
+  EXPECT_EQ(130u, table->nUsedEntries);
   // 5 .. 510 lie in their own slots; 515 .. 650 belong to 4, 9 .. 139, which are free.
-  EXPECT_EQ(table.SlotOf(5), 5);
-  EXPECT_EQ(table.SlotOf(510), 510);
-  EXPECT_EQ(table.SlotOf(515), 4);
-  EXPECT_EQ(table.SlotOf(650), 139);
+  EXPECT_EQ(5, table.SlotOf(5));
+  EXPECT_EQ(510, table.SlotOf(510));
+  EXPECT_EQ(4, table.SlotOf(515));
+  EXPECT_EQ(139, table.SlotOf(650));
 }
 
 TEST(FwHash, StringsLieInTheSlotsOfTheirHashes) {
@@ -414,39 +414,39 @@ TEST(FwHash, StringsLieInTheSlotsOfTheirHashes) {
       {"HOME", 80},              // 0x48, 0x4cf, 0x4d3d, 0x4d415 = 316437 = 2491 x 127 + 80
   };
   for (const Row& row : rows) {
-    ASSERT_NE(FwHashAddEntry(table, FWT(row.key), FWT("value"), nullptr), nullptr);
-    EXPECT_EQ(StringSlot(table, row.key), row.slot) << row.key;
+    ASSERT_NE(nullptr, FwHashAddEntry(table, FWT(row.key), FWT("value"), nullptr));
+    EXPECT_EQ(row.slot, StringSlot(table, row.key)) << row.key;
   }
-  EXPECT_EQ(Strings(table),
-            (std::vector<std::string>{"", "bR", "A0", "A1", "B!", "HOME", "a", "ab"}));
+  EXPECT_EQ((std::vector<std::string>{"", "bR", "A0", "A1", "B!", "HOME", "a", "ab"}),
+            Strings(table));
 }
 
 TEST(FwHash, LookupOnAnEmptyTableCallsNoHashFunction) {
   Table table(8, &CountingFunctions);
   hash_calls = 0;
-  EXPECT_EQ(table.Lookup(1), nullptr);
-  EXPECT_EQ(hash_calls, 0);
+  EXPECT_EQ(nullptr, table.Lookup(1));
+  EXPECT_EQ(0, hash_calls);
 }
 
 TEST(FwHash, LookupOfAnAbsentKeyLeavesTheErrorStateAlone) {
   FwErrorState err;
   Table table(3);
   table.Add(1);
-  EXPECT_EQ(FwHashLookupEntry(table, Key(8), &err), nullptr);
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, FwHashLookupEntry(table, Key(8), &err));
+  EXPECT_EQ(nullptr, err.pError);
 }
 
 TEST(FwHash, AMatchHashesBothKeysAgainButIdenticalPointersAreNotCompared) {
   Table table(8, &CountingFunctions);
   table.Add(5);
   hash_calls = compare_calls = 0;
-  EXPECT_NE(table.Lookup(5), nullptr);
-  EXPECT_EQ(hash_calls, 3);
-  EXPECT_EQ(compare_calls, 0);
+  EXPECT_NE(nullptr, table.Lookup(5));
+  EXPECT_EQ(3, hash_calls);
+  EXPECT_EQ(0, compare_calls);
   hash_calls = 0;
-  EXPECT_EQ(table.Lookup(5 + 31), nullptr);  // the same slot, another key
-  EXPECT_EQ(hash_calls, 1);
-  EXPECT_EQ(compare_calls, 1);
+  EXPECT_EQ(nullptr, table.Lookup(5 + 31));  // the same slot, another key
+  EXPECT_EQ(1, hash_calls);
+  EXPECT_EQ(1, compare_calls);
 }
 
 TEST(FwHash, TheCheckOfTheWholeTableComparesEachOtherEntry) {
@@ -455,7 +455,7 @@ TEST(FwHash, TheCheckOfTheWholeTableComparesEachOtherEntry) {
     table.Add(key);
   compare_calls = 0;
   table.Add(6);
-  EXPECT_EQ(compare_calls, 5);
+  EXPECT_EQ(5, compare_calls);
 }
 
 TEST(FwHash, APairDeclaredConsistentIsNotCheckedAtEachAdd) {
@@ -466,24 +466,24 @@ TEST(FwHash, APairDeclaredConsistentIsNotCheckedAtEachAdd) {
     table.Add(key);
   compare_calls = 0;
   table.Add(6);
-  EXPECT_EQ(compare_calls, 0);
+  EXPECT_EQ(0, compare_calls);
   // Slots and growth are those of any other table.
-  EXPECT_EQ(table->nUsedEntries, 6u);
-  EXPECT_EQ(table.SlotOf(6), 6);
+  EXPECT_EQ(6u, table->nUsedEntries);
+  EXPECT_EQ(6, table.SlotOf(6));
 }
 
 TEST(FwHash, OnlyTheCopyingStringFunctionsAreDeclaredConsistent) {
-  EXPECT_EQ(FwHash_StringFunctions.fConsistentPair, 0);
-  EXPECT_NE(FwHash_StringCopyFunctions.fConsistentPair, 0);
+  EXPECT_EQ(0, FwHash_StringFunctions.fConsistentPair);
+  EXPECT_NE(0, FwHash_StringCopyFunctions.fConsistentPair);
 }
 
 TEST(FwHash, IsEmptyGivesTheNumberOfEntries) {
   Table table(8);
-  EXPECT_EQ(FwHashIsEmpty(table), 0);
+  EXPECT_EQ(0, FwHashIsEmpty(table));
   table.Add(1);
   table.Add(2);
   table.Add(3);
-  EXPECT_EQ(FwHashIsEmpty(table), 3);
+  EXPECT_EQ(3, FwHashIsEmpty(table));
 }
 
 TEST(FwHash, StringHashesAreAsTheirTableSays) {
@@ -506,20 +506,20 @@ TEST(FwHash, StringHashesAreAsTheirTableSays) {
       {"pqrs", 0x77893, 0x77893, 2467448834},
   };
   for (const Row& row : rows) {
-    EXPECT_EQ(FwHash_StringHashFunction(FWT(row.text)), row.hash) << row.text;
-    EXPECT_EQ(FwHash_StringHashFunction_original(FWT(row.text)), row.original) << row.text;
-    EXPECT_EQ(FwHash_StringHashFunction_65599(FWT(row.text)), row.by65599) << row.text;
+    EXPECT_EQ(row.hash, FwHash_StringHashFunction(FWT(row.text))) << row.text;
+    EXPECT_EQ(row.original, FwHash_StringHashFunction_original(FWT(row.text))) << row.text;
+    EXPECT_EQ(row.by65599, FwHash_StringHashFunction_65599(FWT(row.text))) << row.text;
   }
 }
 
 TEST(FwHash, StringsCompareByContentAndNullEqualsNothing) {
   char a[] = "x";
   char b[] = "x";
-  EXPECT_EQ(FwHash_StringCompareFunction(a, b), 1);
-  EXPECT_EQ(FwHash_StringCompareFunction(a, FWT("y")), 0);
-  EXPECT_EQ(FwHash_StringCompareFunction(a, FWT("xx")), 0);
-  EXPECT_EQ(FwHash_StringCompareFunction(nullptr, a), 0);
-  EXPECT_EQ(FwHash_StringCompareFunction(a, nullptr), 0);
+  EXPECT_EQ(1, FwHash_StringCompareFunction(a, b));
+  EXPECT_EQ(0, FwHash_StringCompareFunction(a, FWT("y")));
+  EXPECT_EQ(0, FwHash_StringCompareFunction(a, FWT("xx")));
+  EXPECT_EQ(0, FwHash_StringCompareFunction(nullptr, a));
+  EXPECT_EQ(0, FwHash_StringCompareFunction(a, nullptr));
 }
 
 TEST(FwHash, NullArgumentsAreTracedAndAreErrors) {
@@ -528,58 +528,58 @@ TEST(FwHash, NullArgumentsAreTracedAndAreErrors) {
   {
     ExpectTraces traces({"FwHashAddEntry: NULL pTable", "FwHashAddEntry: NULL key",
                          "FwHashAddEntry: NULL pTable", "FwHashAddEntry: NULL key"});
-    EXPECT_EQ(FwHashAddEntry(nullptr, Key(1), nullptr, &err), nullptr);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashAddEntry(table, nullptr, nullptr, &err), nullptr);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashAddEntry(nullptr, nullptr, nullptr, nullptr), nullptr);
+    EXPECT_EQ(nullptr, FwHashAddEntry(nullptr, Key(1), nullptr, &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(nullptr, FwHashAddEntry(table, nullptr, nullptr, &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(nullptr, FwHashAddEntry(nullptr, nullptr, nullptr, nullptr));
   }
   {
     ExpectTraces traces({"FwHashLookupEntry: NULL pTable", "FwHashLookupEntry: NULL key",
                          "FwHashLookupEntry: NULL pTable", "FwHashLookupEntry: NULL key"});
-    EXPECT_EQ(FwHashLookupEntry(nullptr, Key(1), &err), nullptr);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashLookupEntry(table, nullptr, &err), nullptr);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashLookupEntry(nullptr, nullptr, nullptr), nullptr);
+    EXPECT_EQ(nullptr, FwHashLookupEntry(nullptr, Key(1), &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(nullptr, FwHashLookupEntry(table, nullptr, &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(nullptr, FwHashLookupEntry(nullptr, nullptr, nullptr));
   }
   {
     ExpectTraces traces({"FwHashRemoveEntry: NULL pTable", "FwHashRemoveEntry: NULL key",
                          "FwHashRemoveEntry: NULL pTable", "FwHashRemoveEntry: NULL key"});
-    EXPECT_EQ(FwHashRemoveEntry(nullptr, Key(1), &err), 0);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashRemoveEntry(table, nullptr, &err), 0);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashRemoveEntry(nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(0, FwHashRemoveEntry(nullptr, Key(1), &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(0, FwHashRemoveEntry(table, nullptr, &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(0, FwHashRemoveEntry(nullptr, nullptr, nullptr));
   }
   const auto go_on = [](FwHashEntry*, void*, FwErrorState*) -> int32 { return 1; };
   {
     ExpectTraces traces(
         {"FwHashIterateTable: NULL pTable", "FwHashIterateTable: NULL iterationFn"});
-    EXPECT_EQ(FwHashEnumerateEntries(nullptr, go_on, nullptr, &err), 0);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-    EXPECT_EQ(FwHashEnumerateEntries(table, nullptr, nullptr, &err), 0);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
+    EXPECT_EQ(0, FwHashEnumerateEntries(nullptr, go_on, nullptr, &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+    EXPECT_EQ(0, FwHashEnumerateEntries(table, nullptr, nullptr, &err));
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
   }
   {
     ExpectTraces traces({"FwHashRehashTable: NULL pTable", "FwHashRehashTable: NULL rehashFn"});
     FwHashRehashTable(nullptr, nullptr, nullptr, &err);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
+    EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
   }
   {
     FwHashTable broken = {};
     ExpectAsserts expected({"FwHashIterateTable: NULL pTable->pEntries"});
-    EXPECT_EQ(FwHashEnumerateEntries(&broken, go_on, nullptr, &err), 0);
+    EXPECT_EQ(0, FwHashEnumerateEntries(&broken, go_on, nullptr, &err));
   }
 }
 
 TEST(FwHash, FreeingANullTableDoesNothingAndFreeingLeavesNull) {
   FwHashTable* pTable = nullptr;
   FwHashFreeTable(&pTable);
-  EXPECT_EQ(pTable, nullptr);
+  EXPECT_EQ(nullptr, pTable);
   pTable = FwHashCreateTable(1, nullptr, nullptr);
   FwHashFreeTable(&pTable);
-  EXPECT_EQ(pTable, nullptr);
+  EXPECT_EQ(nullptr, pTable);
   ExpectAsserts expected({"FwHashFreeTable: NULL ppTable"});
   FwHashFreeTable(nullptr);
 }
@@ -591,7 +591,7 @@ TEST(FwHash, FreeingRemovesEachEntryInSlotOrder) {
     FwHashAddEntry(pTable, Key(key), nullptr, nullptr);
   removed.clear();
   FwHashFreeTable(&pTable);
-  EXPECT_EQ(removed, (Slots{2, 9, 5}));
+  EXPECT_EQ((Slots{2, 9, 5}), removed);
 }
 
 TEST(FwHash, RemovingCallsTheRemoveFunctionOnce) {
@@ -601,9 +601,9 @@ TEST(FwHash, RemovingCallsTheRemoveFunctionOnce) {
   table.Add(10);
   removed.clear();
   table.Remove(3);
-  EXPECT_EQ(removed, (Slots{3}));
+  EXPECT_EQ((Slots{3}), removed);
   table.Remove(3);
-  EXPECT_EQ(removed, (Slots{3}));
+  EXPECT_EQ((Slots{3}), removed);
 }
 
 TEST(FwHash, GrowingCallsNeitherAddNorRemoveFunction) {
@@ -613,8 +613,8 @@ TEST(FwHash, GrowingCallsNeitherAddNorRemoveFunction) {
   table.Add(1, 1);
   table.Add(2, 2);
   table.Add(3, 3);
-  EXPECT_EQ(table->nTableSize, 7u);
-  EXPECT_EQ(table->nUsedEntries, 3u);
+  EXPECT_EQ(7u, table->nTableSize);
+  EXPECT_EQ(3u, table->nUsedEntries);
   EXPECT_TRUE(removed.empty());
 }
 
@@ -623,10 +623,10 @@ TEST(FwHash, AnAddThatFailsLeavesTheSlotEmptyAndItsOwnError) {
   Table table(3, &functions);
   FwErrorState err;
   fail_add_leaves_key = 0;
-  EXPECT_EQ(FwHashAddEntry(table, Key(1), nullptr, &err), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorBug);
-  EXPECT_EQ(table->nUsedEntries, 0u);
-  EXPECT_EQ(table.Slots(), Slots(7, 0));
+  EXPECT_EQ(nullptr, FwHashAddEntry(table, Key(1), nullptr, &err));
+  EXPECT_EQ(fwErrorBug, FwErrorClear(&err));
+  EXPECT_EQ(0u, table->nUsedEntries);
+  EXPECT_EQ(Slots(7, 0), table.Slots());
 }
 
 TEST(FwHash, AnAddThatFailsButLeavesItsKeyIsTraced) {
@@ -635,8 +635,8 @@ TEST(FwHash, AnAddThatFailsButLeavesItsKeyIsTraced) {
   fail_add_leaves_key = 1;
   ExpectTraces traces(
       {"FwHashAddEntry: ERROR - Failed to add new entry but table entry key value not NULL"});
-  EXPECT_EQ(table.Add(1, 0), nullptr);
-  EXPECT_EQ(table.Slots(), Slots(7, 0));
+  EXPECT_EQ(nullptr, table.Add(1, 0));
+  EXPECT_EQ(Slots(7, 0), table.Slots());
   fail_add_leaves_key = 0;
 }
 
@@ -645,9 +645,9 @@ TEST(FwHash, AFailedAddToAKnownKeyKeepsTheEntry) {
   Table table(3, &functions);
   fail_add_leaves_key = 0;
   table.Add(1, 5);
-  EXPECT_EQ(table.Add(1, 0), nullptr);
-  EXPECT_EQ(table->nUsedEntries, 1u);
-  EXPECT_EQ(table.Lookup(1)->value, Key(5));
+  EXPECT_EQ(nullptr, table.Add(1, 0));
+  EXPECT_EQ(1u, table->nUsedEntries);
+  EXPECT_EQ(Key(5), table.Lookup(1)->value);
 }
 
 TEST(FwHash, AfterAFailedAddTheCheckComparesWithNull) {
@@ -657,8 +657,8 @@ TEST(FwHash, AfterAFailedAddTheCheckComparesWithNull) {
   table.Add(1, 5);
   table.Add(2, 5);
   null_compares = 0;
-  EXPECT_EQ(table.Add(3, 0), nullptr);
-  EXPECT_EQ(null_compares, 2);
+  EXPECT_EQ(nullptr, table.Add(3, 0));
+  EXPECT_EQ(2, null_compares);
 }
 
 TEST(FwHash, DisagreeingFunctionsAreTraced) {
@@ -698,7 +698,7 @@ TEST(FwHash, EquivalentKeysOfDifferentHashAreAsserted) {
   table.Add(1);
   // 8 belongs to slot 1, too, where all keys are equal.
   ExpectAsserts expected({"FcHashFindEntry: Error - equivalent keys give different hash values"});
-  EXPECT_NE(table.Lookup(8), nullptr);
+  EXPECT_NE(nullptr, table.Lookup(8));
 }
 
 TEST(FwHash, GrowingATableOfEquivalentKeysDropsThem) {
@@ -716,8 +716,8 @@ TEST(FwHash, GrowingATableOfEquivalentKeysDropsThem) {
        "give the same hash value"});
   ExpectTraces traces({"FwHashAddEntry: entries 5 and 1 are equivalent", kDisagree});
   table.Add(5);
-  EXPECT_EQ(table.Slots(), (Slots{0, 1, 0, 0, 0, 5, 0}));
-  EXPECT_EQ(table->nUsedEntries, 2u);
+  EXPECT_EQ((Slots{0, 1, 0, 0, 0, 5, 0}), table.Slots());
+  EXPECT_EQ(2u, table->nUsedEntries);
 }
 
 TEST(FwHash, EnumerationVisitsInSlotOrderAndMayChangeValues) {
@@ -725,17 +725,16 @@ TEST(FwHash, EnumerationVisitsInSlotOrderAndMayChangeValues) {
   for (std::uintptr_t key : {5, 2, 9})
     table.Add(key);
   Slots visited;
-  EXPECT_EQ(FwHashEnumerateEntries(
-                table,
-                [](FwHashEntry* pEntry, void* pContext, FwErrorState*) -> int32 {
-                  static_cast<Slots*>(pContext)->push_back(Number(pEntry->key));
-                  pEntry->value = Key(1);
-                  return 1;
-                },
-                &visited, nullptr),
-            1);
-  EXPECT_EQ(visited, (Slots{2, 9, 5}));
-  EXPECT_EQ(table.Lookup(9)->value, Key(1));
+  EXPECT_EQ(1, FwHashEnumerateEntries(
+                   table,
+                   [](FwHashEntry* pEntry, void* pContext, FwErrorState*) -> int32 {
+                     static_cast<Slots*>(pContext)->push_back(Number(pEntry->key));
+                     pEntry->value = Key(1);
+                     return 1;
+                   },
+                   &visited, nullptr));
+  EXPECT_EQ((Slots{2, 9, 5}), visited);
+  EXPECT_EQ(Key(1), table.Lookup(9)->value);
 }
 
 TEST(FwHash, AZeroResultStopsTheEnumeration) {
@@ -744,24 +743,22 @@ TEST(FwHash, AZeroResultStopsTheEnumeration) {
     table.Add(key);
   FwErrorState err;
   Slots visited;
-  EXPECT_EQ(FwHashEnumerateEntries(
-                table,
-                [](FwHashEntry* pEntry, void* pContext, FwErrorState*) -> int32 {
-                  static_cast<Slots*>(pContext)->push_back(Number(pEntry->key));
-                  return pEntry->key == Key(9) ? 0 : 1;
-                },
-                &visited, &err),
-            0);
-  EXPECT_EQ(visited, (Slots{2, 9}));
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(0, FwHashEnumerateEntries(
+                   table,
+                   [](FwHashEntry* pEntry, void* pContext, FwErrorState*) -> int32 {
+                     static_cast<Slots*>(pContext)->push_back(Number(pEntry->key));
+                     return pEntry->key == Key(9) ? 0 : 1;
+                   },
+                   &visited, &err));
+  EXPECT_EQ((Slots{2, 9}), visited);
+  EXPECT_EQ(nullptr, err.pError);
 }
 
 TEST(FwHash, EnumeratingAnEmptyTableIsComplete) {
   Table table(3);
-  EXPECT_EQ(
-      FwHashEnumerateEntries(
-          table, [](FwHashEntry*, void*, FwErrorState*) -> int32 { return 0; }, nullptr, nullptr),
-      1);
+  EXPECT_EQ(1, FwHashEnumerateEntries(
+                   table, [](FwHashEntry*, void*, FwErrorState*) -> int32 { return 0; }, nullptr,
+                   nullptr));
 }
 
 TEST(FwHash, RehashingGivesNewKeysInATableOfTheSameSize) {
@@ -776,11 +773,11 @@ TEST(FwHash, RehashingGivesNewKeysInATableOfTheSameSize) {
         return pNew->key;
       },
       nullptr, nullptr);
-  EXPECT_EQ(table->nTableSize, 7u);
-  EXPECT_EQ(table->nUsedEntries, 3u);
-  EXPECT_EQ(table.Slots(), (Slots{0, 0, 0, 38, 39, 40, 0}));
-  EXPECT_EQ(table.Lookup(39)->value, Key(20));
-  EXPECT_EQ(table.Lookup(2), nullptr);
+  EXPECT_EQ(7u, table->nTableSize);
+  EXPECT_EQ(3u, table->nUsedEntries);
+  EXPECT_EQ((Slots{0, 0, 0, 38, 39, 40, 0}), table.Slots());
+  EXPECT_EQ(Key(20), table.Lookup(39)->value);
+  EXPECT_EQ(nullptr, table.Lookup(2));
 }
 
 TEST(FwHash, RehashingDropsWhatGetsNoKey) {
@@ -796,8 +793,8 @@ TEST(FwHash, RehashingDropsWhatGetsNoKey) {
         return pOld->key == Key(2) ? nullptr : pOld->key;
       },
       nullptr, nullptr);
-  EXPECT_EQ(table.Slots(), (Slots{0, 1, 0, 3, 0, 0, 0}));
-  EXPECT_EQ(table->nUsedEntries, 2u);
+  EXPECT_EQ((Slots{0, 1, 0, 3, 0, 0, 0}), table.Slots());
+  EXPECT_EQ(2u, table->nUsedEntries);
   EXPECT_TRUE(removed.empty());
 }
 
@@ -816,8 +813,8 @@ TEST(FwHash, RehashingToEquivalentKeysIsAsserted) {
         return pNew->key;
       },
       nullptr, nullptr);
-  EXPECT_EQ(table.Slots(), (Slots{0, 1, 0, 3, 0, 0, 0}));
-  EXPECT_EQ(table->nUsedEntries, 2u);
+  EXPECT_EQ((Slots{0, 1, 0, 3, 0, 0, 0}), table.Slots());
+  EXPECT_EQ(2u, table->nUsedEntries);
 }
 
 TEST(FwHash, TheCopyingFunctionsOwnKeysAndValues) {
@@ -825,34 +822,34 @@ TEST(FwHash, TheCopyingFunctionsOwnKeysAndValues) {
   char key[] = "name";
   char value[] = "value";
   FwHashEntry* pEntry = FwHashAddEntry(pTable, key, value, nullptr);
-  ASSERT_NE(pEntry, nullptr);
+  ASSERT_NE(nullptr, pEntry);
   void* firstKey = pEntry->key;
   key[0] = value[0] = '?';
-  EXPECT_STREQ(static_cast<char*>(pEntry->key), "name");
-  EXPECT_STREQ(static_cast<char*>(pEntry->value), "value");
+  EXPECT_STREQ("name", static_cast<char*>(pEntry->key));
+  EXPECT_STREQ("value", static_cast<char*>(pEntry->value));
   pEntry = FwHashAddEntry(pTable, FWT("name"), FWT("other"), nullptr);
-  ASSERT_NE(pEntry, nullptr);
-  EXPECT_EQ(pEntry->key, firstKey);
-  EXPECT_STREQ(static_cast<char*>(pEntry->value), "other");
+  ASSERT_NE(nullptr, pEntry);
+  EXPECT_EQ(firstKey, pEntry->key);
+  EXPECT_STREQ("other", static_cast<char*>(pEntry->value));
   FwHashAddEntry(pTable, FWT("second"), FWT("value"), nullptr);
-  EXPECT_NE(FwHashRemoveEntry(pTable, FWT("name"), nullptr), 0);
+  EXPECT_NE(0, FwHashRemoveEntry(pTable, FWT("name"), nullptr));
   FwHashFreeTable(&pTable);
 }
 
 TEST(FwHash, AnEntryMayBeRemovedByItsOwnStoredKey) {
   Table table(3, &FwHash_StringCopyFunctions);
   FwHashEntry* pEntry = FwHashAddEntry(table, FWT("name"), FWT("value"), nullptr);
-  EXPECT_NE(FwHashRemoveEntry(table, pEntry->key, nullptr), 0);
-  EXPECT_EQ(table->nUsedEntries, 0u);
+  EXPECT_NE(0, FwHashRemoveEntry(table, pEntry->key, nullptr));
+  EXPECT_EQ(0u, table->nUsedEntries);
 }
 
 TEST(FwHash, TheCopyingAddRefusesANullValue) {
   Table table(3, &FwHash_StringCopyFunctions);
   FwErrorState err;
   ExpectTraces traces({"FwHash_StringAddCopyFunction: Error - NULL value"});
-  EXPECT_EQ(FwHashAddEntry(table, FWT("name"), nullptr, &err), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorPointerNull);
-  EXPECT_EQ(table->nUsedEntries, 0u);
+  EXPECT_EQ(nullptr, FwHashAddEntry(table, FWT("name"), nullptr, &err));
+  EXPECT_EQ(fwErrorPointerNull, FwErrorClear(&err));
+  EXPECT_EQ(0u, table->nUsedEntries);
 }
 
 TEST(FwHash, TheCopyingFunctionsReportNullArguments) {
@@ -860,8 +857,8 @@ TEST(FwHash, TheCopyingFunctionsReportNullArguments) {
   {
     ExpectAsserts expected({"FwHash_StringAddCopyFunction: Error - NULL pEntry",
                             "FwHash_StringAddCopyFunction: Error - NULL key"});
-    EXPECT_EQ(FwHash_StringAddCopyFunction(nullptr, FWT("k"), FWT("v"), 1, nullptr), 0);
-    EXPECT_EQ(FwHash_StringAddCopyFunction(&entry, nullptr, FWT("v"), 1, nullptr), 0);
+    EXPECT_EQ(0, FwHash_StringAddCopyFunction(nullptr, FWT("k"), FWT("v"), 1, nullptr));
+    EXPECT_EQ(0, FwHash_StringAddCopyFunction(&entry, nullptr, FWT("v"), 1, nullptr));
   }
   {
     ExpectTraces traces({"FwHash_StringRemoveCopyFunction: Error - NULL pEntry"});
@@ -874,17 +871,17 @@ TEST(FwHash, TheCopyingFunctionsReportNullArguments) {
   }
   entry = {FwStrDuplicate(FWT("k")), FwStrDuplicate(FWT("v"))};
   FwHash_StringRemoveCopyFunction(&entry);
-  EXPECT_EQ(entry.key, nullptr);
-  EXPECT_EQ(entry.value, nullptr);
+  EXPECT_EQ(nullptr, entry.key);
+  EXPECT_EQ(nullptr, entry.value);
 }
 
 TEST(FwHash, ExhaustedMemoryAtCreationIsAnError) {
   for (int nSuccesses : {0, 1}) {  // the record; the slots, where the record is freed again
     FwErrorState err;
     FailAllocationsAfter failing(nSuccesses);
-    EXPECT_EQ(FwHashCreateTable(1, nullptr, &err), nullptr);
-    EXPECT_EQ(err.pError, fwErrorNoMemory);
-    EXPECT_EQ(FwHashCreateTable(1, nullptr, nullptr), nullptr);
+    EXPECT_EQ(nullptr, FwHashCreateTable(1, nullptr, &err));
+    EXPECT_EQ(fwErrorNoMemory, err.pError);
+    EXPECT_EQ(nullptr, FwHashCreateTable(1, nullptr, nullptr));
   }
 }
 
@@ -893,20 +890,20 @@ TEST(FwHash, ExhaustedMemoryAtGrowthIsSilentWhileASlotRemains) {
   Table table(1);  // 3 slots
   FailAllocationsAfter failing(0);
   for (std::uintptr_t key = 1; key <= 3; key++)
-    EXPECT_NE(FwHashAddEntry(table, Key(key), nullptr, &err), nullptr);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(table->nTableSize, 3u);
+    EXPECT_NE(nullptr, FwHashAddEntry(table, Key(key), nullptr, &err));
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(3u, table->nTableSize);
   // The table is full now: another key finds no slot, a known one is replaced.
-  EXPECT_EQ(FwHashAddEntry(table, Key(4), nullptr, &err), nullptr);
-  EXPECT_EQ(err.pError, fwErrorNoMemory);
-  EXPECT_EQ(FwHashAddEntry(table, Key(4), nullptr, nullptr), nullptr);
-  EXPECT_NE(FwHashAddEntry(table, Key(3), Key(9), nullptr), nullptr);
-  EXPECT_EQ(table->nUsedEntries, 3u);
-  EXPECT_EQ(table.Slots(), (Slots{3, 1, 2}));
-  EXPECT_EQ(table.Lookup(4), nullptr);
-  EXPECT_EQ(table.Remove(4), 0);
-  EXPECT_NE(table.Remove(1), 0);
-  EXPECT_EQ(table.Slots(), (Slots{3, 0, 2}));
+  EXPECT_EQ(nullptr, FwHashAddEntry(table, Key(4), nullptr, &err));
+  EXPECT_EQ(fwErrorNoMemory, err.pError);
+  EXPECT_EQ(nullptr, FwHashAddEntry(table, Key(4), nullptr, nullptr));
+  EXPECT_NE(nullptr, FwHashAddEntry(table, Key(3), Key(9), nullptr));
+  EXPECT_EQ(3u, table->nUsedEntries);
+  EXPECT_EQ((Slots{3, 1, 2}), table.Slots());
+  EXPECT_EQ(nullptr, table.Lookup(4));
+  EXPECT_EQ(0, table.Remove(4));
+  EXPECT_NE(0, table.Remove(1));
+  EXPECT_EQ((Slots{3, 0, 2}), table.Slots());
 }
 
 TEST(FwHash, ExhaustedMemoryAtRehashLeavesTheTable) {
@@ -917,9 +914,9 @@ TEST(FwHash, ExhaustedMemoryAtRehashLeavesTheTable) {
   FwHashRehashTable(
       table, [](FwHashEntry*, FwHashEntry*, void*, FwErrorState*) -> void* { return nullptr; },
       nullptr, &err);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(table.Slots(), (Slots{0, 1, 0}));
-  EXPECT_EQ(table->nUsedEntries, 1u);
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ((Slots{0, 1, 0}), table.Slots());
+  EXPECT_EQ(1u, table->nUsedEntries);
 }
 
 TEST(FwHash, ExhaustedMemoryInTheCopyingAddLeavesTheEntry) {
@@ -927,15 +924,15 @@ TEST(FwHash, ExhaustedMemoryInTheCopyingAddLeavesTheEntry) {
   Table table(3, &FwHash_StringCopyFunctions);
   FwHashAddEntry(table, FWT("a"), FWT("old"), nullptr);
   FailAllocationsAfter failing(0);
-  EXPECT_EQ(FwHashAddEntry(table, FWT("a"), FWT("new"), &err), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNoMemory);
-  EXPECT_STREQ(static_cast<char*>(FwHashLookupEntry(table, FWT("a"), nullptr)->value), "old");
+  EXPECT_EQ(nullptr, FwHashAddEntry(table, FWT("a"), FWT("new"), &err));
+  EXPECT_EQ(fwErrorNoMemory, FwErrorClear(&err));
+  EXPECT_STREQ("old", static_cast<char*>(FwHashLookupEntry(table, FWT("a"), nullptr)->value));
   for (int nSuccesses : {0, 1}) {  // the key; the value, where the key's copy is freed again
     FailAllocationsAfter inner(nSuccesses);
-    EXPECT_EQ(FwHashAddEntry(table, FWT("b"), FWT("new"), &err), nullptr);
-    EXPECT_EQ(FwErrorClear(&err), fwErrorNoMemory);
+    EXPECT_EQ(nullptr, FwHashAddEntry(table, FWT("b"), FWT("new"), &err));
+    EXPECT_EQ(fwErrorNoMemory, FwErrorClear(&err));
   }
-  EXPECT_EQ(table->nUsedEntries, 1u);
+  EXPECT_EQ(1u, table->nUsedEntries);
 }
 
 TEST(FwHash, ManyRandomAddsAndRemovalsKeepEveryKeyOnItsRun) {
@@ -948,20 +945,20 @@ TEST(FwHash, ManyRandomAddsAndRemovalsKeepEveryKeyOnItsRun) {
       table.Add(key, static_cast<std::uintptr_t>(step));
       model[key] = static_cast<std::uintptr_t>(step);
     } else {
-      ASSERT_EQ(table.Remove(key) != 0, model.erase(key) != 0);
+      ASSERT_EQ(model.erase(key) != 0, table.Remove(key) != 0);
     }
-    ASSERT_EQ(table->nUsedEntries, model.size());
+    ASSERT_EQ(model.size(), table->nUsedEntries);
     if (step % 50 != 0) continue;
     const Slots slots = table.Slots();
     for (const auto& [wanted, value] : model) {
       std::size_t slot = wanted % slots.size();
       while (slots[slot] != wanted) {
-        ASSERT_NE(slots[slot], 0u) << "the run of " << wanted << " is broken";
+        ASSERT_NE(0u, slots[slot]) << "the run of " << wanted << " is broken";
         slot = (slot + 1) % slots.size();
       }
-      ASSERT_EQ(table->pEntries[slot].value, Key(value));
+      ASSERT_EQ(Key(value), table->pEntries[slot].value);
     }
-    ASSERT_EQ(slots.size() - static_cast<std::size_t>(std::count(slots.begin(), slots.end(), 0u)),
-              model.size());
+    ASSERT_EQ(model.size(),
+              slots.size() - static_cast<std::size_t>(std::count(slots.begin(), slots.end(), 0u)));
   }
 }

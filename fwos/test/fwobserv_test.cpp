@@ -64,8 +64,8 @@ class FwObserv : public testing::Test {
     on_event = nullptr;
     for (void* p : {o1, o2, o3})
       FwObserveEnd(p, nullptr, nullptr);
-    EXPECT_EQ(fiObservationScans, nullptr);
-    EXPECT_EQ(fiObserveCritical, 0);
+    EXPECT_EQ(nullptr, fiObservationScans);
+    EXPECT_EQ(0, fiObserveCritical);
   }
 
   static Events Notified(void* pSubject) {
@@ -96,23 +96,23 @@ TEST_F(FwObserv, AServiceNeverUsedLooksNothingUp) {
 TEST_F(FwObserv, RegisteringTwiceLeavesOneObservation) {
   Start(o1, s1);
   Start(o1, s1, &FwChangeClass, nullptr, nullptr);  // the release function doesn't count
-  EXPECT_EQ(Notified(s1), (Events{"o1 sees s1 -"}));
+  EXPECT_EQ((Events{"o1 sees s1 -"}), Notified(s1));
   events.clear();
   FwObserveEnd(o1, nullptr, nullptr);
-  EXPECT_EQ(events, (Events{"o1 ends s1 ChangeClass -"}));
+  EXPECT_EQ((Events{"o1 ends s1 ChangeClass -"}), events);
 }
 
 TEST_F(FwObserv, AnotherContextIsAnotherObservation) {
   Start(o1, s1, &FwChangeClass, c1);
   Start(o1, s1, &FwChangeClass, c2);
-  EXPECT_EQ(Notified(s1), (Events{"o1 sees s1 c2", "o1 sees s1 c1"}));
+  EXPECT_EQ((Events{"o1 sees s1 c2", "o1 sees s1 c1"}), Notified(s1));
 }
 
 TEST_F(FwObserv, AnotherCallbackOrClassIsAnotherObservation) {
   Start(o1, s1);
   FwObserveStart(o1, s1, &FwChangeClass, Changed2, nullptr, nullptr);
   Start(o1, s1, &FwChangeAddClass);
-  EXPECT_EQ(Notified(s1), (Events{"o1 sees s1 too", "o1 sees s1 -"}));
+  EXPECT_EQ((Events{"o1 sees s1 too", "o1 sees s1 -"}), Notified(s1));
 }
 
 TEST_F(FwObserv, ObserversAreVisitedNewestFirst) {
@@ -120,9 +120,9 @@ TEST_F(FwObserv, ObserversAreVisitedNewestFirst) {
   Start(o2, s1);
   Start(o3, s1);
   Start(o3, s2);
-  EXPECT_EQ(Notified(s1), (Events{"o3 sees s1 -", "o2 sees s1 -", "o1 sees s1 -"}));
-  EXPECT_EQ(Notified(s2), (Events{"o3 sees s2 -"}));
-  EXPECT_EQ(Notified(o1), Events{});
+  EXPECT_EQ((Events{"o3 sees s1 -", "o2 sees s1 -", "o1 sees s1 -"}), Notified(s1));
+  EXPECT_EQ((Events{"o3 sees s2 -"}), Notified(s2));
+  EXPECT_EQ(Events{}, Notified(o1));
 }
 
 TEST_F(FwObserv, AClassReceivesTheChangesThatInheritFromIt) {
@@ -160,7 +160,7 @@ TEST_F(FwObserv, AClassReceivesTheChangesThatInheritFromIt) {
       notify();
       if (!events.empty()) seen += letter;
     }
-    EXPECT_EQ(seen, row.seen) << row.pObserved->pszClassName;
+    EXPECT_EQ(row.seen, seen) << row.pObserved->pszClassName;
     FwObserveEnd(o1, nullptr, nullptr);
   }
 }
@@ -184,10 +184,10 @@ void KeepChange(void* /*pObserver*/, void* /*pSubject*/, FwObj* pChange, void* /
 TEST_F(FwObserv, ARenameCarriesBothNamesAndTheOldOneAsElement) {
   FwObserveStart(o1, s1, &FwChangeClass, KeepChange, nullptr, nullptr);
   FwNotifyChangeRename(s1, FWT(c1), FWT(c2));
-  EXPECT_EQ(last_class, &FwChangeRenameClass);
-  EXPECT_EQ(last_rename.pElement, c1);
-  EXPECT_EQ(last_rename.pOldName, FWT(c1));
-  EXPECT_EQ(last_rename.pNewName, FWT(c2));
+  EXPECT_EQ(&FwChangeRenameClass, last_class);
+  EXPECT_EQ(c1, last_rename.pElement);
+  EXPECT_EQ(FWT(c1), last_rename.pOldName);
+  EXPECT_EQ(FWT(c2), last_rename.pNewName);
 }
 
 TEST_F(FwObserv, AChangeOfValueCarriesElementAndValues) {
@@ -198,9 +198,9 @@ TEST_F(FwObserv, AChangeOfValueCarriesElementAndValues) {
   valueChange.pNewValue = &value;
   FwObserveStart(o1, s1, &FwChangeClass, KeepChange, nullptr, nullptr);
   FwNotifyChangeMemberValue(s1, c1, &valueChange);
-  EXPECT_EQ(last_class, &FwChangeMemberValueClass);
-  EXPECT_EQ(last_value.pElement, c1);
-  EXPECT_EQ(last_value.pValueChange, &valueChange);
+  EXPECT_EQ(&FwChangeMemberValueClass, last_class);
+  EXPECT_EQ(c1, last_value.pElement);
+  EXPECT_EQ(&valueChange, last_value.pValueChange);
 }
 
 TEST_F(FwObserv, ARenameWithoutANameIsReported) {
@@ -239,9 +239,9 @@ TEST_F(FwObserv, EndingTheCurrentObservationGoesOnWithTheNext) {
   on_event = [](const std::string& event) {
     if (event == "o2 sees s1 -") FwObserveEnd(o2, s1, nullptr);
   };
-  EXPECT_EQ(Notified(s1),
-            (Events{"o3 sees s1 -", "o2 sees s1 -", "o2 ends s1 ChangeClass -", "o1 sees s1 -"}));
-  EXPECT_EQ(Notified(s1), (Events{"o3 sees s1 -", "o1 sees s1 -"}));
+  EXPECT_EQ((Events{"o3 sees s1 -", "o2 sees s1 -", "o2 ends s1 ChangeClass -", "o1 sees s1 -"}),
+            Notified(s1));
+  EXPECT_EQ((Events{"o3 sees s1 -", "o1 sees s1 -"}), Notified(s1));
 }
 
 TEST_F(FwObserv, EndingTheLastObservationFromItselfEndsTheScan) {
@@ -250,7 +250,7 @@ TEST_F(FwObserv, EndingTheLastObservationFromItselfEndsTheScan) {
   on_event = [](const std::string& event) {
     if (event == "o1 sees s1 -") FwObserveEnd(o1, nullptr, nullptr);
   };
-  EXPECT_EQ(Notified(s1), (Events{"o2 sees s1 -", "o1 sees s1 -", "o1 ends s1 ChangeClass -"}));
+  EXPECT_EQ((Events{"o2 sees s1 -", "o1 sees s1 -", "o1 ends s1 ChangeClass -"}), Notified(s1));
 }
 
 TEST_F(FwObserv, EndingTheNextObservationSkipsIt) {
@@ -260,7 +260,7 @@ TEST_F(FwObserv, EndingTheNextObservationSkipsIt) {
   on_event = [](const std::string& event) {
     if (event == "o3 sees s1 -") FwObserveEnd(o2, s1, nullptr);
   };
-  EXPECT_EQ(Notified(s1), (Events{"o3 sees s1 -", "o2 ends s1 ChangeClass -", "o1 sees s1 -"}));
+  EXPECT_EQ((Events{"o3 sees s1 -", "o2 ends s1 ChangeClass -", "o1 sees s1 -"}), Notified(s1));
 }
 
 TEST_F(FwObserv, EndingCurrentAndNextAtOnceGoesOnBehindThem) {
@@ -273,8 +273,9 @@ TEST_F(FwObserv, EndingCurrentAndNextAtOnceGoesOnBehindThem) {
       FwObserveEnd(o2, s1, nullptr);
     }
   };
-  EXPECT_EQ(Notified(s1), (Events{"o3 sees s1 -", "o3 ends s1 ChangeClass -",
-                                  "o2 ends s1 ChangeClass -", "o1 sees s1 -"}));
+  EXPECT_EQ((Events{"o3 sees s1 -", "o3 ends s1 ChangeClass -", "o2 ends s1 ChangeClass -",
+                    "o1 sees s1 -"}),
+            Notified(s1));
 }
 
 TEST_F(FwObserv, ANestedScanOfTheSameListSurvivesToo) {
@@ -291,17 +292,18 @@ TEST_F(FwObserv, ANestedScanOfTheSameListSurvivesToo) {
       FwObserveEnd(o2, s1, nullptr);  // both scans stand on it
     }
   };
-  EXPECT_EQ(Notified(s1), (Events{"o3 sees s1 -", "o2 sees s1 -",  // outer
-                                  "o3 sees s1 -", "o2 sees s1 -", "o2 ends s1 ChangeClass -",
-                                  "o1 sees s1 -",     // inner
-                                  "o1 sees s1 -"}));  // outer again
+  EXPECT_EQ((Events{"o3 sees s1 -", "o2 sees s1 -",  // outer
+                    "o3 sees s1 -", "o2 sees s1 -", "o2 ends s1 ChangeClass -",
+                    "o1 sees s1 -",  // inner
+                    "o1 sees s1 -"}),
+            Notified(s1));  // outer again
 }
 
 TEST_F(FwObserv, AnObservationStartedByACallbackWaitsForTheNextChange) {
   Start(o1, s1);
   on_event = [](const std::string&) { Start(o2, s1); };
-  EXPECT_EQ(Notified(s1), (Events{"o1 sees s1 -"}));
-  EXPECT_EQ(Notified(s1), (Events{"o2 sees s1 -", "o1 sees s1 -"}));
+  EXPECT_EQ((Events{"o1 sees s1 -"}), Notified(s1));
+  EXPECT_EQ((Events{"o2 sees s1 -", "o1 sees s1 -"}), Notified(s1));
 }
 
 TEST_F(FwObserv, EndingByObserverReachesAllItsSubjectsLastMatchedReleasedFirst) {
@@ -310,9 +312,9 @@ TEST_F(FwObserv, EndingByObserverReachesAllItsSubjectsLastMatchedReleasedFirst) 
   Start(o2, s1);
   FwObserveEnd(o1, nullptr, nullptr);
   // Matched newest first, released in the opposite order.
-  EXPECT_EQ(events, (Events{"o1 ends s1 ChangeClass c1", "o1 ends s2 ChangeAddClass c2"}));
-  EXPECT_EQ(Notified(s1), (Events{"o2 sees s1 -"}));
-  EXPECT_EQ(Notified(s2), Events{});
+  EXPECT_EQ((Events{"o1 ends s1 ChangeClass c1", "o1 ends s2 ChangeAddClass c2"}), events);
+  EXPECT_EQ((Events{"o2 sees s1 -"}), Notified(s1));
+  EXPECT_EQ(Events{}, Notified(s2));
 }
 
 TEST_F(FwObserv, EachNonNullArgumentNarrowsWhatEnds) {
@@ -346,20 +348,20 @@ TEST_F(FwObserv, EachNonNullArgumentNarrowsWhatEnds) {
   for (const Row& row : rows) {
     start_all();
     FwObserveEnd(row.pObserver, row.pSubject, row.pClass);
-    EXPECT_EQ(events.size(), row.ended);
+    EXPECT_EQ(row.ended, events.size());
     for (const std::string& event : events) {
-      EXPECT_NE(event.find(" ends "), std::string::npos);
+      EXPECT_NE(std::string::npos, event.find(" ends "));
       if (row.pObserver != nullptr) {
-        EXPECT_EQ(event.find(Name(row.pObserver)), 0u) << event;
+        EXPECT_EQ(0u, event.find(Name(row.pObserver))) << event;
       }
       if (row.pSubject != nullptr) {
-        EXPECT_NE(event.find(Name(row.pSubject)), std::string::npos) << event;
+        EXPECT_NE(std::string::npos, event.find(Name(row.pSubject))) << event;
       }
     }
     FwObserveEnd(o1, nullptr, nullptr);
     FwObserveEnd(o2, nullptr, nullptr);
     for (const FwHashTable* pTable : fiObservationsByField)
-      EXPECT_EQ(pTable->nUsedEntries, 0u);
+      EXPECT_EQ(0u, pTable->nUsedEntries);
   }
 }
 
@@ -368,8 +370,8 @@ TEST_F(FwObserv, EndingForASubjectWithoutObservationsReturnsAtOnce) {
   events.clear();
   FwObserveEnd(nullptr, s2, nullptr);
   FwObserveEnd(o1, s2, &FwChangeClass);
-  EXPECT_EQ(events, Events{});
-  EXPECT_EQ(Notified(s1).size(), 1u);
+  EXPECT_EQ(Events{}, events);
+  EXPECT_EQ(1u, Notified(s1).size());
   FwObserveEnd(o1, nullptr, nullptr);
 }
 
@@ -381,8 +383,8 @@ TEST_F(FwObserv, AnArgumentThatMatchesNothingReleasesNothing) {
   FwObserveEnd(o1, s2, nullptr);
   FwObserveEnd(o1, s1, &FwChangeAddClass);
   FwObserveEnd(o2, nullptr, &FwChangeClass);
-  EXPECT_EQ(events, Events{});
-  EXPECT_EQ(Notified(s1).size(), 1u);
+  EXPECT_EQ(Events{}, events);
+  EXPECT_EQ(1u, Notified(s1).size());
   FwObserveEnd(o1, nullptr, nullptr);
   FwObserveEnd(o2, nullptr, nullptr);
 }
@@ -390,8 +392,8 @@ TEST_F(FwObserv, AnArgumentThatMatchesNothingReleasesNothing) {
 TEST_F(FwObserv, AnObservationWithoutReleaseEndsSilently) {
   Start(o1, s1, &FwChangeClass, nullptr, nullptr);
   FwObserveEnd(o1, nullptr, nullptr);
-  EXPECT_EQ(events, Events{});
-  EXPECT_EQ(Notified(s1), Events{});
+  EXPECT_EQ(Events{}, events);
+  EXPECT_EQ(Events{}, Notified(s1));
 }
 
 TEST_F(FwObserv, AReleaseFunctionMayUseTheService) {
@@ -405,21 +407,21 @@ TEST_F(FwObserv, AReleaseFunctionMayUseTheService) {
     }
   };
   FwObserveEnd(o1, nullptr, nullptr);
-  EXPECT_EQ(events,
-            (Events{"o1 ends s1 ChangeClass -", "o3 sees s2 -", "o2 ends s1 ChangeClass -"}));
+  EXPECT_EQ((Events{"o1 ends s1 ChangeClass -", "o3 sees s2 -", "o2 ends s1 ChangeClass -"}),
+            events);
 }
 
 TEST_F(FwObserv, DestructionEndsWhereTheObjectIsSubjectBeforeWhereItObserves) {
   Start(o1, s1);
   Start(o2, o1);
   FwObserveEndDestroyed(o1);
-  EXPECT_EQ(events, (Events{"o2 ends o1 ChangeClass -", "o1 ends s1 ChangeClass -"}));
+  EXPECT_EQ((Events{"o2 ends o1 ChangeClass -", "o1 ends s1 ChangeClass -"}), events);
 }
 
 TEST_F(FwObserv, ObservingOneselfIsReleasedOnce) {
   Start(o1, o1);
   FwObserveEndDestroyed(o1);
-  EXPECT_EQ(events, (Events{"o1 ends o1 ChangeClass -"}));
+  EXPECT_EQ((Events{"o1 ends o1 ChangeClass -"}), events);
 }
 
 TEST_F(FwObserv, NullArgumentsAreReported) {
@@ -447,7 +449,7 @@ TEST_F(FwObserv, AChangeClassThatIsNoClassIsReported) {
   broken.classMagicCookie = 0;
   ExpectAsserts expected({"Not a class"});
   Start(o1, s1, &broken);
-  EXPECT_EQ(Notified(s1), Events{});
+  EXPECT_EQ(Events{}, Notified(s1));
 }
 
 TEST_F(FwObserv, ReentryFromTheCriticalRegionIsReported) {
@@ -465,8 +467,8 @@ TEST_F(FwObserv, ReentryFromTheCriticalRegionIsReported) {
     FwObserveEnd(o1, nullptr, nullptr);
   }
   fiObserveCritical = 0;
-  EXPECT_EQ(events, Events{});
-  EXPECT_EQ(Notified(s1), (Events{"o1 sees s1 -"}));
+  EXPECT_EQ(Events{}, events);
+  EXPECT_EQ((Events{"o1 sees s1 -"}), Notified(s1));
 }
 
 TEST_F(FwObserv, AScanThatIsNotRunningIsReported) {
@@ -494,14 +496,14 @@ TEST_F(FwObserv, AListThatItsTableDoesNotKnowIsReported) {
 
 TEST_F(FwObserv, ChangesOfMembersLiveOnTheStack) {
   ExpectAsserts expected({"Changes should allocated on stack"});
-  EXPECT_EQ(Fw_msg_CreateWith(nullptr, &FwChangeAddClass, c1), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_CreateWith(nullptr, &FwChangeAddClass, c1));
 }
 
 TEST_F(FwObserv, AChangeOfMembersStoresItsElementAndItsClass) {
   FwChangeAdd change;
-  EXPECT_EQ(Fw_msg_CreateWith(&change, &FwChangeAddClass, c1), &change);
-  EXPECT_EQ(change.pClassRecord, &FwChangeAddClass);
-  EXPECT_EQ(change.pElement, c1);
+  EXPECT_EQ(&change, Fw_msg_CreateWith(&change, &FwChangeAddClass, c1));
+  EXPECT_EQ(&FwChangeAddClass, change.pClassRecord);
+  EXPECT_EQ(c1, change.pElement);
 }
 
 TEST_F(FwObserv, ExhaustedMemoryEndsTheProgram) {
@@ -528,8 +530,8 @@ TEST_F(FwObserv, ManyObservationsOfOneClassGrowTheTables) {
     Start(o1, names[i]);
   }
   for (char* name : names)
-    EXPECT_EQ(Notified(name), (Events{std::string("o1 sees ") + name + " -"}));
+    EXPECT_EQ((Events{std::string("o1 sees ") + name + " -"}), Notified(name));
   events.clear();
   FwObserveEnd(nullptr, nullptr, &FwChangeClass);
-  EXPECT_EQ(events.size(), 40u);
+  EXPECT_EQ(40u, events.size());
 }

@@ -151,49 +151,49 @@ std::string Detail(const FwErrorState& err) {
 TEST(FwStream, EachLineEndReadsAsANewline) {
   for (int32 nBufferSize : {1, 2, 3, 4, 5, 100}) {
     Stream stream("a\r\nb\rc\n", nBufferSize);
-    EXPECT_EQ(stream.Line(), "a\n|2") << nBufferSize;
-    EXPECT_EQ(stream.Line(), "b\n|2") << nBufferSize;
-    EXPECT_EQ(stream.Line(), "c\n|2") << nBufferSize;
-    EXPECT_EQ(stream.Line(), "|0") << nBufferSize;
-    EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 1);
-    EXPECT_EQ(Fw_msg_IsStreamError(stream.top), 0);
+    EXPECT_EQ("a\n|2", stream.Line()) << nBufferSize;
+    EXPECT_EQ("b\n|2", stream.Line()) << nBufferSize;
+    EXPECT_EQ("c\n|2", stream.Line()) << nBufferSize;
+    EXPECT_EQ("|0", stream.Line()) << nBufferSize;
+    EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(stream.top));
+    EXPECT_EQ(0, Fw_msg_IsStreamError(stream.top));
   }
 }
 
 TEST(FwStream, ABufferOfOneByteIsReadByteByByte) {
   Stream stream("ab\rc", 1);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
+  EXPECT_EQ("ab\n|3", stream.Line());
   // Three bytes, and the one behind the carriage return, which went back.
-  EXPECT_EQ(stream.calls, (Calls{"read 1", "read 1", "read 1", "read 1"}));
-  EXPECT_EQ(stream.Position(), 3);
-  EXPECT_EQ(stream.Line(), "c|1");
+  EXPECT_EQ((Calls{"read 1", "read 1", "read 1", "read 1"}), stream.calls);
+  EXPECT_EQ(3, stream.Position());
+  EXPECT_EQ("c|1", stream.Line());
 }
 
 TEST(FwStream, TheLastLineMayLackItsEnd) {
   Stream stream("x", 8);
-  EXPECT_EQ(stream.Line(), "x|1");
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 1);
-  EXPECT_EQ(stream.Line(), "|0");
-  EXPECT_EQ(stream.calls, (Calls{"read 8", "read 8"}));  // at the end nothing is asked any more
+  EXPECT_EQ("x|1", stream.Line());
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(stream.top));
+  EXPECT_EQ("|0", stream.Line());
+  EXPECT_EQ((Calls{"read 8", "read 8"}), stream.calls);  // at the end nothing is asked any more
 }
 
 TEST(FwStream, ACarriageReturnAtTheEndIsALineEnd) {
   Stream stream("x\r", 8);
-  EXPECT_EQ(stream.Line(), "x\n|2");
-  EXPECT_EQ(stream.Line(), "|0");
+  EXPECT_EQ("x\n|2", stream.Line());
+  EXPECT_EQ("|0", stream.Line());
 }
 
 TEST(FwStream, EmptyLinesAreJustTheirNewline) {
   Stream stream("\n\r\n\r\r\n", 3);
   for (int i = 0; i < 4; i++)
-    EXPECT_EQ(stream.Line(), "\n|1");
-  EXPECT_EQ(stream.Line(), "|0");
+    EXPECT_EQ("\n|1", stream.Line());
+  EXPECT_EQ("|0", stream.Line());
 }
 
 TEST(FwStream, AnEmptyStreamIsAtItsEnd) {
   Stream stream("", 8);
-  EXPECT_EQ(stream.Line(), "|0");
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 1);
+  EXPECT_EQ("|0", stream.Line());
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(stream.top));
 }
 
 TEST(FwStream, LinesAreAppendedToTheRecord) {
@@ -201,9 +201,9 @@ TEST(FwStream, LinesAreAppendedToTheRecord) {
   FwStrRecord record;
   FwStrRecordOpen(&record);
   FwStrPutTextString(&record, FWT("a"));
-  EXPECT_EQ(Fw_msg_ReadLine(stream.top, &stream.err, &record), 2);
-  EXPECT_EQ(Fw_msg_ReadLine(stream.top, &stream.err, &record), 2);
-  EXPECT_STREQ(FWC(record.pbz), "ab\nc\n");
+  EXPECT_EQ(2, Fw_msg_ReadLine(stream.top, &stream.err, &record));
+  EXPECT_EQ(2, Fw_msg_ReadLine(stream.top, &stream.err, &record));
+  EXPECT_STREQ("ab\nc\n", FWC(record.pbz));
   FwStrRecordAbandon(&record);
 }
 
@@ -212,25 +212,25 @@ TEST(FwStream, AFixedRecordTakesWhatFitsAndTheLineIsUsedUp) {
   uint8 buffer[4] = {};
   FwStrRecord record;
   FwStrRecordOpenOn(&record, buffer, sizeof buffer);
-  EXPECT_EQ(Fw_msg_ReadLine(stream.top, &stream.err, &record), 3);
-  EXPECT_STREQ(reinterpret_cast<char*>(buffer), "abc");
+  EXPECT_EQ(3, Fw_msg_ReadLine(stream.top, &stream.err, &record));
+  EXPECT_STREQ("abc", reinterpret_cast<char*>(buffer));
   FwStrRecordAbandon(&record);
-  EXPECT_EQ(stream.Line(), "g\n|2");
+  EXPECT_EQ("g\n|2", stream.Line());
 }
 
 TEST(FwStream, AReadErrorIsStickyAndGivesMinusOne) {
   Stream stream("ab\ncd\n", 3);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
+  EXPECT_EQ("ab\n|3", stream.Line());
   stream.below->fFail = 1;
-  EXPECT_EQ(stream.Line(), "|-1");
-  EXPECT_EQ(stream.err.pError, fwErrorHardware);
-  EXPECT_EQ(Fw_msg_IsStreamError(stream.top), 1);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 0);
+  EXPECT_EQ("|-1", stream.Line());
+  EXPECT_EQ(fwErrorHardware, stream.err.pError);
+  EXPECT_EQ(1, Fw_msg_IsStreamError(stream.top));
+  EXPECT_EQ(0, Fw_msg_IsStreamAtEOF(stream.top));
   stream.below->fFail = 0;
   FwErrorClear(&stream.err);
   stream.calls.clear();
-  EXPECT_EQ(stream.Line(), "|-1");
-  EXPECT_EQ(stream.calls, Calls{});
+  EXPECT_EQ("|-1", stream.Line());
+  EXPECT_EQ(Calls{}, stream.calls);
 }
 
 TEST(FwStream, AReadErrorInsideALineGivesTheBytesBeforeIt) {
@@ -238,7 +238,7 @@ TEST(FwStream, AReadErrorInsideALineGivesTheBytesBeforeIt) {
   stream.Seek(0, FW_SEEK_SET);
   FwStrRecord record;
   FwStrRecordOpen(&record);
-  EXPECT_EQ(stream.Seek(1, FW_SEEK_SET), 1);
+  EXPECT_EQ(1, stream.Seek(1, FW_SEEK_SET));
   stream.calls.clear();
   // The first buffer holds "bcd"; the next read fails.
   class FailSecond {
@@ -254,10 +254,10 @@ TEST(FwStream, AReadErrorInsideALineGivesTheBytesBeforeIt) {
   const FwClassRecord failing = {FW_CLASS_COOKIE,    "Failing", sizeof(MemoryStream),
                                  &MemoryStreamClass, methods,   0};
   stream.below->pClassRecord = &failing;
-  EXPECT_EQ(Fw_msg_ReadLine(stream.top, &stream.err, &record), 3);
-  EXPECT_STREQ(FWC(record.pbz), "bcd");
-  EXPECT_EQ(Fw_msg_IsStreamError(stream.top), 1);
-  EXPECT_EQ(Fw_msg_ReadLine(stream.top, &stream.err, &record), -1);
+  EXPECT_EQ(3, Fw_msg_ReadLine(stream.top, &stream.err, &record));
+  EXPECT_STREQ("bcd", FWC(record.pbz));
+  EXPECT_EQ(1, Fw_msg_IsStreamError(stream.top));
+  EXPECT_EQ(-1, Fw_msg_ReadLine(stream.top, &stream.err, &record));
   FwStrRecordAbandon(&record);
   stream.below->pClassRecord = &MemoryStreamClass;
 }
@@ -267,132 +267,132 @@ TEST(FwStream, AReadErrorInsideALineGivesTheBytesBeforeIt) {
 TEST(FwStream, ASeekToZeroAfterTheEndReadsAgain) {
   for (int32 nBufferSize : {1, 3, 100}) {
     Stream stream("ab\ncd", nBufferSize);
-    EXPECT_EQ(stream.Line(), "ab\n|3");
-    EXPECT_EQ(stream.Line(), "cd|2");
-    EXPECT_EQ(stream.Line(), "|0");
-    EXPECT_EQ(stream.Seek(0, FW_SEEK_SET), 1);
-    EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 0);
-    EXPECT_EQ(stream.Position(), 0);
-    EXPECT_EQ(stream.Line(), "ab\n|3");
-    EXPECT_EQ(stream.Line(), "cd|2");
-    EXPECT_EQ(stream.Line(), "|0");
+    EXPECT_EQ("ab\n|3", stream.Line());
+    EXPECT_EQ("cd|2", stream.Line());
+    EXPECT_EQ("|0", stream.Line());
+    EXPECT_EQ(1, stream.Seek(0, FW_SEEK_SET));
+    EXPECT_EQ(0, Fw_msg_IsStreamAtEOF(stream.top));
+    EXPECT_EQ(0, stream.Position());
+    EXPECT_EQ("ab\n|3", stream.Line());
+    EXPECT_EQ("cd|2", stream.Line());
+    EXPECT_EQ("|0", stream.Line());
   }
 }
 
 TEST(FwStream, ASeekToOneAfterTheEndStaysAtTheEnd) {
   Stream stream("ab\ncd", 100);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
-  EXPECT_EQ(stream.Line(), "cd|2");
+  EXPECT_EQ("ab\n|3", stream.Line());
+  EXPECT_EQ("cd|2", stream.Line());
   int64 position = 0;
-  EXPECT_EQ(stream.Seek(1, FW_SEEK_SET, &position), 1);
-  EXPECT_EQ(position, 1);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 1);
-  EXPECT_EQ(stream.Line(), "|0");
+  EXPECT_EQ(1, stream.Seek(1, FW_SEEK_SET, &position));
+  EXPECT_EQ(1, position);
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(stream.top));
+  EXPECT_EQ("|0", stream.Line());
 }
 
 TEST(FwStream, ReachingZeroByAnotherOriginStaysAtTheEnd) {
   Stream stream("ab", 100);
-  EXPECT_EQ(stream.Line(), "ab|2");
+  EXPECT_EQ("ab|2", stream.Line());
   int64 position = -1;
-  EXPECT_EQ(stream.Seek(-2, FW_SEEK_CUR, &position), 1);
-  EXPECT_EQ(position, 0);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 1);
-  EXPECT_EQ(stream.Seek(-2, FW_SEEK_END, &position), 1);
-  EXPECT_EQ(position, 0);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(stream.top), 1);
+  EXPECT_EQ(1, stream.Seek(-2, FW_SEEK_CUR, &position));
+  EXPECT_EQ(0, position);
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(stream.top));
+  EXPECT_EQ(1, stream.Seek(-2, FW_SEEK_END, &position));
+  EXPECT_EQ(0, position);
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(stream.top));
 }
 
 TEST(FwStream, SeekingWithinTheBufferAsksNothingOfTheStreamBelow) {
   Stream stream("ab\ncd\nef\n", 9);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
+  EXPECT_EQ("ab\n|3", stream.Line());
   stream.calls.clear();
   int64 position = 0;
-  EXPECT_EQ(stream.Seek(6, FW_SEEK_SET, &position), 1);
-  EXPECT_EQ(position, 6);
-  EXPECT_EQ(stream.Line(), "ef\n|3");
-  EXPECT_EQ(stream.Seek(0, FW_SEEK_SET), 1);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
-  EXPECT_EQ(stream.Seek(-2, FW_SEEK_CUR, &position), 1);
-  EXPECT_EQ(position, 1);
-  EXPECT_EQ(stream.Line(), "b\n|2");
-  EXPECT_EQ(stream.Seek(1, FW_SEEK_CUR), 1);
-  EXPECT_EQ(stream.Line(), "d\n|2");
-  EXPECT_EQ(stream.calls, Calls{});
+  EXPECT_EQ(1, stream.Seek(6, FW_SEEK_SET, &position));
+  EXPECT_EQ(6, position);
+  EXPECT_EQ("ef\n|3", stream.Line());
+  EXPECT_EQ(1, stream.Seek(0, FW_SEEK_SET));
+  EXPECT_EQ("ab\n|3", stream.Line());
+  EXPECT_EQ(1, stream.Seek(-2, FW_SEEK_CUR, &position));
+  EXPECT_EQ(1, position);
+  EXPECT_EQ("b\n|2", stream.Line());
+  EXPECT_EQ(1, stream.Seek(1, FW_SEEK_CUR));
+  EXPECT_EQ("d\n|2", stream.Line());
+  EXPECT_EQ(Calls{}, stream.calls);
 }
 
 TEST(FwStream, SeekingOutOfTheBufferEmptiesIt) {
   Stream stream("ab\ncd\nef\n", 4);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
+  EXPECT_EQ("ab\n|3", stream.Line());
   stream.calls.clear();
   // The buffer holds 0 to 3; the position just behind it is out of it already.
-  EXPECT_EQ(stream.Seek(4, FW_SEEK_SET), 1);
-  EXPECT_EQ(stream.calls, (Calls{"seek 4 from 0"}));
-  EXPECT_EQ(stream.Position(), 4);
-  EXPECT_EQ(stream.Line(), "d\n|2");
+  EXPECT_EQ(1, stream.Seek(4, FW_SEEK_SET));
+  EXPECT_EQ((Calls{"seek 4 from 0"}), stream.calls);
+  EXPECT_EQ(4, stream.Position());
+  EXPECT_EQ("d\n|2", stream.Line());
   stream.calls.clear();
-  EXPECT_EQ(stream.Seek(3, FW_SEEK_SET), 1);  // the buffer holds 4 to 7
-  EXPECT_EQ(stream.calls, (Calls{"seek 3 from 0"}));
-  EXPECT_EQ(stream.Line(), "cd\n|3");
+  EXPECT_EQ(1, stream.Seek(3, FW_SEEK_SET));  // the buffer holds 4 to 7
+  EXPECT_EQ((Calls{"seek 3 from 0"}), stream.calls);
+  EXPECT_EQ("cd\n|3", stream.Line());
 }
 
 TEST(FwStream, SeekingFromTheEndAsksForTheExtent) {
   Stream stream("ab\ncd\nef\n", 4);
   int64 position = 0;
-  EXPECT_EQ(stream.Seek(-3, FW_SEEK_END, &position), 1);
-  EXPECT_EQ(position, 6);
-  EXPECT_EQ(stream.calls, (Calls{"extent", "seek 6 from 0"}));
-  EXPECT_EQ(stream.Line(), "ef\n|3");
+  EXPECT_EQ(1, stream.Seek(-3, FW_SEEK_END, &position));
+  EXPECT_EQ(6, position);
+  EXPECT_EQ((Calls{"extent", "seek 6 from 0"}), stream.calls);
+  EXPECT_EQ("ef\n|3", stream.Line());
   stream.below->fFail = 1;
-  EXPECT_EQ(stream.Seek(-3, FW_SEEK_END), 0);
+  EXPECT_EQ(0, stream.Seek(-3, FW_SEEK_END));
   stream.below->fFail = 0;
 }
 
 TEST(FwStream, ASeekThatFailsBelowFails) {
   Stream stream("abc", 4);
-  EXPECT_EQ(stream.Seek(-1, FW_SEEK_SET), 0);
-  EXPECT_EQ(stream.err.pError, fwErrorNumericRange);
+  EXPECT_EQ(0, stream.Seek(-1, FW_SEEK_SET));
+  EXPECT_EQ(fwErrorNumericRange, stream.err.pError);
 }
 
 TEST(FwStream, AnUnknownOriginIsReported) {
   Stream stream("abc", 4);
   ExpectAsserts expected({"unknown seek type"});
-  EXPECT_EQ(stream.Seek(0, 3), 0);
+  EXPECT_EQ(0, stream.Seek(0, 3));
 }
 
 TEST(FwStream, PositionsBeyondThirtyTwoBitsAreKept) {
   Stream stream("abc", 4);
   stream.top->positionInStream = {0xffffffff, 0};
-  EXPECT_EQ(stream.Line(), "abc|3");
-  EXPECT_EQ(stream.Position(), 0x100000002);
+  EXPECT_EQ("abc|3", stream.Line());
+  EXPECT_EQ(0x100000002, stream.Position());
 }
 
 TEST(FwStream, UnreadingWithinTheBufferMovesBack) {
   Stream stream("ab\ncd\n", 100);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
+  EXPECT_EQ("ab\n|3", stream.Line());
   stream.calls.clear();
   Fw_msg_UnreadBytes(stream.top, &stream.err, 2);
-  EXPECT_EQ(stream.Position(), 1);
-  EXPECT_EQ(stream.Line(), "b\n|2");
+  EXPECT_EQ(1, stream.Position());
+  EXPECT_EQ("b\n|2", stream.Line());
   Fw_msg_UnreadBytes(stream.top, &stream.err, 0);
-  EXPECT_EQ(stream.Line(), "cd\n|3");
-  EXPECT_EQ(stream.calls, Calls{});
+  EXPECT_EQ("cd\n|3", stream.Line());
+  EXPECT_EQ(Calls{}, stream.calls);
 }
 
 TEST(FwStream, UnreadingMoreThanTheBufferHoldsSeeks) {
   Stream stream("abcdef\ngh\n", 4);
-  EXPECT_EQ(stream.Line(), "abcdef\n|7");
+  EXPECT_EQ("abcdef\n|7", stream.Line());
   stream.calls.clear();
   Fw_msg_UnreadBytes(stream.top, &stream.err, 5);
-  EXPECT_EQ(stream.calls, (Calls{"seek 2 from 0"}));
-  EXPECT_EQ(stream.Line(), "cdef\n|5");
+  EXPECT_EQ((Calls{"seek 2 from 0"}), stream.calls);
+  EXPECT_EQ("cdef\n|5", stream.Line());
 }
 
 TEST(FwStream, UnreadingAtTheEndCountsFromTheEnd) {
   Stream stream("ab", 100);
-  EXPECT_EQ(stream.Line(), "ab|2");
-  EXPECT_EQ(stream.Position(), 2);
+  EXPECT_EQ("ab|2", stream.Line());
+  EXPECT_EQ(2, stream.Position());
   Fw_msg_UnreadBytes(stream.top, &stream.err, 1);
-  EXPECT_EQ(stream.Position(), 1);
+  EXPECT_EQ(1, stream.Position());
 }
 
 TEST(FwStream, UnreadingANegativeCountIsReported) {
@@ -400,7 +400,7 @@ TEST(FwStream, UnreadingANegativeCountIsReported) {
   stream.Line();
   ExpectAsserts expected({"must be positive number of bytes to unread"});
   Fw_msg_UnreadBytes(stream.top, &stream.err, -1);
-  EXPECT_EQ(stream.Position(), 3);
+  EXPECT_EQ(3, stream.Position());
 }
 
 TEST(FwStream, UnreadingPastTheStartIsReported) {
@@ -412,99 +412,99 @@ TEST(FwStream, UnreadingPastTheStartIsReported) {
 
 TEST(FwStream, FlushingAStreamForReadingDropsItsBuffer) {
   Stream stream("ab\ncd\n", 4);
-  EXPECT_EQ(stream.Line(), "ab\n|3");
-  EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), 0);
-  EXPECT_EQ(stream.Position(), 4);
-  EXPECT_EQ(stream.Line(), "d\n|2");
+  EXPECT_EQ("ab\n|3", stream.Line());
+  EXPECT_EQ(0, Fw_msg_Flush(stream.top, &stream.err));
+  EXPECT_EQ(4, stream.Position());
+  EXPECT_EQ("d\n|2", stream.Line());
 }
 
 TEST(FwStream, TheExtentIsThatOfTheStreamBelowAsOneOrZero) {
   Stream stream("abc", 4);
   Vq32x2 extent;
-  EXPECT_EQ(Fw_msg_StreamExtent(stream.top, &stream.err, &extent), 1);
-  EXPECT_EQ(extent.low, 3u);
+  EXPECT_EQ(1, Fw_msg_StreamExtent(stream.top, &stream.err, &extent));
+  EXPECT_EQ(3u, extent.low);
   stream.below->fFail = 1;
-  EXPECT_EQ(Fw_msg_StreamExtent(stream.top, &stream.err, &extent), 0);
+  EXPECT_EQ(0, Fw_msg_StreamExtent(stream.top, &stream.err, &extent));
 }
 
 // --- Writing ---------------------------------------------------------------------------------
 
 TEST(FwStream, WritesGoBelowWhenTheBufferIsFull) {
   Stream stream("", 4, FW_OPEN_WRONLY);
-  EXPECT_EQ(stream.Write("abc"), 3);
-  EXPECT_EQ(stream.calls, Calls{});
-  EXPECT_EQ(stream.Write("defghij"), 7);
-  EXPECT_EQ(stream.calls, (Calls{"write abcd", "write efgh"}));
-  EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), 2);
-  EXPECT_EQ(stream.calls, (Calls{"write abcd", "write efgh", "write ij"}));
-  EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), 0);
-  EXPECT_EQ(stream.content, "abcdefghij");
+  EXPECT_EQ(3, stream.Write("abc"));
+  EXPECT_EQ(Calls{}, stream.calls);
+  EXPECT_EQ(7, stream.Write("defghij"));
+  EXPECT_EQ((Calls{"write abcd", "write efgh"}), stream.calls);
+  EXPECT_EQ(2, Fw_msg_Flush(stream.top, &stream.err));
+  EXPECT_EQ((Calls{"write abcd", "write efgh", "write ij"}), stream.calls);
+  EXPECT_EQ(0, Fw_msg_Flush(stream.top, &stream.err));
+  EXPECT_EQ("abcdefghij", stream.content);
 }
 
 TEST(FwStream, ABufferThatFillsExactlyIsFlushedAtOnce) {
   Stream stream("", 4, FW_OPEN_WRONLY);
-  EXPECT_EQ(stream.Write("abcd"), 4);
-  EXPECT_EQ(stream.calls, (Calls{"write abcd"}));
+  EXPECT_EQ(4, stream.Write("abcd"));
+  EXPECT_EQ((Calls{"write abcd"}), stream.calls);
 }
 
 TEST(FwStream, WritingNothingIsNothing) {
   Stream stream("", 4, FW_OPEN_WRONLY);
-  EXPECT_EQ(stream.Write(""), 0);
-  EXPECT_EQ(Fw_msg_StreamWrite(stream.top, &stream.err, nullptr, 0), 0);
+  EXPECT_EQ(0, stream.Write(""));
+  EXPECT_EQ(0, Fw_msg_StreamWrite(stream.top, &stream.err, nullptr, 0));
   Fw_msg_SetLineBuffering(stream.top, 1);
-  EXPECT_EQ(Fw_msg_StreamWrite(stream.top, &stream.err, nullptr, 0), 0);
-  EXPECT_EQ(stream.calls, Calls{});
+  EXPECT_EQ(0, Fw_msg_StreamWrite(stream.top, &stream.err, nullptr, 0));
+  EXPECT_EQ(Calls{}, stream.calls);
 }
 
 TEST(FwStream, ALineBufferedWriteKeepsTheTextBehindTheLastLineEnd) {
   Stream stream("", 100, FW_OPEN_WRONLY);
   Fw_msg_SetLineBuffering(stream.top, 1);
-  EXPECT_EQ(stream.Write("ab\ncd"), 5);
-  EXPECT_EQ(stream.content, "ab\n");
-  EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), 2);
-  EXPECT_EQ(stream.content, "ab\ncd");
+  EXPECT_EQ(5, stream.Write("ab\ncd"));
+  EXPECT_EQ("ab\n", stream.content);
+  EXPECT_EQ(2, Fw_msg_Flush(stream.top, &stream.err));
+  EXPECT_EQ("ab\ncd", stream.content);
 }
 
 TEST(FwStream, ALineBufferedWriteEndsLinesWithNewlines) {
   Stream stream("", 100, FW_OPEN_WRONLY);
   Fw_msg_SetLineBuffering(stream.top, 1);
-  EXPECT_EQ(stream.Write("a\rb\r\nc\n"), 7);
-  EXPECT_EQ(stream.calls, (Calls{"write a\n", "write b\n", "write \n", "write c\n"}));
+  EXPECT_EQ(7, stream.Write("a\rb\r\nc\n"));
+  EXPECT_EQ((Calls{"write a\n", "write b\n", "write \n", "write c\n"}), stream.calls);
 }
 
 TEST(FwStream, ALineBufferedWriteDoesNotDivideCharacters) {
   Stream stream("", 4, FW_OPEN_WRONLY);
   Fw_msg_SetLineBuffering(stream.top, 1);
   // "abc" leaves one byte of room, too little for the two of the umlaut.
-  EXPECT_EQ(stream.Write("abc\xc3\xa4"
-                         "d"),
-            6);
-  EXPECT_EQ(stream.calls, (Calls{"write abc"}));
-  EXPECT_EQ(stream.Write("e\n"), 2);
-  EXPECT_EQ(stream.calls, (Calls{"write abc",
-                                 "write \xc3\xa4"
-                                 "de",
-                                 "write \n"}));
+  EXPECT_EQ(6, stream.Write("abc\xc3\xa4"
+                            "d"));
+  EXPECT_EQ((Calls{"write abc"}), stream.calls);
+  EXPECT_EQ(2, stream.Write("e\n"));
+  EXPECT_EQ((Calls{"write abc",
+                   "write \xc3\xa4"
+                   "de",
+                   "write \n"}),
+            stream.calls);
 }
 
 TEST(FwStream, ALineBufferedWriteLeavesAFullBufferUnflushed) {
   Stream stream("", 4, FW_OPEN_WRONLY);
   Fw_msg_SetLineBuffering(stream.top, 1);
-  EXPECT_EQ(stream.Write("abcd"), 4);
-  EXPECT_EQ(stream.calls, Calls{});
-  EXPECT_EQ(stream.Write("e"), 1);
-  EXPECT_EQ(stream.calls, (Calls{"write abcd"}));
+  EXPECT_EQ(4, stream.Write("abcd"));
+  EXPECT_EQ(Calls{}, stream.calls);
+  EXPECT_EQ(1, stream.Write("e"));
+  EXPECT_EQ((Calls{"write abcd"}), stream.calls);
 }
 
 TEST(FwStream, ACharacterWiderThanTheBufferGoesInPieces) {
   Stream stream("", 1, FW_OPEN_WRONLY);
   Fw_msg_SetLineBuffering(stream.top, 1);
-  EXPECT_EQ(stream.Write("\xe2\x82\xac"
-                         "x\n"),
-            5);
-  EXPECT_EQ(stream.content,
-            "\xe2\x82\xac"
-            "x\n");
+  EXPECT_EQ(5, stream.Write("\xe2\x82\xac"
+                            "x\n"));
+  EXPECT_EQ(
+      "\xe2\x82\xac"
+      "x\n",
+      stream.content);
 }
 
 TEST(FwStream, BytesThatAreCutInsideACharacterAreWrittenAsTheyAre) {
@@ -513,10 +513,10 @@ TEST(FwStream, BytesThatAreCutInsideACharacterAreWrittenAsTheyAre) {
   char* bytes = static_cast<char*>(std::malloc(2));  // no terminator behind
   bytes[0] = 'a';
   bytes[1] = '\xc3';
-  EXPECT_EQ(Fw_msg_StreamWrite(stream.top, &stream.err, bytes, 2), 2);
+  EXPECT_EQ(2, Fw_msg_StreamWrite(stream.top, &stream.err, bytes, 2));
   std::free(bytes);
-  EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), 2);
-  EXPECT_EQ(stream.content, "a\xc3");
+  EXPECT_EQ(2, Fw_msg_Flush(stream.top, &stream.err));
+  EXPECT_EQ("a\xc3", stream.content);
 }
 
 TEST(FwStream, AWriteErrorIsSticky) {
@@ -524,13 +524,13 @@ TEST(FwStream, AWriteErrorIsSticky) {
     Stream stream("", 2, FW_OPEN_WRONLY);
     Fw_msg_SetLineBuffering(stream.top, lineBuffered);
     stream.below->fFail = 1;
-    EXPECT_EQ(stream.Write("a\nb"), -1);
-    EXPECT_EQ(Fw_msg_IsStreamError(stream.top), 1);
+    EXPECT_EQ(-1, stream.Write("a\nb"));
+    EXPECT_EQ(1, Fw_msg_IsStreamError(stream.top));
     stream.below->fFail = 0;
     stream.calls.clear();
-    EXPECT_EQ(stream.Write("c"), -1);
-    EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), -1);
-    EXPECT_EQ(stream.calls, Calls{});
+    EXPECT_EQ(-1, stream.Write("c"));
+    EXPECT_EQ(-1, Fw_msg_Flush(stream.top, &stream.err));
+    EXPECT_EQ(Calls{}, stream.calls);
   }
 }
 
@@ -538,22 +538,22 @@ TEST(FwStream, AFlushThatFailsGivesMinusOne) {
   Stream stream("", 100, FW_OPEN_WRONLY);
   stream.Write("a");
   stream.below->fFail = 1;
-  EXPECT_EQ(Fw_msg_Flush(stream.top, &stream.err), -1);
-  EXPECT_EQ(stream.Seek(0, FW_SEEK_SET), 0);
+  EXPECT_EQ(-1, Fw_msg_Flush(stream.top, &stream.err));
+  EXPECT_EQ(0, stream.Seek(0, FW_SEEK_SET));
 }
 
 TEST(FwStream, SeekingAStreamForWritingFlushesFirst) {
   Stream stream("", 100, FW_OPEN_WRONLY);
   stream.Write("abc");
-  EXPECT_EQ(stream.Seek(1, FW_SEEK_SET), 1);
-  EXPECT_EQ(stream.calls, (Calls{"write abc", "seek 1 from 0"}));
-  EXPECT_EQ(stream.Position(), 1);
+  EXPECT_EQ(1, stream.Seek(1, FW_SEEK_SET));
+  EXPECT_EQ((Calls{"write abc", "seek 1 from 0"}), stream.calls);
+  EXPECT_EQ(1, stream.Position());
 }
 
 TEST(FwStream, ThePositionWhileWritingIsLessWhatIsBuffered) {
   Stream stream("", 4, FW_OPEN_WRONLY);
   stream.Write("abcdef");
-  EXPECT_EQ(stream.Position(), 2);  // four written, less the two that are not
+  EXPECT_EQ(2, stream.Position());  // four written, less the two that are not
 }
 
 TEST(FwStream, DestroyingAStreamForWritingFlushes) {
@@ -561,18 +561,18 @@ TEST(FwStream, DestroyingAStreamForWritingFlushes) {
   {
     Stream stream("", 100, FW_OPEN_WRONLY);
     stream.Write("abc");
-    EXPECT_EQ(Fw_msg_StreamDestroy(stream.top, &stream.err, 1), 1);
+    EXPECT_EQ(1, Fw_msg_StreamDestroy(stream.top, &stream.err, 1));
     stream.top = nullptr;
     content = stream.content;
   }
-  EXPECT_EQ(content, "abc");
+  EXPECT_EQ("abc", content);
 }
 
 TEST(FwStream, AFlushThatFailsAtTheEndDoesNotChangeTheResult) {
   Stream stream("", 100, FW_OPEN_WRONLY);
   stream.Write("abc");
   stream.below->fFail = 1;
-  EXPECT_EQ(Fw_msg_StreamDestroy(stream.top, &stream.err, 1), 1);
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(stream.top, &stream.err, 1));
   stream.top = nullptr;
 }
 
@@ -581,16 +581,16 @@ TEST(FwStream, WritingFromInsideAWriteIsReported) {
   stream.top->reentrancy = 1;
   {
     ExpectAsserts expected({"reentrancy  in StreamWrite"});
-    EXPECT_EQ(stream.Write("a"), -1);
+    EXPECT_EQ(-1, stream.Write("a"));
   }
-  EXPECT_EQ(Fw_msg_IsStreamError(stream.top), 1);
-  EXPECT_EQ(stream.top->reentrancy, 1);
+  EXPECT_EQ(1, Fw_msg_IsStreamError(stream.top));
+  EXPECT_EQ(1, stream.top->reentrancy);
 }
 
 TEST(FwStream, WritingEndsWithTheGuardDown) {
   Stream stream("", 4, FW_OPEN_WRONLY);
   stream.Write("a");
-  EXPECT_EQ(stream.top->reentrancy, 0);
+  EXPECT_EQ(0, stream.top->reentrancy);
 }
 
 TEST(FwStream, NullStreamsAreReported) {
@@ -600,15 +600,13 @@ TEST(FwStream, NullStreamsAreReported) {
   ExpectAsserts expected(
       {"NULL Object passed to Fw_msg_Write", "NULL Object passed to Fw_msg_Write",
        "NULL Object passed to Fw_msg_StreamDestroy", "NULL Object passed to Fw_msg_StreamDestroy"});
-  EXPECT_EQ(Fw_msg_Write(nullptr, &err, &record), -1);
+  EXPECT_EQ(-1, Fw_msg_Write(nullptr, &err, &record));
   using WriteFn = int32(FwObj*, FwErrorState*, FwStrRecord*);
-  EXPECT_EQ(FwClassFindMethodAs<WriteFn>(_Fw_msg_Write_Handle, &FwStreamBufferedClass)(
-                nullptr, &err, &record),
-            -1);
-  EXPECT_EQ(Fw_msg_StreamDestroy(nullptr, &err, 1), 0);
-  EXPECT_EQ(FwClassFindMethodAs<Fw_msg_StreamDestroy_Fn>(_Fw_msg_StreamDestroy_Handle,
-                                                         &FwStreamBufferedClass)(nullptr, &err, 1),
-            0);
+  EXPECT_EQ(-1, FwClassFindMethodAs<WriteFn>(_Fw_msg_Write_Handle, &FwStreamBufferedClass)(
+                    nullptr, &err, &record));
+  EXPECT_EQ(0, Fw_msg_StreamDestroy(nullptr, &err, 1));
+  EXPECT_EQ(0, FwClassFindMethodAs<Fw_msg_StreamDestroy_Fn>(
+                   _Fw_msg_StreamDestroy_Handle, &FwStreamBufferedClass)(nullptr, &err, 1));
   FwStrRecordAbandon(&record);
 }
 
@@ -616,18 +614,18 @@ TEST(FwStream, NullStreamsAreReported) {
 
 TEST(FwStream, ABufferedStreamKnowsWhatIsBelow) {
   Stream stream("", 4);
-  EXPECT_EQ(Fw_msg_GetUnderlyingStream(stream.top), stream.below);
-  EXPECT_EQ(stream.top->openFlags, FW_OPEN_RDONLY);
-  EXPECT_EQ(stream.top->nBufferSizeInBytes, 4);
-  EXPECT_EQ(stream.top->lineBuffered, 0);
-  EXPECT_EQ(stream.Position(), 0);
+  EXPECT_EQ(stream.below, Fw_msg_GetUnderlyingStream(stream.top));
+  EXPECT_EQ(FW_OPEN_RDONLY, stream.top->openFlags);
+  EXPECT_EQ(4, stream.top->nBufferSizeInBytes);
+  EXPECT_EQ(0, stream.top->lineBuffered);
+  EXPECT_EQ(0, stream.Position());
 }
 
 TEST(FwStream, ReadingBytesOfABufferedStreamIsProhibited) {
   Stream stream("abc", 4);
   char buffer[4];
   ExpectAsserts expected({"Class prohibits message"});
-  EXPECT_EQ(Fw_msg_StreamRead(stream.top, &stream.err, buffer, 3), -1);
+  EXPECT_EQ(-1, Fw_msg_StreamRead(stream.top, &stream.err, buffer, 3));
 }
 
 TEST(FwStream, TheAbstractClassesProhibitTheTransferMessages) {
@@ -635,7 +633,7 @@ TEST(FwStream, TheAbstractClassesProhibitTheTransferMessages) {
     for (FwMessageID message : {_Fw_msg_StreamRead_Handle, _Fw_msg_StreamWrite_Handle,
                                 _Fw_msg_StreamSeek_Handle, _Fw_msg_StreamExtent_Handle}) {
       ExpectAsserts expected({"Class prohibits message"});
-      EXPECT_EQ(FwClassFindMethod(message, pClass), nullptr);
+      EXPECT_EQ(nullptr, FwClassFindMethod(message, pClass));
     }
   }
 }
@@ -644,65 +642,64 @@ TEST(FwStream, ABufferedStreamWithoutBufferOrStreamBelowIsRefused) {
   Stream stream("", 4);
   for (int32 nBufferSize : {0, -1}) {
     FwErrorState err;
-    EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, nBufferSize, stream.below),
-              nullptr);
-    EXPECT_EQ(err.pError, fwErrorParameter);
-    EXPECT_EQ(Detail(err), "Stream");
+    EXPECT_EQ(nullptr,
+              Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, nBufferSize, stream.below));
+    EXPECT_EQ(fwErrorParameter, err.pError);
+    EXPECT_EQ("Stream", Detail(err));
     FwErrorClear(&err);
   }
   FwErrorState err;
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, nullptr), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorParameter);
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, nullptr));
+  EXPECT_EQ(fwErrorParameter, FwErrorClear(&err));
 }
 
 TEST(FwStream, OtherOpenFlagsThanBelowAreRefused) {
   Stream stream("", 4);
   FwErrorState err;
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_WRONLY, 4, stream.below), nullptr);
-  EXPECT_EQ(err.pError, fwErrorNumericValue);
-  EXPECT_EQ(Detail(err), "Stream");
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_WRONLY, 4, stream.below));
+  EXPECT_EQ(fwErrorNumericValue, err.pError);
+  EXPECT_EQ("Stream", Detail(err));
   FwErrorClear(&err);
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY | FW_OPEN_CREAT, 4, stream.below),
-            nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericValue);
+  EXPECT_EQ(nullptr,
+            Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY | FW_OPEN_CREAT, 4, stream.below));
+  EXPECT_EQ(fwErrorNumericValue, FwErrorClear(&err));
 }
 
 TEST(FwStream, AStreamForBothDirectionsIsRefused) {
   Stream stream("", 4);
   FwErrorState err;
   ExpectAsserts expected({"Cannot support readable and writable streams for now"});
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDWR, 4, stream.below), nullptr);
-  EXPECT_EQ(err.pError, fwErrorNumericValue);
-  EXPECT_EQ(Detail(err), "Stream");
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDWR, 4, stream.below));
+  EXPECT_EQ(fwErrorNumericValue, err.pError);
+  EXPECT_EQ("Stream", Detail(err));
   FwErrorClear(&err);
 }
 
 TEST(FwStream, AStreamBelowMustBeAStreamInGoodOrder) {
   FwErrorState err;
   FwObj* pPlain = Fw_msg_Create(nullptr, &FwObjectClass);
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, pPlain), nullptr);
-  EXPECT_EQ(err.pError, fwErrorPointer);
-  EXPECT_EQ(Detail(err), "Stream");
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, pPlain));
+  EXPECT_EQ(fwErrorPointer, err.pError);
+  EXPECT_EQ("Stream", Detail(err));
   FwErrorClear(&err);
   Fw_msg_Destroy(pPlain);
 
   Stream stream("", 4);
   stream.below->fEOF = 1;
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, stream.below), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorPointer);
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, stream.below));
+  EXPECT_EQ(fwErrorPointer, FwErrorClear(&err));
   stream.below->fEOF = 0;
   stream.below->fError = 1;
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, stream.below), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorPointer);
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, stream.below));
+  EXPECT_EQ(fwErrorPointer, FwErrorClear(&err));
 }
 
 TEST(FwStream, AStreamNeedsAnErrorState) {
   Stream stream("", 4);
   ExpectAsserts expected({"Cannot have NULL ErrorState", "Cannot use NULL ErrorState"});
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(nullptr, FW_OPEN_RDONLY, 4, stream.below), nullptr);
-  EXPECT_EQ(
-      Fw_msg_CreateStreamIOFile(&FwStreamIOFileClass, nullptr, FW_OPEN_RDONLY, FWT("/dev/null")),
-      nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(nullptr, FW_OPEN_RDONLY, 4, stream.below));
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamIOFile(&FwStreamIOFileClass, nullptr, FW_OPEN_RDONLY,
+                                               FWT("/dev/null")));
 }
 
 TEST(FwStream, MemoryOfTheCallersGoesWithARefusal) {
@@ -712,8 +709,8 @@ TEST(FwStream, MemoryOfTheCallersGoesWithARefusal) {
   FwObj* pObj = FwClassAlloc(&FwStreamCoreClass, ALLOC_MUST_SUCCEED);
   auto* create = FwClassFindMethodAs<Fw_msg_CreateStreamCore_Fn>(_Fw_msg_CreateStreamCore_Handle,
                                                                  &FwStreamCoreClass);
-  EXPECT_EQ(create(pObj, &FwStreamCoreClass, &err, FW_OPEN_RDWR, nullptr), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericValue);
+  EXPECT_EQ(nullptr, create(pObj, &FwStreamCoreClass, &err, FW_OPEN_RDWR, nullptr));
+  EXPECT_EQ(fwErrorNumericValue, FwErrorClear(&err));
 }
 
 TEST(FwStream, ACoreIsMadeOnTheHeapOrInMemoryGiven) {
@@ -721,20 +718,20 @@ TEST(FwStream, ACoreIsMadeOnTheHeapOrInMemoryGiven) {
   auto* create = FwClassFindMethodAs<Fw_msg_CreateStreamCore_Fn>(_Fw_msg_CreateStreamCore_Handle,
                                                                  &FwStreamCoreClass);
   FwObj* pObj = create(nullptr, &FwStreamCoreClass, &err, FW_OPEN_RDONLY, nullptr);
-  ASSERT_NE(pObj, nullptr);
-  EXPECT_EQ(FwClassOf(pObj), &FwStreamCoreClass);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(pObj), 0);
-  EXPECT_EQ(Fw_msg_IsStreamError(pObj), 0);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pObj, &err, 1), 1);
+  ASSERT_NE(nullptr, pObj);
+  EXPECT_EQ(&FwStreamCoreClass, FwClassOf(pObj));
+  EXPECT_EQ(0, Fw_msg_IsStreamAtEOF(pObj));
+  EXPECT_EQ(0, Fw_msg_IsStreamError(pObj));
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pObj, &err, 1));
 
   void* memory = FwMemAlloc(sizeof(FwStreamCore), ALLOC_MUST_SUCCEED | INIT_NONE);
   std::memset(memory, 0x55, sizeof(FwStreamCore));
-  ASSERT_EQ(create(memory, &FwStreamCoreClass, &err, FW_OPEN_WRONLY, nullptr), memory);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(memory), 0);
-  EXPECT_EQ(Fw_msg_IsStreamError(memory), 0);
-  EXPECT_EQ(static_cast<FwStreamCore*>(memory)->reentrancy, 0);
-  EXPECT_EQ(static_cast<FwStreamCore*>(memory)->pUnderlyingStream, nullptr);
-  EXPECT_EQ(Fw_msg_StreamDestroy(memory, &err, 0), 1);
+  ASSERT_EQ(memory, create(memory, &FwStreamCoreClass, &err, FW_OPEN_WRONLY, nullptr));
+  EXPECT_EQ(0, Fw_msg_IsStreamAtEOF(memory));
+  EXPECT_EQ(0, Fw_msg_IsStreamError(memory));
+  EXPECT_EQ(0, static_cast<FwStreamCore*>(memory)->reentrancy);
+  EXPECT_EQ(nullptr, static_cast<FwStreamCore*>(memory)->pUnderlyingStream);
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(memory, &err, 0));
 }
 
 TEST(FwStream, ExhaustedMemoryForTheBufferIsAnError) {
@@ -743,8 +740,8 @@ TEST(FwStream, ExhaustedMemoryForTheBufferIsAnError) {
   // The instance is had; the buffer is not, nor is a copy of the detail.
   err.fAlloc = 0;
   FailAllocationsAfter failing(1);
-  EXPECT_EQ(Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, stream.below), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNoMemory);
+  EXPECT_EQ(nullptr, Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 4, stream.below));
+  EXPECT_EQ(fwErrorNoMemory, FwErrorClear(&err));
 }
 
 TEST(FwStream, ExhaustedMemoryForTheInstanceEndsTheProgram) {
@@ -760,11 +757,11 @@ TEST(FwStream, ExhaustedMemoryForTheInstanceEndsTheProgram) {
 
 TEST(FwStream, AStreamBelowIsKeptWithoutTheFlag) {
   Stream stream("ab", 4);
-  EXPECT_EQ(Fw_msg_StreamDestroy(stream.top, &stream.err, 0), 1);
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(stream.top, &stream.err, 0));
   stream.top = nullptr;
   char buffer[2];
-  EXPECT_EQ(Fw_msg_StreamRead(stream.below, &stream.err, buffer, 2), 2);
-  EXPECT_EQ(Fw_msg_StreamDestroy(stream.below, &stream.err, 0), 1);
+  EXPECT_EQ(2, Fw_msg_StreamRead(stream.below, &stream.err, buffer, 2));
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(stream.below, &stream.err, 0));
 }
 
 namespace {
@@ -808,28 +805,28 @@ TEST(FwStream, AFileIsReadThroughTheWholeStack) {
   const std::string path = tree.Write("f", "one\r\ntwo\rthree");
   FwErrorState err;
   FwObj* pFile = OpenFile(&err, path, FW_OPEN_RDONLY);
-  ASSERT_NE(pFile, nullptr);
+  ASSERT_NE(nullptr, pFile);
   FwObj* pStream = Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, 0x2000, pFile);
-  ASSERT_NE(pStream, nullptr);
+  ASSERT_NE(nullptr, pStream);
   FwStrRecord record;
   FwStrRecordOpen(&record);
-  EXPECT_EQ(Fw_msg_ReadLine(pStream, &err, &record), 4);
-  EXPECT_EQ(Fw_msg_ReadLine(pStream, &err, &record), 4);
-  EXPECT_EQ(Fw_msg_ReadLine(pStream, &err, &record), 5);
-  EXPECT_EQ(Fw_msg_ReadLine(pStream, &err, &record), 0);
-  EXPECT_STREQ(FWC(record.pbz), "one\ntwo\nthree");
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(pStream), 1);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(pFile), 1);
+  EXPECT_EQ(4, Fw_msg_ReadLine(pStream, &err, &record));
+  EXPECT_EQ(4, Fw_msg_ReadLine(pStream, &err, &record));
+  EXPECT_EQ(5, Fw_msg_ReadLine(pStream, &err, &record));
+  EXPECT_EQ(0, Fw_msg_ReadLine(pStream, &err, &record));
+  EXPECT_STREQ("one\ntwo\nthree", FWC(record.pbz));
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(pStream));
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(pFile));
 
   // Back to the start: the file is not at its end any more, either.
   Vq32x2 position;
-  EXPECT_EQ(Fw_msg_StreamSeek(pStream, &err, &position, FW_SEEK_SET), 1);
+  EXPECT_EQ(1, Fw_msg_StreamSeek(pStream, &err, &position, FW_SEEK_SET));
   FwStrRecordShorten(&record, 0);
-  EXPECT_EQ(Fw_msg_ReadLine(pStream, &err, &record), 4);
-  EXPECT_STREQ(FWC(record.pbz), "one\n");
+  EXPECT_EQ(4, Fw_msg_ReadLine(pStream, &err, &record));
+  EXPECT_STREQ("one\n", FWC(record.pbz));
   FwStrRecordAbandon(&record);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pStream, &err, 1), 1);
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pStream, &err, 1));
+  EXPECT_EQ(nullptr, err.pError);
 }
 
 TEST(FwStream, AFileIsWrittenThroughTheWholeStack) {
@@ -838,24 +835,24 @@ TEST(FwStream, AFileIsWrittenThroughTheWholeStack) {
   FwErrorState err;
   const uint32 flags = FW_OPEN_WRONLY | FW_OPEN_CREAT;
   FwObj* pFile = OpenFile(&err, path, flags);
-  ASSERT_NE(pFile, nullptr);
+  ASSERT_NE(nullptr, pFile);
   FwObj* pStream = Fw_msg_CreateStreamBuffered(&err, flags, 4, pFile);
-  ASSERT_NE(pStream, nullptr);
+  ASSERT_NE(nullptr, pStream);
   FwStrRecord record;
   FwStrRecordOpen(&record);
   FwStrPutTextString(&record, FWT("hello, world\n"));
-  EXPECT_EQ(Fw_msg_Write(pStream, &err, &record), 13);
+  EXPECT_EQ(13, Fw_msg_Write(pStream, &err, &record));
   FwStrRecordAbandon(&record);
-  EXPECT_EQ(ReadFile(path), "hello, world");
-  EXPECT_EQ(Fw_msg_StreamDestroy(pStream, &err, 1), 1);
-  EXPECT_EQ(ReadFile(path), "hello, world\n");
+  EXPECT_EQ("hello, world", ReadFile(path));
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pStream, &err, 1));
+  EXPECT_EQ("hello, world\n", ReadFile(path));
 }
 
 TEST(FwStream, AMissingFileMakesNoStream) {
   TemporaryTree tree;
   FwErrorState err;
-  EXPECT_EQ(OpenFile(&err, tree / "missing", FW_OPEN_RDONLY), nullptr);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNonExistent);
+  EXPECT_EQ(nullptr, OpenFile(&err, tree / "missing", FW_OPEN_RDONLY));
+  EXPECT_EQ(fwErrorNonExistent, FwErrorClear(&err));
 }
 
 TEST(FwStream, AFileForBothDirectionsEndsTheProgram) {
@@ -875,23 +872,23 @@ TEST(FwStream, AFileStreamReadsToItsEndAndStaysThere) {
   const std::string path = tree.Write("f", "abc");
   FwErrorState err;
   FwObj* pFile = OpenFile(&err, path, FW_OPEN_RDONLY);
-  ASSERT_NE(pFile, nullptr);
+  ASSERT_NE(nullptr, pFile);
   char buffer[8];
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 8), 3);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(pFile), 0);  // a short count is no end
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 8), 0);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(pFile), 1);
+  EXPECT_EQ(3, Fw_msg_StreamRead(pFile, &err, buffer, 8));
+  EXPECT_EQ(0, Fw_msg_IsStreamAtEOF(pFile));  // a short count is no end
+  EXPECT_EQ(0, Fw_msg_StreamRead(pFile, &err, buffer, 8));
+  EXPECT_EQ(1, Fw_msg_IsStreamAtEOF(pFile));
   Vq32x2 position{1, 0};
-  EXPECT_EQ(Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET), 1);
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 8), 0);
+  EXPECT_EQ(1, Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET));
+  EXPECT_EQ(0, Fw_msg_StreamRead(pFile, &err, buffer, 8));
   position = {};
-  EXPECT_EQ(Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET), 1);
-  EXPECT_EQ(Fw_msg_IsStreamAtEOF(pFile), 0);
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 2), 2);
+  EXPECT_EQ(1, Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET));
+  EXPECT_EQ(0, Fw_msg_IsStreamAtEOF(pFile));
+  EXPECT_EQ(2, Fw_msg_StreamRead(pFile, &err, buffer, 2));
   Vq32x2 extent;
-  EXPECT_EQ(Fw_msg_StreamExtent(pFile, &err, &extent), 1);
-  EXPECT_EQ(extent.low, 3u);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pFile, &err, 1), 1);
+  EXPECT_EQ(1, Fw_msg_StreamExtent(pFile, &err, &extent));
+  EXPECT_EQ(3u, extent.low);
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pFile, &err, 1));
 }
 
 TEST(FwStream, ASeekOfAFileThatFailsIsAStickyError) {
@@ -899,16 +896,16 @@ TEST(FwStream, ASeekOfAFileThatFailsIsAStickyError) {
   const std::string path = tree.Write("f", "abc");
   FwErrorState err;
   FwObj* pFile = OpenFile(&err, path, FW_OPEN_RDONLY);
-  ASSERT_NE(pFile, nullptr);
+  ASSERT_NE(nullptr, pFile);
   Vq32x2 position{0xffffffff, -1};
-  EXPECT_EQ(Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET), 0);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericRange);
-  EXPECT_EQ(Fw_msg_IsStreamError(pFile), 1);
+  EXPECT_EQ(0, Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET));
+  EXPECT_EQ(fwErrorNumericRange, FwErrorClear(&err));
+  EXPECT_EQ(1, Fw_msg_IsStreamError(pFile));
   char buffer[1];
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 1), -1);
-  EXPECT_EQ(Fw_msg_StreamWrite(pFile, &err, buffer, 1), -1);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pFile, &err, 1), 1);
+  EXPECT_EQ(-1, Fw_msg_StreamRead(pFile, &err, buffer, 1));
+  EXPECT_EQ(-1, Fw_msg_StreamWrite(pFile, &err, buffer, 1));
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pFile, &err, 1));
 }
 
 TEST(FwStream, ReadingAndWritingAFileTheWrongWayIsAnError) {
@@ -917,18 +914,18 @@ TEST(FwStream, ReadingAndWritingAFileTheWrongWayIsAnError) {
   char buffer[1] = {'x'};
   FwErrorState err;
   FwObj* pFile = OpenFile(&err, path, FW_OPEN_RDONLY);
-  ASSERT_NE(pFile, nullptr);
-  EXPECT_EQ(Fw_msg_StreamWrite(pFile, &err, buffer, 0), 0);
-  EXPECT_EQ(Fw_msg_StreamWrite(pFile, &err, buffer, 1), -1);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorParameter);  // EBADF
-  EXPECT_EQ(Fw_msg_IsStreamError(pFile), 1);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pFile, &err, 1), 1);
+  ASSERT_NE(nullptr, pFile);
+  EXPECT_EQ(0, Fw_msg_StreamWrite(pFile, &err, buffer, 0));
+  EXPECT_EQ(-1, Fw_msg_StreamWrite(pFile, &err, buffer, 1));
+  EXPECT_EQ(fwErrorParameter, FwErrorClear(&err));  // EBADF
+  EXPECT_EQ(1, Fw_msg_IsStreamError(pFile));
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pFile, &err, 1));
 
   pFile = OpenFile(&err, path, FW_OPEN_WRONLY);
-  ASSERT_NE(pFile, nullptr);
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 1), -1);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorParameter);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pFile, &err, 1), 1);
+  ASSERT_NE(nullptr, pFile);
+  EXPECT_EQ(-1, Fw_msg_StreamRead(pFile, &err, buffer, 1));
+  EXPECT_EQ(fwErrorParameter, FwErrorClear(&err));
+  EXPECT_EQ(1, Fw_msg_StreamDestroy(pFile, &err, 1));
 }
 
 TEST(FwStream, AFileStreamWithoutAFileIsReported) {
@@ -936,7 +933,7 @@ TEST(FwStream, AFileStreamWithoutAFileIsReported) {
   const std::string path = tree.Write("f", "abc");
   FwErrorState err;
   FwObj* pFile = OpenFile(&err, path, FW_OPEN_RDONLY);
-  ASSERT_NE(pFile, nullptr);
+  ASSERT_NE(nullptr, pFile);
   auto* pStream = static_cast<FwStreamIOFile*>(pFile);
   FwFileClose(&err, pStream->handle);
   pStream->handle = FW_FILE_INVALID;
@@ -944,14 +941,14 @@ TEST(FwStream, AFileStreamWithoutAFileIsReported) {
   Vq32x2 position;
   ExpectAsserts expected(
       {"stream is inconsistant", "stream is inconsistant", "stream is inconsistant"});
-  EXPECT_EQ(Fw_msg_StreamRead(pFile, &err, buffer, 1), -1);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericRange);
+  EXPECT_EQ(-1, Fw_msg_StreamRead(pFile, &err, buffer, 1));
+  EXPECT_EQ(fwErrorNumericRange, FwErrorClear(&err));
   pStream->fError = 0;
-  EXPECT_EQ(Fw_msg_StreamWrite(pFile, &err, buffer, 1), -1);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericRange);
+  EXPECT_EQ(-1, Fw_msg_StreamWrite(pFile, &err, buffer, 1));
+  EXPECT_EQ(fwErrorNumericRange, FwErrorClear(&err));
   pStream->fError = 0;
-  EXPECT_EQ(Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET), 0);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericRange);
-  EXPECT_EQ(Fw_msg_StreamDestroy(pFile, &err, 1), 0);
-  EXPECT_EQ(FwErrorClear(&err), fwErrorNumericRange);
+  EXPECT_EQ(0, Fw_msg_StreamSeek(pFile, &err, &position, FW_SEEK_SET));
+  EXPECT_EQ(fwErrorNumericRange, FwErrorClear(&err));
+  EXPECT_EQ(0, Fw_msg_StreamDestroy(pFile, &err, 1));
+  EXPECT_EQ(fwErrorNumericRange, FwErrorClear(&err));
 }

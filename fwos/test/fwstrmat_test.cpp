@@ -24,7 +24,7 @@ std::string MatchN(const std::string& english, uint32 cbEnglish, const std::stri
                                         FWT(translated.c_str()), &record);
   std::string text = Taken(&record);
   if (fMatched) return text;
-  EXPECT_EQ(text, "");
+  EXPECT_EQ("", text);
   return kNoMatch;
 }
 
@@ -50,7 +50,7 @@ struct MatchCase {
 void ExpectMatches(const MatchCase* pCases, std::size_t n) {
   for (std::size_t i = 0; i < n; i++) {
     const MatchCase& c = pCases[i];
-    EXPECT_EQ(Match(c.pszEnglish, c.pszTemplate, c.pszTranslated), c.pszExpected)
+    EXPECT_EQ(c.pszExpected, Match(c.pszEnglish, c.pszTemplate, c.pszTranslated))
         << c.pszEnglish << " by " << c.pszTemplate;
   }
 }
@@ -72,14 +72,14 @@ TEST(FcStrMatchTemplate, ComparesTextWithoutItems) {
 TEST(FcStrMatchTemplate, BindsStringsOfMarkedTextAtTheirMarkers) {
   const char* pszTemplate = "Error: %s, %s and %s";
   std::string english = FormatMessage(pszTemplate, "a, b", "", "x and y");
-  EXPECT_EQ(english, "Error: a, b\x08, \x08 and x and y\x08");
-  EXPECT_EQ(Match(english, pszTemplate, "%[2]s/%[0]s/%[1]s!"), "x and y/a, b/!");
-  EXPECT_EQ(Match(english, "Error: %[2]s, %[0]s and %[1]s", "%s/%s/%s"), "/x and y/a, b");
+  EXPECT_EQ("Error: a, b\x08, \x08 and x and y\x08", english);
+  EXPECT_EQ("x and y/a, b/!", Match(english, pszTemplate, "%[2]s/%[0]s/%[1]s!"));
+  EXPECT_EQ("/x and y/a, b", Match(english, "Error: %[2]s, %[0]s and %[1]s", "%s/%s/%s"));
 }
 
 TEST(FcStrMatchTemplate, WantsAMarkerForEachStringOfMarkedText) {
-  EXPECT_EQ(Match("a\x08, b", "%s, %s", "%s%s"), kNoMatch);
-  EXPECT_EQ(Match("a\x08, b", "%t, %t", "%t%t"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match("a\x08, b", "%s, %s", "%s%s"));
+  EXPECT_EQ(kNoMatch, Match("a\x08, b", "%t, %t", "%t%t"));
 }
 
 TEST(FcStrMatchTemplate, TriesTheEmptyStringAndThenEachPossibleEnd) {
@@ -99,8 +99,8 @@ TEST(FcStrMatchTemplate, TriesTheEmptyStringAndThenEachPossibleEnd) {
 }
 
 TEST(FcStrMatchTemplate, BindsANumberInOneWayOnly) {
-  EXPECT_EQ(Match("12", "%d%d", "%d %d"), kNoMatch);
-  EXPECT_EQ(Match("12", "%d2", "%d"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match("12", "%d%d", "%d %d"));
+  EXPECT_EQ(kNoMatch, Match("12", "%d2", "%d"));
 }
 
 TEST(FcStrMatchTemplate, BindsEveryKindOfNumber) {
@@ -236,10 +236,10 @@ TEST(FcStrMatchTemplate, FindsTheFirstOfAllWaysToCutAText) {
 }
 
 TEST(FcStrMatchTemplate, PutsTrailingNewlinesBack) {
-  EXPECT_EQ(Match("disk failed\n", "%s failed", "%s kaputt"), "disk kaputt\n");
-  EXPECT_EQ(Match("a\x08 b\x08\n\n", "%s %s", "%[1]s %[0]s"), "b a\n\n");
-  EXPECT_EQ(Match("Done.\n", "Done.", "Fertig."), "Fertig.\n");
-  EXPECT_EQ(Match("open foo\n", "open %s", "offen: %s"), "offen: foo\n");
+  EXPECT_EQ("disk kaputt\n", Match("disk failed\n", "%s failed", "%s kaputt"));
+  EXPECT_EQ("b a\n\n", Match("a\x08 b\x08\n\n", "%s %s", "%[1]s %[0]s"));
+  EXPECT_EQ("Fertig.\n", Match("Done.\n", "Done.", "Fertig."));
+  EXPECT_EQ("offen: foo\n", Match("open foo\n", "open %s", "offen: %s"));
 }
 
 TEST(FcStrMatchTemplate, WantsALiteralPercentDoubledInTheTemplate) {
@@ -283,14 +283,14 @@ TEST(FcStrMatchTemplate, BindsABranch) {
 }
 
 TEST(FcStrMatchTemplate, NeverBindsAListOfOneAlternative) {
-  EXPECT_EQ(Match("a", "%(a%)", "x"), kNoMatch);
-  EXPECT_EQ(Match("a", "%(a", "x"), kNoMatch);
-  EXPECT_EQ(Match("a", "%{a", "x"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match("a", "%(a%)", "x"));
+  EXPECT_EQ(kNoMatch, Match("a", "%(a", "x"));
+  EXPECT_EQ(kNoMatch, Match("a", "%{a", "x"));
 }
 
 TEST(FcStrMatchTemplate, ReplacesThePrecisionOfABoundString) {
-  EXPECT_EQ(Match("<abcdef>", "<%s>", "%.2s|"), "abcdef|");
-  EXPECT_EQ(Match("<abcdef>", "<%s>", "%8.2s|"), "  abcdef|");
+  EXPECT_EQ("abcdef|", Match("<abcdef>", "<%s>", "%.2s|"));
+  EXPECT_EQ("  abcdef|", Match("<abcdef>", "<%s>", "%8.2s|"));
 }
 
 TEST(FcStrMatchTemplate, MakesArgumentsForStars) {
@@ -313,12 +313,12 @@ TEST(FcStrMatchTemplate, MakesArgumentsForStars) {
 
 TEST(FcStrMatchTemplate, AssertsOfAPrecisionBelowOne) {
   ExpectAsserts expected({"Bad precision"});
-  EXPECT_EQ(Match("3|", "%.*f|", "%.*f"), "3");
+  EXPECT_EQ("3", Match("3|", "%.*f|", "%.*f"));
 }
 
 TEST(FcStrMatchTemplate, AssertsOfAPrecisionThatNoTextShows) {
   ExpectAsserts expected({"Unhandled format", "Bad precision"});
-  EXPECT_EQ(Match("x|", "%.*c|", "done"), "done");
+  EXPECT_EQ("done", Match("x|", "%.*c|", "done"));
 }
 
 TEST(FcMatGetPrecision, AssertsOfAPointBehindTheExponent) {
@@ -327,32 +327,32 @@ TEST(FcMatGetPrecision, AssertsOfAPointBehindTheExponent) {
   binding.cbEnglishBindingLength = 5;
   binding.bTypeName = 'f';
   ExpectAsserts expected({"Number string appears bad", "Bad precision"});
-  EXPECT_EQ(FcMatGetPrecision(&binding), 0);
+  EXPECT_EQ(0, FcMatGetPrecision(&binding));
 }
 
 TEST(FcStrMatchTemplate, CountsAsMatchedThoughTheTranslationWantsOtherTypes) {
   ExpectAsserts expected({"Format to output doesn't match arguments"});
-  EXPECT_EQ(Match("5 items\n", "%d items", "<%s>"), "\n");
+  EXPECT_EQ("\n", Match("5 items\n", "%d items", "<%s>"));
 }
 
 TEST(FcStrMatchTemplate, LeavesUnreferencedSlotsGeneric) {
-  EXPECT_EQ(Match("a b", "%[0]s %[2]s", "%[2]s %[0]s"), "b a");
+  EXPECT_EQ("b a", Match("a b", "%[0]s %[2]s", "%[2]s %[0]s"));
   ExpectAsserts expected({"Format to output doesn't match arguments"});
-  EXPECT_EQ(Match("a b", "%[0]s %[2]s", "%[2]s %[1]s"), "");
+  EXPECT_EQ("", Match("a b", "%[0]s %[2]s", "%[2]s %[1]s"));
 }
 
 TEST(FcStrMatchTemplate, MatchesACountedText) {
-  EXPECT_EQ(MatchN("abcdef", 3, "abc", "x"), "x");
-  EXPECT_EQ(MatchN("a b c", 3, "a %s", "<%s>"), "<b>");
+  EXPECT_EQ("x", MatchN("abcdef", 3, "abc", "x"));
+  EXPECT_EQ("<b>", MatchN("a b c", 3, "a %s", "<%s>"));
   // The number goes on behind the end.
-  EXPECT_EQ(MatchN("a12", 2, "a%d", "%d"), kNoMatch);
-  EXPECT_EQ(MatchN("a1.5", 2, "a%f", "%f"), kNoMatch);
-  EXPECT_EQ(MatchN("disk failed\r\n", 11, "%s failed", "%s kaputt"), "disk kaputt");
+  EXPECT_EQ(kNoMatch, MatchN("a12", 2, "a%d", "%d"));
+  EXPECT_EQ(kNoMatch, MatchN("a1.5", 2, "a%f", "%f"));
+  EXPECT_EQ("disk kaputt", MatchN("disk failed\r\n", 11, "%s failed", "%s kaputt"));
 }
 
 TEST(FcStrMatchTemplate, AssertsOfANegativeLength) {
   ExpectAsserts expected({"Bad cbEnglishLength"});
-  EXPECT_EQ(MatchN("a", static_cast<uint32>(-2), "a", "b"), kNoMatch);
+  EXPECT_EQ(kNoMatch, MatchN("a", static_cast<uint32>(-2), "a", "b"));
 }
 
 TEST(FcStrMatchTemplate, AssertsOfTheTemplatesFaults) {
@@ -378,24 +378,24 @@ TEST(FcStrMatchTemplate, AssertsOfTheTemplatesFaults) {
   };
   for (const auto& c : cases) {
     ExpectAsserts expected({c.pszAssert});
-    EXPECT_EQ(Match("a", c.pattern, "x"), kNoMatch) << c.pattern;
+    EXPECT_EQ(kNoMatch, Match("a", c.pattern, "x")) << c.pattern;
   }
 }
 
 TEST(FcStrMatchTemplate, Prints39BindingsAndNoMore) {
-  EXPECT_EQ(Match(std::string(39, 'x'), Repeated("%c", 39), "%c%%"), "x%");
+  EXPECT_EQ("x%", Match(std::string(39, 'x'), Repeated("%c", 39), "%c%%"));
   ExpectAsserts expected({"Too many formats"});
-  EXPECT_EQ(Match(std::string(40, 'x'), Repeated("%c", 40), "%c"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match(std::string(40, 'x'), Repeated("%c", 40), "%c"));
 }
 
 TEST(FcStrMatchTemplate, AssertsOfPositionsBeyondItsList) {
-  EXPECT_EQ(Match("<a>", "<%[39]s>", "x"), "x");
+  EXPECT_EQ("x", Match("<a>", "<%[39]s>", "x"));
   {
     ExpectAsserts expected({"Too many formats"});
-    EXPECT_EQ(Match("<a>", "<%[40]s>", "x"), kNoMatch);
+    EXPECT_EQ(kNoMatch, Match("<a>", "<%[40]s>", "x"));
   }
   ExpectAsserts expected({"Too many formats"});
-  EXPECT_EQ(Match("<a>", "<%[500]s>", "x"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match("<a>", "<%[500]s>", "x"));
 }
 
 TEST(FcStrMatchTemplate, HasRoomFor32SeparatorsInAList) {
@@ -405,22 +405,22 @@ TEST(FcStrMatchTemplate, HasRoomFor32SeparatorsInAList) {
     pattern += "%|a" + std::to_string(i);
     translated += "%|b" + std::to_string(i);
   }
-  EXPECT_EQ(Match("a32.", pattern + "%).", translated + "%)"), "b32");
-  EXPECT_EQ(Match("a0.", pattern + "%).", translated + "%)"), "b0");
-  EXPECT_EQ(Match("a33.", pattern + "%).", translated + "%)"), kNoMatch);
+  EXPECT_EQ("b32", Match("a32.", pattern + "%).", translated + "%)"));
+  EXPECT_EQ("b0", Match("a0.", pattern + "%).", translated + "%)"));
+  EXPECT_EQ(kNoMatch, Match("a33.", pattern + "%).", translated + "%)"));
 }
 
 TEST(FcStrMatchTemplate, Nests16Lists) {
   // A list takes three bindings, so 13 of them can still be printed.
-  EXPECT_EQ(Match("x", Repeated("%(", 13) + "x" + Repeated("%|%)", 13), "y"), "y");
+  EXPECT_EQ("y", Match("x", Repeated("%(", 13) + "x" + Repeated("%|%)", 13), "y"));
   ExpectAsserts expected({"Too many formats"});
-  EXPECT_EQ(Match("x", Repeated("%(", 16) + "x" + Repeated("%|%)", 16), "y"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match("x", Repeated("%(", 16) + "x" + Repeated("%|%)", 16), "y"));
 }
 
 TEST(FcStrMatchTemplate, ComparesLiteralPercentsFor299Rounds) {
-  EXPECT_EQ(Match(std::string(298, '%'), Repeated("%%", 298), "x"), "x");
+  EXPECT_EQ("x", Match(std::string(298, '%'), Repeated("%%", 298), "x"));
   ExpectAsserts expected({"Infinite loop?"});
-  EXPECT_EQ(Match(std::string(299, '%'), Repeated("%%", 299), "x"), kNoMatch);
+  EXPECT_EQ(kNoMatch, Match(std::string(299, '%'), Repeated("%%", 299), "x"));
 }
 
 // --- Words with translations of their own ---
@@ -429,41 +429,41 @@ TEST(FcStrMatchTemplate, TranslatesAKnownWord) {
   Vocabulary vocabulary("words");
   FcTranslNode* pFile = vocabulary.AddFixed("file", "Datei");
   FcTranslNode* pLong = vocabulary.AddFixed("open file", "offene Datei");
-  EXPECT_EQ(Match("file missing", "%t missing", "%t fehlt"), "Datei fehlt");
-  EXPECT_EQ(Match("open file missing", "%t missing", "%t fehlt"), "offene Datei fehlt");
-  EXPECT_EQ(Match("Error: file\x08 a.xml\x08 gone", "Error: %t %s gone", "%[1]s: %[0]t weg"),
-            "a.xml: Datei weg");
-  EXPECT_EQ(pFile->pbData[0], 0);
-  EXPECT_EQ(pLong->pbData[0], 0);
+  EXPECT_EQ("Datei fehlt", Match("file missing", "%t missing", "%t fehlt"));
+  EXPECT_EQ("offene Datei fehlt", Match("open file missing", "%t missing", "%t fehlt"));
+  EXPECT_EQ("a.xml: Datei weg",
+            Match("Error: file\x08 a.xml\x08 gone", "Error: %t %s gone", "%[1]s: %[0]t weg"));
+  EXPECT_EQ(0, pFile->pbData[0]);
+  EXPECT_EQ(0, pLong->pbData[0]);
 }
 
 TEST(FcStrMatchTemplate, LeavesAnUnknownWordInEnglish) {
   Vocabulary vocabulary("words");
   vocabulary.AddFixed("disk", "Platte");
-  EXPECT_EQ(Match("drive ready", "%t ready", "%t bereit"), "drive bereit");
+  EXPECT_EQ("drive bereit", Match("drive ready", "%t ready", "%t bereit"));
   // The known word is tried first, but what follows it does not fit.
-  EXPECT_EQ(Match("disk drive ready", "%t ready", "%t bereit"), "disk drive bereit");
-  EXPECT_EQ(Match("drive\x08 x\x08!", "%t %s!", "%t %s!"), "drive x!");
-  EXPECT_EQ(Match(" ready", "%t ready", "<%t>"), "<>");
+  EXPECT_EQ("disk drive bereit", Match("disk drive ready", "%t ready", "%t bereit"));
+  EXPECT_EQ("drive x!", Match("drive\x08 x\x08!", "%t %s!", "%t %s!"));
+  EXPECT_EQ("<>", Match(" ready", "%t ready", "<%t>"));
 }
 
 TEST(FcStrMatchTemplate, BindsTheShortestKnownWord) {
   Vocabulary vocabulary("words");
   vocabulary.AddFixed("open", "offen");
   vocabulary.AddFixed("open file", "offene Datei");
-  EXPECT_EQ(Match("open file x", "%t %s", "<%[0]t|%[1]s>"), "<offen|file x>");
+  EXPECT_EQ("<offen|file x>", Match("open file x", "%t %s", "<%[0]t|%[1]s>"));
 }
 
 TEST(FcStrMatchTemplate, ReleasesWordsOfAFailedMatch) {
   Vocabulary vocabulary("words");
   FcTranslNode* pNode = vocabulary.AddFixed("file", "Datei");
-  EXPECT_EQ(Match("file\x08 x\x08?", "%t %s!", "x"), kNoMatch);
-  EXPECT_EQ(pNode->pbData[0], 0);
+  EXPECT_EQ(kNoMatch, Match("file\x08 x\x08?", "%t %s!", "x"));
+  EXPECT_EQ(0, pNode->pbData[0]);
   {
     ExpectAsserts expected({"Too many formats"});
-    EXPECT_EQ(Match("file 1", "%t %[50]d", "x"), kNoMatch);
+    EXPECT_EQ(kNoMatch, Match("file 1", "%t %[50]d", "x"));
   }
-  EXPECT_EQ(pNode->pbData[0], 0);
+  EXPECT_EQ(0, pNode->pbData[0]);
 }
 
 TEST(FcStrMatchTemplate, RunsOutOfTriesBehindAKnownWordThatMisleads) {
@@ -471,8 +471,8 @@ TEST(FcStrMatchTemplate, RunsOutOfTriesBehindAKnownWordThatMisleads) {
   FcTranslNode* pNode = vocabulary.AddFixed("file", "Datei");
   // 11 bytes give 13 tries: one for the word, 12 for the plain strings of 0 to 11 characters.
   ExpectAsserts expected({"Infinite loop entered?"});
-  EXPECT_EQ(Match("file3 boxes", "%t%d items", "x"), kNoMatch);
-  EXPECT_EQ(pNode->pbData[0], 0);
+  EXPECT_EQ(kNoMatch, Match("file3 boxes", "%t%d items", "x"));
+  EXPECT_EQ(0, pNode->pbData[0]);
 }
 
 // --- Markers ---
@@ -484,10 +484,10 @@ TEST(FcStrStripMarkers, RemovesEveryMarker) {
                                   "a\x08\x08"
                                   "b\x08"));
   EXPECT_TRUE(FcStrStripMarkers(&record));
-  EXPECT_STREQ(FWC(record.pbz), "ab");
+  EXPECT_STREQ("ab", FWC(record.pbz));
   EXPECT_FALSE(FcStrStripMarkers(&record));
   FwStrPutTextString(&record, FWT("c"));
-  EXPECT_EQ(Taken(&record), "abc");
+  EXPECT_EQ("abc", Taken(&record));
 }
 
 TEST(FcStrNEqualIgnoreMarkers, PassesOverMarkersOfTheText) {
@@ -507,11 +507,11 @@ TEST(FcStrRecordDeleteAt, MovesTheTailDown) {
   FwStrRecordOpen(&record);
   FwStrPutTextString(&record, FWT("abc"));
   FcStrRecordDeleteAt(&record, record.pbz + 1);
-  EXPECT_STREQ(FWC(record.pbz), "ac");
+  EXPECT_STREQ("ac", FWC(record.pbz));
   FcStrRecordDeleteAt(&record, record.pbz + 1);
-  EXPECT_STREQ(FWC(record.pbz), "a");
+  EXPECT_STREQ("a", FWC(record.pbz));
   ExpectAsserts expected({"Bad iDeleteAt", "Bad iDeleteAt"});
   FcStrRecordDeleteAt(&record, record.pbTerminator);
   FcStrRecordDeleteAt(&record, record.pbTerminator + 1);
-  EXPECT_EQ(Taken(&record), "a");
+  EXPECT_EQ("a", Taken(&record));
 }

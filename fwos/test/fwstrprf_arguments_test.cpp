@@ -56,70 +56,68 @@ std::string FormatTyped(const char* pszFormat, std::vector<FcStrArg> args) {
   FwStrRecordOpen(&record);
   uint32 cbAdded = FcPrfPrintArgList(&record, FWT(pszFormat), &list);
   std::string text = Taken(&record);
-  EXPECT_EQ(cbAdded, text.size()) << pszFormat;
+  EXPECT_EQ(text.size(), cbAdded) << pszFormat;
   return text;
 }
 
 }  // namespace
 
 TEST(FcPrfArguments, AreTakenInFormatOrder) {
-  EXPECT_EQ(Format("%d %s %.1f %u %c", -1, "two", 3.0, 4u, '5'), "-1 two 3.0 4 5");
+  EXPECT_EQ("-1 two 3.0 4 5", Format("%d %s %.1f %u %c", -1, "two", 3.0, 4u, '5'));
   // More than the registers hold of each kind.
-  EXPECT_EQ(Format("%d%d%d%d%d%d%d%d%s", 1, 2, 3, 4, 5, 6, 7, 8, "9"), "123456789");
-  EXPECT_EQ(Format("%.0f%.0f%.0f%.0f%.0f%.0f%.0f%.0f%.0f%d", 1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0,
-                   9.0, 10),
-            "12345678910");
+  EXPECT_EQ("123456789", Format("%d%d%d%d%d%d%d%d%s", 1, 2, 3, 4, 5, 6, 7, 8, "9"));
+  EXPECT_EQ("12345678910", Format("%.0f%.0f%.0f%.0f%.0f%.0f%.0f%.0f%.0f%d", 1.0, 2.0, 3.0, 4.0, 5.0,
+                                  6.0, 7.0, 8.0, 9.0, 10));
 }
 
 TEST(FcPrfArguments, AreTakenByPosition) {
-  EXPECT_EQ(Format("%[1]s %[0]s", "a", "b"), "b a");
-  EXPECT_EQ(Format("%[2]d%[0]s%[1].1f", "s", 2.0, 7), "7s2.0");
-  EXPECT_EQ(Format("%[0]d%%", 5), "5%");
+  EXPECT_EQ("b a", Format("%[1]s %[0]s", "a", "b"));
+  EXPECT_EQ("7s2.0", Format("%[2]d%[0]s%[1].1f", "s", 2.0, 7));
+  EXPECT_EQ("5%", Format("%[0]d%%", 5));
 }
 
 TEST(FcPrfArguments, SkipAMiddleSlotThatNothingReferencesAndNeverReadATrailingOne) {
-  EXPECT_EQ(Format("%[0]d %[2]d", 1, 99, 3), "1 3");
-  EXPECT_EQ(Format("%[2]s", FWT("x"), 99, "last", "unread"), "last");
+  EXPECT_EQ("1 3", Format("%[0]d %[2]d", 1, 99, 3));
+  EXPECT_EQ("last", Format("%[2]s", FWT("x"), 99, "last", "unread"));
 }
 
 TEST(FcPrfArguments, TakeStarsAheadOfTheirItem) {
-  EXPECT_EQ(Format("%*d|%-*d|", 5, 42, 4, 7), "   42|7   |");
-  EXPECT_EQ(Format("%.*f", 2, 3.14159), "3.14");
-  EXPECT_EQ(Format("%*.*f|", 8, 2, 3.14159), "    3.14|");
-  EXPECT_EQ(Format("%.*s", 2, "abc"), "ab");
+  EXPECT_EQ("   42|7   |", Format("%*d|%-*d|", 5, 42, 4, 7));
+  EXPECT_EQ("3.14", Format("%.*f", 2, 3.14159));
+  EXPECT_EQ("    3.14|", Format("%*.*f|", 8, 2, 3.14159));
+  EXPECT_EQ("ab", Format("%.*s", 2, "abc"));
 }
 
 TEST(FcPrfArguments, CountStarsInPositions) {
-  EXPECT_EQ(Format("%[1]*d %[0]s", "x", 5, 42), "   42 x");
-  EXPECT_EQ(Format("%[3]s%[0]*.*f", 6, 1, 2.0, "x"), "x   2.0");
+  EXPECT_EQ("   42 x", Format("%[1]*d %[0]s", "x", 5, 42));
+  EXPECT_EQ("x   2.0", Format("%[3]s%[0]*.*f", 6, 1, 2.0, "x"));
 }
 
 TEST(FcPrfPrintArgList, PrintsEveryType) {
-  EXPECT_EQ(FormatTyped("%d %u %s %.2f",
-                        {IntegerArg(-1), UnsignedArg(2), StringArg("three"), RealArg(4.0)}),
-            "-1 2 three 4.00");
-  EXPECT_EQ(FormatTyped("no items", {IntegerArg(1)}), "no items");
+  EXPECT_EQ("-1 2 three 4.00", FormatTyped("%d %u %s %.2f", {IntegerArg(-1), UnsignedArg(2),
+                                                             StringArg("three"), RealArg(4.0)}));
+  EXPECT_EQ("no items", FormatTyped("no items", {IntegerArg(1)}));
 }
 
 TEST(FcPrfPrintArgList, TakesSelectorsFirst) {
-  EXPECT_EQ(FormatTyped("%[0]s%(a%|b%)%{c%}", {UnsignedArg(1), UnsignedArg(0), StringArg("x")}),
-            "xb");
+  EXPECT_EQ("xb",
+            FormatTyped("%[0]s%(a%|b%)%{c%}", {UnsignedArg(1), UnsignedArg(0), StringArg("x")}));
 }
 
 TEST(FcPrfPrintArgList, UsesLocalNumerics) {
-  EXPECT_EQ(FormatTyped("%e", {RealArg(1.5)}), "1.500000e+00");
+  EXPECT_EQ("1.500000e+00", FormatTyped("%e", {RealArg(1.5)}));
 }
 
 TEST(FcPrfPrintArgList, PrintsASubstringInPlaceOfThePrecision) {
-  EXPECT_EQ(FormatTyped("<%s>", {StringArg("abcdef", 3)}), "<abc>");
-  EXPECT_EQ(FormatTyped("<%.1s>", {StringArg("abcdef", 3)}), "<abc>");
-  EXPECT_EQ(FormatTyped("<%6s>", {StringArg("abcdef", 3)}), "<   abc>");
+  EXPECT_EQ("<abc>", FormatTyped("<%s>", {StringArg("abcdef", 3)}));
+  EXPECT_EQ("<abc>", FormatTyped("<%.1s>", {StringArg("abcdef", 3)}));
+  EXPECT_EQ("<   abc>", FormatTyped("<%6s>", {StringArg("abcdef", 3)}));
 }
 
 TEST(FcPrfPrintArgList, WantsUnreferencedSlotsGeneric) {
-  EXPECT_EQ(FormatTyped("%[0]d %[2]d", {IntegerArg(1), GenericArg(), IntegerArg(3)}), "1 3");
+  EXPECT_EQ("1 3", FormatTyped("%[0]d %[2]d", {IntegerArg(1), GenericArg(), IntegerArg(3)}));
   ExpectAsserts expected({"Format to output doesn't match arguments"});
-  EXPECT_EQ(FormatTyped("%[0]d %[2]d", {IntegerArg(1), IntegerArg(2), IntegerArg(3)}), "");
+  EXPECT_EQ("", FormatTyped("%[0]d %[2]d", {IntegerArg(1), IntegerArg(2), IntegerArg(3)}));
 }
 
 TEST(FcPrfPrintArgList, AssertsOfAnotherTypeThanWanted) {
@@ -133,20 +131,20 @@ TEST(FcPrfPrintArgList, AssertsOfAnotherTypeThanWanted) {
   };
   for (const auto& c : cases) {
     ExpectAsserts expected({"Format to output doesn't match arguments"});
-    EXPECT_EQ(FormatTyped(c.pszFormat, {c.arg, c.arg}), "") << c.pszFormat;
+    EXPECT_EQ("", FormatTyped(c.pszFormat, {c.arg, c.arg})) << c.pszFormat;
   }
 }
 
 TEST(FcPrfPrintArgList, AssertsOfAListThatIsTooShort) {
   ExpectAsserts expected({"Format to output doesn't match arguments"});
-  EXPECT_EQ(FormatTyped("%d %d", {IntegerArg(1)}), "");
+  EXPECT_EQ("", FormatTyped("%d %d", {IntegerArg(1)}));
 }
 
 TEST(FcPrfPrintArgList, AssertsOfAnotherSizeThanTheTypes) {
   FcStrArg arg = IntegerArg(1);
   arg.cbTypeSize = 8;
   ExpectAsserts expected({"Bad size"});
-  EXPECT_EQ(FormatTyped("%d", {arg}), "");
+  EXPECT_EQ("", FormatTyped("%d", {arg}));
 }
 
 TEST(FcPrfPrintArgList, LeavesTheListAsItWas) {
@@ -156,44 +154,44 @@ TEST(FcPrfPrintArgList, LeavesTheListAsItWas) {
   FwStrRecordOpen(&record);
   FcPrfPrintArgList(&record, FWT("%hd "), &list);
   FcPrfPrintArgList(&record, FWT("%d"), &list);
-  EXPECT_EQ(Taken(&record), "4464 70000");
+  EXPECT_EQ("4464 70000", Taken(&record));
 }
 
 TEST(FcStrGetFormatSpec, ParsesAllPartsOfAnItem) {
   FcStrFormatSpec format;
   FwTextString ptbz = FWT("%[3]-+ #012.5hd!");
   ASSERT_TRUE(FcStrGetFormatSpec(ptbz, &format));
-  EXPECT_EQ(format.ptbLocation, ptbz);
-  EXPECT_EQ(format.cbFormatSpecLength, 15u);
-  EXPECT_EQ(format.fLeftAlign, 1u);
-  EXPECT_EQ(format.tbPadChar, '0');
-  EXPECT_EQ(format.tbPositiveChar, '+');
-  EXPECT_EQ(format.fOptionalForm, 1);
-  EXPECT_STREQ(FWC(format.ptbzOtherFlags), "+#");
-  EXPECT_EQ(format.nWidth, 12);
-  EXPECT_EQ(format.nPrecision, 5);
-  EXPECT_EQ(format.nPosition, 3);
-  EXPECT_EQ(format.nLengthModifier, 1u);
-  EXPECT_EQ(format.bTypeName, 'd');
+  EXPECT_EQ(ptbz, format.ptbLocation);
+  EXPECT_EQ(15u, format.cbFormatSpecLength);
+  EXPECT_EQ(1u, format.fLeftAlign);
+  EXPECT_EQ('0', format.tbPadChar);
+  EXPECT_EQ('+', format.tbPositiveChar);
+  EXPECT_EQ(1, format.fOptionalForm);
+  EXPECT_STREQ("+#", FWC(format.ptbzOtherFlags));
+  EXPECT_EQ(12, format.nWidth);
+  EXPECT_EQ(5, format.nPrecision);
+  EXPECT_EQ(3, format.nPosition);
+  EXPECT_EQ(1u, format.nLengthModifier);
+  EXPECT_EQ('d', format.bTypeName);
 }
 
 TEST(FcStrGetFormatSpec, TellsWhatAnItemLeavesOut) {
   FcStrFormatSpec format;
   ASSERT_TRUE(FcStrGetFormatSpec(FWT("%s"), &format));
-  EXPECT_EQ(format.cbFormatSpecLength, 2u);
-  EXPECT_EQ(format.fLeftAlign, 0u);
-  EXPECT_EQ(format.tbPadChar, ' ');
-  EXPECT_EQ(format.tbPositiveChar, 0);
-  EXPECT_STREQ(FWC(format.ptbzOtherFlags), "");
-  EXPECT_EQ(format.nWidth, -2);
-  EXPECT_EQ(format.nPrecision, -2);
-  EXPECT_EQ(format.nPosition, -1);
-  EXPECT_EQ(format.nLengthModifier, 0u);
+  EXPECT_EQ(2u, format.cbFormatSpecLength);
+  EXPECT_EQ(0u, format.fLeftAlign);
+  EXPECT_EQ(' ', format.tbPadChar);
+  EXPECT_EQ(0, format.tbPositiveChar);
+  EXPECT_STREQ("", FWC(format.ptbzOtherFlags));
+  EXPECT_EQ(-2, format.nWidth);
+  EXPECT_EQ(-2, format.nPrecision);
+  EXPECT_EQ(-1, format.nPosition);
+  EXPECT_EQ(0u, format.nLengthModifier);
   ASSERT_TRUE(FcStrGetFormatSpec(FWT("% *.*Lf"), &format));
-  EXPECT_EQ(format.nWidth, -1);
-  EXPECT_EQ(format.nPrecision, -1);
-  EXPECT_STREQ(FWC(format.ptbzOtherFlags), " ");
-  EXPECT_EQ(format.nLengthModifier, 2u);
+  EXPECT_EQ(-1, format.nWidth);
+  EXPECT_EQ(-1, format.nPrecision);
+  EXPECT_STREQ(" ", FWC(format.ptbzOtherFlags));
+  EXPECT_EQ(2u, format.nLengthModifier);
 }
 
 TEST(FcStrGetFormatSpec, AssertsOfAPositionThatIsNoNumber) {
@@ -207,23 +205,23 @@ TEST(FcStrGetPercentList, FindsItemsAndBoundsTheirSlots) {
   FwTextByte* aptbPercent[8] = {};
   uint32 nPercents = 0;
   uint64 cMaxSlots = 0;
-  EXPECT_EQ(FcStrCountPercents(ptbz), 6u);
+  EXPECT_EQ(6u, FcStrCountPercents(ptbz));
   ASSERT_TRUE(FcStrGetPercentList(ptbz, aptbPercent, &nPercents, &cMaxSlots));
-  ASSERT_EQ(nPercents, 5u);
-  EXPECT_EQ(aptbPercent[0], ptbz + 1);
-  EXPECT_EQ(aptbPercent[1], ptbz + 3);
-  EXPECT_EQ(aptbPercent[2], ptbz + 6);
-  EXPECT_EQ(aptbPercent[3], ptbz + 14);
+  ASSERT_EQ(5u, nPercents);
+  EXPECT_EQ(ptbz + 1, aptbPercent[0]);
+  EXPECT_EQ(ptbz + 3, aptbPercent[1]);
+  EXPECT_EQ(ptbz + 6, aptbPercent[2]);
+  EXPECT_EQ(ptbz + 14, aptbPercent[3]);
   // %d 1, %[3]*.2s 1 + 4 + 1 + 1, %( 2, %) 1.
-  EXPECT_EQ(cMaxSlots, 11u);
+  EXPECT_EQ(11u, cMaxSlots);
 }
 
 TEST(FcStrGetFormat, AssertsOfAnotherSizeThanTheArguments) {
   FcStrArg arg = IntegerArg(1);
   FcStrFormatSpec format = {};
   format.pArg = &arg;
-  EXPECT_EQ(FcStrGetFormat_(&format, 0, -1), &format);
-  EXPECT_EQ(FcStrGetFormat_(&format, 0, 4), &format);
+  EXPECT_EQ(&format, FcStrGetFormat_(&format, 0, -1));
+  EXPECT_EQ(&format, FcStrGetFormat_(&format, 0, 4));
   ExpectAsserts expected({"Bad typing"});
-  EXPECT_EQ(FcStrGetFormat_(&format, 0, 8), &format);
+  EXPECT_EQ(&format, FcStrGetFormat_(&format, 0, 8));
 }

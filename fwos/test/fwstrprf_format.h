@@ -23,7 +23,7 @@ inline std::string FormatList(int32 fMessage, bool fLocal, const char* pszFormat
   uint32 cbAdded = fLocal ? FwStrVPrintfLocal(&record, fMessage, FWT(pszFormat), VaList)
                           : FwStrVPrintf(&record, fMessage, FWT(pszFormat), VaList);
   std::string text = Taken(&record);
-  EXPECT_EQ(cbAdded, text.size()) << pszFormat;
+  EXPECT_EQ(text.size(), cbAdded) << pszFormat;
   return text;
 }
 

@@ -160,19 +160,19 @@ struct CLibraryCase {
 
 TEST(FwStrPrintInt, PrintsEveryTypeAndFlag) {
   for (const IntegerCase& c : kIntegers) {
-    EXPECT_EQ(Format(c.pszFormat, c.value), c.pszExpected) << c.pszFormat << " of " << c.value;
+    EXPECT_EQ(c.pszExpected, Format(c.pszFormat, c.value)) << c.pszFormat << " of " << c.value;
   }
 }
 
 TEST(FwStrPrintInt, PadsBeyondItsWorkArea) {
-  EXPECT_EQ(Format("%200d", 7), std::string(199, ' ') + "7");
-  EXPECT_EQ(Format("%-200d", 7), "7" + std::string(199, ' '));
-  EXPECT_EQ(Format("%0200d", -7), "-" + std::string(198, '0') + "7");
-  EXPECT_EQ(Format("%.200d", 7), std::string(199, '0') + "7");
+  EXPECT_EQ(std::string(199, ' ') + "7", Format("%200d", 7));
+  EXPECT_EQ("7" + std::string(199, ' '), Format("%-200d", 7));
+  EXPECT_EQ("-" + std::string(198, '0') + "7", Format("%0200d", -7));
+  EXPECT_EQ(std::string(199, '0') + "7", Format("%.200d", 7));
 }
 
 TEST(FwStrPrintInt, IgnoresANegativeWidth) {
-  EXPECT_EQ(Format("%*d|", -5, 7), "7|");
+  EXPECT_EQ("7|", Format("%*d|", -5, 7));
 }
 
 TEST(FwStrPrintInt, AssertsOfAnUnknownType) {
@@ -180,24 +180,24 @@ TEST(FwStrPrintInt, AssertsOfAnUnknownType) {
   FwStrRecordOpen(&record);
   {
     ExpectAsserts expected({"Bad type"});
-    EXPECT_EQ(FwStrPrintInt(&record, 1, 'z', 0, -2, 0, 0, 0, 1, 0), 0u);
+    EXPECT_EQ(0u, FwStrPrintInt(&record, 1, 'z', 0, -2, 0, 0, 0, 1, 0));
   }
-  EXPECT_EQ(Taken(&record), "");
+  EXPECT_EQ("", Taken(&record));
 }
 
 TEST(FwStrPrintInt, CountsWhatAFullFixedRecordTook) {
   FwByte abBuffer[4] = {};
   FwStrRecord record;
   FwStrRecordOpenOn(&record, abBuffer, sizeof abBuffer);
-  EXPECT_EQ(FwStrPrintInt(&record, 12345, 'd', 0, 1, 0, 0, 0, 1, 0), 3u);
-  EXPECT_STREQ(FWC(abBuffer), "123");
-  EXPECT_EQ(FwStrPrintReal(&record, 1.5, 'f', 0, 1, 0, 0, 0, 1, 0), 0u);
-  EXPECT_STREQ(FWC(abBuffer), "123");
+  EXPECT_EQ(3u, FwStrPrintInt(&record, 12345, 'd', 0, 1, 0, 0, 0, 1, 0));
+  EXPECT_STREQ("123", FWC(abBuffer));
+  EXPECT_EQ(0u, FwStrPrintReal(&record, 1.5, 'f', 0, 1, 0, 0, 0, 1, 0));
+  EXPECT_STREQ("123", FWC(abBuffer));
 }
 
 TEST(FwStrPrintReal, PrintsEveryTypeAndFlag) {
   for (const RealCase& c : kReals) {
-    EXPECT_EQ(Format(c.pszFormat, c.value), c.pszExpected) << c.pszFormat << " of " << c.value;
+    EXPECT_EQ(c.pszExpected, Format(c.pszFormat, c.value)) << c.pszFormat << " of " << c.value;
   }
 }
 
@@ -207,23 +207,23 @@ TEST(FwStrPrintReal, CountsAValueCloseBelowAPowerAsThePower) {
   double value = 1000;
   for (int n = 0; n < 5; n++)
     value = std::nextafter(value, 0);
-  EXPECT_EQ(Format("%.3g", value), "1e+003");
-  EXPECT_EQ(Format("%.3g", std::nextafter(value, 0)), "1000");
+  EXPECT_EQ("1e+003", Format("%.3g", value));
+  EXPECT_EQ("1000", Format("%.3g", std::nextafter(value, 0)));
 }
 
 TEST(FwStrPrintReal, TakesSixDigitsWithoutAPrecision) {
   FwStrRecord record;
   FwStrRecordOpen(&record);
-  EXPECT_EQ(FwStrPrintReal(&record, 2.0, 'f', 0, -2, 0, 0, 0, 1, 0), 8u);
-  EXPECT_EQ(Taken(&record), "2.000000");
+  EXPECT_EQ(8u, FwStrPrintReal(&record, 2.0, 'f', 0, -2, 0, 0, 0, 1, 0));
+  EXPECT_EQ("2.000000", Taken(&record));
 }
 
 TEST(FwStrPrintReal, WritesInfinitiesAndNansAsWords) {
   double infinity = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(Format("%f", infinity), "inf");
-  EXPECT_EQ(Format("%e", -infinity), "-inf");
-  EXPECT_EQ(Format("%g", std::numeric_limits<double>::quiet_NaN()), "nan");
-  EXPECT_EQ(Format("%6f|%-6f|", infinity, infinity), "   inf|inf   |");
+  EXPECT_EQ("inf", Format("%f", infinity));
+  EXPECT_EQ("-inf", Format("%e", -infinity));
+  EXPECT_EQ("nan", Format("%g", std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_EQ("   inf|inf   |", Format("%6f|%-6f|", infinity, infinity));
 }
 
 TEST(FwStrPrintReal, AssertsOfAnUnknownType) {
@@ -231,27 +231,27 @@ TEST(FwStrPrintReal, AssertsOfAnUnknownType) {
   FwStrRecordOpen(&record);
   {
     ExpectAsserts expected({"Bad type"});
-    EXPECT_EQ(FwStrPrintReal(&record, 1.0, 'd', 0, 2, 0, 0, 0, 1, 0), 0u);
+    EXPECT_EQ(0u, FwStrPrintReal(&record, 1.0, 'd', 0, 2, 0, 0, 0, 1, 0));
   }
-  EXPECT_EQ(Taken(&record), "");
+  EXPECT_EQ("", Taken(&record));
 }
 
 TEST(FwStrPrintReal, GivesAllDigitsThatAreAskedFor) {
   std::string text = Format("%.100f", 0.5);
-  EXPECT_EQ(text.size(), 102u);
-  EXPECT_EQ(text.substr(0, 12), "0.5000000000");
+  EXPECT_EQ(102u, text.size());
+  EXPECT_EQ("0.5000000000", text.substr(0, 12));
 }
 
 TEST(FwStrPrintfLocal, PrintsDecimalsAndRealsThroughTheCLibrary) {
-  EXPECT_EQ(FormatLocal("%d %i %u", -5, 6, 7u), "-5 6 7");
-  EXPECT_EQ(FormatLocal("%05.2d", 7), "   07");
-  EXPECT_EQ(FormatLocal("%e", 1.5), "1.500000e+00");
-  EXPECT_EQ(FormatLocal("%g", 1000000.0), "1e+06");
-  EXPECT_EQ(FormatLocal("%+8.2f|%-8.1f|", 3.14159, 2.5), "   +3.14|2.5     |");
+  EXPECT_EQ("-5 6 7", FormatLocal("%d %i %u", -5, 6, 7u));
+  EXPECT_EQ("   07", FormatLocal("%05.2d", 7));
+  EXPECT_EQ("1.500000e+00", FormatLocal("%e", 1.5));
+  EXPECT_EQ("1e+06", FormatLocal("%g", 1000000.0));
+  EXPECT_EQ("   +3.14|2.5     |", FormatLocal("%+8.2f|%-8.1f|", 3.14159, 2.5));
 }
 
 TEST(FwStrPrintfLocal, NeverTakesTheLocalRouteForOctalAndHexadecimal) {
-  EXPECT_EQ(FormatLocal("%#x %#o %#X", 0u, 0u, 255u), "0x0 00 0XFF");
+  EXPECT_EQ("0x0 00 0XFF", FormatLocal("%#x %#o %#X", 0u, 0u, 255u));
 }
 
 TEST(FcStrPrintfInt, BuildsTheCLibrarysFormat) {
@@ -268,7 +268,7 @@ TEST(FcStrPrintfInt, BuildsTheCLibrarysFormat) {
     uint32 cb = FcStrPrintfInt(&record, 255, c.type, c.nMinWidth, c.nPrecision, c.fLeftJustified,
                                c.fPadWithZero, c.tbPositiveChar, c.fOptionalForm);
     EXPECT_EQ(cb, std::string(c.pszExpected).size());
-    EXPECT_EQ(Taken(&record), c.pszExpected);
+    EXPECT_EQ(c.pszExpected, Taken(&record));
   }
 }
 
@@ -283,13 +283,13 @@ TEST(FcStrPrintfReal, BuildsTheCLibrarysFormat) {
     FwStrRecordOpen(&record);
     FcStrPrintfReal(&record, 2.5, c.type, c.nMinWidth, c.nPrecision, c.fLeftJustified,
                     c.fPadWithZero, c.tbPositiveChar, c.fOptionalForm);
-    EXPECT_EQ(Taken(&record), c.pszExpected);
+    EXPECT_EQ(c.pszExpected, Taken(&record));
   }
 }
 
 TEST(FcStrPrintfInt, HoldsWidthsOfAnySize) {
   FwStrRecord record;
   FwStrRecordOpen(&record);
-  EXPECT_EQ(FcStrPrintfInt(&record, 7, 'd', 1000, -2, 0, 0, 0, 0), 1000u);
-  EXPECT_EQ(Taken(&record), std::string(999, ' ') + "7");
+  EXPECT_EQ(1000u, FcStrPrintfInt(&record, 7, 'd', 1000, -2, 0, 0, 0, 0));
+  EXPECT_EQ(std::string(999, ' ') + "7", Taken(&record));
 }

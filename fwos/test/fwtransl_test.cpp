@@ -97,7 +97,7 @@ class FwTransl : public testing::Test {
     std::string path = Write(name, text);
     FwErrorState err;
     EXPECT_TRUE(Load(path, &err)) << name;
-    EXPECT_EQ(err.pError, nullptr) << name;
+    EXPECT_EQ(nullptr, err.pError) << name;
     FwErrorClear(&err);
     return path;
   }
@@ -151,7 +151,7 @@ class FwTransl : public testing::Test {
   void TearDown() override {
     for (const std::string& path : paths_)
       Unload(path, 1);
-    EXPECT_EQ(FcTranslationDatabase.pMsgFiles, nullptr);
+    EXPECT_EQ(nullptr, FcTranslationDatabase.pMsgFiles);
   }
 
   TemporaryTree tree_;
@@ -193,7 +193,7 @@ TEST(FcTranslKeys, HashFoldsTheTopFourBits) {
       {"%a", kFcTranslWhole, 1, 37 * 16 + 97},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(FcTransl_StringHashFunction(FWT(c.psz), c.cLength, c.fTemplate), c.nExpected)
+    EXPECT_EQ(c.nExpected, FcTransl_StringHashFunction(FWT(c.psz), c.cLength, c.fTemplate))
         << c.psz << " " << c.cLength;
   }
 }
@@ -202,27 +202,27 @@ TEST(FcTranslKeys, KeyHoldsTheFirstSixBytes) {
   FcTranslKeyString abKey;
   CaptureLog log;
   uint32 nHash = FcTranslCalculateMessageKey(FWT("abcdefgh"), abKey, 0);
-  EXPECT_STREQ(FWC(abKey), "abcdef");
+  EXPECT_STREQ("abcdef", FWC(abKey));
   EXPECT_EQ(nHash, FcTransl_StringHashFunction(FWT("abcdef"), kFcTranslWhole, 0));
   FcTranslCalculateMessageKey(FWT("abc"), 2, abKey, 0);
-  EXPECT_STREQ(FWC(abKey), "ab");
+  EXPECT_STREQ("ab", FWC(abKey));
   // A printed message and its template have one key.
   nHash = FcTranslCalculateMessageKey(FWT("5% of %s"), abKey, 0);
-  EXPECT_STREQ(FWC(abKey), "5% of ");
-  EXPECT_EQ(FcTranslCalculateMessageKey(FWT("5%% of %s"), abKey, 1), nHash);
-  EXPECT_STREQ(FWC(abKey), "5% of ");
-  EXPECT_EQ(log.Take(), Lines{});
+  EXPECT_STREQ("5% of ", FWC(abKey));
+  EXPECT_EQ(nHash, FcTranslCalculateMessageKey(FWT("5%% of %s"), abKey, 1));
+  EXPECT_STREQ("5% of ", FWC(abKey));
+  EXPECT_EQ(Lines{}, log.Take());
 }
 
 TEST(FcTranslKeys, LogsAnItemInTheFirstSixCharactersOfATemplate) {
   FcTranslKeyString abKey;
   CaptureLog log;
   FcTranslCalculateMessageKey(FWT("a %s failed"), abKey, 1);
-  EXPECT_STREQ(FWC(abKey), "a s fa");
-  EXPECT_EQ(log.Take(), Lines{"ERROR: % in first 6 characters of template 'a %s failed'\n"});
+  EXPECT_STREQ("a s fa", FWC(abKey));
+  EXPECT_EQ(Lines{"ERROR: % in first 6 characters of template 'a %s failed'\n"}, log.Take());
   FcTranslCalculateMessageKey(FWT("ab%"), abKey, 1);
-  EXPECT_STREQ(FWC(abKey), "ab");
-  EXPECT_EQ(log.Take(), Lines{"ERROR: % in first 6 characters of template 'ab%'\n"});
+  EXPECT_STREQ("ab", FWC(abKey));
+  EXPECT_EQ(Lines{"ERROR: % in first 6 characters of template 'ab%'\n"}, log.Take());
 }
 
 TEST(FcTranslKeys, ComparisonSkipsMarkersAndJoinsDoubledPercents) {
@@ -254,9 +254,9 @@ TEST(FcTranslKeys, ComparisonSkipsMarkersAndJoinsDoubledPercents) {
       {"", kFcTranslWhole, "", kFcTranslWhole, 0, 1},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(FcTranslMessageMatchesTemplate(FWT(c.pszMessage), c.cMessage, FWT(c.pszTemplate),
-                                             c.cTemplate, c.fTemplate),
-              c.fExpected)
+    EXPECT_EQ(c.fExpected,
+              FcTranslMessageMatchesTemplate(FWT(c.pszMessage), c.cMessage, FWT(c.pszTemplate),
+                                             c.cTemplate, c.fTemplate))
         << c.pszMessage << " " << c.pszTemplate;
   }
 }
@@ -273,7 +273,7 @@ TEST(FcTranslNodes, AssertMisuse) {
   FcTranslNode* pEmpty = FcTranslGetNextNode(vocabulary.file());
   {
     ExpectAsserts expected({"Node data not loaded!"});
-    EXPECT_EQ(FcTranslNodeEnglish(pEmpty), nullptr);
+    EXPECT_EQ(nullptr, FcTranslNodeEnglish(pEmpty));
   }
   pEmpty->pNext = pNode;
   FwHashEntry entry = {};
@@ -281,7 +281,7 @@ TEST(FcTranslNodes, AssertMisuse) {
     ExpectAsserts expected({"FcTranslHashAddNode: internal error"});
     EXPECT_TRUE(FcTranslHashAddNode(&entry, pNode, pEmpty, 1, nullptr));
   }
-  EXPECT_EQ(entry.value, nullptr);
+  EXPECT_EQ(nullptr, entry.value);
   pEmpty->pNext = nullptr;
 }
 
@@ -294,41 +294,41 @@ TEST(FcTranslNodes, ComeInBlocksOf100) {
   EXPECT_EQ(vocabulary.file()->pNodeBlock, pBlock);
   EXPECT_EQ(&pBlock->aNodes[0], pFirst);
   FcTranslGetNextNode(vocabulary.file());
-  EXPECT_NE(vocabulary.file()->pNodeBlock, pBlock);
-  EXPECT_EQ(vocabulary.file()->pNodeBlock->pNext, pBlock);
+  EXPECT_NE(pBlock, vocabulary.file()->pNodeBlock);
+  EXPECT_EQ(pBlock, vocabulary.file()->pNodeBlock->pNext);
 }
 
 // --- Loading: the header ---
 
 TEST_F(FwTransl, LoadsAFileWithoutStringSections) {
   LoadText("empty", kHeader);
-  EXPECT_EQ(Lookup("file"), "(none)");
-  EXPECT_EQ(Translate("file"), "0: file");
+  EXPECT_EQ("(none)", Lookup("file"));
+  EXPECT_EQ("0: file", Translate("file"));
   FcTranslFile* pFile = FcTranslationDatabase.pMsgFiles;
-  EXPECT_STREQ(FWC(pFile->locale.atbzLanguage), "de");
-  EXPECT_STREQ(FWC(pFile->atbzUSText), "#EN");
-  EXPECT_STREQ(FWC(pFile->atbzLocalText), "#DE");
-  EXPECT_EQ(pFile->locale.ptbzFontName, nullptr);
-  EXPECT_EQ(pFile->locale.fontSize, 0);
-  EXPECT_EQ(pFile->nMaxOverrides, 50);
-  EXPECT_EQ(pFile->nOverrides, 0);
+  EXPECT_STREQ("de", FWC(pFile->locale.atbzLanguage));
+  EXPECT_STREQ("#EN", FWC(pFile->atbzUSText));
+  EXPECT_STREQ("#DE", FWC(pFile->atbzLocalText));
+  EXPECT_EQ(nullptr, pFile->locale.ptbzFontName);
+  EXPECT_EQ(0, pFile->locale.fontSize);
+  EXPECT_EQ(50, pFile->nMaxOverrides);
+  EXPECT_EQ(0, pFile->nOverrides);
 }
 
 TEST_F(FwTransl, RefusesAHeaderBehindTheFirst1024BytesWithoutAWord) {
   CaptureLog log;
   FwErrorState err;
   std::string comment = ";" + std::string(1024 - 10, 'x') + "\n";
-  ASSERT_EQ(comment.size(), 1016u);
+  ASSERT_EQ(1016u, comment.size());
   EXPECT_TRUE(Load(Write("within", comment + kHeader), &err));
   EXPECT_FALSE(Load(Write("beyond", "\n" + comment + kHeader), &err));
   EXPECT_FALSE(Load(Write("none", ""), &err));
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(log.Take(), Lines{});
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(Lines{}, log.Take());
 }
 
 TEST_F(FwTransl, WantsTheHeaderAtTheStartOfALine) {
-  EXPECT_EQ(LogOf("x [Header]\n"), Lines{"ERROR: In file 'F': Unable to find header section\n"});
-  EXPECT_EQ(FcTranslationDatabase.pMsgFiles, nullptr);
+  EXPECT_EQ(Lines{"ERROR: In file 'F': Unable to find header section\n"}, LogOf("x [Header]\n"));
+  EXPECT_EQ(nullptr, FcTranslationDatabase.pMsgFiles);
 }
 
 TEST_F(FwTransl, ReadsAHeaderWithBlanksAndComments) {
@@ -336,7 +336,7 @@ TEST_F(FwTransl, ReadsAHeaderWithBlanksAndComments) {
            "noise\n\n \t[Header] rest ignored\n; comment\n  Locale=de  \n\t; comment\n\n"
            "US Text=#EN\nLocal Text=#DE\n\n  end \n" +
                Fixed(Pair("file", "Datei")));
-  EXPECT_EQ(Lookup("file"), "Datei");
+  EXPECT_EQ("Datei", Lookup("file"));
 }
 
 TEST_F(FwTransl, ReportsEveryMissingTagAndSetsTheErrorToTheFirst) {
@@ -345,23 +345,23 @@ TEST_F(FwTransl, ReportsEveryMissingTagAndSetsTheErrorToTheFirst) {
   FwErrorState err;
   EXPECT_FALSE(Load(path, &err));
   EXPECT_EQ(
-      log.Take(),
       (Lines{"ERROR: In file '" + path + "': Required header tag \"Locale\" not found\n",
              "ERROR: In file '" + path + "': Required header tag \"US Text\" not found\n",
-             "ERROR: In file '" + path + "': Required header tag \"Local Text\" not found\n"}));
-  EXPECT_EQ(err.pError, fwErrorNonExistent);
-  EXPECT_STREQ(FWC(err.items[0].type), "Header tag");
-  EXPECT_STREQ(FWC(err.items[0].name), "Locale");
+             "ERROR: In file '" + path + "': Required header tag \"Local Text\" not found\n"}),
+      log.Take());
+  EXPECT_EQ(fwErrorNonExistent, err.pError);
+  EXPECT_STREQ("Header tag", FWC(err.items[0].type));
+  EXPECT_STREQ("Locale", FWC(err.items[0].name));
   FwErrorClear(&err);
 }
 
 TEST_F(FwTransl, SkipsHeaderLinesThatAreNoTags) {
-  EXPECT_EQ(LogOf(HeaderWith(" no tag \n=value\n")),
-            (Lines{"WARNING: In file 'F': Ignoring invalid line in header (not 'tag=value'): "
+  EXPECT_EQ((Lines{"WARNING: In file 'F': Ignoring invalid line in header (not 'tag=value'): "
                    "\"no tag\"\n",
                    "WARNING: In file 'F': Ignoring invalid line in header (not 'tag=value'): "
-                   "\"=value\"\n"}));
-  EXPECT_NE(FcTranslationDatabase.pMsgFiles, nullptr);
+                   "\"=value\"\n"}),
+            LogOf(HeaderWith(" no tag \n=value\n")));
+  EXPECT_NE(nullptr, FcTranslationDatabase.pMsgFiles);
 }
 
 TEST_F(FwTransl, FailsWithATraceAtTheEndOfAnUnfinishedHeader) {
@@ -369,17 +369,17 @@ TEST_F(FwTransl, FailsWithATraceAtTheEndOfAnUnfinishedHeader) {
   ExpectTraces expected({"FcTranslFileLoadHeader: FcTranslFileGetNextLineText returned NULL"});
   FwErrorState err;
   EXPECT_FALSE(Load(Write("unfinished", "[Header]\nLocale=de\n"), &err));
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, err.pError);
   FwErrorClear(&err);
 }
 
 TEST_F(FwTransl, KeepsTheValueBehindTheFirstEqualsSign) {
   LoadText("values", HeaderWith("Font Name=a = b=\nFont Size=12\nMaxOverrides=7\nPreload=Yes\n"));
   FcTranslFile* pFile = FcTranslationDatabase.pMsgFiles;
-  EXPECT_STREQ(FWC(pFile->locale.ptbzFontName), "a = b=");
-  EXPECT_EQ(pFile->locale.fontSize, 12);
-  EXPECT_EQ(pFile->nMaxOverrides, 7);
-  EXPECT_NE(pFile->pFileObj, nullptr);
+  EXPECT_STREQ("a = b=", FWC(pFile->locale.ptbzFontName));
+  EXPECT_EQ(12, pFile->locale.fontSize);
+  EXPECT_EQ(7, pFile->nMaxOverrides);
+  EXPECT_NE(nullptr, pFile->pFileObj);
   CollectReports reports;  // of the font name that goes, at the debugging levels
   EXPECT_TRUE(Unload(tree_ / "values"));
 }
@@ -392,8 +392,8 @@ TEST_F(FwTransl, CutsLongValuesTo31Bytes) {
                                        std::string(40, '#') + "\nend\n");
   EXPECT_TRUE(Load(path));
   FcTranslFile* pFile = FcTranslationDatabase.pMsgFiles;
-  EXPECT_EQ(std::string(FWC(pFile->locale.atbzLanguage)), std::string(30, 'l') + "x");
-  EXPECT_EQ(std::string(FWC(pFile->atbzLocalText)), std::string(31, '#'));
+  EXPECT_EQ(std::string(30, 'l') + "x", std::string(FWC(pFile->locale.atbzLanguage)));
+  EXPECT_EQ(std::string(31, '#'), std::string(FWC(pFile->atbzLocalText)));
 }
 
 TEST_F(FwTransl, SetsTheErrorOfAFileThatCannotBeOpened) {
@@ -402,7 +402,7 @@ TEST_F(FwTransl, SetsTheErrorOfAFileThatCannotBeOpened) {
   ExpectTraces expected({"FwTranslLoadMessageFile: Unable to open file '" + path + "'"});
   FwErrorState err;
   EXPECT_FALSE(Load(path, &err));
-  EXPECT_NE(err.pError, nullptr);
+  EXPECT_NE(nullptr, err.pError);
   FwErrorClear(&err);
   // Without a state the failure is the result alone.
   ExpectTraces expectedAgain({"FwTranslLoadMessageFile: Unable to open file '" + path + "'"});
@@ -415,13 +415,13 @@ TEST_F(FwTransl, LoadsAFileOnce) {
   ExpectTraces expected(
       {"FwTranslLoadMessageFile: Message file '" + path + "' already loaded, skipping..."});
   EXPECT_TRUE(Load(path));
-  EXPECT_EQ(FcTranslationDatabase.pMsgFiles->pNext, nullptr);
+  EXPECT_EQ(nullptr, FcTranslationDatabase.pMsgFiles->pNext);
 }
 
 TEST_F(FwTransl, ReadsThroughTheStreamClassThatIsGiven) {
   std::string path = Write("class", kHeader + Fixed(Pair("file", "Datei")));
   EXPECT_TRUE(FwTranslLoadMessageFile(FWT(path.c_str()), &FwStreamIOFileClass, nullptr));
-  EXPECT_EQ(Lookup("file"), "Datei");
+  EXPECT_EQ("Datei", Lookup("file"));
   EXPECT_TRUE(Unload(path));
 }
 
@@ -439,8 +439,8 @@ TEST_F(FwTransl, ReportsExhaustedMemory) {
       FailAllocationsAfter failing(nSuccesses);
       EXPECT_FALSE(FwTranslLoadMessageFile(FWT(path.c_str()), nullptr, &err));
     }
-    EXPECT_EQ(FwErrorClear(&err), fwErrorNoMemory);
-    EXPECT_EQ(FcTranslationDatabase.pMsgFiles, nullptr);
+    EXPECT_EQ(fwErrorNoMemory, FwErrorClear(&err));
+    EXPECT_EQ(nullptr, FcTranslationDatabase.pMsgFiles);
   }
 }
 
@@ -448,12 +448,12 @@ TEST_F(FwTransl, ReportsExhaustedMemory) {
 
 TEST_F(FwTransl, JoinsTheLinesOfATextAndDropsNewlinesAtItsEnd) {
   LoadText("lines", kHeader + Fixed("\n \n#EN\n\n\none\n\ntwo\n\n\n#DE\n\neins\n\nzwei\n\n"));
-  EXPECT_EQ(Lookup("one\n\ntwo"), "\neins\n\nzwei");
+  EXPECT_EQ("\neins\n\nzwei", Lookup("one\n\ntwo"));
 }
 
 TEST_F(FwTransl, DropsACommentInsideAText) {
   LoadText("comment", kHeader + Fixed(Pair("one\n; gone\ntwo", "eins\n \t;gone\nzwei")));
-  EXPECT_EQ(Lookup("one\ntwo"), "eins\nzwei");
+  EXPECT_EQ("eins\nzwei", Lookup("one\ntwo"));
 }
 
 TEST_F(FwTransl, ReadsCarriageReturnsAsLineEnds) {
@@ -462,79 +462,79 @@ TEST_F(FwTransl, ReadsCarriageReturnsAsLineEnds) {
   for (char ch : text)
     crlf += ch == '\n' ? "\r\n" : std::string(1, ch);
   LoadText("crlf", crlf);
-  EXPECT_EQ(Lookup("file"), "Datei");
+  EXPECT_EQ("Datei", Lookup("file"));
 }
 
 TEST_F(FwTransl, FindsSectionsInAnyOrder) {
   LoadText("order",
            Templates(Pair("Error: %s", "Fehler: %s")) + Fixed(Pair("file", "Datei")) + kHeader);
-  EXPECT_EQ(Lookup("file"), "Datei");
-  EXPECT_EQ(Translate("Error: x"), "1: Fehler: x");
+  EXPECT_EQ("Datei", Lookup("file"));
+  EXPECT_EQ("1: Fehler: x", Translate("Error: x"));
 }
 
 TEST_F(FwTransl, TakesALineForAnIntroducerThatHasAtMostOneByteMore) {
-  EXPECT_EQ(LogOf(kHeader + "[Fixed Strings]\n#EN\na\n#DE\n#ENx\nb\n#EN\n#ENxy\n#DE\nc\n#ENx"),
-            Lines{"ERROR: In file 'F': Missing \"end\"\n"});
-  EXPECT_EQ(Lookup("a"), "#ENx\nb");
-  EXPECT_EQ(Lookup("#ENxy"), "c");
+  EXPECT_EQ(Lines{"ERROR: In file 'F': Missing \"end\"\n"},
+            LogOf(kHeader + "[Fixed Strings]\n#EN\na\n#DE\n#ENx\nb\n#EN\n#ENxy\n#DE\nc\n#ENx"));
+  EXPECT_EQ("#ENx\nb", Lookup("a"));
+  EXPECT_EQ("c", Lookup("#ENxy"));
 }
 
 TEST_F(FwTransl, EndsASectionAtATextThatBeginsWithEnd) {
   LoadText("end", kHeader + Fixed(Pair("a", "A") + Pair("endless", "endlos") + Pair("b", "B")));
-  EXPECT_EQ(Lookup("a"), "A");
-  EXPECT_EQ(Lookup("endless"), "(none)");
-  EXPECT_EQ(Lookup("b"), "(none)");
+  EXPECT_EQ("A", Lookup("a"));
+  EXPECT_EQ("(none)", Lookup("endless"));
+  EXPECT_EQ("(none)", Lookup("b"));
   LoadText("inner", kHeader + Fixed(Pair("the\nend", "das\nend")));
-  EXPECT_EQ(Lookup("the\nend"), "das\nend");
+  EXPECT_EQ("das\nend", Lookup("the\nend"));
 }
 
 TEST_F(FwTransl, EndsAnEmptySectionAtOnce) {
   CaptureLog log;
   LoadText("nothing", kHeader + "[Fixed Strings]\nend\n[Message Templates]\n#EN\nend\n");
-  EXPECT_EQ(log.Take(), Lines{});
+  EXPECT_EQ(Lines{}, log.Take());
 }
 
 TEST_F(FwTransl, LosesAPairWithoutAClosingIntroducer) {
-  EXPECT_EQ(LogOf(kHeader + "[Fixed Strings]\n" + Pair("a", "A") + Pair("b", "B")),
-            Lines{"ERROR: In file 'F': Unexpected EOF when reading Local text\n"});
-  EXPECT_EQ(Lookup("a"), "A");
-  EXPECT_EQ(Lookup("b"), "(none)");
+  EXPECT_EQ(Lines{"ERROR: In file 'F': Unexpected EOF when reading Local text\n"},
+            LogOf(kHeader + "[Fixed Strings]\n" + Pair("a", "A") + Pair("b", "B")));
+  EXPECT_EQ("A", Lookup("a"));
+  EXPECT_EQ("(none)", Lookup("b"));
 }
 
 TEST_F(FwTransl, LogsAFileThatEndsInsideAnEnglishText) {
-  EXPECT_EQ(LogOf(kHeader + "[Fixed Strings]\n#EN\na\n"),
-            Lines{"ERROR: In file 'F': Unexpected EOF when reading English text\n"});
+  EXPECT_EQ(Lines{"ERROR: In file 'F': Unexpected EOF when reading English text\n"},
+            LogOf(kHeader + "[Fixed Strings]\n#EN\na\n"));
 }
 
 TEST_F(FwTransl, LogsASectionWithoutEnd) {
-  EXPECT_EQ(LogOf(kHeader + "[Fixed Strings]\n" + Pair("a", "A") + "#EN\n"),
-            Lines{"ERROR: In file 'F': Missing \"end\"\n"});
-  EXPECT_EQ(Lookup("a"), "A");
+  EXPECT_EQ(Lines{"ERROR: In file 'F': Missing \"end\"\n"},
+            LogOf(kHeader + "[Fixed Strings]\n" + Pair("a", "A") + "#EN\n"));
+  EXPECT_EQ("A", Lookup("a"));
 }
 
 TEST_F(FwTransl, KeepsStrayIntroducersAsText) {
   EXPECT_EQ(
-      LogOf(kHeader + Fixed("#EN\na\n#EN\nb\n#DE\nA\n#DE\nB\n")),
       (Lines{"WARNING: In file 'F': US introducer found while reading US text \"a\n\"\n",
-             "WARNING: In file 'F': Local introducer found while reading local text \"A\n\"\n"}));
+             "WARNING: In file 'F': Local introducer found while reading local text \"A\n\"\n"}),
+      LogOf(kHeader + Fixed("#EN\na\n#EN\nb\n#DE\nA\n#DE\nB\n")));
   CaptureLog log;  // reading it again warns again
-  EXPECT_EQ(Lookup("a\n#EN\nb"), "A\n#DE\nB");
-  EXPECT_EQ(log.Take().size(), 2u);
+  EXPECT_EQ("A\n#DE\nB", Lookup("a\n#EN\nb"));
+  EXPECT_EQ(2u, log.Take().size());
 }
 
 TEST_F(FwTransl, WarnsOfEmptyTexts) {
-  EXPECT_EQ(LogOf(kHeader + Fixed("#EN\n#DE\n\n")),
-            (Lines{"WARNING: In file 'F': US English string contains no real text\n",
-                   "WARNING: In file 'F': Local string contains no real text\n"}));
+  EXPECT_EQ((Lines{"WARNING: In file 'F': US English string contains no real text\n",
+                   "WARNING: In file 'F': Local string contains no real text\n"}),
+            LogOf(kHeader + Fixed("#EN\n#DE\n\n")));
 }
 
 TEST_F(FwTransl, WarnsOfADuplicateAndKeepsTheFirst) {
   for (const char* pszPreload : {"", "Preload=yes\n"}) {
     EXPECT_EQ(
-        LogOf(HeaderWith(pszPreload) + Fixed(Pair("a", "A1") + Pair("a", "A2") + Pair("b", "B"))),
-        Lines{"WARNING: In file 'F': Duplicate US text \"a\"\n"});
-    EXPECT_EQ(Lookup("a"), "A1");
-    EXPECT_EQ(Lookup("b"), "B");
+        Lines{"WARNING: In file 'F': Duplicate US text \"a\"\n"},
+        LogOf(HeaderWith(pszPreload) + Fixed(Pair("a", "A1") + Pair("a", "A2") + Pair("b", "B"))));
+    EXPECT_EQ("A1", Lookup("a"));
+    EXPECT_EQ("B", Lookup("b"));
     EXPECT_TRUE(Unload(tree_ / "logged"));
   }
 }
@@ -550,9 +550,9 @@ TEST_F(FwTransl, TellsTextsOfOneHashApart) {
     std::string path = LoadText(
         "collision",
         HeaderWith(pszPreload) + Fixed(Pair("ba", "one") + Pair("aq", "two") + Pair("c", "three")));
-    EXPECT_EQ(Lookup("ba"), "one");
-    EXPECT_EQ(Lookup("aq"), "two");
-    EXPECT_EQ(Lookup("c"), "three");
+    EXPECT_EQ("one", Lookup("ba"));
+    EXPECT_EQ("two", Lookup("aq"));
+    EXPECT_EQ("three", Lookup("c"));
     EXPECT_TRUE(Unload(path));
   }
 }
@@ -565,19 +565,19 @@ TEST_F(FwTransl, ReadsTextsWhenTheyAreNeeded) {
   }
   LoadText("demand", kHeader + Fixed(pairs));
   FcTranslNodeBlock* pBlock = FcTranslationDatabase.pMsgFiles->pNodeBlock;
-  ASSERT_EQ(pBlock->nNextNodeToUse, 10u);
-  EXPECT_EQ(pBlock->aNodes[7].pbData, nullptr);
-  EXPECT_EQ(Lookup("text 7"), "7" + filler);
-  EXPECT_NE(pBlock->aNodes[7].pbData, nullptr);
-  EXPECT_EQ(pBlock->aNodes[3].pbData, nullptr);
-  EXPECT_EQ(Lookup("text 3"), "3" + filler);
-  EXPECT_EQ(Lookup("text 9"), "9" + filler);
+  ASSERT_EQ(10u, pBlock->nNextNodeToUse);
+  EXPECT_EQ(nullptr, pBlock->aNodes[7].pbData);
+  EXPECT_EQ("7" + filler, Lookup("text 7"));
+  EXPECT_NE(nullptr, pBlock->aNodes[7].pbData);
+  EXPECT_EQ(nullptr, pBlock->aNodes[3].pbData);
+  EXPECT_EQ("3" + filler, Lookup("text 3"));
+  EXPECT_EQ("9" + filler, Lookup("text 9"));
 }
 
 TEST_F(FwTransl, ReadsOnDemandFromAFileWhoseLastLineHasNoNewline) {
   LoadText("last", kHeader + "[Fixed Strings]\n" + Pair("a", "A") + Pair("b", "B") + "#EN\nend");
-  EXPECT_EQ(Lookup("b"), "B");
-  EXPECT_EQ(Lookup("a"), "A");
+  EXPECT_EQ("B", Lookup("b"));
+  EXPECT_EQ("A", Lookup("a"));
 }
 
 TEST_F(FwTransl, PassesOverAnEntryThatCannotBeReadAnyMore) {
@@ -588,16 +588,16 @@ TEST_F(FwTransl, PassesOverAnEntryThatCannotBeReadAnyMore) {
   Tracing tracing;
   ExpectTraces expected({"FcTranslSetFileOffset: ERROR: Failed to seek to offset " +
                          std::to_string(nLocation) + " in '" + path + "'"});
-  EXPECT_EQ(Lookup(english), "(none)");
+  EXPECT_EQ("(none)", Lookup(english));
 }
 
 TEST_F(FwTransl, ReadsAllTextsAtOnceWithPreload) {
   LoadText("preload", HeaderWith("Preload=yes\n") + Fixed(Pair("file", "Datei")) +
                           Templates(Pair("Error: %s", "Fehler: %s")));
-  EXPECT_EQ(FcTranslationDatabase.pMsgFiles->pFileObj, nullptr);
+  EXPECT_EQ(nullptr, FcTranslationDatabase.pMsgFiles->pFileObj);
   tree_.Write("preload", "");
-  EXPECT_EQ(Lookup("file"), "Datei");
-  EXPECT_EQ(Translate("Error: x"), "1: Fehler: x");
+  EXPECT_EQ("Datei", Lookup("file"));
+  EXPECT_EQ("1: Fehler: x", Translate("Error: x"));
 }
 
 // --- Layers ---
@@ -606,14 +606,14 @@ TEST_F(FwTransl, LetsALaterFileOverrideAndReturnsToTheOlderAtUnload) {
   LoadText("old", kHeader + Fixed(Pair("a", "old a") + Pair("b", "old b")));
   FcTranslFile* pOld = FcTranslationDatabase.pMsgFiles;
   std::string later = LoadText("new", kHeader + Fixed(Pair("a", "new a") + Pair("c", "new c")));
-  EXPECT_EQ(pOld->nOverrides, 1);
-  EXPECT_EQ(Lookup("a"), "new a");
-  EXPECT_EQ(Lookup("b"), "old b");
-  EXPECT_EQ(Lookup("c"), "new c");
+  EXPECT_EQ(1, pOld->nOverrides);
+  EXPECT_EQ("new a", Lookup("a"));
+  EXPECT_EQ("old b", Lookup("b"));
+  EXPECT_EQ("new c", Lookup("c"));
   EXPECT_TRUE(Unload(later));
-  EXPECT_EQ(pOld->nOverrides, 0);
-  EXPECT_EQ(Lookup("a"), "old a");
-  EXPECT_EQ(Lookup("c"), "(none)");
+  EXPECT_EQ(0, pOld->nOverrides);
+  EXPECT_EQ("old a", Lookup("a"));
+  EXPECT_EQ("(none)", Lookup("c"));
 }
 
 TEST_F(FwTransl, UnloadsAnOverriddenFileFromUnderTheOther) {
@@ -621,8 +621,8 @@ TEST_F(FwTransl, UnloadsAnOverriddenFileFromUnderTheOther) {
   LoadText("new", kHeader + Fixed(Pair("a", "new")));
   FcTranslFile* pNew = FcTranslationDatabase.pMsgFiles;
   EXPECT_TRUE(Unload(old));
-  EXPECT_EQ(pNew->nOverrides, 0);
-  EXPECT_EQ(Lookup("a"), "new");
+  EXPECT_EQ(0, pNew->nOverrides);
+  EXPECT_EQ("new", Lookup("a"));
 }
 
 TEST_F(FwTransl, StacksOverridesOfThreeFiles) {
@@ -631,15 +631,15 @@ TEST_F(FwTransl, StacksOverridesOfThreeFiles) {
   std::string two = LoadText("two", kHeader + Fixed(Pair("a", "2")));
   FcTranslFile* pTwo = FcTranslationDatabase.pMsgFiles;
   std::string three = LoadText("three", kHeader + Fixed(Pair("a", "3")));
-  EXPECT_EQ(pOne->nOverrides, 1);
-  EXPECT_EQ(pTwo->nOverrides, 1);
-  EXPECT_EQ(Lookup("a"), "3");
+  EXPECT_EQ(1, pOne->nOverrides);
+  EXPECT_EQ(1, pTwo->nOverrides);
+  EXPECT_EQ("3", Lookup("a"));
   // Not first of its text in the chain, so nothing is given back.
   EXPECT_TRUE(Unload(two));
-  EXPECT_EQ(pOne->nOverrides, 1);
+  EXPECT_EQ(1, pOne->nOverrides);
   EXPECT_TRUE(Unload(three));
-  EXPECT_EQ(pOne->nOverrides, 0);
-  EXPECT_EQ(Lookup("a"), "1");
+  EXPECT_EQ(0, pOne->nOverrides);
+  EXPECT_EQ("1", Lookup("a"));
 }
 
 TEST_F(FwTransl, LimitsOverridesByTheOlderFile) {
@@ -654,29 +654,29 @@ TEST_F(FwTransl, LimitsOverridesByTheOlderFile) {
   FcTranslFile* pFifty = FcTranslationDatabase.pMsgFiles;
   CaptureLog log;
   LoadText("later", kHeader + Fixed(Pair("a", "new") + newPairs));
-  EXPECT_EQ(log.Take(), Lines{});
-  EXPECT_EQ(Lookup("a"), "old");
-  EXPECT_EQ(pFifty->nOverrides, 50);
-  EXPECT_EQ(Lookup("text 0"), "new");
-  EXPECT_EQ(Lookup("text 49"), "new");
-  EXPECT_EQ(Lookup("text 50"), "old");
+  EXPECT_EQ(Lines{}, log.Take());
+  EXPECT_EQ("old", Lookup("a"));
+  EXPECT_EQ(50, pFifty->nOverrides);
+  EXPECT_EQ("new", Lookup("text 0"));
+  EXPECT_EQ("new", Lookup("text 49"));
+  EXPECT_EQ("old", Lookup("text 50"));
 }
 
 TEST_F(FwTransl, GivesTheFontOfTheNewestFileThatHasOne) {
   FwTextString ptbzFontName = FWT("x");
   int32 nFontSize = 9;
   FwTranslGetFontInfo(&ptbzFontName, &nFontSize);
-  EXPECT_EQ(ptbzFontName, nullptr);
-  EXPECT_EQ(nFontSize, 0);
+  EXPECT_EQ(nullptr, ptbzFontName);
+  EXPECT_EQ(0, nFontSize);
   LoadText("named", HeaderWith("Font Name=Courier\nFont Size=x\n"));
   LoadText("plain", kHeader);
   FwTranslGetFontInfo(&ptbzFontName, &nFontSize);
-  EXPECT_STREQ(FWC(ptbzFontName), "Courier");
-  EXPECT_EQ(nFontSize, 0);
+  EXPECT_STREQ("Courier", FWC(ptbzFontName));
+  EXPECT_EQ(0, nFontSize);
   LoadText("sized", HeaderWith("Font Size=14\n"));
   FwTranslGetFontInfo(&ptbzFontName, &nFontSize);
-  EXPECT_EQ(ptbzFontName, nullptr);
-  EXPECT_EQ(nFontSize, 14);
+  EXPECT_EQ(nullptr, ptbzFontName);
+  EXPECT_EQ(14, nFontSize);
   CollectReports reports;  // of the font names that go, at the debugging levels
   for (const char* psz : {"named", "plain", "sized"})
     EXPECT_TRUE(Unload(tree_ / psz));
@@ -687,7 +687,7 @@ TEST_F(FwTransl, GivesUpTheAddressOfAFontNameAtUnload) {
   CollectReports reports;
   EXPECT_TRUE(Unload(path));
   if (fcBootContext.memory.debug_level == 0) {
-    EXPECT_EQ(reports.asserts().size(), 0u);
+    EXPECT_EQ(0u, reports.asserts().size());
   } else {
     EXPECT_TRUE(std::any_of(
         reports.asserts().begin(), reports.asserts().end(), [](const std::string& text) {
@@ -768,8 +768,8 @@ TEST_F(FwTransl, KeepsALockedFileUnlessForced) {
   FwTextString ptbzEnglish = nullptr;
   FwTextString ptbzLocal = nullptr;
   ASSERT_TRUE(FwTranslLookupFixedPairN(FWT("files"), 4, &ptbzEnglish, &ptbzLocal));
-  EXPECT_STREQ(FWC(ptbzEnglish), "file");
-  EXPECT_STREQ(FWC(ptbzLocal), "Datei");
+  EXPECT_STREQ("file", FWC(ptbzEnglish));
+  EXPECT_STREQ("Datei", FWC(ptbzLocal));
   {
     Tracing tracing;
     ExpectTraces expected(
@@ -777,7 +777,7 @@ TEST_F(FwTransl, KeepsALockedFileUnlessForced) {
          "FwTranslUnloadMessageFile: Unable to unload '" + path + "' because it is in use"});
     EXPECT_FALSE(Unload(path));
   }
-  EXPECT_EQ(Lookup("file"), "Datei");
+  EXPECT_EQ("Datei", Lookup("file"));
   FwTranslReleaseFixedPair(ptbzEnglish);
   EXPECT_TRUE(Unload(path));
 }
@@ -835,16 +835,16 @@ TEST_F(FwTransl, AssertsOfWrongReleases) {
 // --- Messages ---
 
 TEST_F(FwTransl, CopiesATextOfLineEndsOnly) {
-  EXPECT_EQ(Translate("\n\r\n"), "0: \n\r\n");
-  EXPECT_EQ(Translate(""), "0: ");
+  EXPECT_EQ("0: \n\r\n", Translate("\n\r\n"));
+  EXPECT_EQ("0: ", Translate(""));
 }
 
 TEST_F(FwTransl, TranslatesAFixedStringBetweenItsLineEnds) {
   LoadText("fixed", kHeader + Fixed(Pair("Done.", "Fertig.")));
-  EXPECT_EQ(Translate("Done."), "1: Fertig.");
-  EXPECT_EQ(Translate("Done.\r\n"), "1: Fertig.\r\n");
-  EXPECT_EQ(Translate("\n\nDone.\n"), "1: \n\nFertig.\n");
-  EXPECT_EQ(Translate("Done"), "0: Done");
+  EXPECT_EQ("1: Fertig.", Translate("Done."));
+  EXPECT_EQ("1: Fertig.\r\n", Translate("Done.\r\n"));
+  EXPECT_EQ("1: \n\nFertig.\n", Translate("\n\nDone.\n"));
+  EXPECT_EQ("0: Done", Translate("Done"));
   // No lock is left.
   EXPECT_TRUE(Unload(tree_ / "fixed"));
 }
@@ -855,38 +855,38 @@ TEST_F(FwTransl, TranslatesByTemplate) {
                                       Pair("100%% done in %d s", "100%% fertig in %d s") +
                                       Pair("Error: %d of %d", "Fehler: %[0]d von %[1]d")));
   std::string message = FormatMessage("Error: %t %s not found", "file", "a b.xml");
-  EXPECT_EQ(Translate(message + "\n"), "1: Fehler: Datei a b.xml fehlt\n");
-  EXPECT_EQ(Translate("Error: 1 of 2"), "1: Fehler: 1 von 2");
-  EXPECT_EQ(Translate("\r\n100% done in 5 s\r\n"), "1: \r\n100% fertig in 5 s\r\n");
+  EXPECT_EQ("1: Fehler: Datei a b.xml fehlt\n", Translate(message + "\n"));
+  EXPECT_EQ("1: Fehler: 1 von 2", Translate("Error: 1 of 2"));
+  EXPECT_EQ("1: \r\n100% fertig in 5 s\r\n", Translate("\r\n100% done in 5 s\r\n"));
 }
 
 TEST_F(FwTransl, LeavesOtherMessagesAndTakesTheirMarkersOut) {
   LoadText("others", kHeader + Templates(Pair("Error: %s, %s", "Fehler: %s, %s")));
-  EXPECT_EQ(Translate("Error: a\n"), "0: Error: a\n");
-  EXPECT_EQ(Translate("Alarm: a\x08, b\x08\n"), "2: Alarm: a, b\n");
-  EXPECT_EQ(Translate("Error: a\x08; b\x08"), "2: Error: a; b");
-  EXPECT_EQ(Translate("Error: a\x08, b\x08"), "1: Fehler: a, b");
+  EXPECT_EQ("0: Error: a\n", Translate("Error: a\n"));
+  EXPECT_EQ("2: Alarm: a, b\n", Translate("Alarm: a\x08, b\x08\n"));
+  EXPECT_EQ("2: Error: a; b", Translate("Error: a\x08; b\x08"));
+  EXPECT_EQ("1: Fehler: a, b", Translate("Error: a\x08, b\x08"));
 }
 
 TEST_F(FwTransl, MatchesAShortMessageWithItsLineEnd) {
   LoadText("short", kHeader + Templates(Pair("Hi", "Ho") + Pair("12345%%", "6")));
-  EXPECT_EQ(Translate("Hi\n"), "1: Ho\n");
-  EXPECT_EQ(Translate("12345%\n"), "1: 6\n");
+  EXPECT_EQ("1: Ho\n", Translate("Hi\n"));
+  EXPECT_EQ("1: 6\n", Translate("12345%\n"));
 }
 
 TEST_F(FwTransl, TriesTheTemplatesOfTheNewestFileFirst) {
   LoadText("old", kHeader + Templates(Pair("Error: %s", "alt: %s")));
   std::string later = LoadText("new", kHeader + Templates(Pair("Error: %s.", "neu: %s")));
-  EXPECT_EQ(Translate("Error: x."), "1: neu: x");
-  EXPECT_EQ(Translate("Error: x"), "1: alt: x");
+  EXPECT_EQ("1: neu: x", Translate("Error: x."));
+  EXPECT_EQ("1: alt: x", Translate("Error: x"));
   EXPECT_TRUE(Unload(later));
-  EXPECT_EQ(Translate("Error: x."), "1: alt: x.");
+  EXPECT_EQ("1: alt: x.", Translate("Error: x."));
 }
 
 TEST_F(FwTransl, CannotReachATemplateThatBeginsWithAnItem) {
-  EXPECT_EQ(LogOf(kHeader + Templates(Pair("%s failed", "%s kaputt"))),
-            Lines{"ERROR: % in first 6 characters of template '%s failed'\n"});
-  EXPECT_EQ(Translate("disk failed"), "0: disk failed");
+  EXPECT_EQ(Lines{"ERROR: % in first 6 characters of template '%s failed'\n"},
+            LogOf(kHeader + Templates(Pair("%s failed", "%s kaputt"))));
+  EXPECT_EQ("0: disk failed", Translate("disk failed"));
 }
 
 // --- Life ---
@@ -904,16 +904,16 @@ TEST_F(FwTransl, AssertsTheBootLevel) {
     CollectReports reports;
     fcBootLevel = 11;
     FwTranslGetFontInfo(&ptbz1, &n);
-    EXPECT_EQ(reports.asserts().size(), 0u);
+    EXPECT_EQ(0u, reports.asserts().size());
     FwTranslLoadMessageFile(FWT(absent.c_str()), nullptr, nullptr);
     FwTranslUnloadMessageFile(FWT("x"), 0, nullptr);
     FwTranslLookupFixedPair(FWT("x"), &ptbz1, &ptbz2);
     FwTranslLookupFixedPairN(FWT("x"), 1, &ptbz1, &ptbz2);
     FwTranslMessage(FWT("x"), &record);
-    EXPECT_EQ(reports.asserts(), (Lines{text, text, text, text, text}));
+    EXPECT_EQ((Lines{text, text, text, text, text}), reports.asserts());
     FwTranslReleaseFixedPair(FWT("x"));
     fcBootLevel = nLevel;
-    EXPECT_EQ(reports.asserts().size(), 7u);
+    EXPECT_EQ(7u, reports.asserts().size());
   }
   FwStrRecordAbandon(&record);
 }
@@ -921,10 +921,10 @@ TEST_F(FwTransl, AssertsTheBootLevel) {
 TEST_F(FwTransl, FreesLoadedFilesAtShutdown) {
   LoadText("one", HeaderWith("Font Name=Courier\n") + Fixed(Pair("a", "A")));
   LoadText("two", HeaderWith("Preload=yes\n") + Fixed(Pair("a", "B")));
-  EXPECT_EQ(Lookup("a"), "B");
+  EXPECT_EQ("B", Lookup("a"));
   FcTranslShutdown();
-  EXPECT_EQ(FcTranslationDatabase.pMsgFiles, nullptr);
-  EXPECT_EQ(FcTranslationDatabase.fixedStrings, nullptr);
+  EXPECT_EQ(nullptr, FcTranslationDatabase.pMsgFiles);
+  EXPECT_EQ(nullptr, FcTranslationDatabase.fixedStrings);
   FcTranslInit();
-  EXPECT_EQ(Lookup("a"), "(none)");
+  EXPECT_EQ("(none)", Lookup("a"));
 }

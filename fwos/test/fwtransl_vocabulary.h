@@ -44,8 +44,8 @@ class Vocabulary {
     FwStrPutTextString(&FcTransLocalRecord, FWT(pszLocal));
     FcTranslNode* pNode = FcTranslGetNextNode(&file_);
     EXPECT_TRUE(FcTranslNodeInitData(pNode));
-    EXPECT_NE(FwHashAddEntry(pTable, reinterpret_cast<void*>(uintptr_t{nKey}), pNode, nullptr),
-              nullptr);
+    EXPECT_NE(nullptr,
+              FwHashAddEntry(pTable, reinterpret_cast<void*>(uintptr_t{nKey}), pNode, nullptr));
     return pNode;
   }
 

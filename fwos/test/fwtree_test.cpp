@@ -67,9 +67,9 @@ void NoteDestroyed(void* /*pObserver*/, void* /*pSubject*/, FwObj* pChange, void
 TEST(FwTree, TheFirstChildGoesToTheHeadEvenWhenLinkedLast) {
   FwTree* a = Root();
   FwTree* b = Below(a, FW_TREE_LINK_LAST);
-  EXPECT_EQ(a->pChildren, b);
-  EXPECT_EQ(b->pNext, nullptr);
-  EXPECT_EQ(b->pParent, a);
+  EXPECT_EQ(b, a->pChildren);
+  EXPECT_EQ(nullptr, b->pNext);
+  EXPECT_EQ(a, b->pParent);
   Fw_msg_Destroy(a);
 }
 
@@ -77,17 +77,17 @@ TEST(FwTree, TheFirstChildGoesToTheHeadWhateverItWasToFollow) {
   FwTree* a = Root();
   FwTree* other = Root();
   FwTree* b = Below(a, other);  // the empty case is taken first: no sibling is looked at
-  EXPECT_EQ(a->pChildren, b);
+  EXPECT_EQ(b, a->pChildren);
   Fw_msg_Destroy(a);
   Fw_msg_Destroy(other);
 }
 
 TEST(FwTree, ARootHasNoLinks) {
   FwTree* a = static_cast<FwTree*>(Fw_msg_CreateAndLink(&FwTreeClass, nullptr, FW_TREE_LINK_LAST));
-  EXPECT_EQ(a->pClassRecord, &FwTreeClass);
-  EXPECT_EQ(a->pNext, nullptr);
-  EXPECT_EQ(a->pParent, nullptr);
-  EXPECT_EQ(a->pChildren, nullptr);
+  EXPECT_EQ(&FwTreeClass, a->pClassRecord);
+  EXPECT_EQ(nullptr, a->pNext);
+  EXPECT_EQ(nullptr, a->pParent);
+  EXPECT_EQ(nullptr, a->pChildren);
   Fw_msg_Destroy(a);
 }
 
@@ -96,7 +96,7 @@ TEST(FwTree, ChildrenLinkedFirstEnumerateInReverseOrderOfCreation) {
   FwTree* b = Below(a, FW_TREE_LINK_FIRST);
   FwTree* c = Below(a, FW_TREE_LINK_FIRST);
   FwTree* d = Below(a, FW_TREE_LINK_FIRST);
-  EXPECT_EQ(Children(a), (Objects{d, c, b}));
+  EXPECT_EQ((Objects{d, c, b}), Children(a));
   Fw_msg_Destroy(a);
 }
 
@@ -105,7 +105,7 @@ TEST(FwTree, ChildrenLinkedLastEnumerateInOrderOfCreation) {
   FwTree* b = Below(a);
   FwTree* c = Below(a);
   FwTree* d = Below(a);
-  EXPECT_EQ(Children(a), (Objects{b, c, d}));
+  EXPECT_EQ((Objects{b, c, d}), Children(a));
   Fw_msg_Destroy(a);
 }
 
@@ -115,7 +115,7 @@ TEST(FwTree, AChildMayFollowAGivenSibling) {
   FwTree* c = Below(a);
   FwTree* d = Below(a, b);
   FwTree* e = Below(a, c);
-  EXPECT_EQ(Children(a), (Objects{b, d, c, e}));
+  EXPECT_EQ((Objects{b, d, c, e}), Children(a));
   Fw_msg_Destroy(a);
 }
 
@@ -126,60 +126,60 @@ TEST(FwTree, FollowingAChildOfAnotherParentIsRefused) {
   FwTree* child = Below(other);
   {
     ExpectAsserts expected({"Invalid tree creation", "Invalid tree creation"});
-    EXPECT_EQ(Below(a, child), nullptr);
-    EXPECT_EQ(Below(a, nullptr), nullptr);
+    EXPECT_EQ(nullptr, Below(a, child));
+    EXPECT_EQ(nullptr, Below(a, nullptr));
   }
-  EXPECT_EQ(Children(a).size(), 1u);
-  EXPECT_EQ(Children(other), (Objects{child}));
+  EXPECT_EQ(1u, Children(a).size());
+  EXPECT_EQ((Objects{child}), Children(other));
   Fw_msg_Destroy(a);
   Fw_msg_Destroy(other);
 }
 
 TEST_F(FwTreeOfFour, DescendantsComeInPreOrder) {
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, nullptr), b);
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, b), c);
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, c), d);
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, d), nullptr);
+  EXPECT_EQ(b, Fw_msg_EnumerateDescendants(a, nullptr));
+  EXPECT_EQ(c, Fw_msg_EnumerateDescendants(a, b));
+  EXPECT_EQ(d, Fw_msg_EnumerateDescendants(a, c));
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateDescendants(a, d));
 }
 
 TEST_F(FwTreeOfFour, DescendantsOfAnInnerNodeEndAtIt) {
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(b, nullptr), c);
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(b, c), nullptr);
+  EXPECT_EQ(c, Fw_msg_EnumerateDescendants(b, nullptr));
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateDescendants(b, c));
 }
 
 TEST_F(FwTreeOfFour, DescendantsFromANodeOutsideEndAtTheTop) {
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(b, d), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateDescendants(b, d));
 }
 
 TEST(FwTree, DescendantsOfALoneNodeAreNone) {
   FwTree* a = Root();
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, nullptr), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateDescendants(a, nullptr));
   Fw_msg_Destroy(a);
 }
 
 TEST_F(FwTreeOfFour, TheRootIsFoundFromAnywhere) {
-  EXPECT_EQ(Fw_msg_GetRoot(a), a);
-  EXPECT_EQ(Fw_msg_GetRoot(c), a);
-  EXPECT_EQ(Fw_msg_GetRoot(d), a);
+  EXPECT_EQ(a, Fw_msg_GetRoot(a));
+  EXPECT_EQ(a, Fw_msg_GetRoot(c));
+  EXPECT_EQ(a, Fw_msg_GetRoot(d));
 }
 
 TEST_F(FwTreeOfFour, ANodeIsItsOwnDescendant) {
-  EXPECT_EQ(Fw_msg_IsDescendant(a, a), 1);
+  EXPECT_EQ(1, Fw_msg_IsDescendant(a, a));
 }
 
 TEST_F(FwTreeOfFour, TheReceiverIsTheAncestor) {
-  EXPECT_EQ(Fw_msg_IsDescendant(a, c), 1);
-  EXPECT_EQ(Fw_msg_IsDescendant(b, c), 1);
-  EXPECT_EQ(Fw_msg_IsDescendant(c, a), 0);
-  EXPECT_EQ(Fw_msg_IsDescendant(d, c), 0);
+  EXPECT_EQ(1, Fw_msg_IsDescendant(a, c));
+  EXPECT_EQ(1, Fw_msg_IsDescendant(b, c));
+  EXPECT_EQ(0, Fw_msg_IsDescendant(c, a));
+  EXPECT_EQ(0, Fw_msg_IsDescendant(d, c));
 }
 
 TEST_F(FwTreeOfFour, WhatIsNoTreeIsNoDescendant) {
   FwChange change;
   Fw_msg_Create(&change, &FwChangeClass);
   ExpectAsserts expected({"Not tree", "Not tree"});
-  EXPECT_EQ(Fw_msg_IsDescendant(a, &change), 0);
-  EXPECT_EQ(Fw_msg_IsDescendant(a, nullptr), 0);
+  EXPECT_EQ(0, Fw_msg_IsDescendant(a, &change));
+  EXPECT_EQ(0, Fw_msg_IsDescendant(a, nullptr));
 }
 
 TEST_F(FwTreeOfFour, EnumeratingChildrenWantsTrees) {
@@ -188,23 +188,23 @@ TEST_F(FwTreeOfFour, EnumeratingChildrenWantsTrees) {
   auto* enumerate =
       FwClassFindMethodAs<FwObj*(FwObj*, FwObj*)>(_Fw_msg_EnumerateChildren_Handle, &FwTreeClass);
   ExpectAsserts expected({"Not tree", "Not tree"});
-  EXPECT_EQ(enumerate(&change, nullptr), nullptr);
-  EXPECT_EQ(Fw_msg_EnumerateChildren(a, &change), nullptr);
+  EXPECT_EQ(nullptr, enumerate(&change, nullptr));
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateChildren(a, &change));
 }
 
 TEST_F(FwTreeOfFour, EnumeratingDescendantsFromWhatIsNoTreeEnds) {
   FwChange change;
   Fw_msg_Create(&change, &FwChangeClass);
   ExpectAsserts expected({"Message not found"});
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, &change), nullptr);
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateDescendants(a, &change));
 }
 
 TEST_F(FwTreeOfFour, ChildrenAreFoundByIndex) {
-  EXPECT_EQ(Fw_msg_AtIndex(a, 0), b);
-  EXPECT_EQ(Fw_msg_AtIndex(a, 1), d);
-  EXPECT_EQ(Fw_msg_AtIndex(a, 2), nullptr);
-  EXPECT_EQ(Fw_msg_AtIndex(a, 0xFFFFFFFF), nullptr);
-  EXPECT_EQ(Fw_msg_AtIndex(c, 0), nullptr);
+  EXPECT_EQ(b, Fw_msg_AtIndex(a, 0));
+  EXPECT_EQ(d, Fw_msg_AtIndex(a, 1));
+  EXPECT_EQ(nullptr, Fw_msg_AtIndex(a, 2));
+  EXPECT_EQ(nullptr, Fw_msg_AtIndex(a, 0xFFFFFFFF));
+  EXPECT_EQ(nullptr, Fw_msg_AtIndex(c, 0));
 }
 
 TEST(FwTree, MatchingFormsLookAtMatchesOnly) {
@@ -215,42 +215,42 @@ TEST(FwTree, MatchingFormsLookAtMatchesOnly) {
   FwTree* e = Below(c);
   FwTree* f = Below(a);
   Objects wanted{c, e, f};
-  EXPECT_EQ(Fw_msg_EnumerateChildrenMatching(a, nullptr, IsOneOf, &wanted), c);
-  EXPECT_EQ(Fw_msg_EnumerateChildrenMatching(a, c, IsOneOf, &wanted), f);
-  EXPECT_EQ(Fw_msg_EnumerateChildrenMatching(a, f, IsOneOf, &wanted), nullptr);
-  EXPECT_EQ(Fw_msg_EnumerateDescendantsMatching(a, nullptr, IsOneOf, &wanted), c);
-  EXPECT_EQ(Fw_msg_EnumerateDescendantsMatching(a, c, IsOneOf, &wanted), e);
-  EXPECT_EQ(Fw_msg_EnumerateDescendantsMatching(a, e, IsOneOf, &wanted), f);
-  EXPECT_EQ(Fw_msg_EnumerateDescendantsMatching(a, f, IsOneOf, &wanted), nullptr);
-  EXPECT_EQ(Fw_msg_IthMatching(a, 0, IsOneOf, &wanted), c);
-  EXPECT_EQ(Fw_msg_IthMatching(a, 1, IsOneOf, &wanted), f);
-  EXPECT_EQ(Fw_msg_IthMatching(a, 2, IsOneOf, &wanted), nullptr);
-  EXPECT_EQ(Fw_msg_PredecessorsMatching(b, IsOneOf, &wanted), 0u);
-  EXPECT_EQ(Fw_msg_PredecessorsMatching(c, IsOneOf, &wanted), 0u);
-  EXPECT_EQ(Fw_msg_PredecessorsMatching(d, IsOneOf, &wanted), 1u);
-  EXPECT_EQ(Fw_msg_PredecessorsMatching(f, IsOneOf, &wanted), 1u);
-  EXPECT_EQ(Fw_msg_EnumerateChildrenMatching(a, nullptr, FwTree_False, nullptr), nullptr);
+  EXPECT_EQ(c, Fw_msg_EnumerateChildrenMatching(a, nullptr, IsOneOf, &wanted));
+  EXPECT_EQ(f, Fw_msg_EnumerateChildrenMatching(a, c, IsOneOf, &wanted));
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateChildrenMatching(a, f, IsOneOf, &wanted));
+  EXPECT_EQ(c, Fw_msg_EnumerateDescendantsMatching(a, nullptr, IsOneOf, &wanted));
+  EXPECT_EQ(e, Fw_msg_EnumerateDescendantsMatching(a, c, IsOneOf, &wanted));
+  EXPECT_EQ(f, Fw_msg_EnumerateDescendantsMatching(a, e, IsOneOf, &wanted));
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateDescendantsMatching(a, f, IsOneOf, &wanted));
+  EXPECT_EQ(c, Fw_msg_IthMatching(a, 0, IsOneOf, &wanted));
+  EXPECT_EQ(f, Fw_msg_IthMatching(a, 1, IsOneOf, &wanted));
+  EXPECT_EQ(nullptr, Fw_msg_IthMatching(a, 2, IsOneOf, &wanted));
+  EXPECT_EQ(0u, Fw_msg_PredecessorsMatching(b, IsOneOf, &wanted));
+  EXPECT_EQ(0u, Fw_msg_PredecessorsMatching(c, IsOneOf, &wanted));
+  EXPECT_EQ(1u, Fw_msg_PredecessorsMatching(d, IsOneOf, &wanted));
+  EXPECT_EQ(1u, Fw_msg_PredecessorsMatching(f, IsOneOf, &wanted));
+  EXPECT_EQ(nullptr, Fw_msg_EnumerateChildrenMatching(a, nullptr, FwTree_False, nullptr));
   Fw_msg_Destroy(a);
 }
 
 TEST_F(FwTreeOfFour, PredecessorsMatchingTrueEqualTheIndexInParent) {
   for (FwObj* pObj : Objects{b, c, d})
     EXPECT_EQ(Fw_msg_PredecessorsMatching(pObj, FwTree_True, nullptr), Fw_msg_IndexInParent(pObj));
-  EXPECT_EQ(Fw_msg_IndexInParent(b), 0u);
-  EXPECT_EQ(Fw_msg_IndexInParent(d), 1u);
+  EXPECT_EQ(0u, Fw_msg_IndexInParent(b));
+  EXPECT_EQ(1u, Fw_msg_IndexInParent(d));
 }
 
 TEST(FwTree, ReadyPredicatesAnswerAsTheirNamesSay) {
   int32 constant = 7;
-  EXPECT_EQ(FwTree_True(nullptr, nullptr), 1);
-  EXPECT_EQ(FwTree_False(nullptr, nullptr), 0);
-  EXPECT_EQ(FwTree_Constant(nullptr, &constant), 7);
+  EXPECT_EQ(1, FwTree_True(nullptr, nullptr));
+  EXPECT_EQ(0, FwTree_False(nullptr, nullptr));
+  EXPECT_EQ(7, FwTree_Constant(nullptr, &constant));
 }
 
 TEST_F(FwTreeOfFour, ARootHasNoIndex) {
   ExpectAsserts expected({"No parent", "No parent"});
-  EXPECT_EQ(Fw_msg_IndexInParent(a), 0u);
-  EXPECT_EQ(Fw_msg_PredecessorsMatching(a, FwTree_True, nullptr), 0u);
+  EXPECT_EQ(0u, Fw_msg_IndexInParent(a));
+  EXPECT_EQ(0u, Fw_msg_PredecessorsMatching(a, FwTree_True, nullptr));
 }
 
 TEST_F(FwTreeOfFour, ANodeThatItsParentDoesNotKnowIsReported) {
@@ -259,11 +259,11 @@ TEST_F(FwTreeOfFour, ANodeThatItsParentDoesNotKnowIsReported) {
   {
     ExpectAsserts expected({"child not found in parent", "child not found in parent",
                             "Cannot find node in parents children"});
-    EXPECT_EQ(Fw_msg_IndexInParent(stray), 0u);
-    EXPECT_EQ(Fw_msg_PredecessorsMatching(stray, FwTree_True, nullptr), 0u);
+    EXPECT_EQ(0u, Fw_msg_IndexInParent(stray));
+    EXPECT_EQ(0u, Fw_msg_PredecessorsMatching(stray, FwTree_True, nullptr));
     Fw_msg_Destroy(stray);
   }
-  EXPECT_EQ(Children(a), (Objects{b, d}));
+  EXPECT_EQ((Objects{b, d}), Children(a));
 }
 
 TEST(FwTree, DestroyingNothingIsReported) {
@@ -286,8 +286,8 @@ TEST(FwTree, DestructionGoesBottomUpAndUnlinks) {
                  NoteDestroyed, nullptr, nullptr);
   Fw_msg_Destroy(b);
   FwObserveEnd(&observer, nullptr, nullptr);
-  EXPECT_EQ(destroyed, order);
-  EXPECT_EQ(Children(a), (Objects{e}));
+  EXPECT_EQ(order, destroyed);
+  EXPECT_EQ((Objects{e}), Children(a));
   Fw_msg_Destroy(a);
 }
 
@@ -297,9 +297,9 @@ TEST(FwTree, DestroyingALaterChildKeepsTheEarlierOnes) {
   FwTree* c = Below(a);
   FwTree* d = Below(a);
   Fw_msg_Destroy(c);
-  EXPECT_EQ(Children(a), (Objects{b, d}));
+  EXPECT_EQ((Objects{b, d}), Children(a));
   Fw_msg_Destroy(d);
-  EXPECT_EQ(Children(a), (Objects{b}));
+  EXPECT_EQ((Objects{b}), Children(a));
   Fw_msg_Destroy(a);
 }
 
@@ -308,11 +308,11 @@ TEST(FwTree, ReplacingTheEnumerationOfChildrenChangesWhatIsBuiltOnIt) {
   Below(a);
   FwTree* c = Below(a);
   FwTree* d = Below(a);
-  EXPECT_EQ(Fw_msg_AtIndex(a, 0), c);
-  EXPECT_EQ(Fw_msg_AtIndex(a, 1), d);
-  EXPECT_EQ(Fw_msg_IndexInParent(c), 0u);
-  EXPECT_EQ(Fw_msg_IndexInParent(d), 1u);
-  EXPECT_EQ(Fw_msg_PredecessorsMatching(d, FwTree_True, nullptr), 1u);
-  EXPECT_EQ(Fw_msg_EnumerateDescendants(a, nullptr), c);
+  EXPECT_EQ(c, Fw_msg_AtIndex(a, 0));
+  EXPECT_EQ(d, Fw_msg_AtIndex(a, 1));
+  EXPECT_EQ(0u, Fw_msg_IndexInParent(c));
+  EXPECT_EQ(1u, Fw_msg_IndexInParent(d));
+  EXPECT_EQ(1u, Fw_msg_PredecessorsMatching(d, FwTree_True, nullptr));
+  EXPECT_EQ(c, Fw_msg_EnumerateDescendants(a, nullptr));
   Fw_msg_Destroy(a);
 }

@@ -109,7 +109,7 @@ const KindRow kKindRows[] = {
 TEST(XmlErrors, MapsEachCodeToItsKindWithItsText) {
   int code = 0;
   for (const KindRow& row : kKindRows) {
-    EXPECT_EQ(++code, row.code);
+    EXPECT_EQ(row.code, ++code);
     EXPECT_EQ(row.kind, x2fwerr(row.code)) << row.code;
     EXPECT_STREQ(row.format, FWC(row.kind->ptbzFormat)) << row.code;
     EXPECT_EQ(static_cast<void*>(VQN_XML_ERROR), static_cast<void*>(row.kind->pParent));

@@ -52,7 +52,7 @@ Outcome Compute(const Products& products, const Strings& chosen, const Pairs& in
 // The output of one product with these operations.
 Map One(const std::string& ops, const Pairs& input) {
   Outcome outcome = Compute({"", "", ops}, {"X"}, input);
-  EXPECT_EQ(outcome.reports, Strings{});
+  EXPECT_EQ(Strings{}, outcome.reports);
   return outcome.env;
 }
 
@@ -72,23 +72,23 @@ Products Example(const std::string& a_constraint, const std::string& b_constrain
 TEST(Apply, WorkedExample) {
   Outcome outcome =
       Compute(Example(Before("/usr/bin"), After("/opt/a/bin")), {"A"}, {{"PATH", "/usr/bin:/bin"}});
-  EXPECT_EQ(outcome.env, (Map{{"PATH", "/opt/a/bin:/usr/bin:/opt/b/bin"}, {"TOOLS", "x"}}));
-  EXPECT_EQ(outcome.reports, Strings{});
+  EXPECT_EQ((Map{{"PATH", "/opt/a/bin:/usr/bin:/opt/b/bin"}, {"TOOLS", "x"}}), outcome.env);
+  EXPECT_EQ(Strings{}, outcome.reports);
 }
 
 TEST(Apply, WorkedExampleWithTheInsertAfterTheOldElement) {
   Outcome outcome =
       Compute(Example(After("/usr/bin"), After("/opt/a/bin")), {"A"}, {{"PATH", "/usr/bin:/bin"}});
-  EXPECT_EQ(outcome.env, (Map{{"PATH", "/usr/bin:/opt/a/bin:/opt/b/bin"}, {"TOOLS", "x"}}));
-  EXPECT_EQ(outcome.reports, Strings{});
+  EXPECT_EQ((Map{{"PATH", "/usr/bin:/opt/a/bin:/opt/b/bin"}, {"TOOLS", "x"}}), outcome.env);
+  EXPECT_EQ(Strings{}, outcome.reports);
 }
 
 TEST(Apply, WorkedExampleWithACycle) {
   Outcome outcome = Compute(Example(Before("/usr/bin"), Before("/opt/a/bin") + After("/opt/a/bin")),
                             {"A"}, {{"PATH", "/usr/bin:/bin"}});
-  EXPECT_EQ(outcome.env, (Map{{"TOOLS", "x"}}));
+  EXPECT_EQ((Map{{"TOOLS", "x"}}), outcome.env);
   // /usr/bin waits for /opt/a/bin, that for /opt/b/bin, and that for /opt/a/bin again.
-  EXPECT_EQ(outcome.reports, Strings{Cycle("/opt/a/bin", "PATH")});
+  EXPECT_EQ(Strings{Cycle("/opt/a/bin", "PATH")}, outcome.reports);
 }
 
 // ---- Elements ----
@@ -101,30 +101,30 @@ TEST(Apply, WithoutOperationsTheInputIsCopiedEntryByEntry) {
   w.Add("X", "");
   Environment before(input);
   Environment after(w.Apply({"X"}, before));
-  EXPECT_EQ(after.list(), Environment(dup_environ(before)).list());
+  EXPECT_EQ(Environment(dup_environ(before)).list(), after.list());
   EXPECT_EQ(before.map(), after.map());
   Environment none(w.Apply({}, before));
-  EXPECT_EQ(none.map(), before.map());
+  EXPECT_EQ(before.map(), none.map());
 }
 
 TEST(Apply, AVariableThatNoOperationTouchesStaysAsItIs) {
-  EXPECT_EQ(One(Insert("OTHER", "x"), {{"V", "a::b:a:"}}), (Map{{"OTHER", "x"}, {"V", "a::b:a:"}}));
+  EXPECT_EQ((Map{{"OTHER", "x"}, {"V", "a::b:a:"}}), One(Insert("OTHER", "x"), {{"V", "a::b:a:"}}));
 }
 
 TEST(Apply, AnInsertOfAnElementThatIsThereChangesNothing) {
-  EXPECT_EQ(OneVariable(Insert("V", "b"), "a:b:c"), "a:b:c");
+  EXPECT_EQ("a:b:c", OneVariable(Insert("V", "b"), "a:b:c"));
 }
 
 TEST(Apply, EmptyAndRepeatedElementsGoFromAVariableThatIsTouched) {
-  EXPECT_EQ(OneVariable(Remove("V", {"none"}), "a::b"), "a:b");
-  EXPECT_EQ(OneVariable(Remove("V", {"none"}), "a:b:a"), "a:b");
-  EXPECT_EQ(OneVariable(Remove("V", {"none"}), ":a:"), "a");
-  EXPECT_EQ(OneVariable(Remove("V", {"none"}), ":::"), "");
+  EXPECT_EQ("a:b", OneVariable(Remove("V", {"none"}), "a::b"));
+  EXPECT_EQ("a:b", OneVariable(Remove("V", {"none"}), "a:b:a"));
+  EXPECT_EQ("a", OneVariable(Remove("V", {"none"}), ":a:"));
+  EXPECT_EQ("", OneVariable(Remove("V", {"none"}), ":::"));
 }
 
 TEST(Apply, NewElementsComeLastInSlotOrder) {
-  EXPECT_EQ(OneVariable(Insert("V", "b") + Insert("V", "a"), ""), "a:b");
-  EXPECT_EQ(OneVariable(Insert("V", "b") + Insert("V", "a"), "z"), "z:a:b");
+  EXPECT_EQ("a:b", OneVariable(Insert("V", "b") + Insert("V", "a"), ""));
+  EXPECT_EQ("z:a:b", OneVariable(Insert("V", "b") + Insert("V", "a"), "z"));
 }
 
 TEST(Apply, ManyNewElementsComeInTheOrderOfTheirSlots) {
@@ -133,81 +133,82 @@ TEST(Apply, ManyNewElementsComeInTheOrderOfTheirSlots) {
   std::string ops;
   for (const char* value : {"x5", "b", "x0", "a", "x9"})
     ops += Insert("V", value);
-  EXPECT_EQ(OneVariable(ops, ""), "a:b:x0:x5:x9");
+  EXPECT_EQ("a:b:x0:x5:x9", OneVariable(ops, ""));
 }
 
 TEST(Apply, AValueThatHoldsTheSeparatorIsOneElementUntilTheNextRun) {
   Warehouse w;
   w.Add("X", Insert("V", "x:y"));
   w.Add("Y", Insert("V", "y", Before("x")));
-  EXPECT_EQ(w.Apply({"X"}, {{"V", "a"}})["V"], "a:x:y");
-  EXPECT_EQ(w.Apply({"X", "Y"}, {{"V", "a"}})["V"], "a:x:y:y");
-  EXPECT_EQ(w.Apply({"Y"}, {{"V", "a:x:y"}})["V"], "a:y:x");
+  EXPECT_EQ("a:x:y", w.Apply({"X"}, {{"V", "a"}})["V"]);
+  EXPECT_EQ("a:x:y:y", w.Apply({"X", "Y"}, {{"V", "a"}})["V"]);
+  EXPECT_EQ("a:y:x", w.Apply({"Y"}, {{"V", "a:x:y"}})["V"]);
 }
 
 TEST(Apply, TheSeparatorJoinsAndSplits) {
   std::string ops = Insert("V", "b", "", ";") + Insert("V", "c");
-  EXPECT_EQ(One(ops, {}), (Map{{"V", "b;c"}}));
-  EXPECT_EQ(OneVariable(ops, "z:y;x"), "z:y;x;b;c");
-  EXPECT_EQ(OneVariable(Insert("V", "b", "", "\xC3\xA9"), "x\xC3\xA9y"),
-            "x\xC3\xA9y\xC3\xA9"
-            "b");
+  EXPECT_EQ((Map{{"V", "b;c"}}), One(ops, {}));
+  EXPECT_EQ("z:y;x;b;c", OneVariable(ops, "z:y;x"));
+  EXPECT_EQ(
+      "x\xC3\xA9y\xC3\xA9"
+      "b",
+      OneVariable(Insert("V", "b", "", "\xC3\xA9"), "x\xC3\xA9y"));
 }
 
 TEST(Apply, AnEmptyElementSetsNoSeparatorBeforeTheNext) {
   // The slot of the empty string is 0, so it comes first of the new ones.
-  EXPECT_EQ(OneVariable(Insert("V", "") + Insert("V", "a"), ""), "a");
-  EXPECT_EQ(OneVariable(Insert("V", "", After("a")) + Insert("V", "a"), ""), "a:");
+  EXPECT_EQ("a", OneVariable(Insert("V", "") + Insert("V", "a"), ""));
+  EXPECT_EQ("a:", OneVariable(Insert("V", "", After("a")) + Insert("V", "a"), ""));
 }
 
 // ---- Removes and deletes ----
 
 TEST(Apply, ADeleteOfAnAbsentVariableGivesNoEntry) {
-  EXPECT_EQ(One(Delete("V"), {}), Map{});
+  EXPECT_EQ(Map{}, One(Delete("V"), {}));
 }
 
 TEST(Apply, ADeleteTakesTheVariableAway) {
-  EXPECT_EQ(One(Delete("V"), {{"V", "a:/b"}, {"W", "w"}}), (Map{{"W", "w"}}));
-  EXPECT_EQ(One(Delete("V"), {{"V", ""}}), Map{});
+  EXPECT_EQ((Map{{"W", "w"}}), One(Delete("V"), {{"V", "a:/b"}, {"W", "w"}}));
+  EXPECT_EQ(Map{}, One(Delete("V"), {{"V", ""}}));
 }
 
 TEST(Apply, ARemoveOfTheOnlyElementLeavesAnEmptyValue) {
-  EXPECT_EQ(One(Remove("V", {"a"}), {{"V", "a"}}), (Map{{"V", ""}}));
+  EXPECT_EQ((Map{{"V", ""}}), One(Remove("V", {"a"}), {{"V", "a"}}));
 }
 
 TEST(Apply, ARemoveOfAnAbsentVariableSetsItToTheEmptyString) {
-  EXPECT_EQ(One(Remove("FOO", {"a"}), {}), (Map{{"FOO", ""}}));
+  EXPECT_EQ((Map{{"FOO", ""}}), One(Remove("FOO", {"a"}), {}));
 }
 
 TEST(Apply, APatternAsNameCreatesNoVariable) {
-  EXPECT_EQ(One(Insert("FOO*", "a"), {}), Map{});
-  EXPECT_EQ(One(Delete("F*") + Remove("FOO", {"x"}), {}), Map{});
+  EXPECT_EQ(Map{}, One(Insert("FOO*", "a"), {}));
+  EXPECT_EQ(Map{}, One(Delete("F*") + Remove("FOO", {"x"}), {}));
 }
 
 TEST(Apply, RemovesMatchByPattern) {
-  EXPECT_EQ(OneVariable(Remove("V", {"/opt/**"}), "/opt/a:/usr/opt:/opt:x"), "/usr/opt:x");
-  EXPECT_EQ(OneVariable(Remove("V", {"/usr//bin/"}), "/usr/bin:/usr/bin/:b"), "b");
+  EXPECT_EQ("/usr/opt:x", OneVariable(Remove("V", {"/opt/**"}), "/opt/a:/usr/opt:/opt:x"));
+  EXPECT_EQ("b", OneVariable(Remove("V", {"/usr//bin/"}), "/usr/bin:/usr/bin/:b"));
 }
 
 TEST(Apply, ADeleteAndAnInsertOfTheSameVarietyKeepTheValue) {
-  EXPECT_EQ(OneVariable(Delete("V") + Insert("V", "new"), "old:older"), "new");
-  EXPECT_EQ(OneVariable(Insert("V", "new") + Delete("V"), "old:new"), "new");
+  EXPECT_EQ("new", OneVariable(Delete("V") + Insert("V", "new"), "old:older"));
+  EXPECT_EQ("new", OneVariable(Insert("V", "new") + Delete("V"), "old:new"));
 }
 
 TEST(Apply, ADeleteTakesAwayWhatAPartInserts) {
   Outcome outcome = Compute({Delete("V"), Insert("V", "b"), ""}, {"A"}, {{"V", "old"}});
-  EXPECT_EQ(outcome.env, Map{});
-  EXPECT_EQ(outcome.reports, Strings{});
+  EXPECT_EQ(Map{}, outcome.env);
+  EXPECT_EQ(Strings{}, outcome.reports);
 }
 
 TEST(Apply, ARemoveTakesAwayWhatAPartInsertsAlsoIfItIsInTheInput) {
   Products products = {Remove("V", {"v"}), Insert("V", "v"), Insert("V", "v")};
   Outcome absent = Compute(products, {"A"}, {{"V", "w"}});
-  EXPECT_EQ(absent.env["V"], "w");
-  EXPECT_EQ(absent.reports, Strings{});
+  EXPECT_EQ("w", absent.env["V"]);
+  EXPECT_EQ(Strings{}, absent.reports);
   Outcome present = Compute(products, {"A"}, {{"V", "v:w"}});
-  EXPECT_EQ(present.env["V"], "w");
-  EXPECT_EQ(present.reports, Strings{});
+  EXPECT_EQ("w", present.env["V"]);
+  EXPECT_EQ(Strings{}, present.reports);
 }
 
 TEST(Apply, WithAnUnrelatedInsertTheOrderOfTheProductsDecides) {
@@ -215,11 +216,11 @@ TEST(Apply, WithAnUnrelatedInsertTheOrderOfTheProductsDecides) {
   // turn it takes out the insert in front of B's.
   Products products = {Remove("V", {"v"}), Insert("V", "v"), Insert("V", "v")};
   Outcome first = Compute(products, {"X", "A"}, {{"V", "v"}});
-  EXPECT_EQ(first.env["V"], "");
-  EXPECT_EQ(first.reports, Strings{});
+  EXPECT_EQ("", first.env["V"]);
+  EXPECT_EQ(Strings{}, first.reports);
   Outcome last = Compute(products, {"A", "X"}, {{"V", "v"}});
-  EXPECT_EQ(last.env["V"], "v");
-  EXPECT_EQ(last.reports, Strings{Clash("v", "V")});
+  EXPECT_EQ("v", last.env["V"]);
+  EXPECT_EQ(Strings{Clash("v", "V")}, last.reports);
 }
 
 TEST(Apply, UnrelatedProductsThatDisagreeClashAndTheElementIsNew) {
@@ -227,34 +228,34 @@ TEST(Apply, UnrelatedProductsThatDisagreeClashAndTheElementIsNew) {
   w.Add("X", Insert("V", "b"));
   w.Add("Y", Remove("V", {"b"}));
   Reports reports;
-  EXPECT_EQ(w.Apply({"X", "Y"}, {{"V", "b:c"}})["V"], "c:b");
-  EXPECT_EQ(reports.lines(), Strings{Clash("b", "V")});
+  EXPECT_EQ("c:b", w.Apply({"X", "Y"}, {{"V", "b:c"}})["V"]);
+  EXPECT_EQ(Strings{Clash("b", "V")}, reports.lines());
 }
 
 // ---- Constraints ----
 
 TEST(Apply, NewElementsComeRightBeforeTheOneTheyMustPrecede) {
-  EXPECT_EQ(OneVariable(Insert("V", "n", Before("c")), "a:b:c:d"), "a:b:n:c:d");
-  EXPECT_EQ(OneVariable(Insert("V", "n", Before("b") + Before("d")), "a:b:c:d"), "a:n:b:c:d");
-  EXPECT_EQ(OneVariable(Insert("V", "n", After("b")), "a:b:c:d"), "a:b:c:d:n");
-  EXPECT_EQ(OneVariable(Insert("V", "n", After("b") + Before("c")), "a:b:c:d"), "a:b:n:c:d");
+  EXPECT_EQ("a:b:n:c:d", OneVariable(Insert("V", "n", Before("c")), "a:b:c:d"));
+  EXPECT_EQ("a:n:b:c:d", OneVariable(Insert("V", "n", Before("b") + Before("d")), "a:b:c:d"));
+  EXPECT_EQ("a:b:c:d:n", OneVariable(Insert("V", "n", After("b")), "a:b:c:d"));
+  EXPECT_EQ("a:b:n:c:d", OneVariable(Insert("V", "n", After("b") + Before("c")), "a:b:c:d"));
 }
 
 TEST(Apply, OldElementsMoveOnlyWhereAConstraintDisagrees) {
-  EXPECT_EQ(OneVariable(Insert("V", "a", After("c")), "a:b:c:d"), "c:a:b:d");
-  EXPECT_EQ(OneVariable(Insert("V", "d", Before("b")), "a:b:c:d"), "a:d:b:c");
-  EXPECT_EQ(OneVariable(Insert("V", "b", Before("none") + After("a")), "a:b:c"), "a:b:c");
+  EXPECT_EQ("c:a:b:d", OneVariable(Insert("V", "a", After("c")), "a:b:c:d"));
+  EXPECT_EQ("a:d:b:c", OneVariable(Insert("V", "d", Before("b")), "a:b:c:d"));
+  EXPECT_EQ("a:b:c", OneVariable(Insert("V", "b", Before("none") + After("a")), "a:b:c"));
 }
 
 TEST(Apply, PredecessorsAreGoneThroughInTheOrderOfTheConstraints) {
-  EXPECT_EQ(OneVariable(Insert("V", "n", After("c") + After("a") + Before("x")), "x:a:b:c"),
-            "c:a:n:x:b");
+  EXPECT_EQ("c:a:n:x:b",
+            OneVariable(Insert("V", "n", After("c") + After("a") + Before("x")), "x:a:b:c"));
 }
 
 TEST(Apply, AConstraintThatMatchesItselfIsIgnored) {
-  EXPECT_EQ(OneVariable(Insert("V", "n", Before("**")), "a:b"), "n:a:b");
-  EXPECT_EQ(OneVariable(Insert("V", "b", Before("**")), "a:b"), "b:a");
-  EXPECT_EQ(OneVariable(Insert("V", "a", After("**")), "a:b"), "b:a");
+  EXPECT_EQ("n:a:b", OneVariable(Insert("V", "n", Before("**")), "a:b"));
+  EXPECT_EQ("b:a", OneVariable(Insert("V", "b", Before("**")), "a:b"));
+  EXPECT_EQ("b:a", OneVariable(Insert("V", "a", After("**")), "a:b"));
 }
 
 TEST(Apply, TwoInsertsBeforeEverythingAreACycle) {
@@ -262,26 +263,26 @@ TEST(Apply, TwoInsertsBeforeEverythingAreACycle) {
   w.Add("X", Insert("V", "x", Before("**")));
   w.Add("Y", Insert("V", "y", Before("**")));
   Reports reports;
-  EXPECT_EQ(w.Apply({"X", "Y"}, {{"V", "a"}, {"W", "w"}}), (Map{{"W", "w"}}));
-  EXPECT_EQ(reports.lines().size(), 1U);
+  EXPECT_EQ((Map{{"W", "w"}}), w.Apply({"X", "Y"}, {{"V", "a"}, {"W", "w"}}));
+  EXPECT_EQ(1U, reports.lines().size());
   // a waits for x and y in slot order (0x78 % 31 = 27, 0x79 % 31 = 28); x waits for y and y for x.
-  EXPECT_EQ(reports.lines(), Strings{Cycle("x", "V")});
+  EXPECT_EQ(Strings{Cycle("x", "V")}, reports.lines());
 }
 
 TEST(Apply, OfSeveralCyclesInAVariableTheLastMetIsReported) {
   std::string ops = Insert("V", "a", Before("b")) + Insert("V", "b", Before("a")) +
                     Insert("V", "c", Before("d")) + Insert("V", "d", Before("c"));
   Outcome outcome = Compute({"", "", ops}, {"X"}, {{"V", "a:c"}});
-  EXPECT_EQ(outcome.env, Map{});
-  EXPECT_EQ(outcome.reports, Strings{Cycle("c", "V")});
+  EXPECT_EQ(Map{}, outcome.env);
+  EXPECT_EQ(Strings{Cycle("c", "V")}, outcome.reports);
 }
 
 TEST(Apply, ACycleInOneVariableLeavesTheOthers) {
   std::string ops = Insert("V", "a", Before("b")) + Insert("V", "b", Before("a")) +
                     Insert("A", "x") + Insert("Z", "x");
   Outcome outcome = Compute({"", "", ops}, {"X"}, {});
-  EXPECT_EQ(outcome.env, (Map{{"A", "x"}, {"Z", "x"}}));
-  EXPECT_EQ(outcome.reports, Strings{Cycle("a", "V")});
+  EXPECT_EQ((Map{{"A", "x"}, {"Z", "x"}}), outcome.env);
+  EXPECT_EQ(Strings{Cycle("a", "V")}, outcome.reports);
 }
 
 TEST(Apply, WithoutAnErrorFunctionACycleDropsAllLaterVariables) {
@@ -291,34 +292,34 @@ TEST(Apply, WithoutAnErrorFunctionACycleDropsAllLaterVariables) {
                  Insert("Z", "x"));
   Environment input(Pairs{{"U", "u"}});
   Environment output(w.Apply({"X"}, input, 1, nullptr));
-  EXPECT_EQ(output.map(), (Map{{"A", "x"}, {"U", "u"}}));
+  EXPECT_EQ((Map{{"A", "x"}, {"U", "u"}}), output.map());
 }
 
 TEST(Apply, TheInsertOfTheIncludingProductHasItsConstraintsAlone) {
   Outcome outcome = Compute({Insert("V", "n", After("b")), Insert("V", "n", Before("a")), ""},
                             {"A"}, {{"V", "a:b:c"}});
-  EXPECT_EQ(outcome.env["V"], "a:b:c:n");
-  EXPECT_EQ(outcome.reports, Strings{});
+  EXPECT_EQ("a:b:c:n", outcome.env["V"]);
+  EXPECT_EQ(Strings{}, outcome.reports);
 }
 
 TEST(Apply, UnrelatedInsertsOfOneValueBothKeepTheirConstraints) {
   Warehouse w;
   w.Add("X", Insert("V", "n", Before("c")));
   w.Add("Y", Insert("V", "n", After("b")));
-  EXPECT_EQ(w.Apply({"X", "Y"}, {{"V", "a:b:c"}})["V"], "a:b:n:c");
-  EXPECT_EQ(w.Apply({"Y", "X"}, {{"V", "a:b:c"}})["V"], "a:b:n:c");
+  EXPECT_EQ("a:b:n:c", w.Apply({"X", "Y"}, {{"V", "a:b:c"}})["V"]);
+  EXPECT_EQ("a:b:n:c", w.Apply({"Y", "X"}, {{"V", "a:b:c"}})["V"]);
 }
 
 TEST(Apply, ConstraintsSeeValuesThatArriveLater) {
   Warehouse w;
   w.Add("X", Insert("V", "b", Before("a")));
   w.Add("Y", Insert("V", "a"));
-  EXPECT_EQ(w.Apply({"X", "Y"}, Pairs{})["V"], "b:a");
-  EXPECT_EQ(w.Apply({"Y", "X"}, Pairs{})["V"], "b:a");
+  EXPECT_EQ("b:a", w.Apply({"X", "Y"}, Pairs{})["V"]);
+  EXPECT_EQ("b:a", w.Apply({"Y", "X"}, Pairs{})["V"]);
 }
 
 TEST(Apply, ConstraintsOnElementsThatAreRemovedHaveNoEffect) {
-  EXPECT_EQ(OneVariable(Remove("V", {"b"}) + Insert("V", "n", Before("b")), "a:b:c"), "a:c:n");
+  EXPECT_EQ("a:c:n", OneVariable(Remove("V", {"b"}) + Insert("V", "n", Before("b")), "a:b:c"));
 }
 
 // ---- Files and groups ----
@@ -329,11 +330,11 @@ TEST(Apply, UndoAppliesTheOtherFileOnly) {
   w.Write("X", "unenv.xml", Warehouse::Settings(Remove("V", {"set"}) + Remove("W", {"%(NOPE)"})));
   w.Add("Y", Insert("V", "set"));
   Reports reports;
-  EXPECT_EQ(w.Apply({"X"}, {{"V", "a:set"}}, 0)["V"], "a");
-  EXPECT_EQ(reports.lines(),
-            Strings{"*** Error: % variable NOPE is not defined in File C/X/1/0/unenv.xml"});
+  EXPECT_EQ("a", w.Apply({"X"}, {{"V", "a:set"}}, 0)["V"]);
+  EXPECT_EQ(Strings{"*** Error: % variable NOPE is not defined in File C/X/1/0/unenv.xml"},
+            reports.lines());
   // No inverse is derived.
-  EXPECT_EQ(w.Apply({"Y"}, {{"V", "a:set"}}, 0)["V"], "a:set");
+  EXPECT_EQ("a:set", w.Apply({"Y"}, {{"V", "a:set"}}, 0)["V"]);
 }
 
 TEST(Apply, TheInputIsNotChanged) {
@@ -341,8 +342,8 @@ TEST(Apply, TheInputIsNotChanged) {
   w.Add("X", Delete("V") + Insert("W", "x"));
   Environment input(Pairs{{"V", "a"}});
   Environment output(w.Apply({"X"}, input));
-  EXPECT_EQ(input.map(), (Map{{"V", "a"}}));
-  EXPECT_EQ(output.map(), (Map{{"W", "x"}}));
+  EXPECT_EQ((Map{{"V", "a"}}), input.map());
+  EXPECT_EQ((Map{{"W", "x"}}), output.map());
 }
 
 TEST(Apply, ALaterGroupOverridesAnEarlierOne) {
@@ -353,8 +354,8 @@ TEST(Apply, ALaterGroupOverridesAnEarlierOne) {
   Environment input;
   Environment middle(w.Apply({"X"}, input));
   Environment output(w.Apply({"Y"}, middle));
-  EXPECT_EQ(output.map(), (Map{{"V", ""}}));
-  EXPECT_EQ(reports.lines(), Strings{});
+  EXPECT_EQ((Map{{"V", ""}}), output.map());
+  EXPECT_EQ(Strings{}, reports.lines());
 }
 
 TEST(Apply, TheOutputIsFilledInTheOrderOfSlots) {
@@ -374,7 +375,7 @@ TEST(Apply, TheOutputIsFilledInTheOrderOfSlots) {
     wh_set_ev(expected, FWT("AN"), FWT("1:x"));
     wh_set_ev(expected, FWT("NEW"), FWT("y"));
     Environment output(w.Apply({"X"}, input));
-    EXPECT_EQ(output.list(), expected.list()) << count;
+    EXPECT_EQ(expected.list(), output.list()) << count;
   }
 }
 
@@ -421,7 +422,7 @@ TEST(Apply, MalformedBytesPassUnchanged) {
   w.Add("X", Insert("V", "n"));
   for (const char* value : {"caf\xE9", "\x80", "a:caf\xE9:b", "\xFF\xFE:x", "x:\xC3"}) {
     CollectReports reports;
-    EXPECT_EQ(w.Apply({"X"}, {{"V", value}})["V"], std::string(value) + ":n") << value;
+    EXPECT_EQ(std::string(value) + ":n", w.Apply({"X"}, {{"V", value}})["V"]) << value;
   }
 }
 
@@ -448,7 +449,7 @@ TEST(Apply, AMegabyteOfElementsTakesLittleTime) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
   EXPECT_TRUE(result.starts_with("first:/opt/package-1000/"));
   EXPECT_TRUE(result.ends_with(":new0:/opt/package-19999/1.0/some/where/deep/below/bin"));
-  EXPECT_EQ(std::count(result.begin(), result.end(), ':'), 20000);
+  EXPECT_EQ(20000, std::count(result.begin(), result.end(), ':'));
 }
 
 TEST(Apply, AChainOfConstraintsMayBeAsLongAsTheValue) {
@@ -460,8 +461,8 @@ TEST(Apply, AChainOfConstraintsMayBeAsLongAsTheValue) {
     expected += (i ? ":e" : "e") + std::to_string(i);
   }
   // The old element waits for the last of the chain, and that for all others.
-  EXPECT_EQ(OneVariable(ops, "e" + std::to_string(kLength)),
-            expected + ":e" + std::to_string(kLength));
+  EXPECT_EQ(expected + ":e" + std::to_string(kLength),
+            OneVariable(ops, "e" + std::to_string(kLength)));
 }
 
 // ---- The sort by itself ----
@@ -498,10 +499,10 @@ TEST(SortNode, EmitsPredecessorsFirstAndEachNodeOnce) {
   s.Before("c", "a");
   s.Before("c", "b");
   s.Before("c", "b");
-  EXPECT_EQ(s.Sort("a", &err), "c:b:a");
-  EXPECT_EQ(s.Sort("b", &err), "c:b:a");
-  EXPECT_EQ(s.Sort("d", &err), "c:b:a:d");
-  EXPECT_EQ(err.text(), "");
+  EXPECT_EQ("c:b:a", s.Sort("a", &err));
+  EXPECT_EQ("c:b:a", s.Sort("b", &err));
+  EXPECT_EQ("c:b:a:d", s.Sort("d", &err));
+  EXPECT_EQ("", err.text());
 }
 
 TEST(SortNode, ACycleNamesTheNodeThatIsMetAgain) {
@@ -512,9 +513,9 @@ TEST(SortNode, ACycleNamesTheNodeThatIsMetAgain) {
   s.Before("a", "c");
   s.Before("b", "c");
   // From a to b to c; c meets a first, then b: the last one stays.
-  EXPECT_EQ(s.Sort("a", &err), "c:b:a");
-  EXPECT_EQ(err.text(), Cycle("b", "V"));
-  EXPECT_EQ(err.pError, whErrorEnvCycle);
+  EXPECT_EQ("c:b:a", s.Sort("a", &err));
+  EXPECT_EQ(Cycle("b", "V"), err.text());
+  EXPECT_EQ(whErrorEnvCycle, err.pError);
 }
 
 TEST(SortNode, AnUnknownStateAsserts) {
@@ -522,16 +523,16 @@ TEST(SortNode, AnUnknownStateAsserts) {
   Error err;
   s.node("a")->state = 7;
   ExpectAsserts expected({"bad case in sort_node"});
-  EXPECT_EQ(s.Sort("a", &err), "");
+  EXPECT_EQ("", s.Sort("a", &err));
 }
 
 TEST(SortNode, FindsNodesOnlyWhereTheyAre) {
   Sorting s;
-  EXPECT_EQ(find_node(s.var_ops(), FWT("a")), nullptr);
+  EXPECT_EQ(nullptr, find_node(s.var_ops(), FWT("a")));
   NODE* a = s.node("a");
-  EXPECT_EQ(find_node(s.var_ops(), FWT("a")), a);
-  EXPECT_EQ(s.node("a"), a);
-  EXPECT_EQ(a->state, st_new);
+  EXPECT_EQ(a, find_node(s.var_ops(), FWT("a")));
+  EXPECT_EQ(a, s.node("a"));
+  EXPECT_EQ(st_new, a->state);
 }
 
 // ---- Diagnostics ----
@@ -569,30 +570,31 @@ TEST(Dump, PrintsAVariableWithItsValuesAndRemoves) {
   VAL_OPS* val_ops = get_val_ops(get_var_ops(variables, FWT("V")), FWT("x"));
 
   testing::internal::CaptureStdout();
-  EXPECT_EQ(FwHashEnumerateEntries(variables, dumpinst, nullptr, nullptr), 1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "\nV\n"
-            "   print_val_ops x (" +
-                Hex(val_ops) +
-                ")\n"
-                "      rem " +
-                Hex(rem_op) + ", variety " + Hex(&variety) +
-                "\n"
-                "      ins " +
-                Hex(ins_op) + ", variety " + Hex(&variety) +
-                "\n"
-                "   insert\n      ......tbd\n"
-                "   remove\n"
-                "      REMOVE elements from rempat " +
-                Hex(rem_op) + ", op " + Hex(rem) + ", variety " + Hex(&variety) +
-                ": platform=unix, mode=fast\n"
-                "          V: x\n"
-                "          V: y*\n"
-                "   delete: 0\n");
+  EXPECT_EQ(1, FwHashEnumerateEntries(variables, dumpinst, nullptr, nullptr));
+  EXPECT_EQ(
+      "\nV\n"
+      "   print_val_ops x (" +
+          Hex(val_ops) +
+          ")\n"
+          "      rem " +
+          Hex(rem_op) + ", variety " + Hex(&variety) +
+          "\n"
+          "      ins " +
+          Hex(ins_op) + ", variety " + Hex(&variety) +
+          "\n"
+          "   insert\n      ......tbd\n"
+          "   remove\n"
+          "      REMOVE elements from rempat " +
+          Hex(rem_op) + ", op " + Hex(rem) + ", variety " + Hex(&variety) +
+          ": platform=unix, mode=fast\n"
+          "          V: x\n"
+          "          V: y*\n"
+          "   delete: 0\n",
+      testing::internal::GetCapturedStdout());
   free_variables(&variables);
   free_expanded_op(&ins_op);
   free_expanded_op(&rem_op);
-  EXPECT_EQ(ins_op, nullptr);
+  EXPECT_EQ(nullptr, ins_op);
 }
 
 }  // namespace

@@ -135,24 +135,24 @@ TEST(Collect, PartsComeBeforeTheProductThatIncludesThem) {
   w.Add("A", Insert("PATH", "/opt/a/bin", Before("/usr/bin")), {"B"});
   Reports reports;
   Steps steps(w, {"A"}, {{"PATH", "/usr/bin:/bin"}});
-  EXPECT_EQ(steps.eops(),
-            (Strings{"+PATH=/opt/b/bin", "-PATH=/bin", "+TOOLS=x", "+PATH=/opt/a/bin"}));
-  EXPECT_EQ(Steps::Keys(steps.newvars()), Strings{"TOOLS"});
-  EXPECT_EQ(steps.rem("PATH", "/bin"), Strings{"-PATH=/bin"});
-  EXPECT_EQ(steps.rem("PATH", "/opt/b/bin"), Strings{});
-  EXPECT_EQ(steps.value("PATH", "/usr/bin"), nullptr);
-  EXPECT_EQ(steps.variable("PATH")->sep, ':');
-  EXPECT_EQ(steps.variable("TOOLS")->sep, 0);
-  EXPECT_EQ(element_at<EXPANDED_OP>(&steps.list(), 3)->op->u.ins->sep, ':');
-  EXPECT_EQ(element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.ins->sep, 0);
-  EXPECT_EQ(reports.lines(), Strings{});
+  EXPECT_EQ((Strings{"+PATH=/opt/b/bin", "-PATH=/bin", "+TOOLS=x", "+PATH=/opt/a/bin"}),
+            steps.eops());
+  EXPECT_EQ(Strings{"TOOLS"}, Steps::Keys(steps.newvars()));
+  EXPECT_EQ(Strings{"-PATH=/bin"}, steps.rem("PATH", "/bin"));
+  EXPECT_EQ(Strings{}, steps.rem("PATH", "/opt/b/bin"));
+  EXPECT_EQ(nullptr, steps.value("PATH", "/usr/bin"));
+  EXPECT_EQ(':', steps.variable("PATH")->sep);
+  EXPECT_EQ(0, steps.variable("TOOLS")->sep);
+  EXPECT_EQ(':', element_at<EXPANDED_OP>(&steps.list(), 3)->op->u.ins->sep);
+  EXPECT_EQ(0, element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.ins->sep);
+  EXPECT_EQ(Strings{}, reports.lines());
 }
 
 TEST(Collect, AProductWithOnlyPartsHasItsPartsCollected) {
   Warehouse w;
   w.Add("B", Insert("V", "b"));
   w.Add("A", "", {"B"});
-  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), Strings{"+V=b"});
+  EXPECT_EQ(Strings{"+V=b"}, Steps(w, {"A"}, {}).eops());
 }
 
 TEST(Collect, AVarietyReachedTwiceGivesItsOperationsOnce) {
@@ -160,22 +160,22 @@ TEST(Collect, AVarietyReachedTwiceGivesItsOperationsOnce) {
   w.Add("C", Insert("V", "c"));
   w.Add("A", Insert("V", "a"), {"C"});
   w.Add("B", Insert("V", "b"), {"C"});
-  EXPECT_EQ(Steps(w, {"A", "B"}, {}).eops(), (Strings{"+V=c", "+V=a", "+V=b"}));
-  EXPECT_EQ(Steps(w, {"B", "A"}, {}).eops(), (Strings{"+V=c", "+V=b", "+V=a"}));
+  EXPECT_EQ((Strings{"+V=c", "+V=a", "+V=b"}), Steps(w, {"A", "B"}, {}).eops());
+  EXPECT_EQ((Strings{"+V=c", "+V=b", "+V=a"}), Steps(w, {"B", "A"}, {}).eops());
 }
 
 TEST(Collect, PartsThatIncludeEachOtherComeToAnEnd) {
   Warehouse w;
   w.Add("A", Insert("V", "a"), {"B"});
   w.Add("B", Insert("V", "b"), {"A"});
-  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), (Strings{"+V=b", "+V=a"}));
+  EXPECT_EQ((Strings{"+V=b", "+V=a"}), Steps(w, {"A"}, {}).eops());
 }
 
 TEST(Collect, AnIncompleteVarietyGivesNothing) {
   Warehouse w;
   w.AddVarieties("A", "<VARIETY/><VARIETY><SEGMENT host='all' here='0'/></VARIETY>",
                  Insert("V", "a"));
-  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), Strings{});
+  EXPECT_EQ(Strings{}, Steps(w, {"A"}, {}).eops());
 }
 
 TEST(Collect, GroupsApplyToTheVarietiesThatTheirPatternsMatch) {
@@ -189,15 +189,15 @@ TEST(Collect, GroupsApplyToTheVarietiesThatTheirPatternsMatch) {
           "<ENV-GROUP><PATTERN><MATCH><VAR n='mode' v='s*'/></MATCH></PATTERN>" +
               Insert("V", "%(mode)1") + "</ENV-GROUP><ENV-GROUP><PATTERN/>" +
               Insert("V", "%(mode)2") + "</ENV-GROUP></ENV-SETTINGS>");
-  EXPECT_EQ(Steps(w, {"A"}, {}).eops(), (Strings{"+V=fast2", "+V=safe1", "+V=safe2"}));
+  EXPECT_EQ((Strings{"+V=fast2", "+V=safe1", "+V=safe2"}), Steps(w, {"A"}, {}).eops());
 }
 
 TEST(Collect, TheFileIsChosenBySet) {
   Warehouse w;
   w.Add("A", Insert("V", "set"));
   w.Write("A", "unenv.xml", Warehouse::Settings(Remove("V", {"set"})));
-  EXPECT_EQ(Steps(w, {"A"}, {}, 1).eops(), Strings{"+V=set"});
-  EXPECT_EQ(Steps(w, {"A"}, {}, 0).eops(), Strings{"-V=set"});
+  EXPECT_EQ(Strings{"+V=set"}, Steps(w, {"A"}, {}, 1).eops());
+  EXPECT_EQ(Strings{"-V=set"}, Steps(w, {"A"}, {}, 0).eops());
 }
 
 TEST(Collect, OneBadExpansionLosesOnlyThatOperation) {
@@ -206,18 +206,18 @@ TEST(Collect, OneBadExpansionLosesOnlyThatOperation) {
                  Remove("V", {"%(NULL)", "y"}));
   Reports reports;
   Steps steps(w, {"A"}, {});
-  EXPECT_EQ(steps.eops(), Strings{"+V=" + w.path() + "/C/A"});
-  EXPECT_EQ(reports.lines(),
-            (Strings{"*** Error: % variable NOPE is not defined in File C/A/1/0/env.xml",
+  EXPECT_EQ(Strings{"+V=" + w.path() + "/C/A"}, steps.eops());
+  EXPECT_EQ((Strings{"*** Error: % variable NOPE is not defined in File C/A/1/0/env.xml",
                      "*** Error: % variable NADA is not defined in File C/A/1/0/env.xml",
-                     "*** Error: % variable NULL is not defined in File C/A/1/0/env.xml"}));
+                     "*** Error: % variable NULL is not defined in File C/A/1/0/env.xml"}),
+            reports.lines());
 }
 
 TEST(Collect, RemovesAndDeletesOfAbsentVariablesAreNewVariablesToo) {
   Warehouse w;
   w.Add("A", Remove("R", {"x"}) + Delete("D") + Insert("PATH", "x") + Insert("G*", "x"));
   Steps steps(w, {"A"}, {{"PATH", "/bin"}});
-  EXPECT_EQ(Steps::Keys(steps.newvars()), (Strings{"D", "R"}));  // slots 6 and 20 of 31
+  EXPECT_EQ((Strings{"D", "R"}), Steps::Keys(steps.newvars()));  // slots 6 and 20 of 31
 }
 
 // ---- Instances ----
@@ -228,16 +228,16 @@ TEST(Generate, APatternReachesTheInputAndLiteralNamesAndNoOther) {
   Steps steps(w, {"A"}, {{"FOO1", ""}, {"FOOBAR", ""}, {"BAZ", ""}});
   Strings names = Steps::Keys(steps.variables());
   std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (Strings{"FOO1", "FOO2", "FOOBAR"}));
-  EXPECT_EQ(Shorts(&steps.variable("FOO2")->inserts), (Strings{"+FOO*=x", "+FOO2=y"}));
+  EXPECT_EQ((Strings{"FOO1", "FOO2", "FOOBAR"}), names);
+  EXPECT_EQ((Strings{"+FOO*=x", "+FOO2=y"}), Shorts(&steps.variable("FOO2")->inserts));
 }
 
 TEST(Generate, ARemoveOfAnAbsentVariableLeavesTheSeparatorOpen) {
   Warehouse w;
   w.Add("A", Remove("V", {"x"}));
   Steps steps(w, {"A"}, {});
-  EXPECT_EQ(steps.variable("V")->sep, 0);
-  EXPECT_EQ(element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.rem->sep, 0);
+  EXPECT_EQ(0, steps.variable("V")->sep);
+  EXPECT_EQ(0, element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.rem->sep);
 }
 
 TEST(Generate, ARemoveOfAPresentVariableSettlesTheDefaultSeparator) {
@@ -245,8 +245,8 @@ TEST(Generate, ARemoveOfAPresentVariableSettlesTheDefaultSeparator) {
   w.Add("A", Remove("V", {"x"}) + Insert("V", "y", "", ";"));
   Reports reports;
   Steps steps(w, {"A"}, {{"V", ""}});  // an empty value is a value
-  EXPECT_EQ(steps.variable("V")->sep, ':');
-  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "V"});
+  EXPECT_EQ(':', steps.variable("V")->sep);
+  EXPECT_EQ(Strings{std::string(kMixed) + "V"}, reports.lines());
 }
 
 TEST(Generate, TheFirstDeclaredSeparatorStays) {
@@ -255,8 +255,8 @@ TEST(Generate, TheFirstDeclaredSeparatorStays) {
                  Insert("V", "d", "", ";"));
   Reports reports;
   Steps steps(w, {"A"}, {});
-  EXPECT_EQ(steps.variable("V")->sep, ';');
-  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "V"});
+  EXPECT_EQ(';', steps.variable("V")->sep);
+  EXPECT_EQ(Strings{std::string(kMixed) + "V"}, reports.lines());
 }
 
 TEST(Generate, MixedSeparatorsAreSilentWithoutAnErrorFunction) {
@@ -264,11 +264,11 @@ TEST(Generate, MixedSeparatorsAreSilentWithoutAnErrorFunction) {
   var_ops.sep = ':';
   int sep = ';';
   check_sep(&var_ops, &sep, FWT("V"), nullptr);
-  EXPECT_EQ(var_ops.sep, ':');
-  EXPECT_EQ(sep, ';');
+  EXPECT_EQ(':', var_ops.sep);
+  EXPECT_EQ(';', sep);
   Reports reports;
   check_sep(&var_ops, &sep, FWT("V"), Reports::Collect);
-  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "V"});
+  EXPECT_EQ(Strings{std::string(kMixed) + "V"}, reports.lines());
 }
 
 TEST(Generate, AnOperationWithAPatternTakesTheFirstKnownSeparatorForAll) {
@@ -278,9 +278,9 @@ TEST(Generate, AnOperationWithAPatternTakesTheFirstKnownSeparatorForAll) {
   w.Add("A", Insert("A", "1", "", ";") + Remove("?", {"x"}) + Insert("B", "2", "", ","));
   Reports reports;
   Steps steps(w, {"A"}, {{"A", "a"}, {"B", "b"}});
-  EXPECT_EQ(steps.variable("A")->sep, ';');
-  EXPECT_EQ(steps.variable("B")->sep, ';');
-  EXPECT_EQ(reports.lines(), Strings{std::string(kMixed) + "B"});
+  EXPECT_EQ(';', steps.variable("A")->sep);
+  EXPECT_EQ(';', steps.variable("B")->sep);
+  EXPECT_EQ(Strings{std::string(kMixed) + "B"}, reports.lines());
 }
 
 TEST(Generate, AMismatchedRemoveSplitsByItsOwnSeparator) {
@@ -288,14 +288,14 @@ TEST(Generate, AMismatchedRemoveSplitsByItsOwnSeparator) {
   w.Add("A", Insert("V", "x", "", ":") + Remove("V", {"a:b"}, ";"));
   Reports reports;
   Steps steps(w, {"A"}, {{"V", "a:b;c"}});
-  EXPECT_EQ(steps.rem("V", "a:b"), Strings{"-V=a:b"});
-  EXPECT_EQ(reports.lines().size(), 1U);
+  EXPECT_EQ(Strings{"-V=a:b"}, steps.rem("V", "a:b"));
+  EXPECT_EQ(1U, reports.lines().size());
 }
 
 TEST(Generate, ARemoveWithTwoMatchingPatternsIsListedOnce) {
   Warehouse w;
   w.Add("A", Remove("V", {"a*", "*b"}));
-  EXPECT_EQ(Steps(w, {"A"}, {{"V", "ab:c"}}).rem("V", "ab"), Strings{"-V=a*,*b"});
+  EXPECT_EQ(Strings{"-V=a*,*b"}, Steps(w, {"A"}, {{"V", "ab:c"}}).rem("V", "ab"));
 }
 
 TEST(Generate, TheSameInsertFromTwoVarietiesIsListedTwice) {
@@ -303,16 +303,16 @@ TEST(Generate, TheSameInsertFromTwoVarietiesIsListedTwice) {
   w.Add("A", Insert("V", "x"));
   w.Add("B", Insert("V", "x"));
   Steps steps(w, {"A", "B"}, {});
-  EXPECT_EQ(Shorts(&steps.value("V", "x")->ins), (Strings{"+V=x", "+V=x"}));
+  EXPECT_EQ((Strings{"+V=x", "+V=x"}), Shorts(&steps.value("V", "x")->ins));
 }
 
 TEST(Generate, ARemoveIsListedForEachInsertAndEachEqualElement) {
   Warehouse w;
   w.Add("C", Insert("V", "v"));
   w.Add("A", Remove("V", {"v"}), {"C"});
-  EXPECT_EQ(Steps(w, {"A"}, {}).rem("V", "v"), (Strings{"-V=v"}));
-  EXPECT_EQ(Steps(w, {"A"}, {{"V", "v"}}).rem("V", "v"), (Strings{"-V=v", "-V=v"}));
-  EXPECT_EQ(Steps(w, {"A"}, {{"V", "v:w:v"}}).rem("V", "v"), (Strings{"-V=v", "-V=v", "-V=v"}));
+  EXPECT_EQ((Strings{"-V=v"}), Steps(w, {"A"}, {}).rem("V", "v"));
+  EXPECT_EQ((Strings{"-V=v", "-V=v"}), Steps(w, {"A"}, {{"V", "v"}}).rem("V", "v"));
+  EXPECT_EQ((Strings{"-V=v", "-V=v", "-V=v"}), Steps(w, {"A"}, {{"V", "v:w:v"}}).rem("V", "v"));
 }
 
 // Each look at a file whose name is no text is reported, so the reports count the looks.
@@ -337,17 +337,17 @@ TEST(Generate, RemovesMeetInsertsInEitherOrder) {
   Warehouse w;
   w.Add("A", Remove("V", {"x"}) + Insert("V", "x") + Insert("V", "y") + Remove("V", {"?"}));
   Steps steps(w, {"A"}, {});
-  EXPECT_EQ(steps.rem("V", "x"), (Strings{"-V=x", "-V=?"}));
-  EXPECT_EQ(steps.rem("V", "y"), Strings{"-V=?"});
+  EXPECT_EQ((Strings{"-V=x", "-V=?"}), steps.rem("V", "x"));
+  EXPECT_EQ(Strings{"-V=?"}, steps.rem("V", "y"));
 }
 
 TEST(Generate, ADeleteMarksTheVariableAndRemovesEverything) {
   Warehouse w;
   w.Add("A", Delete("V"));
   Steps steps(w, {"A"}, {{"V", "a/b:/c"}});
-  EXPECT_EQ(steps.variable("V")->del, 1);
-  EXPECT_EQ(steps.rem("V", "a/b"), Strings{"!V=**"});
-  EXPECT_EQ(steps.rem("V", "/c"), Strings{"!V=**"});
+  EXPECT_EQ(1, steps.variable("V")->del);
+  EXPECT_EQ(Strings{"!V=**"}, steps.rem("V", "a/b"));
+  EXPECT_EQ(Strings{"!V=**"}, steps.rem("V", "/c"));
 }
 
 TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
@@ -417,7 +417,7 @@ TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
         attempt(eop, Str(element_at<FwTextByte>(&elements, e)));
     }
   }
-  EXPECT_EQ(Steps::Keys(steps.variable("V")->values), Steps::Keys(expected));
+  EXPECT_EQ(Steps::Keys(expected), Steps::Keys(steps.variable("V")->values));
   for (const std::string& value : Steps::Keys(expected)) {
     const Removes removes_of(steps.value("V", value.c_str()));
     const FwVector* found = removes_of.list();
@@ -444,8 +444,8 @@ Strings Ancestors(WH_VARIETY* variety, const Warehouse& w, const Strings& all) {
     found.push_back(name);
     if (w.variety(name) == variety) itself = true;
   }
-  EXPECT_NE(FwHashLookupEntry(ancestors, variety, nullptr), nullptr);
-  EXPECT_EQ(ancestors->nUsedEntries, found.size() + (itself ? 0 : 1));
+  EXPECT_NE(nullptr, FwHashLookupEntry(ancestors, variety, nullptr));
+  EXPECT_EQ(found.size() + (itself ? 0 : 1), ancestors->nUsedEntries);
   return found;
 }
 
@@ -467,14 +467,14 @@ TEST(Ancestors, AreTheVarietyItselfAndAllThatIncludeIt) {
   w.Add("D", "");
   w.Add("E", "", {"D"});
   ApplyNothing(w, {"A"});
-  EXPECT_EQ(Ancestors(w, "A", all), Strings{"A"});
-  EXPECT_EQ(Ancestors(w, "B", all), (Strings{"A", "B"}));
-  EXPECT_EQ(Ancestors(w, "C", all), (Strings{"A", "C"}));
-  EXPECT_EQ(Ancestors(w, "D", all), (Strings{"A", "B", "C", "D"}));
-  EXPECT_EQ(Ancestors(w, "E", all), Strings{"none"});
+  EXPECT_EQ(Strings{"A"}, Ancestors(w, "A", all));
+  EXPECT_EQ((Strings{"A", "B"}), Ancestors(w, "B", all));
+  EXPECT_EQ((Strings{"A", "C"}), Ancestors(w, "C", all));
+  EXPECT_EQ((Strings{"A", "B", "C", "D"}), Ancestors(w, "D", all));
+  EXPECT_EQ(Strings{"none"}, Ancestors(w, "E", all));
   ApplyNothing(w, {"E"});
-  EXPECT_EQ(Ancestors(w, "E", all), Strings{"E"});
-  EXPECT_EQ(Ancestors(w, "D", all), all);
+  EXPECT_EQ(Strings{"E"}, Ancestors(w, "E", all));
+  EXPECT_EQ(all, Ancestors(w, "D", all));
 }
 
 TEST(Ancestors, CirclesOfPartsComeToAnEnd) {
@@ -485,7 +485,7 @@ TEST(Ancestors, CirclesOfPartsComeToAnEnd) {
   w.Add("C", "", {"A"});
   ApplyNothing(w, {"A"});
   for (const std::string& name : all)
-    EXPECT_EQ(Ancestors(w, name, all), all) << name;
+    EXPECT_EQ(all, Ancestors(w, name, all)) << name;
 }
 
 TEST(Ancestors, AProductInACircleDoesNotOverrideItself) {
@@ -494,9 +494,10 @@ TEST(Ancestors, AProductInACircleDoesNotOverrideItself) {
   w.Add("B", "", {"A"});
   w.Add("X", Delete("V"));
   Reports reports;
-  EXPECT_EQ(w.Apply({"A", "X"}, Pairs{})["V"], "v");
-  EXPECT_EQ(reports.lines(), Strings{"*** Error:  value v is both inserted and removed in "
-                                     "environment variable V"});
+  EXPECT_EQ("v", w.Apply({"A", "X"}, Pairs{})["V"]);
+  EXPECT_EQ(Strings{"*** Error:  value v is both inserted and removed in "
+                    "environment variable V"},
+            reports.lines());
 }
 
 TEST(Ancestors, AQueryThatFailsIsReportedEachTimeTheListIsGoneThrough) {
@@ -509,13 +510,13 @@ TEST(Ancestors, AQueryThatFailsIsReportedEachTimeTheListIsGoneThrough) {
   w.Add("D", "", {"%(NOPE)"});
   Reports reports;
   ApplyNothing(w, {"A"});
-  EXPECT_EQ(reports.lines(),
-            Strings(3, "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"));
+  EXPECT_EQ(Strings(3, "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"),
+            reports.lines());
   // What is known already does not lead there a second time.
   Reports second;
   ApplyNothing(w, {"A"});
-  EXPECT_EQ(second.lines(),
-            Strings(1, "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"));
+  EXPECT_EQ(Strings(1, "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"),
+            second.lines());
 }
 
 TEST(Ancestors, TheBaseDirectoryIsBoundForTheTopProductOnly) {
@@ -532,14 +533,14 @@ TEST(Ancestors, TheBaseDirectoryIsBoundForTheTopProductOnly) {
   {
     Reports reports;
     Environment output(w.Apply({"A"}, input));
-    EXPECT_EQ(reports.lines(), Strings{});
+    EXPECT_EQ(Strings{}, reports.lines());
   }
   {
     Reports reports;
     Environment output(w.Apply({"TOP"}, input, 0));
     EXPECT_EQ(
-        reports.lines(),
-        Strings{"*** Error: % variable BASE-DIRECTORY is not defined in File C/A/1/0/env.xml"});
+        Strings{"*** Error: % variable BASE-DIRECTORY is not defined in File C/A/1/0/env.xml"},
+        reports.lines());
   }
 }
 
@@ -563,12 +564,12 @@ TEST(Ancestors, DifferWhereAProductIncludesOtherVarietiesAsAPart) {
     w.Add("TOP", "", {"A"});
     Reports reports;
     ApplyNothing(w, top_first ? Strings{"TOP", "A"} : Strings{"A", "TOP"});
-    EXPECT_EQ(reports.lines(), Strings{});
+    EXPECT_EQ(Strings{}, reports.lines());
     const Strings all = {"A", "TOP"};
-    EXPECT_EQ(Ancestors(w, "A", all), all);
+    EXPECT_EQ(all, Ancestors(w, "A", all));
     // What A has learnt by the time it is asked directly goes to the one, all of it to the other.
-    EXPECT_EQ(Ancestors(w.variety("B"), w, all), top_first ? all : Strings{"A"});
-    EXPECT_EQ(Ancestors(w.variety("B", 1), w, all), all);
+    EXPECT_EQ(top_first ? all : Strings{"A"}, Ancestors(w.variety("B"), w, all));
+    EXPECT_EQ(all, Ancestors(w.variety("B", 1), w, all));
   }
 }
 
@@ -587,16 +588,17 @@ TEST(Ancestors, OfALongChainRelateAsThoseOfAShortOne) {
   w.Add("X", Remove("V", {"last"}));
   w.Add("Y", Remove("V", {"last"}), {"P" + std::to_string(kLength / 2)});
   Reports reports;
-  EXPECT_EQ(w.Apply({"P0"}, Pairs{})["V"], "last");
-  EXPECT_EQ(reports.lines(), Strings{});
+  EXPECT_EQ("last", w.Apply({"P0"}, Pairs{})["V"]);
+  EXPECT_EQ(Strings{}, reports.lines());
   // A later call goes on from what the first one left.
-  EXPECT_EQ(w.Apply({"Y"}, Pairs{})["V"], "far");
-  EXPECT_EQ(reports.lines(), Strings{});
-  EXPECT_EQ(w.Apply({"P0", "Y"}, Pairs{})["V"], "");
-  EXPECT_EQ(reports.lines(), Strings{});
+  EXPECT_EQ("far", w.Apply({"Y"}, Pairs{})["V"]);
+  EXPECT_EQ(Strings{}, reports.lines());
+  EXPECT_EQ("", w.Apply({"P0", "Y"}, Pairs{})["V"]);
+  EXPECT_EQ(Strings{}, reports.lines());
   w.Apply({"P0", "X"}, Pairs{});
-  EXPECT_EQ(reports.lines(), Strings{"*** Error:  value last is both inserted and removed in "
-                                     "environment variable V"});
+  EXPECT_EQ(Strings{"*** Error:  value last is both inserted and removed in "
+                    "environment variable V"},
+            reports.lines());
   ancestors_stored_in_full = limit;
 }
 

@@ -53,28 +53,29 @@ TEST(GlobalContext, HoldsTheseNamesInThisOrder) {
       {"BINPATH", "%(BASE-DIRECTORY)"},
       {"HOST-PLATFORM", Str(wh_host_platform)},
   };
-  EXPECT_EQ(Bindings(global_context.vals), expected);
+  EXPECT_EQ(expected, Bindings(global_context.vals));
 }
 
 TEST(ContextValue, OfNullMakesNothing) {
   WH_CONTEXT_VALUE* cv = make_cv(FWT("a"), FWT("1"), nullptr);
-  EXPECT_EQ(make_cv(FWT("b"), nullptr, cv), cv);
+  EXPECT_EQ(cv, make_cv(FWT("b"), nullptr, cv));
   cv = make_cv(FWT("c"), FWT(""), cv);
-  EXPECT_EQ(Bindings(cv), (Pairs{{"c", ""}, {"a", "1"}}));
+  EXPECT_EQ((Pairs{{"c", ""}, {"a", "1"}}), Bindings(cv));
   free_cv_list(&cv);
-  EXPECT_EQ(cv, nullptr);
+  EXPECT_EQ(nullptr, cv);
 }
 
 TEST(ProductContext, BindsTheNameInThisOrder) {
   WH_PRODUCT_NAME* name = Prodname("a/b", "Tools", "1.8", "5");
   WH_CONTEXT* context = context_from_prodname(name);
-  EXPECT_EQ(Bindings(context->vals), (Pairs{{"THIS-CATEGORY", "a/b"},
-                                            {"THIS-NAME", "Tools"},
-                                            {"THIS-REV", "5"},
-                                            {"THIS-VERSION", "1.8"},
-                                            {"PLAT-CATEGORY", "a%(PFS)b"}}));
+  EXPECT_EQ((Pairs{{"THIS-CATEGORY", "a/b"},
+                   {"THIS-NAME", "Tools"},
+                   {"THIS-REV", "5"},
+                   {"THIS-VERSION", "1.8"},
+                   {"PLAT-CATEGORY", "a%(PFS)b"}}),
+            Bindings(context->vals));
   free_context(&context);
-  EXPECT_EQ(context, nullptr);
+  EXPECT_EQ(nullptr, context);
   free_prodname(&name);
 }
 
@@ -82,7 +83,7 @@ TEST(ProductContext, LeavesNullFieldsOut) {
   WH_PRODUCT_NAME name;
   name.name = FWT("Tools");
   WH_CONTEXT* context = context_from_prodname(&name);
-  EXPECT_EQ(Bindings(context->vals), (Pairs{{"THIS-NAME", "Tools"}}));
+  EXPECT_EQ((Pairs{{"THIS-NAME", "Tools"}}), Bindings(context->vals));
   free_context(&context);
 }
 
@@ -97,8 +98,8 @@ TEST(ProductContext, PlatCategorySplitsAtAnySeparator) {
     WH_PRODUCT_NAME name;
     name.category = FWT(category);
     WH_CONTEXT* context = context_from_prodname(&name);
-    EXPECT_EQ(Bindings(context->vals),
-              (Pairs{{"THIS-CATEGORY", category}, {"PLAT-CATEGORY", expected}}));
+    EXPECT_EQ((Pairs{{"THIS-CATEGORY", category}, {"PLAT-CATEGORY", expected}}),
+              Bindings(context->vals));
     free_context(&context);
   }
 }
@@ -107,9 +108,9 @@ TEST(VarietyContext, ALinuxPlatformBringsTheSuffixesOfUnix) {
   Variety variety({{"platform", "linux-x86"}});
   WH_CONTEXT* context = context_from_variety(&variety);
   EXPECT_EQ(
-      Bindings(context->vals),
       (Pairs{
-          {"PLIB", ".a"}, {"PDLL", ".so"}, {"PEXE", ""}, {"PFS", "/"}, {"platform", "linux-x86"}}));
+          {"PLIB", ".a"}, {"PDLL", ".so"}, {"PEXE", ""}, {"PFS", "/"}, {"platform", "linux-x86"}}),
+      Bindings(context->vals));
   free_context(&context);
 }
 
@@ -128,59 +129,61 @@ TEST(VarietyContext, EachFamilyHasItsSuffixes) {
   };
   for (const auto& row : rows) {
     Variety variety({{"platform", row.platform}});
-    EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"PLIB", row.lib},
-                                               {"PDLL", row.dll},
-                                               {"PEXE", row.exe},
-                                               {"PFS", row.sep},
-                                               {"platform", row.platform}}))
+    EXPECT_EQ((Pairs{{"PLIB", row.lib},
+                     {"PDLL", row.dll},
+                     {"PEXE", row.exe},
+                     {"PFS", row.sep},
+                     {"platform", row.platform}}),
+              BindingsOf(variety.vars))
         << row.platform;
   }
 }
 
 TEST(VarietyContext, ATargetBringsNamesWithT) {
   Variety variety({{"opt", "1"}, {"target", "pc"}, {"opt", "2"}});
-  EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"opt", "1"},
-                                             {"TLIB", ".lib"},
-                                             {"TDLL", ".dll"},
-                                             {"TEXE", ".exe"},
-                                             {"TFS", "\\"},
-                                             {"target", "pc"},
-                                             {"opt", "2"}}));
+  EXPECT_EQ((Pairs{{"opt", "1"},
+                   {"TLIB", ".lib"},
+                   {"TDLL", ".dll"},
+                   {"TEXE", ".exe"},
+                   {"TFS", "\\"},
+                   {"target", "pc"},
+                   {"opt", "2"}}),
+            BindingsOf(variety.vars));
 }
 
 TEST(VarietyContext, APlatformOfNoFamilyGivesOnlyItself) {
   Variety variety({{"platform", "beos-x86"}, {"target", "all"}});
-  EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"platform", "beos-x86"}, {"target", "all"}}));
+  EXPECT_EQ((Pairs{{"platform", "beos-x86"}, {"target", "all"}}), BindingsOf(variety.vars));
   WH_SYMTAB* symtab = make_symtab(FWT("env.xml"));
   add_context(symtab, context_from_variety(&variety));
   Error err;
-  EXPECT_EQ(Take(wh_expand(&err, FWT("a%(PFS)b"), symtab)), "aPFSb");
-  EXPECT_EQ(err.pError, whErrorNoValue);
+  EXPECT_EQ("aPFSb", Take(wh_expand(&err, FWT("a%(PFS)b"), symtab)));
+  EXPECT_EQ(whErrorNoValue, err.pError);
   free_symtab(&symtab);
 }
 
 TEST(VarietyContext, AMissingNameOrValueBindsNothing) {
   Variety variety({{"platform", nullptr}, {nullptr, "x"}, {"a", "b"}, {nullptr, nullptr}});
-  EXPECT_EQ(BindingsOf(variety.vars), (Pairs{{"a", "b"}}));
-  EXPECT_EQ(cv_from_var_list(nullptr), nullptr);
+  EXPECT_EQ((Pairs{{"a", "b"}}), BindingsOf(variety.vars));
+  EXPECT_EQ(nullptr, cv_from_var_list(nullptr));
 }
 
 TEST(SymbolTable, HoldsACopyOfItsSourceAndTheGlobalContext) {
   Text source("env.xml");
   WH_SYMTAB* symtab = make_symtab(source);
-  EXPECT_NE(symtab->source, static_cast<FwTextString>(source));
-  EXPECT_EQ(Str(symtab->source), "env.xml");
-  EXPECT_EQ(symtab->contexts.nCurrentAllocSize, 4);
-  ASSERT_EQ(FwVectorLength(&symtab->contexts), 1);
-  EXPECT_EQ(FwVectorGetElement(&symtab->contexts, 0), &global_context);
+  EXPECT_NE(static_cast<FwTextString>(source), symtab->source);
+  EXPECT_EQ("env.xml", Str(symtab->source));
+  EXPECT_EQ(4, symtab->contexts.nCurrentAllocSize);
+  ASSERT_EQ(1, FwVectorLength(&symtab->contexts));
+  EXPECT_EQ(&global_context, FwVectorGetElement(&symtab->contexts, 0));
   free_symtab(&symtab);
-  EXPECT_EQ(symtab, nullptr);
+  EXPECT_EQ(nullptr, symtab);
 }
 
 TEST(SymbolTable, GlobalNamesCannotBeOverridden) {
   WH_SYMTAB* symtab = make_symtab(FWT("x"));
   add_context(symtab, make_context(make_cv(FWT("LIB"), FWT(".mine"), nullptr)));
-  EXPECT_EQ(Lookup(symtab, "LIB"), ".a");
+  EXPECT_EQ(".a", Lookup(symtab, "LIB"));
   free_symtab(&symtab);
 }
 
@@ -191,22 +194,22 @@ TEST(SymbolTable, TheFirstContextAndTheFirstBindingWin) {
                           make_cv(FWT("A"), FWT("2"), make_cv(FWT("B"), FWT("3"), nullptr)))));
   add_context(symtab,
               make_context(make_cv(FWT("B"), FWT("4"), make_cv(FWT("C"), FWT("5"), nullptr))));
-  EXPECT_EQ(Lookup(symtab, "A"), "1");
-  EXPECT_EQ(Lookup(symtab, "B"), "3");
-  EXPECT_EQ(Lookup(symtab, "C"), "5");
-  EXPECT_EQ(Lookup(symtab, "D"), "(null)");
+  EXPECT_EQ("1", Lookup(symtab, "A"));
+  EXPECT_EQ("3", Lookup(symtab, "B"));
+  EXPECT_EQ("5", Lookup(symtab, "C"));
+  EXPECT_EQ("(null)", Lookup(symtab, "D"));
   free_symtab(&symtab);
 }
 
 TEST(SymbolTable, TheLengthOfANameMustMatchExactly) {
   WH_SYMTAB* symtab = make_symtab(FWT("x"));
   add_context(symtab, make_context(make_cv(FWT("NAME"), FWT("v"), nullptr)));
-  EXPECT_EQ(Lookup(symtab, "NAM"), "(null)");
-  EXPECT_EQ(Lookup(symtab, "NAMES"), "(null)");
-  EXPECT_EQ(Lookup(symtab, "name"), "(null)");
-  EXPECT_EQ(Lookup(symtab, ""), "(null)");
+  EXPECT_EQ("(null)", Lookup(symtab, "NAM"));
+  EXPECT_EQ("(null)", Lookup(symtab, "NAMES"));
+  EXPECT_EQ("(null)", Lookup(symtab, "name"));
+  EXPECT_EQ("(null)", Lookup(symtab, ""));
   // The name need not end where its length does.
-  EXPECT_EQ(Str(symtab_lookup(FWT("NAME)rest"), symtab, 4)), "v");
+  EXPECT_EQ("v", Str(symtab_lookup(FWT("NAME)rest"), symtab, 4)));
   free_symtab(&symtab);
 }
 
@@ -267,12 +270,12 @@ TEST(SymbolTable, RemovingGivesTheContextBack) {
   add_context(symtab, other);
   add_context(symtab, context);
   remove_context(symtab, context);
-  EXPECT_EQ(Lookup(symtab, "A"), "2");
-  EXPECT_EQ(FwVectorLength(&symtab->contexts), 3);
+  EXPECT_EQ("2", Lookup(symtab, "A"));
+  EXPECT_EQ(3, FwVectorLength(&symtab->contexts));
   remove_context(symtab, context);
-  EXPECT_EQ(FwVectorLength(&symtab->contexts), 2);
+  EXPECT_EQ(2, FwVectorLength(&symtab->contexts));
   remove_context(symtab, context);
-  EXPECT_EQ(FwVectorLength(&symtab->contexts), 2);
+  EXPECT_EQ(2, FwVectorLength(&symtab->contexts));
   free_context(&context);
   free_symtab(&symtab);
 }
@@ -280,11 +283,11 @@ TEST(SymbolTable, RemovingGivesTheContextBack) {
 TEST(SymbolTable, OfAProductIsNamedByItsPathFromTheBase) {
   WH_PRODUCT_NAME* name = Prodname("a/b", "Tools", "1.8", "5");
   WH_SYMTAB* symtab = symtab_from_prodname(name, FWT("env.xml"));
-  EXPECT_EQ(Str(symtab->source), "a/b/Tools/1.8/5/env.xml");
-  EXPECT_EQ(Lookup(symtab, "THIS-NAME"), "Tools");
+  EXPECT_EQ("a/b/Tools/1.8/5/env.xml", Str(symtab->source));
+  EXPECT_EQ("Tools", Lookup(symtab, "THIS-NAME"));
   Error err;
-  EXPECT_EQ(Take(wh_expand(&err, FWT("%(THIS-CNVR)"), symtab)), "a/b/Tools/1.8/5");
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ("a/b/Tools/1.8/5", Take(wh_expand(&err, FWT("%(THIS-CNVR)"), symtab)));
+  EXPECT_EQ(nullptr, err.pError);
   free_symtab(&symtab);
   free_prodname(&name);
 }
@@ -295,13 +298,13 @@ TEST(SymbolTable, ThePlatformFormOfTheNameTakesTheVarietysSeparator) {
   WH_SYMTAB* symtab = symtab_from_prodname(name, FWT("env.xml"));
   add_context(symtab, context_from_variety(&variety));
   Error err;
-  EXPECT_EQ(Take(wh_expand(&err, FWT("%(PLAT-THIS-CNVR)%(PDLL)"), symtab)),
-            "a\\b\\Tools\\1.8\\5.dll");
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ("a\\b\\Tools\\1.8\\5.dll",
+            Take(wh_expand(&err, FWT("%(PLAT-THIS-CNVR)%(PDLL)"), symtab)));
+  EXPECT_EQ(nullptr, err.pError);
   // What the installation was made from is bound nowhere.
-  EXPECT_EQ(Take(wh_expand(&err, FWT("%(FROM-CN)"), symtab)), "INSTALLED-FROM/a/b/Tools");
-  EXPECT_EQ(err.text(),
-            "*** Error: % variable INSTALLED-FROM is not defined in File a/b/Tools/1.8/5/env.xml");
+  EXPECT_EQ("INSTALLED-FROM/a/b/Tools", Take(wh_expand(&err, FWT("%(FROM-CN)"), symtab)));
+  EXPECT_EQ("*** Error: % variable INSTALLED-FROM is not defined in File a/b/Tools/1.8/5/env.xml",
+            err.text());
   free_symtab(&symtab);
   free_prodname(&name);
 }
@@ -310,12 +313,12 @@ TEST(Variant, IsWhatWasStoredLast) {
   Error err;
   Text first("one");
   wh_setVariant(first);
-  EXPECT_NE(wh_getVariant(&err), static_cast<FwTextString>(first));
-  EXPECT_EQ(Str(wh_getVariant(&err)), "one");
+  EXPECT_NE(static_cast<FwTextString>(first), wh_getVariant(&err));
+  EXPECT_EQ("one", Str(wh_getVariant(&err)));
   wh_setVariant(FWT("two"));
-  EXPECT_EQ(Str(wh_getVariant(&err)), "two");
+  EXPECT_EQ("two", Str(wh_getVariant(&err)));
   wh_setVariant(nullptr);
-  EXPECT_EQ(wh_getVariant(&err), nullptr);
+  EXPECT_EQ(nullptr, wh_getVariant(&err));
 }
 
 // ---- Self-location: a copy of this program runs inside a small warehouse and prints the name.
@@ -352,53 +355,53 @@ TEST_F(SelfLocation, FindsTheProductAboveTheProgram) {
   std::string program = Program("root/c/n/1.0/0/bin");
   tree_.Write("root/c/n/1.0/0/product.xml", "");
   RunResult result = Locate(program, tree_ / "root");
-  EXPECT_EQ(result.out, "c|n|1.0|0\nc|n|1.0|0\n");
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ("c|n|1.0|0\nc|n|1.0|0\n", result.out);
+  EXPECT_EQ("", result.err);
 }
 
 TEST_F(SelfLocation, WorksWithATrailingSeparatorAndADeepCategory) {
   std::string program = Program("root/a/b/n/1.0/0/linux/bin");
   tree_.Write("root/a/b/n/1.0/0/product.xml", "");
-  EXPECT_EQ(Locate(program, tree_ / "root/").out, "a/b|n|1.0|0\na/b|n|1.0|0\n");
+  EXPECT_EQ("a/b|n|1.0|0\na/b|n|1.0|0\n", Locate(program, tree_ / "root/").out);
 }
 
 TEST_F(SelfLocation, TheCurrentDirectoryStandsForAnUnsetRoot) {
   std::string program = Program("c/n/1.0/0/bin");
   tree_.Write("c/n/1.0/0/product.xml", "");
-  EXPECT_EQ(Locate(program, "").out, "c|n|1.0|0\nc|n|1.0|0\n");
+  EXPECT_EQ("c|n|1.0|0\nc|n|1.0|0\n", Locate(program, "").out);
 }
 
 TEST_F(SelfLocation, TheShallowestProductWins) {
   std::string program = Program("root/c/n/1.0/0/sub/bin");
   tree_.Write("root/c/n/1.0/0/product.xml", "");
   tree_.Write("root/c/n/1.0/0/sub/product.xml", "");
-  EXPECT_EQ(Locate(program, tree_ / "root").out, "c|n|1.0|0\nc|n|1.0|0\n");
+  EXPECT_EQ("c|n|1.0|0\nc|n|1.0|0\n", Locate(program, tree_ / "root").out);
 }
 
 TEST_F(SelfLocation, TheProgramsOwnDirectoryIsNotLookedAt) {
   std::string program = Program("root/c/n/1.0/0");
   tree_.Write("root/c/n/1.0/0/product.xml", "");
   RunResult result = Locate(program, tree_ / "root");
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, Twice("product.xml not found"));
+  EXPECT_EQ("", result.out);
+  EXPECT_EQ(Twice("product.xml not found"), result.err);
   // Nor when it is the root itself.
-  EXPECT_EQ(Locate(program, tree_ / "root/c/n/1.0/0").err, Twice("product.xml not found"));
+  EXPECT_EQ(Twice("product.xml not found"), Locate(program, tree_ / "root/c/n/1.0/0").err);
 }
 
 TEST_F(SelfLocation, AProgramOutsideTheRootIsToldSo) {
   std::string program = Program("elsewhere/bin");
   tree_.Directory("root");
   RunResult result = Locate(program, tree_ / "root");
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err,
-            Twice("$ZORROOT is not set correctly  - executable is not inside $ZORROOT"));
+  EXPECT_EQ("", result.out);
+  EXPECT_EQ(Twice("$ZORROOT is not set correctly  - executable is not inside $ZORROOT"),
+            result.err);
 }
 
 TEST_F(SelfLocation, AProductTooCloseToTheRootHasNoName) {
   std::string program = Program("root/n/1.0/0/bin");
   tree_.Write("root/n/1.0/0/product.xml", "");
-  EXPECT_EQ(Locate(program, tree_ / "root").err,
-            Twice("Could not read product information from product.xml"));
+  EXPECT_EQ(Twice("Could not read product information from product.xml"),
+            Locate(program, tree_ / "root").err);
 }
 
 TEST_F(SelfLocation, WithoutRootAndCurrentDirectoryThereIsNothingToLookIn) {
@@ -408,8 +411,8 @@ TEST_F(SelfLocation, WithoutRootAndCurrentDirectoryThereIsNothingToLookIn) {
   options.environment = {{"LC_ALL=C.UTF-8"}};
   options.directory = tree_ / "gone";
   RunResult result = RunProgram({program, "--print-cnvr", "--lose-directory"}, options);
-  EXPECT_EQ(result.out, "zorroot unsetzorroot unset");
-  EXPECT_EQ(result.err, Twice("$ZORROOT unset"));
+  EXPECT_EQ("zorroot unsetzorroot unset", result.out);
+  EXPECT_EQ(Twice("$ZORROOT unset"), result.err);
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ Pairs ReadProcess(Strings strings) {
   ProcessEnvironment process(std::move(strings));
   Error err;
   Pairs list = Environment(wh_get_process_env(&err)).list();
-  EXPECT_EQ(err.text(), "");
+  EXPECT_EQ("", err.text());
   return list;
 }
 
@@ -107,37 +107,37 @@ class Slots {
 };
 
 TEST(Environ, AStringWithoutEqualsIsAVariableWithAnEmptyValue) {
-  EXPECT_EQ(ReadProcess({"NOVALUE"}), (Pairs{{"NOVALUE", ""}}));
+  EXPECT_EQ((Pairs{{"NOVALUE", ""}}), ReadProcess({"NOVALUE"}));
 }
 
 TEST(Environ, AStringThatStartsWithEqualsHasAnEmptyName) {
-  EXPECT_EQ(ReadProcess({"=x"}), (Pairs{{"", "x"}}));
+  EXPECT_EQ((Pairs{{"", "x"}}), ReadProcess({"=x"}));
 }
 
 TEST(Environ, OnlyTheFirstEqualsSplits) {
-  EXPECT_EQ(ReadProcess({"A=1=2"}), (Pairs{{"A", "1=2"}}));
+  EXPECT_EQ((Pairs{{"A", "1=2"}}), ReadProcess({"A=1=2"}));
 }
 
 TEST(Environ, ALaterDuplicateReplacesTheEarlier) {
-  EXPECT_EQ(ReadProcess({"A=1", "B=2", "A=3"}), (Pairs{{"A", "3"}, {"B", "2"}}));
+  EXPECT_EQ((Pairs{{"A", "3"}, {"B", "2"}}), ReadProcess({"A=1", "B=2", "A=3"}));
 }
 
 TEST(Environ, NamesBeyondAsciiAreReadByteByByte) {
-  EXPECT_EQ(ReadProcess({"\xC3\xA9=1"}), (Pairs{{"\xC3\x83\xC2\xA9", "1"}}));
+  EXPECT_EQ((Pairs{{"\xC3\x83\xC2\xA9", "1"}}), ReadProcess({"\xC3\xA9=1"}));
 }
 
 TEST(Environ, ValuesAreOpaqueBytes) {
-  EXPECT_EQ(ReadProcess({"A=caf\xE9", "B=\x80"}), (Pairs{{"A", "caf\xE9"}, {"B", "\x80"}}));
+  EXPECT_EQ((Pairs{{"A", "caf\xE9"}, {"B", "\x80"}}), ReadProcess({"A=caf\xE9", "B=\x80"}));
 }
 
 TEST(Environ, AnEmptyProcessEnvironmentGivesAnEmptyTable) {
-  EXPECT_EQ(ReadProcess({}), Pairs{});
+  EXPECT_EQ(Pairs{}, ReadProcess({}));
 }
 
 TEST(Environ, LookupTellsAnAbsentVariableFromAnEmptyOne) {
   Environment env(Pairs{{"EMPTY", ""}});
-  EXPECT_EQ(wh_lookup_ev(FWT("ABSENT"), env), nullptr);
-  EXPECT_EQ(Str(wh_lookup_ev(FWT("EMPTY"), env)), "");
+  EXPECT_EQ(nullptr, wh_lookup_ev(FWT("ABSENT"), env));
+  EXPECT_EQ("", Str(wh_lookup_ev(FWT("EMPTY"), env)));
 }
 
 TEST(Environ, SetCopiesBothAndReplacesTheValue) {
@@ -147,9 +147,9 @@ TEST(Environ, SetCopiesBothAndReplacesTheValue) {
   wh_set_ev(env, name, value);
   *static_cast<FwTextString>(name) = 'X';
   *static_cast<FwTextString>(value) = 'X';
-  EXPECT_EQ(env["NAME"], "one");
+  EXPECT_EQ("one", env["NAME"]);
   wh_set_ev(env, FWT("NAME"), FWT("two"));
-  EXPECT_EQ(env.list(), (Pairs{{"NAME", "two"}}));
+  EXPECT_EQ((Pairs{{"NAME", "two"}}), env.list());
 }
 
 TEST(Environ, SettingNoValueIsRefused) {
@@ -158,33 +158,33 @@ TEST(Environ, SettingNoValueIsRefused) {
                          "FwHash_StringAddCopyFunction: Error - NULL value"});
   wh_set_ev(env, FWT("A"), nullptr);
   wh_set_ev(env, FWT("B"), nullptr);
-  EXPECT_EQ(env.list(), (Pairs{{"A", "1"}}));
+  EXPECT_EQ((Pairs{{"A", "1"}}), env.list());
 }
 
 TEST(Environ, NamesThatDifferInCaseAreDifferentVariables) {
   Environment env(Pairs{{"Path", "1"}, {"PATH", "2"}});
-  EXPECT_EQ(env["Path"], "1");
-  EXPECT_EQ(env["PATH"], "2");
+  EXPECT_EQ("1", env["Path"]);
+  EXPECT_EQ("2", env["PATH"]);
 }
 
 TEST(Environ, DeleteRemovesWhatIsThere) {
   Environment env(Pairs{{"A", "1"}, {"B", "2"}});
   wh_delete_ev(env, FWT("A"));
   wh_delete_ev(env, FWT("C"));
-  EXPECT_EQ(env.list(), (Pairs{{"B", "2"}}));
+  EXPECT_EQ((Pairs{{"B", "2"}}), env.list());
 }
 
 TEST(Environ, FreeNullsThePointerAndAcceptsNull) {
   WH_ENVIRON* env = make_environ();
   free_environ(&env);
-  EXPECT_EQ(env, nullptr);
+  EXPECT_EQ(nullptr, env);
   free_environ(&env);
 }
 
 TEST(Environ, TheOrderDoesNotFollowTheAlphabet) {
   // hash("ab") is 0x672, in slot 126 of 127; "b" is in slot 98.
   Environment env(Pairs{{"ab", ""}, {"b", ""}});
-  EXPECT_EQ(env.names(), (Strings{"b", "ab"}));
+  EXPECT_EQ((Strings{"b", "ab"}), env.names());
 }
 
 TEST(Environ, TheOrderIsThatOfTheSlots) {
@@ -196,28 +196,28 @@ TEST(Environ, TheOrderIsThatOfTheSlots) {
       wh_set_ev(env, Fwt(name), FWT("v"));
       slots.Add(name);
     }
-    EXPECT_EQ(env.names(), slots.names()) << count;
+    EXPECT_EQ(slots.names(), env.names()) << count;
 
     Strings sorted;
     auto collect = [](FwHashEntry* entry, void* names, FwErrorState*) -> int32 {
       static_cast<Strings*>(names)->emplace_back(static_cast<char*>(entry->key));
       return 1;
     };
-    EXPECT_EQ(wh_sorted_enumerate_environ(env, collect, &sorted, nullptr), 1);
-    EXPECT_EQ(sorted, slots.names()) << count;
+    EXPECT_EQ(1, wh_sorted_enumerate_environ(env, collect, &sorted, nullptr));
+    EXPECT_EQ(slots.names(), sorted) << count;
 
     // The copy starts small again and is filled in slot order.
     Slots copied;
     for (const std::string& name : slots.names())
       copied.Add(name);
-    EXPECT_EQ(Environment(dup_environ(env)).names(), copied.names()) << count;
+    EXPECT_EQ(copied.names(), Environment(dup_environ(env)).names()) << count;
 
     for (int i = 0; i < count; i += 3) {
       std::string name = "VARIABLE_" + std::to_string(i * 7919 % 1009);
       wh_delete_ev(env, Fwt(name));
       slots.Remove(name);
     }
-    EXPECT_EQ(env.names(), slots.names()) << count;
+    EXPECT_EQ(slots.names(), env.names()) << count;
   }
 }
 
@@ -228,11 +228,11 @@ TEST(Environ, SettingAKnownNameMayGrowTheTable) {
     wh_set_ev(env, Fwt("V" + std::to_string(i)), FWT("v"));
     slots.Add("V" + std::to_string(i));
   }
-  EXPECT_EQ(static_cast<WH_ENVIRON*>(env)->variables->nTableSize, 127U);
+  EXPECT_EQ(127U, static_cast<WH_ENVIRON*>(env)->variables->nTableSize);
   wh_set_ev(env, FWT("V3"), FWT("w"));
   slots.Add("V3");
-  EXPECT_EQ(static_cast<WH_ENVIRON*>(env)->variables->nTableSize, 255U);
-  EXPECT_EQ(env.names(), slots.names());
+  EXPECT_EQ(255U, static_cast<WH_ENVIRON*>(env)->variables->nTableSize);
+  EXPECT_EQ(slots.names(), env.names());
 }
 
 TEST(Environ, ACallbackStopsEitherEnumeration) {
@@ -243,24 +243,24 @@ TEST(Environ, ACallbackStopsEitherEnumeration) {
     return name != "B";
   };
   std::string seen;
-  EXPECT_EQ(wh_sorted_enumerate_environ(env, until_b, &seen, nullptr), 0);
-  EXPECT_EQ(seen, "AB");
+  EXPECT_EQ(0, wh_sorted_enumerate_environ(env, until_b, &seen, nullptr));
+  EXPECT_EQ("AB", seen);
   seen.clear();
-  EXPECT_EQ(wh_enumerate_environ(env, until_b, &seen, nullptr), 0);
-  EXPECT_EQ(seen, "AB");
+  EXPECT_EQ(0, wh_enumerate_environ(env, until_b, &seen, nullptr));
+  EXPECT_EQ("AB", seen);
 }
 
 TEST(Environ, EnumerationOfAnEmptyTableCallsNothing) {
   Environment env;
   auto never = [](FwHashEntry*, void*, FwErrorState*) -> int32 { return 0; };
-  EXPECT_EQ(wh_sorted_enumerate_environ(env, never, nullptr, nullptr), 1);
+  EXPECT_EQ(1, wh_sorted_enumerate_environ(env, never, nullptr, nullptr));
 }
 
 TEST(Environ, SettingTheProcessToWhatItIsTouchesNothing) {
   ProcessEnvironment process({"A=1", "B=", "C=x=y"});
   Error err;
   Environment env(wh_get_process_env(&err));
-  EXPECT_EQ(wh_set_process_env(&err, env), 1);
+  EXPECT_EQ(1, wh_set_process_env(&err, env));
   EXPECT_TRUE(process.untouched());
 }
 
@@ -284,38 +284,38 @@ TEST(Environ, SettingTheProcessRemovesAddsAndReplaces) {
     _exit(ok && same_string ? 0 : 1);
   }
   int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_EQ(child, waitpid(child, &status, 0));
   EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 TEST(Environ, RemovingAVariableThatIsNotThereWorks) {
   ProcessEnvironment process({"A=1"});
   Error err;
   Text name("ABSENT");
-  EXPECT_EQ(wh_delenv(&err, name), 1);
-  EXPECT_EQ(ProcessEnvironment::now(), Strings{"A=1"});
+  EXPECT_EQ(1, wh_delenv(&err, name));
+  EXPECT_EQ(Strings{"A=1"}, ProcessEnvironment::now());
 }
 
 TEST(Environ, TheSystemHasNoEnvironmentsOfItsOwn) {
   Error err;
   Environment env;
-  EXPECT_EQ(wh_get_system_env(&err), nullptr);
-  EXPECT_EQ(wh_get_user_env(&err), nullptr);
-  EXPECT_EQ(wh_set_system_env(&err, env), 0);
-  EXPECT_EQ(wh_set_user_env(&err, env), 0);
-  EXPECT_EQ(err.text(), "");
+  EXPECT_EQ(nullptr, wh_get_system_env(&err));
+  EXPECT_EQ(nullptr, wh_get_user_env(&err));
+  EXPECT_EQ(0, wh_set_system_env(&err, env));
+  EXPECT_EQ(0, wh_set_user_env(&err, env));
+  EXPECT_EQ("", err.text());
 }
 
 TEST(Environ, NamesAndValuesAreComparedForEquality) {
-  EXPECT_EQ(wh_env_hash(FWT("ab")), 0x672U);
-  EXPECT_EQ(wh_env_compare(FWT("a"), FWT("a")), 1);
-  EXPECT_EQ(wh_env_compare(FWT("a"), FWT("b")), 0);
-  EXPECT_EQ(wh_env_compare(FWT("a"), FWT("A")), 0);
-  EXPECT_EQ(wh_env_compare(nullptr, FWT("a")), 0);
-  EXPECT_EQ(wh_env_compare(nullptr, nullptr), 0);
-  EXPECT_EQ(wh_env_equal(FWT("x"), FWT("x")), 1);
-  EXPECT_EQ(wh_env_equal(FWT("x"), FWT("xy")), 0);
+  EXPECT_EQ(0x672U, wh_env_hash(FWT("ab")));
+  EXPECT_EQ(1, wh_env_compare(FWT("a"), FWT("a")));
+  EXPECT_EQ(0, wh_env_compare(FWT("a"), FWT("b")));
+  EXPECT_EQ(0, wh_env_compare(FWT("a"), FWT("A")));
+  EXPECT_EQ(0, wh_env_compare(nullptr, FWT("a")));
+  EXPECT_EQ(0, wh_env_compare(nullptr, nullptr));
+  EXPECT_EQ(1, wh_env_equal(FWT("x"), FWT("x")));
+  EXPECT_EQ(0, wh_env_equal(FWT("x"), FWT("xy")));
 }
 
 }  // namespace

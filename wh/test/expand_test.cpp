@@ -57,8 +57,8 @@ class ProcessVariable {
 
 TEST_F(Expand, NullGivesNull) {
   Error err;
-  EXPECT_EQ(wh_expand(&err, nullptr, symtab_), nullptr);
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, wh_expand(&err, nullptr, symtab_));
+  EXPECT_EQ(nullptr, err.pError);
 }
 
 TEST_F(Expand, WhatIsNoReferenceStaysAsItIs) {
@@ -68,8 +68,8 @@ TEST_F(Expand, WhatIsNoReferenceStaysAsItIs) {
        {"",     "plain", "100%", "%",    "%x",           "%%",    "%%(X)", "a%%(X)b",
         "%(A",  "%(",    "%[",   "%{",   "%[abc",        "%{abc", "%(A]",  "%[A)",
         "%(X%", "% (X)", "(X)",  "%)X(", "%\xc3\xa4(X)", "%<X>"}) {
-    EXPECT_EQ((*this)(text), text);
-    EXPECT_EQ(error_, "");
+    EXPECT_EQ(text, (*this)(text));
+    EXPECT_EQ("", error_);
   }
 }
 
@@ -86,76 +86,76 @@ TEST_F(Expand, NamesAreReplacedByTheirValues) {
       {"%(FS)%(LIB)", "/.a"},
   };
   for (auto [text, expected] : rows) {
-    EXPECT_EQ((*this)(text), expected) << text;
-    EXPECT_EQ(error_, "") << text;
+    EXPECT_EQ(expected, (*this)(text)) << text;
+    EXPECT_EQ("", error_) << text;
   }
 }
 
 TEST_F(Expand, AReferenceInsideBracketsGoesFirst) {
   Bind("IN", "OUT");
   Bind("OUT", "x");
-  EXPECT_EQ((*this)("%(%(IN))"), "x");
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ("x", (*this)("%(%(IN))"));
+  EXPECT_EQ("", error_);
   tree_.Write("x", "content\n");
   Bind("DIR", tree_.path());
-  EXPECT_EQ((*this)("<%[%(DIR)/x]>"), "<content>");
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ("<content>", (*this)("<%[%(DIR)/x]>"));
+  EXPECT_EQ("", error_);
 }
 
 TEST_F(Expand, AReferenceMayComeTogetherInALaterPass) {
   Bind("P", "%");
   Bind("Q", "(B)");
   Bind("B", "x");
-  EXPECT_EQ((*this)("%(P)(B)"), "x");
-  EXPECT_EQ((*this)("%(P)%(Q)"), "x");
+  EXPECT_EQ("x", (*this)("%(P)(B)"));
+  EXPECT_EQ("x", (*this)("%(P)%(Q)"));
   // The first sign takes the second along, as in any text.
-  EXPECT_EQ((*this)("%%(P)"), "%%(P)");
+  EXPECT_EQ("%%(P)", (*this)("%%(P)"));
 }
 
 TEST_F(Expand, AnUndefinedNameStaysBareWithAnError) {
-  EXPECT_EQ((*this)("p%(A)q"), "pAq");
-  EXPECT_EQ(error_, NotDefined("A"));
-  EXPECT_EQ((*this)("%()"), "");
-  EXPECT_EQ(error_, NotDefined(""));
+  EXPECT_EQ("pAq", (*this)("p%(A)q"));
+  EXPECT_EQ(NotDefined("A"), error_);
+  EXPECT_EQ("", (*this)("%()"));
+  EXPECT_EQ(NotDefined(""), error_);
 }
 
 TEST_F(Expand, APrefixOfANameIsNotTheName) {
   Bind("NAME", "v");
-  EXPECT_EQ((*this)("%(NAM)"), "NAM");
-  EXPECT_EQ(error_, NotDefined("NAM"));
-  EXPECT_EQ((*this)("%(NAMES)"), "NAMES");
-  EXPECT_EQ(error_, NotDefined("NAMES"));
+  EXPECT_EQ("NAM", (*this)("%(NAM)"));
+  EXPECT_EQ(NotDefined("NAM"), error_);
+  EXPECT_EQ("NAMES", (*this)("%(NAMES)"));
+  EXPECT_EQ(NotDefined("NAMES"), error_);
 }
 
 TEST_F(Expand, WorkGoesOnAfterAnErrorAndTheLastOneStands) {
   Bind("B", "x");
-  EXPECT_EQ((*this)("%(U1)%(B)%(U2)%(B)"), "U1xU2x");
-  EXPECT_EQ(error_, NotDefined("U2"));
+  EXPECT_EQ("U1xU2x", (*this)("%(U1)%(B)%(U2)%(B)"));
+  EXPECT_EQ(NotDefined("U2"), error_);
 }
 
 TEST_F(Expand, EnvironmentVariablesAreReplaced) {
   ProcessVariable set("ZT_SET", "some text");
   ProcessVariable empty("ZT_EMPTY", "");
-  EXPECT_EQ((*this)("<%{ZT_SET}%{ZT_EMPTY}>"), "<some text>");
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ("<some text>", (*this)("<%{ZT_SET}%{ZT_EMPTY}>"));
+  EXPECT_EQ("", error_);
   Bind("WHICH", "SET");
-  EXPECT_EQ((*this)("%{ZT_%(WHICH)}"), "some text");
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ("some text", (*this)("%{ZT_%(WHICH)}"));
+  EXPECT_EQ("", error_);
 }
 
 TEST_F(Expand, TheTextOfAVariableIsExpandedInTurn) {
   ProcessVariable set("ZT_SET", "%(B)");
   Bind("B", "x");
-  EXPECT_EQ((*this)("%{ZT_SET}"), "x");
+  EXPECT_EQ("x", (*this)("%{ZT_SET}"));
 }
 
 TEST_F(Expand, AnUnsetEnvironmentVariableGivesNothingAndAnError) {
   ProcessVariable unset("ZT_UNSET", nullptr);
   Bind("B", "x");
-  EXPECT_EQ((*this)("%{ZT_UNSET}"), "");
-  EXPECT_EQ(error_, NotDefined("ZT_UNSET"));
-  EXPECT_EQ((*this)("%{ZT_UNSET}%(B)"), "x");
-  EXPECT_EQ(error_, NotDefined("ZT_UNSET"));
+  EXPECT_EQ("", (*this)("%{ZT_UNSET}"));
+  EXPECT_EQ(NotDefined("ZT_UNSET"), error_);
+  EXPECT_EQ("x", (*this)("%{ZT_UNSET}%(B)"));
+  EXPECT_EQ(NotDefined("ZT_UNSET"), error_);
 }
 
 TEST_F(Expand, OnceThereIsAnErrorFilesAndVariablesAreNotPutIn) {
@@ -180,8 +180,8 @@ TEST_F(Expand, OnceThereIsAnErrorFilesAndVariablesAreNotPutIn) {
       {missing + "%(U)", "U", NotDefined("U")},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ((*this)(row.text), row.expected) << row.text;
-    EXPECT_EQ(error_, row.error) << row.text;
+    EXPECT_EQ(row.expected, (*this)(row.text)) << row.text;
+    EXPECT_EQ(row.error, error_) << row.text;
   }
 }
 
@@ -190,8 +190,8 @@ TEST_F(Expand, AnErrorFromBeforeTheCallCountsAsWell) {
   Bind("B", "x");
   Error err;
   FwErrorSet(&err, fwErrorOperationFailed, 0);
-  EXPECT_EQ(Take(wh_expand(&err, FWT("<%{ZT_SET}%(B)>"), symtab_)), "<x>");
-  EXPECT_EQ(err.pError, fwErrorOperationFailed);
+  EXPECT_EQ("<x>", Take(wh_expand(&err, FWT("<%{ZT_SET}%(B)>"), symtab_)));
+  EXPECT_EQ(fwErrorOperationFailed, err.pError);
 }
 
 TEST_F(Expand, OneLineEndOfAFileGoes) {
@@ -202,17 +202,17 @@ TEST_F(Expand, OneLineEndOfAFileGoes) {
   };
   for (const auto& [content, expected] : rows) {
     const std::string file = tree_.Write("file", content);
-    EXPECT_EQ((*this)("<%[" + file + "]"), "<" + expected) << testing::PrintToString(content);
-    EXPECT_EQ(error_, "");
+    EXPECT_EQ("<" + expected, (*this)("<%[" + file + "]")) << testing::PrintToString(content);
+    EXPECT_EQ("", error_);
   }
 }
 
 TEST_F(Expand, AnEmptyFileTakesAwayALineEndBeforeIt) {
   const std::string file = tree_.Write("empty", "");
-  EXPECT_EQ((*this)("line\n%[" + file + "]"), "line");
-  EXPECT_EQ((*this)("line\r\n%[" + file + "]."), "line.");
-  EXPECT_EQ((*this)("line%[" + file + "]"), "line");
-  EXPECT_EQ((*this)("%[" + file + "]"), "");
+  EXPECT_EQ("line", (*this)("line\n%[" + file + "]"));
+  EXPECT_EQ("line.", (*this)("line\r\n%[" + file + "]."));
+  EXPECT_EQ("line", (*this)("line%[" + file + "]"));
+  EXPECT_EQ("", (*this)("%[" + file + "]"));
 }
 
 TEST_F(Expand, AFileOfAnyLengthIsReadWhole) {
@@ -220,38 +220,38 @@ TEST_F(Expand, AFileOfAnyLengthIsReadWhole) {
   for (std::size_t length : {1022u, 1023u, 1024u, 1025u, 2048u, 5000u}) {
     const std::string content = std::string(length, 'x') + "\xc3\xa4y";
     const std::string file = tree_.Write("file", content + "\n");
-    EXPECT_EQ((*this)("%[" + file + "]"), content) << length;
+    EXPECT_EQ(content, (*this)("%[" + file + "]")) << length;
   }
 }
 
 TEST_F(Expand, TheTextOfAFileIsExpandedInTurn) {
   Bind("B", "x");
   const std::string file = tree_.Write("file", "<%(B)>\n");
-  EXPECT_EQ((*this)("%[" + file + "]"), "<x>");
+  EXPECT_EQ("<x>", (*this)("%[" + file + "]"));
 }
 
 TEST_F(Expand, AMissingFileIsAnErrorOfTheFile) {
   const std::string missing = tree_ / "missing";
-  EXPECT_EQ((*this)("<%[" + missing + "]>"), "<>");
-  EXPECT_EQ(error_, "*** Error: File " + missing + " Does not exist");
+  EXPECT_EQ("<>", (*this)("<%[" + missing + "]>"));
+  EXPECT_EQ("*** Error: File " + missing + " Does not exist", error_);
 }
 
 TEST_F(Expand, ADirectoryIsNoFile) {
   {
     ExpectAsserts expected({"trailing directory separator when file name expected"});
-    EXPECT_EQ((*this)("<%[" + tree_.path() + "/]>"), "<>");
-    EXPECT_EQ(error_, "*** Error: File " + tree_.path() + "/ String parameter illegal value");
+    EXPECT_EQ("<>", (*this)("<%[" + tree_.path() + "/]>"));
+    EXPECT_EQ("*** Error: File " + tree_.path() + "/ String parameter illegal value", error_);
   }
   // An empty name stands for the current directory.
   ExpectAsserts expected({"trailing directory separator when file name expected"});
-  EXPECT_EQ((*this)("<%[]>"), "<>");
-  EXPECT_EQ(error_, "*** Error: File  String parameter illegal value");
+  EXPECT_EQ("<>", (*this)("<%[]>"));
+  EXPECT_EQ("*** Error: File  String parameter illegal value", error_);
 }
 
 TEST_F(Expand, AFileThatCannotBeReadGivesNothing) {
   const std::string directory = tree_.Directory("directory");
-  EXPECT_EQ((*this)("<%[" + directory + "]>"), "<>");
-  EXPECT_EQ(error_, "*** Error: Operation denied");
+  EXPECT_EQ("<>", (*this)("<%[" + directory + "]>"));
+  EXPECT_EQ("*** Error: Operation denied", error_);
 }
 
 TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
@@ -259,12 +259,12 @@ TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
   Bind("B", "x");
   for (const char* bytes : {"\xe9", "a\x80z", "\xff\xfe", "caf\xe9", "\xc3"}) {
     ProcessVariable set("ZT_SET", bytes);
-    EXPECT_EQ((*this)("%{ZT_SET}"), bytes);
-    EXPECT_EQ((*this)("%(B)%{ZT_SET}"), std::string("x") + bytes);
-    EXPECT_EQ((*this)(bytes), bytes);
-    EXPECT_EQ(error_, "");
+    EXPECT_EQ(bytes, (*this)("%{ZT_SET}"));
+    EXPECT_EQ(std::string("x") + bytes, (*this)("%(B)%{ZT_SET}"));
+    EXPECT_EQ(bytes, (*this)(bytes));
+    EXPECT_EQ("", error_);
     const std::string file = tree_.Write("file", std::string(bytes) + "\n");
-    EXPECT_EQ((*this)("%[" + file + "]"), bytes);
+    EXPECT_EQ(bytes, (*this)("%[" + file + "]"));
   }
 }
 
@@ -273,7 +273,7 @@ TEST_F(Expand, ManyPassesAreNoMatter) {
   for (int i = 0; i < count; i++)
     Bind(("N" + std::to_string(i)).c_str(), "%(N" + std::to_string(i + 1) + ")");
   Bind("N200", "end");
-  EXPECT_EQ((*this)("%(N0)"), "end");
+  EXPECT_EQ("end", (*this)("%(N0)"));
 }
 
 // The text goes to standard output; a death test looks at standard error.
@@ -329,31 +329,31 @@ TEST_F(Expand, APatternKeepsItsShape) {
                                     Alternative({}, nullptr, Alternative({{"n", nullptr}})));
   Error err;
   WH_PATTERN* expanded = wh_expand_pattern(&err, pattern, symtab_);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(Str(expanded->host), "host");
-  EXPECT_EQ(Str(expanded->vars->n), "name");
-  EXPECT_EQ(Str(expanded->vars->v), "value");
-  EXPECT_EQ(expanded->vars->next->n, nullptr);
-  EXPECT_EQ(Str(expanded->vars->next->v), "xvalue");
-  EXPECT_EQ(expanded->vars->next->next, nullptr);
-  EXPECT_EQ(expanded->next->vars, nullptr);
-  EXPECT_EQ(expanded->next->host, nullptr);
-  EXPECT_EQ(Str(expanded->next->next->vars->n), "n");
-  EXPECT_EQ(expanded->next->next->vars->v, nullptr);
-  EXPECT_EQ(expanded->next->next->next, nullptr);
-  EXPECT_EQ(Str(pattern->vars->n), "%(N)");
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ("host", Str(expanded->host));
+  EXPECT_EQ("name", Str(expanded->vars->n));
+  EXPECT_EQ("value", Str(expanded->vars->v));
+  EXPECT_EQ(nullptr, expanded->vars->next->n);
+  EXPECT_EQ("xvalue", Str(expanded->vars->next->v));
+  EXPECT_EQ(nullptr, expanded->vars->next->next);
+  EXPECT_EQ(nullptr, expanded->next->vars);
+  EXPECT_EQ(nullptr, expanded->next->host);
+  EXPECT_EQ("n", Str(expanded->next->next->vars->n));
+  EXPECT_EQ(nullptr, expanded->next->next->vars->v);
+  EXPECT_EQ(nullptr, expanded->next->next->next);
+  EXPECT_EQ("%(N)", Str(pattern->vars->n));
   free_pattern(&expanded);
   free_pattern(&pattern);
-  EXPECT_EQ(wh_expand_pattern(&err, nullptr, symtab_), nullptr);
+  EXPECT_EQ(nullptr, wh_expand_pattern(&err, nullptr, symtab_));
 }
 
 TEST_F(Expand, APatternIsExpandedToItsEndAndTheLastErrorStands) {
   WH_PATTERN* pattern = Alternative({{"%(U1)", "%(U2)"}}, "%(U3)", Alternative({{"a", "%(U4)"}}));
   Error err;
   WH_PATTERN* expanded = wh_expand_pattern(&err, pattern, symtab_);
-  EXPECT_EQ(err.text(), NotDefined("U4"));
-  EXPECT_EQ(Str(expanded->vars->v), "U2");
-  EXPECT_EQ(Str(expanded->host), "U3");
+  EXPECT_EQ(NotDefined("U4"), err.text());
+  EXPECT_EQ("U2", Str(expanded->vars->v));
+  EXPECT_EQ("U3", Str(expanded->host));
   free_pattern(&expanded);
   free_pattern(&pattern);
 }
@@ -364,9 +364,9 @@ TEST_F(Expand, AProductNameHasItsCategorySeparatorsRewrittenAfterwards) {
   WH_PRODUCT_NAME* name = Prodname("%(CAT)/d", "n", "%(V)", "%(U)");
   Error err;
   WH_PRODUCT_NAME* expanded = wh_expand_prodname(&err, name, symtab_);
-  EXPECT_EQ(Fields(expanded), "a/b/c/d|n|1:0|U");
-  EXPECT_EQ(err.text(), NotDefined("U"));
-  EXPECT_EQ(Fields(name), "%(CAT)/d|n|%(V)|%(U)");
+  EXPECT_EQ("a/b/c/d|n|1:0|U", Fields(expanded));
+  EXPECT_EQ(NotDefined("U"), err.text());
+  EXPECT_EQ("%(CAT)/d|n|%(V)|%(U)", Fields(name));
   free_prodname(&expanded);
   free_prodname(&name);
 }
@@ -376,8 +376,8 @@ TEST_F(Expand, AnErrorInOneFieldOfANameKeepsVariablesOutOfTheNext) {
   WH_PRODUCT_NAME* name = Prodname("%(U)", "%{ZT_SET}", "1", "0");
   Error err;
   WH_PRODUCT_NAME* expanded = wh_expand_prodname(&err, name, symtab_);
-  EXPECT_EQ(Fields(expanded), "U||1|0");
-  EXPECT_EQ(err.text(), NotDefined("U"));
+  EXPECT_EQ("U||1|0", Fields(expanded));
+  EXPECT_EQ(NotDefined("U"), err.text());
   free_prodname(&expanded);
   free_prodname(&name);
 }

@@ -164,54 +164,54 @@ TEST(Glob, MatchesElementByElement) {
       {"**/a/**/b/**", "x/a/y/b/z", 0},
   };
   for (const auto& row : rows)
-    EXPECT_EQ(Matches(row.pattern, row.string), row.matches) << row.pattern << " on " << row.string;
+    EXPECT_EQ(row.matches, Matches(row.pattern, row.string)) << row.pattern << " on " << row.string;
 }
 
 TEST(Glob, ThreeStarsAreAnOrdinaryElement) {
-  EXPECT_EQ(Printed("***"), "(***)END");
-  EXPECT_EQ(Matches("***", "abc"), 1);
-  EXPECT_EQ(Matches("***", "a/b"), 0);
+  EXPECT_EQ("(***)END", Printed("***"));
+  EXPECT_EQ(1, Matches("***", "abc"));
+  EXPECT_EQ(0, Matches("***", "a/b"));
 }
 
 TEST(Glob, FourStarsSurroundNothing) {
-  EXPECT_EQ(Printed("****"), "ANYEND");
-  EXPECT_EQ(Matches("****", "a/b"), 1);
-  EXPECT_EQ(Matches("****", ""), 1);
+  EXPECT_EQ("ANYEND", Printed("****"));
+  EXPECT_EQ(1, Matches("****", "a/b"));
+  EXPECT_EQ(1, Matches("****", ""));
 }
 
 TEST(Glob, SurroundedTextWithARootMatchesAtTheRootOnly) {
-  EXPECT_EQ(Printed("**/foo/**"), "ANYROOT(/)(foo)ANYEND");
-  EXPECT_EQ(Matches("**/foo/**", "/foo/x"), 1);
-  EXPECT_EQ(Matches("**/foo/**", "/foo"), 1);
-  EXPECT_EQ(Matches("**/foo/**", "/a/foo/b"), 0);
-  EXPECT_EQ(Matches("**/foo/**", "foo"), 0);
+  EXPECT_EQ("ANYROOT(/)(foo)ANYEND", Printed("**/foo/**"));
+  EXPECT_EQ(1, Matches("**/foo/**", "/foo/x"));
+  EXPECT_EQ(1, Matches("**/foo/**", "/foo"));
+  EXPECT_EQ(0, Matches("**/foo/**", "/a/foo/b"));
+  EXPECT_EQ(0, Matches("**/foo/**", "foo"));
 }
 
 TEST(Glob, TokensPrintAsTheirTypes) {
-  EXPECT_EQ(Printed("/usr/**/b*|f?le|x"), "ROOT(/)(usr)ANY(b*)EXISTS(f?le|x)END");
-  EXPECT_EQ(Printed(""), "END");
-  EXPECT_EQ(Printed("|"), "EXISTS()END");
-  EXPECT_EQ(Printed("**a|b**"), "ANY(a)EXISTS(b)ANYEND");
-  EXPECT_EQ(Printed("******a****"), "ANY(**a)ANYEND");
-  EXPECT_EQ(Printed("a/**/**/b"), "(a)ANY(b)END");
+  EXPECT_EQ("ROOT(/)(usr)ANY(b*)EXISTS(f?le|x)END", Printed("/usr/**/b*|f?le|x"));
+  EXPECT_EQ("END", Printed(""));
+  EXPECT_EQ("EXISTS()END", Printed("|"));
+  EXPECT_EQ("ANY(a)EXISTS(b)ANYEND", Printed("**a|b**"));
+  EXPECT_EQ("ANY(**a)ANYEND", Printed("******a****"));
+  EXPECT_EQ("(a)ANY(b)END", Printed("a/**/**/b"));
 }
 
 TEST(Glob, ASubjectIsParsedLikeAPattern) {
-  EXPECT_EQ(Matches("a", "a|b"), 0);
-  EXPECT_EQ(Matches("a|b", "a|b"), 1);
-  EXPECT_EQ(Matches("a|?", "a|b"), 1);
-  EXPECT_EQ(Matches("x", "**x**"), 0);
-  EXPECT_EQ(Matches("**", "**x**"), 1);
-  EXPECT_EQ(Matches("**x**", "**x**"), 1);
-  EXPECT_EQ(Matches("?", "**"), 0);
+  EXPECT_EQ(0, Matches("a", "a|b"));
+  EXPECT_EQ(1, Matches("a|b", "a|b"));
+  EXPECT_EQ(1, Matches("a|?", "a|b"));
+  EXPECT_EQ(0, Matches("x", "**x**"));
+  EXPECT_EQ(1, Matches("**", "**x**"));
+  EXPECT_EQ(1, Matches("**x**", "**x**"));
+  EXPECT_EQ(0, Matches("?", "**"));
 }
 
 TEST(Glob, HasGlobsLooksForStarQuestionMarkAndBar) {
-  EXPECT_EQ(wh_has_globs(FWT("x|y")), 1);
-  EXPECT_EQ(wh_has_globs(FWT("a*")), 1);
-  EXPECT_EQ(wh_has_globs(FWT("?")), 1);
-  EXPECT_EQ(wh_has_globs(FWT("a[b]/c")), 0);
-  EXPECT_EQ(wh_has_globs(FWT("")), 0);
+  EXPECT_EQ(1, wh_has_globs(FWT("x|y")));
+  EXPECT_EQ(1, wh_has_globs(FWT("a*")));
+  EXPECT_EQ(1, wh_has_globs(FWT("?")));
+  EXPECT_EQ(0, wh_has_globs(FWT("a[b]/c")));
+  EXPECT_EQ(0, wh_has_globs(FWT("")));
 }
 
 TEST(Glob, ExistsAsksTheDirectoryReached) {
@@ -219,54 +219,54 @@ TEST(Glob, ExistsAsksTheDirectoryReached) {
   tree.Write("a/bin/tool", "");
   tree.Write("a/lib/x.so", "");
   std::string bin = tree / "a/bin";
-  EXPECT_EQ(Matches("**/bin|tool", bin), 1);
-  EXPECT_EQ(Matches("**/bin|tool", bin + "/"), 1);
-  EXPECT_EQ(Matches("**/bin|t*", bin), 1);
-  EXPECT_EQ(Matches("**/bin|to?l", bin), 1);
-  EXPECT_EQ(Matches("**/bin|tool.exe", bin), 0);
-  EXPECT_EQ(Matches("**/bin|x*", bin), 0);
-  EXPECT_EQ(Matches("**|x.so", tree / "a/lib"), 1);
-  EXPECT_EQ(Matches("**|x.so", tree / "a/none"), 0);
-  EXPECT_EQ(Matches("**/bin|tool", tree / "a/lib"), 0);
+  EXPECT_EQ(1, Matches("**/bin|tool", bin));
+  EXPECT_EQ(1, Matches("**/bin|tool", bin + "/"));
+  EXPECT_EQ(1, Matches("**/bin|t*", bin));
+  EXPECT_EQ(1, Matches("**/bin|to?l", bin));
+  EXPECT_EQ(0, Matches("**/bin|tool.exe", bin));
+  EXPECT_EQ(0, Matches("**/bin|x*", bin));
+  EXPECT_EQ(1, Matches("**|x.so", tree / "a/lib"));
+  EXPECT_EQ(0, Matches("**|x.so", tree / "a/none"));
+  EXPECT_EQ(0, Matches("**/bin|tool", tree / "a/lib"));
 }
 
 TEST(Glob, APatternEndingInABarTestsAnEmptyFileName) {
   TemporaryTree tree;
   tree.Directory("a");
-  EXPECT_EQ(Matches("**|", tree / "a"), 1);
-  EXPECT_EQ(Matches("**|", tree / "b"), 0);
+  EXPECT_EQ(1, Matches("**|", tree / "a"));
+  EXPECT_EQ(0, Matches("**|", tree / "b"));
 }
 
 TEST(Glob, WhatFollowsTheFileIsNotLookedAt) {
   TemporaryTree tree;
   tree.Write("d/f", "");
-  EXPECT_EQ(Matches("**d|f**", tree / "d"), 1);
-  EXPECT_EQ(Matches("**d|g**", tree / "d"), 0);
+  EXPECT_EQ(1, Matches("**d|f**", tree / "d"));
+  EXPECT_EQ(0, Matches("**d|g**", tree / "d"));
 }
 
 TEST(Glob, ArgumentsAreNotWrittenTo) {
   // Literals stand in read-only memory.
-  EXPECT_EQ(wh_glob_matches(FWT("/x|y"), FWT("/x|z")), 0);
+  EXPECT_EQ(0, wh_glob_matches(FWT("/x|y"), FWT("/x|z")));
 }
 
 TEST(Glob, MalformedBytesEqualThemselvesOnly) {
-  EXPECT_EQ(Matches("caf\xE9", "caf\xE9"), 1);
-  EXPECT_EQ(Matches("caf\xE9", "caf\xE8"), 0);
-  EXPECT_EQ(Matches("caf?", "caf\xE9"), 1);
-  EXPECT_EQ(Matches("\x80*", "\x80z"), 1);
-  EXPECT_EQ(Matches("a/\xE9/b", "a/\xE9/b"), 1);
-  EXPECT_EQ(Matches("\xFF", "\xFE"), 0);
-  EXPECT_EQ(Matches("*", "\xFC\x80"), 1);
-  EXPECT_EQ(Matches("?", "\xFC\x80"), 1);
+  EXPECT_EQ(1, Matches("caf\xE9", "caf\xE9"));
+  EXPECT_EQ(0, Matches("caf\xE9", "caf\xE8"));
+  EXPECT_EQ(1, Matches("caf?", "caf\xE9"));
+  EXPECT_EQ(1, Matches("\x80*", "\x80z"));
+  EXPECT_EQ(1, Matches("a/\xE9/b", "a/\xE9/b"));
+  EXPECT_EQ(0, Matches("\xFF", "\xFE"));
+  EXPECT_EQ(1, Matches("*", "\xFC\x80"));
+  EXPECT_EQ(1, Matches("?", "\xFC\x80"));
 }
 
 TEST(Glob, FoldedCharactersAreEqualButForCase) {
-  EXPECT_EQ(tc_equal_folded('a', 'A'), 1);
-  EXPECT_EQ(tc_equal_folded('a', 'b'), 0);
-  EXPECT_EQ(tc_equal_folded(0xE9, 0xC9), 0);
-  EXPECT_EQ(tc_equal_folded(0, 0), 1);
-  EXPECT_EQ(tc_equal_folded(0, 'a'), 0);
-  EXPECT_EQ(tc_equal_folded('a', 0), 0);
+  EXPECT_EQ(1, tc_equal_folded('a', 'A'));
+  EXPECT_EQ(0, tc_equal_folded('a', 'b'));
+  EXPECT_EQ(0, tc_equal_folded(0xE9, 0xC9));
+  EXPECT_EQ(1, tc_equal_folded(0, 0));
+  EXPECT_EQ(0, tc_equal_folded(0, 'a'));
+  EXPECT_EQ(0, tc_equal_folded('a', 0));
 }
 
 TEST(Glob, EqualsPlainBacktrackingOnAllSmallElements) {
@@ -282,7 +282,7 @@ TEST(Glob, EqualsPlainBacktrackingOnAllSmallElements) {
   auto subjects = strings("ab*", 4);
   for (const std::string& pattern : patterns)
     for (const std::string& subject : subjects)
-      ASSERT_EQ(str_matches(pattern, subject) != 0, PlainElement(pattern.c_str(), subject.c_str()))
+      ASSERT_EQ(PlainElement(pattern.c_str(), subject.c_str()), str_matches(pattern, subject) != 0)
           << pattern << " on " << subject;
 }
 
@@ -298,9 +298,9 @@ TEST(Glob, EqualsPlainBacktrackingOnRandomPaths) {
   for (int i = 0; i < 60000; ++i) {
     std::string pattern = text(9, i % 8 == 0 ? 9 : 8);
     std::string subject = text(8, i % 4 == 0 ? 9 : i % 4 == 1 ? 8 : 4);
-    ASSERT_EQ(Matches(pattern, subject) != 0, PlainMatches(pattern, subject))
+    ASSERT_EQ(PlainMatches(pattern, subject), Matches(pattern, subject) != 0)
         << pattern << " on " << subject;
-    ASSERT_EQ(MightMatch(pattern, subject) != 0, PlainMatches(pattern, subject, true))
+    ASSERT_EQ(PlainMatches(pattern, subject, true), MightMatch(pattern, subject) != 0)
         << pattern << " might match " << subject;
   }
 }
@@ -308,20 +308,20 @@ TEST(Glob, EqualsPlainBacktrackingOnRandomPaths) {
 TEST(Glob, LongAndHostileTextsTakeLittleTime) {
   auto start = std::chrono::steady_clock::now();
   std::string a(100000, 'a');
-  EXPECT_EQ(Matches("*a*a*a*a*a*a*b", a), 0);
-  EXPECT_EQ(Matches("*a*a*a*a*a*a*a", a), 1);
+  EXPECT_EQ(0, Matches("*a*a*a*a*a*a*b", a));
+  EXPECT_EQ(1, Matches("*a*a*a*a*a*a*a", a));
   std::string stars(1000000, '*');
-  EXPECT_EQ(Matches(stars, "x/y"), 1);
+  EXPECT_EQ(1, Matches(stars, "x/y"));
   std::string path;
   std::string anys;
   for (int i = 0; i < 2000; ++i)
     path += "/a";
   for (int i = 0; i < 200; ++i)
     anys += "**/a/";
-  EXPECT_EQ(Matches(anys + "b", path), 0);
-  EXPECT_EQ(Matches(anys + "a", path), 1);
+  EXPECT_EQ(0, Matches(anys + "b", path));
+  EXPECT_EQ(1, Matches(anys + "a", path));
   std::string deep(2000000, '/');
-  EXPECT_EQ(Matches("/", deep), 1);
+  EXPECT_EQ(1, Matches("/", deep));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
@@ -329,12 +329,12 @@ TEST(Glob, LongAndHostileTextsTakeLittleTime) {
 
 TEST(Glob, KeysOfLiteralTextsAreEqualWhereTheyMatch) {
   auto key = [](const std::string& text) { return Take(literal_key(Fwt(text))); };
-  EXPECT_EQ(key("/usr//bin/"), "/usr/bin");
-  EXPECT_EQ(key("usr/bin"), "usr/bin");
-  EXPECT_EQ(key("//"), "/");
-  EXPECT_EQ(key(""), "");
-  EXPECT_EQ(key("a|b"), "(null)");
-  EXPECT_EQ(key("a*"), "(null)");
+  EXPECT_EQ("/usr/bin", key("/usr//bin/"));
+  EXPECT_EQ("usr/bin", key("usr/bin"));
+  EXPECT_EQ("/", key("//"));
+  EXPECT_EQ("", key(""));
+  EXPECT_EQ("(null)", key("a|b"));
+  EXPECT_EQ("(null)", key("a*"));
   std::mt19937 random(2);
   auto text = [&] {
     std::string made;
@@ -347,7 +347,7 @@ TEST(Glob, KeysOfLiteralTextsAreEqualWhereTheyMatch) {
     std::string subject = text();
     if (key(pattern) == "(null)") continue;
     bool equal = key(pattern) == key(subject);
-    ASSERT_EQ(Matches(pattern, subject) != 0, equal) << pattern << " on " << subject;
+    ASSERT_EQ(equal, Matches(pattern, subject) != 0) << pattern << " on " << subject;
   }
 }
 
@@ -359,12 +359,12 @@ TEST(Glob, LiteralsAreFiledInOrderAndOnceInARow) {
   add_literal(&literals, FWT("/a"), 7);
   add_literal(&literals, FWT("/a*"), 8);
   const POSITIONS* found = find_literal(&literals, FWT("/a"));
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(std::vector<int32>(found->list, found->list + found->count),
-            (std::vector<int32>{3, 7}));
-  EXPECT_EQ(find_literal(&literals, FWT("/a*")), nullptr);
+  ASSERT_NE(nullptr, found);
+  EXPECT_EQ((std::vector<int32>{3, 7}),
+            std::vector<int32>(found->list, found->list + found->count));
+  EXPECT_EQ(nullptr, find_literal(&literals, FWT("/a*")));
   close_literals(&literals);
-  EXPECT_EQ(find_literal(&literals, FWT("/a")), nullptr);
+  EXPECT_EQ(nullptr, find_literal(&literals, FWT("/a")));
 }
 
 // ---- Searches ----
@@ -387,9 +387,9 @@ Strings FindFiles(const std::string& pattern, const std::string& dir) {
   FwVector results;
   open_vector(&results, 5);
   int added = wh_find_files(&err, Fwt(pattern), Fwt(dir), &results);
-  EXPECT_EQ(err.text(), "");
+  EXPECT_EQ("", err.text());
   Strings strings = TakeResults(&results, dir);
-  EXPECT_EQ(added, !strings.empty());
+  EXPECT_EQ(!strings.empty(), added);
   return strings;
 }
 
@@ -422,30 +422,30 @@ TEST(FindFiles, FindsBelowADirectory) {
       {"", {""}},
   };
   for (const auto& row : rows)
-    EXPECT_EQ(FindFiles(row.pattern, tree.path()), row.found) << row.pattern;
+    EXPECT_EQ(row.found, FindFiles(row.pattern, tree.path())) << row.pattern;
 }
 
 TEST(FindFiles, AnAbsolutePatternIsRefused) {
   Error err;
   FwVector results;
   open_vector(&results, 5);
-  EXPECT_EQ(wh_find_files(&err, FWT("/a/*"), FWT("/tmp"), &results), 0);
-  EXPECT_EQ(err.pError, fwErrorStringSyntax);
-  EXPECT_STREQ(FWC(err.items[0].type), "file pattern");
-  EXPECT_STREQ(FWC(err.items[0].name), "/a/*");
-  EXPECT_EQ(FwVectorLength(&results), 0);
+  EXPECT_EQ(0, wh_find_files(&err, FWT("/a/*"), FWT("/tmp"), &results));
+  EXPECT_EQ(fwErrorStringSyntax, err.pError);
+  EXPECT_STREQ("file pattern", FWC(err.items[0].type));
+  EXPECT_STREQ("/a/*", FWC(err.items[0].name));
+  EXPECT_EQ(0, FwVectorLength(&results));
   FwVectorAbandon(&results, 0);
 }
 
 TEST(FindFiles, ARootInsideAPatternAsserts) {
   TemporaryTree tree;
   ExpectAsserts expected({"unexpected T_ROOT in search_dir\n"});
-  EXPECT_EQ(FindFiles("**/x**", tree.path()), Strings{});
+  EXPECT_EQ(Strings{}, FindFiles("**/x**", tree.path()));
 }
 
 TEST(FindFiles, ADirectoryThatIsNotThereHasNoEntries) {
-  EXPECT_EQ(FindFiles("**", "/nonexistent/dir"), Strings{""});
-  EXPECT_EQ(FindFiles("*", "/nonexistent/dir"), Strings{});
+  EXPECT_EQ(Strings{""}, FindFiles("**", "/nonexistent/dir"));
+  EXPECT_EQ(Strings{}, FindFiles("*", "/nonexistent/dir"));
 }
 
 TEST(FindFiles, SortsAndRemovesDuplicatesOverTheWholeVector) {
@@ -454,7 +454,7 @@ TEST(FindFiles, SortsAndRemovesDuplicatesOverTheWholeVector) {
   for (const char* text : {"b", "a", "b", "1.9", "1.10", "a", "a"})
     FwVectorAddElement(&results, FwStrDuplicate(FWT(text)));
   sort_results(&results);
-  EXPECT_EQ(TakeResults(&results, "-"), (Strings{"1.10", "1.9", "a", "b"}));
+  EXPECT_EQ((Strings{"1.10", "1.9", "a", "b"}), TakeResults(&results, "-"));
 }
 
 Strings FindProducts(const std::string& pattern, const std::string& base, std::string* fault = {}) {
@@ -465,9 +465,9 @@ Strings FindProducts(const std::string& pattern, const std::string& base, std::s
   if (fault)
     *fault = err.text();
   else
-    EXPECT_EQ(err.text(), "");
+    EXPECT_EQ("", err.text());
   Strings strings = TakeResults(&results, base);
-  EXPECT_EQ(added, !strings.empty());
+  EXPECT_EQ(!strings.empty(), added);
   return strings;
 }
 
@@ -492,22 +492,22 @@ TEST(FindProducts, FindsDirectoriesThatHoldAProduct) {
       {".hidden/n/1/0", {}},
   };
   for (const auto& row : rows)
-    EXPECT_EQ(FindProducts(row.pattern, tree.path()), row.found) << row.pattern;
-  EXPECT_EQ(FindProducts(tree / "c/**", tree.path()), (Strings{"c/n/1.10/0/", "c/n/1.9/0/"}));
+    EXPECT_EQ(row.found, FindProducts(row.pattern, tree.path())) << row.pattern;
+  EXPECT_EQ((Strings{"c/n/1.10/0/", "c/n/1.9/0/"}), FindProducts(tree / "c/**", tree.path()));
 }
 
 TEST(FindProducts, ADirectoryThatCannotBeOpenedLeavesItsFault) {
   std::string fault;
-  EXPECT_EQ(FindProducts("**", "/nonexistent/dir", &fault), Strings{});
-  EXPECT_EQ(fault, "*** Error: File /nonexistent/dir/ Does not exist");
+  EXPECT_EQ(Strings{}, FindProducts("**", "/nonexistent/dir", &fault));
+  EXPECT_EQ("*** Error: File /nonexistent/dir/ Does not exist", fault);
 }
 
 TEST(FindProducts, TheBaseItselfMayBeAProduct) {
   TemporaryTree tree;
   tree.Write("product.xml", "");
   tree.Write("c/n/1/0/product.xml", "");
-  EXPECT_EQ(FindProducts("**", tree.path()), Strings{""});
-  EXPECT_EQ(FindProducts("c/**", tree.path()), Strings{});
+  EXPECT_EQ(Strings{""}, FindProducts("**", tree.path()));
+  EXPECT_EQ(Strings{}, FindProducts("c/**", tree.path()));
 }
 
 }  // namespace

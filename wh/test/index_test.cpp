@@ -92,35 +92,35 @@ class Index : public testing::Test {
 TEST_F(Index, HoldsACopyOfItsBaseAndReadsNothing) {
   Text base("/no/such/base");
   WH_INDEX* index = index_open(base);
-  EXPECT_EQ(Str(index->base), "/no/such/base");
-  EXPECT_NE(index->base, static_cast<FwTextString>(base));
-  EXPECT_EQ(index->entries.nCurrentAllocSize, 20);
-  EXPECT_EQ(FwVectorLength(&index->entries), 0);
+  EXPECT_EQ("/no/such/base", Str(index->base));
+  EXPECT_NE(static_cast<FwTextString>(base), index->base);
+  EXPECT_EQ(20, index->entries.nCurrentAllocSize);
+  EXPECT_EQ(0, FwVectorLength(&index->entries));
   index_close(index);
 }
 
 TEST_F(Index, FetchingTwiceReadsOnce) {
   Product("p");
   WH_PRODUCT* product = Fetch("p");
-  ASSERT_NE(product, nullptr);
+  ASSERT_NE(nullptr, product);
   std::filesystem::remove_all(tree_ / "c");
-  EXPECT_EQ(Fetch("p"), product);
-  EXPECT_EQ(error_, "");
-  EXPECT_EQ(FwVectorLength(&index_->entries), 1);
+  EXPECT_EQ(product, Fetch("p"));
+  EXPECT_EQ("", error_);
+  EXPECT_EQ(1, FwVectorLength(&index_->entries));
 }
 
 TEST_F(Index, AProductNeedsOnlyItsInformationAndItsPartList) {
   Product("p");
   WH_PRODUCT* product = Fetch("p");
-  ASSERT_NE(product, nullptr);
-  EXPECT_EQ(error_, "");
-  EXPECT_EQ(Fields(product->prodinfo->prodname), "c|p|1|0");
-  EXPECT_NE(product->partlist, nullptr);
+  ASSERT_NE(nullptr, product);
+  EXPECT_EQ("", error_);
+  EXPECT_EQ("c|p|1|0", Fields(product->prodinfo->prodname));
+  EXPECT_NE(nullptr, product->partlist);
   for (WH_RECIPE* recipe : {product->install, product->uninstall, product->enable, product->disable,
                             product->prep, product->setup, product->unset})
-    EXPECT_EQ(recipe, nullptr);
-  EXPECT_EQ(product->envset, nullptr);
-  EXPECT_EQ(product->envunset, nullptr);
+    EXPECT_EQ(nullptr, recipe);
+  EXPECT_EQ(nullptr, product->envset);
+  EXPECT_EQ(nullptr, product->envunset);
 }
 
 TEST_F(Index, EachFileGoesIntoItsField) {
@@ -140,9 +140,9 @@ TEST_F(Index, EachFileGoesIntoItsField) {
     Product(name);
     Write(name, row.file, row.content);
     WH_PRODUCT* product = Fetch(name.c_str());
-    ASSERT_NE(product, nullptr) << row.file << " " << error_;
+    ASSERT_NE(nullptr, product) << row.file << " " << error_;
     for (const auto& other : rows)
-      EXPECT_EQ(other.loaded(product), other.file == row.file) << row.file << " " << other.file;
+      EXPECT_EQ(other.file == row.file, other.loaded(product)) << row.file << " " << other.file;
   }
 }
 
@@ -151,8 +151,8 @@ TEST_F(Index, FilesOfInstallingAreNotRead) {
   for (const char* file : {"install.xml", "uninstall.xml", "enable.xml", "disable.xml"})
     Write("p", file, "<<<");
   tree_.Write("contents.xml", "<<<");
-  EXPECT_NE(Fetch("p"), nullptr);
-  EXPECT_EQ(error_, "");
+  EXPECT_NE(nullptr, Fetch("p"));
+  EXPECT_EQ("", error_);
 }
 
 TEST_F(Index, AMalformedFileFailsTheProduct) {
@@ -161,12 +161,12 @@ TEST_F(Index, AMalformedFileFailsTheProduct) {
     const std::string name = std::string("bad-") + file;
     Product(name);
     const std::string path = Write(name, file, "<OPEN>");
-    EXPECT_EQ(Fetch(name.c_str()), nullptr) << file;
-    EXPECT_NE(error_.find(path), std::string::npos) << error_;
-    EXPECT_EQ(Fetch(name.c_str(), 1), nullptr) << file;
-    EXPECT_NE(error_.find(path), std::string::npos) << error_;
+    EXPECT_EQ(nullptr, Fetch(name.c_str())) << file;
+    EXPECT_NE(std::string::npos, error_.find(path)) << error_;
+    EXPECT_EQ(nullptr, Fetch(name.c_str(), 1)) << file;
+    EXPECT_NE(std::string::npos, error_.find(path)) << error_;
   }
-  EXPECT_EQ(FwVectorLength(&index_->entries), 0);
+  EXPECT_EQ(0, FwVectorLength(&index_->entries));
 }
 
 TEST_F(Index, OfSeveralFaultyFilesTheFirstInOrderCounts) {
@@ -176,8 +176,8 @@ TEST_F(Index, OfSeveralFaultyFilesTheFirstInOrderCounts) {
   for (const char* file : order)
     Write("p", file, "<OPEN>");
   for (const char* file : order) {
-    EXPECT_EQ(Fetch("p"), nullptr);
-    EXPECT_NE(error_.find(std::string("/") + file), std::string::npos) << file << ": " << error_;
+    EXPECT_EQ(nullptr, Fetch("p"));
+    EXPECT_NE(std::string::npos, error_.find(std::string("/") + file)) << file << ": " << error_;
     const std::string name = file;
     Write("p", file,
           name == "product.xml"           ? ProductXml("")
@@ -185,40 +185,40 @@ TEST_F(Index, OfSeveralFaultyFilesTheFirstInOrderCounts) {
           : name.find("env") != name.npos ? kSettings
                                           : kRecipe);
   }
-  EXPECT_NE(Fetch("p"), nullptr);
+  EXPECT_NE(nullptr, Fetch("p"));
 }
 
 TEST_F(Index, AFailedProductIsReadAgain) {
   Product("p");
   Write("p", "env.xml", "<OPEN>");
-  EXPECT_EQ(Fetch("p"), nullptr);
-  EXPECT_EQ(FwVectorLength(&index_->entries), 0);
+  EXPECT_EQ(nullptr, Fetch("p"));
+  EXPECT_EQ(0, FwVectorLength(&index_->entries));
   Remove("p", "env.xml");
-  EXPECT_NE(Fetch("p"), nullptr);
+  EXPECT_NE(nullptr, Fetch("p"));
 }
 
 TEST_F(Index, AMissingProductIsAnErrorUnlessOptional) {
-  EXPECT_EQ(Fetch("p"), nullptr);
-  EXPECT_EQ(error_, NotThere("p", "product.xml"));
-  EXPECT_EQ(kind_, fwErrorNonExistent);
-  EXPECT_EQ(Fetch("p", 1), nullptr);
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ(nullptr, Fetch("p"));
+  EXPECT_EQ(NotThere("p", "product.xml"), error_);
+  EXPECT_EQ(fwErrorNonExistent, kind_);
+  EXPECT_EQ(nullptr, Fetch("p", 1));
+  EXPECT_EQ("", error_);
 }
 
 TEST_F(Index, AMissingPartListIsAnErrorEvenIfOptional) {
   Product("p");
   Remove("p", "partlist.xml");
-  EXPECT_EQ(Fetch("p"), nullptr);
-  EXPECT_EQ(error_, NotThere("p", "partlist.xml"));
-  EXPECT_EQ(Fetch("p", 1), nullptr);
-  EXPECT_EQ(error_, NotThere("p", "partlist.xml"));
+  EXPECT_EQ(nullptr, Fetch("p"));
+  EXPECT_EQ(NotThere("p", "partlist.xml"), error_);
+  EXPECT_EQ(nullptr, Fetch("p", 1));
+  EXPECT_EQ(NotThere("p", "partlist.xml"), error_);
 }
 
 TEST_F(Index, ThePlusSignIsAnOrdinaryName) {
   Error err;
   WH_PRODUCT_NAME* name = Prodname("c", "p", "+", "+");
-  EXPECT_EQ(index_fetch(&err, index_, name, 0), nullptr);
-  EXPECT_EQ(err.text(), "*** Error: File " + (tree_ / "c/p/+/+/product.xml") + " Does not exist");
+  EXPECT_EQ(nullptr, index_fetch(&err, index_, name, 0));
+  EXPECT_EQ("*** Error: File " + (tree_ / "c/p/+/+/product.xml") + " Does not exist", err.text());
   free_prodname(&name);
 }
 
@@ -230,10 +230,10 @@ TEST_F(Index, ProductsAreToldApartByTheBytesOfTheirNames) {
   for (const char* category : {"a/b", "a//b", "/a/b", "a\\b", "a/b"}) {
     WH_PRODUCT_NAME* name = Prodname(category, "n", "1", "0");
     products.push_back(index_fetch(&err, index_, name, 0));
-    EXPECT_NE(products.back(), nullptr) << category;
+    EXPECT_NE(nullptr, products.back()) << category;
     free_prodname(&name);
   }
-  EXPECT_EQ(FwVectorLength(&index_->entries), 3);
+  EXPECT_EQ(3, FwVectorLength(&index_->entries));
   EXPECT_NE(products[0], products[1]);
   EXPECT_NE(products[0], products[2]);
   EXPECT_NE(products[1], products[2]);
@@ -248,14 +248,14 @@ TEST_F(Index, ManyProductsAreFoundAndStayInOrderOfLoading) {
     const std::string name = "p" + std::to_string(i);
     Product(name);
     products.push_back(Fetch(name.c_str()));
-    ASSERT_NE(products.back(), nullptr);
+    ASSERT_NE(nullptr, products.back());
   }
-  ASSERT_EQ(FwVectorLength(&index_->entries), count);
+  ASSERT_EQ(count, FwVectorLength(&index_->entries));
   for (int i = 0; i < count; i++) {
-    EXPECT_EQ(Fetch(("p" + std::to_string(i)).c_str()), products[i]);
-    EXPECT_EQ(FwVectorGetElement(&index_->entries, i), products[i]);
+    EXPECT_EQ(products[i], Fetch(("p" + std::to_string(i)).c_str()));
+    EXPECT_EQ(products[i], FwVectorGetElement(&index_->entries, i));
   }
-  EXPECT_EQ(FwVectorLength(&index_->entries), count);
+  EXPECT_EQ(count, FwVectorLength(&index_->entries));
 }
 
 TEST_F(Index, OfTwoLoadsOfOneNameTheFirstIsFound) {
@@ -265,10 +265,10 @@ TEST_F(Index, OfTwoLoadsOfOneNameTheFirstIsFound) {
   WH_PRODUCT_NAME* name = Prodname("c", "p", "1", "0");
   WH_PRODUCT* second = index_add(&err, index_, name, 0);
   free_prodname(&name);
-  EXPECT_NE(second, nullptr);
-  EXPECT_NE(second, first);
-  EXPECT_EQ(Fetch("p"), first);
-  EXPECT_EQ(FwVectorLength(&index_->entries), 2);
+  EXPECT_NE(nullptr, second);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(first, Fetch("p"));
+  EXPECT_EQ(2, FwVectorLength(&index_->entries));
 }
 
 TEST_F(Index, UnvisitClearsTwoMarksOfAllVarieties) {
@@ -285,10 +285,10 @@ TEST_F(Index, UnvisitClearsTwoMarksOfAllVarieties) {
   for (int i = 0; i < 2; i++) {
     auto* variety =
         static_cast<WH_VARIETY*>(FwVectorGetElement(&product->prodinfo->varieties->seq, i));
-    EXPECT_EQ(variety->visited, 0);
-    EXPECT_EQ(variety->packed, 0);
-    EXPECT_EQ(variety->mark, 1);
-    EXPECT_EQ(variety->chosen, 1);
+    EXPECT_EQ(0, variety->visited);
+    EXPECT_EQ(0, variety->packed);
+    EXPECT_EQ(1, variety->mark);
+    EXPECT_EQ(1, variety->chosen);
   }
 }
 
@@ -297,17 +297,17 @@ TEST_F(Index, UnvisitClearsTwoMarksOfAllVarieties) {
 TEST_F(Index, AQueryChoosesTheVarietiesThatMatch) {
   Product("p", VarietyXml("d1", Var("opt", "debug")) + VarietyXml("r", Var("opt", "release")) +
                    VarietyXml("d2", Var("opt", "debug")));
-  EXPECT_EQ(Varieties(query_product, "p"), "d1 r d2 ");
-  EXPECT_EQ(Varieties(query_product, "p", Alternative({{"opt", "d*"}})), "d1 d2 ");
-  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"opt", "d*"}})), "d1 d2 ");
-  EXPECT_EQ(Varieties(query_product_pd, "p"), "d1 r d2 ");
+  EXPECT_EQ("d1 r d2 ", Varieties(query_product, "p"));
+  EXPECT_EQ("d1 d2 ", Varieties(query_product, "p", Alternative({{"opt", "d*"}})));
+  EXPECT_EQ("d1 d2 ", Varieties(query_product_pd, "p", Alternative({{"opt", "d*"}})));
+  EXPECT_EQ("d1 r d2 ", Varieties(query_product_pd, "p"));
 }
 
 TEST_F(Index, AProductOfWhichNoVarietyMatchesGivesAnEmptySpec) {
   Product("p");
-  EXPECT_EQ(Varieties(query_product, "p", Alternative({{"opt", "x"}})), "");
-  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"opt", "x"}})), "");
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ("", Varieties(query_product, "p", Alternative({{"opt", "x"}})));
+  EXPECT_EQ("", Varieties(query_product_pd, "p", Alternative({{"opt", "x"}})));
+  EXPECT_EQ("", error_);
 }
 
 TEST_F(Index, TheHostChoosesAmongThePlatformsOfADependentProduct) {
@@ -315,43 +315,42 @@ TEST_F(Index, TheHostChoosesAmongThePlatformsOfADependentProduct) {
                    VarietyXml("other", Var("platform", "beos-x86")) +
                    VarietyXml("debug", Var("platform", Str(wh_host_platform)) + Var("opt", "d")) +
                    VarietyXml("none"));
-  EXPECT_EQ(Varieties(query_product_pd, "p"), "host debug ");
-  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"opt", "d"}})), "debug ");
+  EXPECT_EQ("host debug ", Varieties(query_product_pd, "p"));
+  EXPECT_EQ("debug ", Varieties(query_product_pd, "p", Alternative({{"opt", "d"}})));
   // The plain form has no regard to the host.
-  EXPECT_EQ(Varieties(query_product, "p"), "host other debug none ");
+  EXPECT_EQ("host other debug none ", Varieties(query_product, "p"));
 }
 
 TEST_F(Index, AQueryForAPlatformReplacesTheHost) {
   Product("p", VarietyXml("host", Var("platform", Str(wh_host_platform))) +
                    VarietyXml("other", Var("platform", "beos-x86")) +
                    VarietyXml("win", Var("platform", "win_nt-x86")));
-  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"platform", "beos-x86"}})), "other ");
-  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"platform", "pc"}})), "win ");
-  EXPECT_EQ(Varieties(query_product_pd, "p", Alternative({{"platform", "b*,win_nt-x86"}})),
-            "other win ");
+  EXPECT_EQ("other ", Varieties(query_product_pd, "p", Alternative({{"platform", "beos-x86"}})));
+  EXPECT_EQ("win ", Varieties(query_product_pd, "p", Alternative({{"platform", "pc"}})));
+  EXPECT_EQ("other win ",
+            Varieties(query_product_pd, "p", Alternative({{"platform", "b*,win_nt-x86"}})));
 }
 
 TEST_F(Index, OnlyTheFirstAlternativeOfAQueryIsAskedForThePlatform) {
   Product("p", VarietyXml("host", Var("platform", Str(wh_host_platform)) + Var("opt", "d")) +
                    VarietyXml("other", Var("platform", "beos-x86") + Var("opt", "d")));
-  EXPECT_EQ(
-      Varieties(query_product_pd, "p",
-                Alternative({{"opt", "none"}}, nullptr, Alternative({{"platform", "beos-x86"}}))),
-      "");
-  EXPECT_EQ(Varieties(query_product_pd, "p",
-                      Alternative({{"platform", "hp"}}, nullptr, Alternative({{"opt", "d"}}))),
-            "host other ");
+  EXPECT_EQ("", Varieties(query_product_pd, "p",
+                          Alternative({{"opt", "none"}}, nullptr,
+                                      Alternative({{"platform", "beos-x86"}}))));
+  EXPECT_EQ("host other ",
+            Varieties(query_product_pd, "p",
+                      Alternative({{"platform", "hp"}}, nullptr, Alternative({{"opt", "d"}}))));
 }
 
 TEST_F(Index, OnlyTheFirstVarietyTellsWhetherAProductIsDependent) {
   Product("p", VarietyXml("none") + VarietyXml("other", Var("platform", "beos-x86")));
-  EXPECT_EQ(Varieties(query_product_pd, "p"), "none other ");
+  EXPECT_EQ("none other ", Varieties(query_product_pd, "p"));
 }
 
 TEST_F(Index, AProductWithoutVarietiesIsIndependent) {
   Product("p", "");
-  EXPECT_EQ(Varieties(query_product_pd, "p"), "");
-  EXPECT_EQ(error_, "");
+  EXPECT_EQ("", Varieties(query_product_pd, "p"));
+  EXPECT_EQ("", error_);
 }
 
 TEST_F(Index, AnEmptyListOfQueriesGivesAnEmptyListOfSpecs) {
@@ -360,10 +359,10 @@ TEST_F(Index, AnEmptyListOfQueriesGivesAnEmptyListOfSpecs) {
   WH_PRODUCT_QUERY_LIST* queries = make_querylist();
   for (auto* function : {query_products, query_products_pd}) {
     WH_PRODUCT_SPEC_LIST* specs = function(&err, index_, queries, Reports::Collect);
-    EXPECT_EQ(FwVectorLength(&specs->specs), 0);
+    EXPECT_EQ(0, FwVectorLength(&specs->specs));
     free_speclist(&specs);
   }
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, err.pError);
   EXPECT_TRUE(reports.lines().empty());
   free_querylist(&queries);
 }
@@ -378,11 +377,11 @@ TEST_F(Index, AFailedQueryIsAbsentFromTheList) {
   add_query(queries, Query("gone", nullptr, 1));
   add_query(queries, Query("q"));
   WH_PRODUCT_SPEC_LIST* specs = query_products_pd(&err, index_, queries, Reports::Collect);
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, err.pError);
   EXPECT_TRUE(reports.lines().empty());
-  ASSERT_EQ(FwVectorLength(&specs->specs), 2);
-  EXPECT_EQ(static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&specs->specs, 1))->product,
-            Fetch("q"));
+  ASSERT_EQ(2, FwVectorLength(&specs->specs));
+  EXPECT_EQ(Fetch("q"),
+            static_cast<WH_PRODUCT_SPEC*>(FwVectorGetElement(&specs->specs, 1))->product);
   free_speclist(&specs);
   free_querylist(&queries);
 }
@@ -391,21 +390,21 @@ TEST_F(Index, AfterAFailureLaterQueriesFailToo) {
   for (const char* name : {"bad", "loaded", "disk"})
     Product(name);
   const std::string path = Write("bad", "product.xml", "<OPEN>");
-  ASSERT_NE(Fetch("loaded"), nullptr);
+  ASSERT_NE(nullptr, Fetch("loaded"));
   Reports reports;
   Error err;
   WH_PRODUCT_QUERY_LIST* queries = make_querylist();
   for (const char* name : {"bad", "loaded", "disk", "gone", "loaded"})
     add_query(queries, Query(name));
   WH_PRODUCT_SPEC_LIST* specs = query_products_pd(&err, index_, queries, Reports::Collect);
-  EXPECT_EQ(FwVectorLength(&specs->specs), 0);
-  ASSERT_EQ(reports.lines().size(), 5u);
-  EXPECT_NE(reports.lines()[0].find(path), std::string::npos) << reports.lines()[0];
+  EXPECT_EQ(0, FwVectorLength(&specs->specs));
+  ASSERT_EQ(5u, reports.lines().size());
+  EXPECT_NE(std::string::npos, reports.lines()[0].find(path)) << reports.lines()[0];
   // The state is nobody's to clear: the standing error is told again for each.
-  EXPECT_EQ(reports.lines()[1], reports.lines()[0]);
-  EXPECT_EQ(reports.lines()[2], reports.lines()[0]);
-  EXPECT_EQ(reports.lines()[3], NotThere("gone", "product.xml"));
-  EXPECT_EQ(reports.lines()[4], reports.lines()[3]);
+  EXPECT_EQ(reports.lines()[0], reports.lines()[1]);
+  EXPECT_EQ(reports.lines()[0], reports.lines()[2]);
+  EXPECT_EQ(NotThere("gone", "product.xml"), reports.lines()[3]);
+  EXPECT_EQ(reports.lines()[3], reports.lines()[4]);
   free_speclist(&specs);
   free_querylist(&queries);
 }
@@ -416,9 +415,9 @@ TEST_F(Index, AnOptionalQueryForNothingEndsAStandingError) {
   FwErrorSet(&err, fwErrorOperationFailed, 0);
   WH_PRODUCT_QUERY* gone = Query("gone", nullptr, 1);
   WH_PRODUCT_QUERY* there = Query("p");
-  EXPECT_EQ(Names(query_product(&err, index_, gone, nullptr)), "(null)");
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(Names(query_product(&err, index_, there, nullptr)), "v ");
+  EXPECT_EQ("(null)", Names(query_product(&err, index_, gone, nullptr)));
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ("v ", Names(query_product(&err, index_, there, nullptr)));
   free_query(&gone);
   free_query(&there);
 }
@@ -439,7 +438,7 @@ class ExpandedQuery : public Index {
     std::string names = Names(query_expanded_product(index_, query, symtab_, Reports::Collect));
     lines_ = reports.lines();
     // Without a function to report to the result is the same.
-    EXPECT_EQ(Names(query_expanded_product(index_, query, symtab_, nullptr)), names);
+    EXPECT_EQ(names, Names(query_expanded_product(index_, query, symtab_, nullptr)));
     free_query(&query);
     return names;
   }
@@ -454,37 +453,37 @@ class ExpandedQuery : public Index {
 
 TEST_F(ExpandedQuery, ExpandsNameAndPattern) {
   Product("p", VarietyXml("d", Var("opt", "debug")) + VarietyXml("r", Var("opt", "release")));
-  EXPECT_EQ(RunExpanded("%(NAME)", Alternative({{"opt", "%(OPT)"}})), "d ");
+  EXPECT_EQ("d ", RunExpanded("%(NAME)", Alternative({{"opt", "%(OPT)"}})));
   EXPECT_TRUE(lines_.empty());
-  EXPECT_EQ(RunExpanded("p"), "d r ");
+  EXPECT_EQ("d r ", RunExpanded("p"));
 }
 
 TEST_F(ExpandedQuery, HasNoRegardToTheHost) {
   Product("p", VarietyXml("host", Var("platform", Str(wh_host_platform))) +
                    VarietyXml("other", Var("platform", "beos-x86")));
-  EXPECT_EQ(RunExpanded("p"), "host other ");
+  EXPECT_EQ("host other ", RunExpanded("p"));
 }
 
 TEST_F(ExpandedQuery, AnUndefinedNameIsReportedOnce) {
-  EXPECT_EQ(RunExpanded("%(NOPE)"), "(null)");
-  EXPECT_EQ(lines_, std::vector<std::string>{NotDefined("NOPE")});
-  EXPECT_EQ(RunExpanded("p", Alternative({{"opt", "%(NOPE)"}})), "(null)");
-  EXPECT_EQ(lines_, std::vector<std::string>{NotDefined("NOPE")});
+  EXPECT_EQ("(null)", RunExpanded("%(NOPE)"));
+  EXPECT_EQ(std::vector<std::string>{NotDefined("NOPE")}, lines_);
+  EXPECT_EQ("(null)", RunExpanded("p", Alternative({{"opt", "%(NOPE)"}})));
+  EXPECT_EQ(std::vector<std::string>{NotDefined("NOPE")}, lines_);
 }
 
 TEST_F(ExpandedQuery, AProductThatFailsToLoadIsReportedTwice) {
   Product("p");
   Write("p", "env.xml", "<OPEN>");
-  EXPECT_EQ(RunExpanded("p"), "(null)");
-  ASSERT_EQ(lines_.size(), 2u);
-  EXPECT_NE(lines_[0].find("/c/p/1/0/env.xml"), std::string::npos) << lines_[0];
+  EXPECT_EQ("(null)", RunExpanded("p"));
+  ASSERT_EQ(2u, lines_.size());
+  EXPECT_NE(std::string::npos, lines_[0].find("/c/p/1/0/env.xml")) << lines_[0];
   EXPECT_EQ(lines_[0], lines_[1]);
 }
 
 TEST_F(ExpandedQuery, AMissingProductIsReportedTwiceUnlessOptional) {
-  EXPECT_EQ(RunExpanded("gone"), "(null)");
-  EXPECT_EQ(lines_, std::vector<std::string>(2, NotThere("gone", "product.xml")));
-  EXPECT_EQ(RunExpanded("gone", nullptr, 1), "(null)");
+  EXPECT_EQ("(null)", RunExpanded("gone"));
+  EXPECT_EQ(std::vector<std::string>(2, NotThere("gone", "product.xml")), lines_);
+  EXPECT_EQ("(null)", RunExpanded("gone", nullptr, 1));
   EXPECT_TRUE(lines_.empty());
 }
 
@@ -498,14 +497,14 @@ TEST_F(ExpandedQuery, WithTheCallersWordAMissingProductIsLookedForOnce) {
   Product("gone");
   Product("half");
   for (int optional : {0, 1}) {
-    EXPECT_EQ(RunExpanded("gone", nullptr, optional), "(null)");
+    EXPECT_EQ("(null)", RunExpanded("gone", nullptr, optional));
     EXPECT_TRUE(lines_.empty());
-    EXPECT_EQ(RunExpanded("half", nullptr, optional), "(null)");
+    EXPECT_EQ("(null)", RunExpanded("half", nullptr, optional));
     EXPECT_TRUE(lines_.empty());
   }
   index_->missing_is_silent = 0;
-  EXPECT_EQ(RunExpanded("gone"), "v ");
-  EXPECT_EQ(RunExpanded("half"), "v ");
+  EXPECT_EQ("v ", RunExpanded("gone"));
+  EXPECT_EQ("v ", RunExpanded("half"));
 }
 
 TEST_F(ExpandedQuery, TheCallersWordCoversNoOtherFault) {
@@ -513,14 +512,14 @@ TEST_F(ExpandedQuery, TheCallersWordCoversNoOtherFault) {
   Product("p");
   Write("p", "env.xml", "<OPEN>");
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(RunExpanded("p"), "(null)");
+    EXPECT_EQ("(null)", RunExpanded("p"));
     EXPECT_EQ(2u, lines_.size());
   }
   RunExpanded("gone");
-  EXPECT_EQ(RunExpanded("gone", Alternative({{"opt", "%(NOPE)"}})), "(null)");
-  EXPECT_EQ(lines_, std::vector<std::string>{NotDefined("NOPE")});
+  EXPECT_EQ("(null)", RunExpanded("gone", Alternative({{"opt", "%(NOPE)"}})));
+  EXPECT_EQ(std::vector<std::string>{NotDefined("NOPE")}, lines_);
   Remove("p", "env.xml");
-  EXPECT_EQ(RunExpanded("p"), "v ");
+  EXPECT_EQ("v ", RunExpanded("p"));
 }
 
 }  // namespace

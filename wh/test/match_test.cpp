@@ -26,24 +26,24 @@ TEST(TestOp, EachOperatorMeansThis) {
       {"abc", 7, "a*", 1},   {"a*", 7, "abc", 0},   {"abc", 7, "abc", 1},  {"abc", 7, "b*", 0},
   };
   for (const OpRow& row : rows)
-    EXPECT_EQ(wh_test_op(FWT(row.lhs), row.op, FWT(row.rhs)), row.expected)
+    EXPECT_EQ(row.expected, wh_test_op(FWT(row.lhs), row.op, FWT(row.rhs)))
         << row.lhs << " " << row.op << " " << row.rhs;
 }
 
 TEST(TestOp, AnUnknownOperatorIsToldOnStandardOutput) {
   for (int op : {-1, -2, 8, 1000}) {
     testing::internal::CaptureStdout();
-    EXPECT_EQ(wh_test_op(FWT("a"), op, FWT("b")), 0);
+    EXPECT_EQ(0, wh_test_op(FWT("a"), op, FWT("b")));
     fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "operator 'error' is not implemented\n");
+    EXPECT_EQ("operator 'error' is not implemented\n", testing::internal::GetCapturedStdout());
   }
 }
 
 TEST(TestOp, ANullSideNeverHolds) {
   for (int op = 0; op <= 7; op++) {
-    EXPECT_EQ(wh_test_op(nullptr, op, FWT("b")), 0);
-    EXPECT_EQ(wh_test_op(FWT("a"), op, nullptr), 0);
-    EXPECT_EQ(wh_test_op_multi(FWT("a"), op, nullptr), 0);
+    EXPECT_EQ(0, wh_test_op(nullptr, op, FWT("b")));
+    EXPECT_EQ(0, wh_test_op(FWT("a"), op, nullptr));
+    EXPECT_EQ(0, wh_test_op_multi(FWT("a"), op, nullptr));
   }
 }
 
@@ -63,27 +63,27 @@ TEST(TestOpMulti, ACommaMeansOrForEveryOperator) {
       {"", 0, "", 1},
   };
   for (const OpRow& row : rows)
-    EXPECT_EQ(wh_test_op_multi(FWT(row.lhs), row.op, FWT(row.rhs)), row.expected)
+    EXPECT_EQ(row.expected, wh_test_op_multi(FWT(row.lhs), row.op, FWT(row.rhs)))
         << row.lhs << " " << row.op << " " << row.rhs;
 }
 
 TEST(TestVar, AVariableThatTheVarietyLacksNeverMatches) {
   Variety variety({{"a", "1"}, {nullptr, "x"}, {"novalue", nullptr}});
   for (int op = 0; op <= 7; op++) {
-    EXPECT_EQ(wh_test_var(&variety, FWT("b"), op, FWT("1")), 0) << op;
-    EXPECT_EQ(wh_test_var(&variety, FWT("novalue"), op, FWT("1")), 0) << op;
-    EXPECT_EQ(wh_test_var(&variety, nullptr, op, FWT("x")), 0) << op;
-    EXPECT_EQ(wh_test_var(&variety, FWT("a"), op, nullptr), 0) << op;
+    EXPECT_EQ(0, wh_test_var(&variety, FWT("b"), op, FWT("1"))) << op;
+    EXPECT_EQ(0, wh_test_var(&variety, FWT("novalue"), op, FWT("1"))) << op;
+    EXPECT_EQ(0, wh_test_var(&variety, nullptr, op, FWT("x"))) << op;
+    EXPECT_EQ(0, wh_test_var(&variety, FWT("a"), op, nullptr)) << op;
   }
 }
 
 TEST(TestVar, TheFirstVariableOfANameCounts) {
   Variety variety({{"a", "1"}, {"a", "2"}});
-  EXPECT_EQ(Str(var_lookup(FWT("a"), &variety)), "1");
-  EXPECT_EQ(wh_test_var(&variety, FWT("a"), 0, FWT("1")), 1);
-  EXPECT_EQ(wh_test_var(&variety, FWT("a"), 0, FWT("2")), 0);
-  EXPECT_EQ(var_lookup(FWT("A"), &variety), nullptr);
-  EXPECT_EQ(var_lookup(nullptr, &variety), nullptr);
+  EXPECT_EQ("1", Str(var_lookup(FWT("a"), &variety)));
+  EXPECT_EQ(1, wh_test_var(&variety, FWT("a"), 0, FWT("1")));
+  EXPECT_EQ(0, wh_test_var(&variety, FWT("a"), 0, FWT("2")));
+  EXPECT_EQ(nullptr, var_lookup(FWT("A"), &variety));
+  EXPECT_EQ(nullptr, var_lookup(nullptr, &variety));
 }
 
 TEST(TestVar, PlatformAndTargetCompareAsPlatforms) {
@@ -102,7 +102,7 @@ TEST(TestVar, PlatformAndTargetCompareAsPlatforms) {
   };
   for (const auto& row : rows) {
     Variety variety({{row.name, row.has}});
-    EXPECT_EQ(wh_test_var(&variety, FWT(row.name), 7, FWT(row.wanted)), row.expected)
+    EXPECT_EQ(row.expected, wh_test_var(&variety, FWT(row.name), 7, FWT(row.wanted)))
         << row.name << " " << row.has << " " << row.wanted;
   }
 }
@@ -110,10 +110,10 @@ TEST(TestVar, PlatformAndTargetCompareAsPlatforms) {
 TEST(TestVar, LeavesTheListOfPlatformsAsItWas) {
   Variety variety({{"platform", "linux-x86"}});
   Text wanted("pc,,mac,unix,dos");
-  EXPECT_EQ(wh_test_var(&variety, FWT("platform"), 7, wanted), 1);
-  EXPECT_EQ(wanted.str(), "pc,,mac,unix,dos");
+  EXPECT_EQ(1, wh_test_var(&variety, FWT("platform"), 7, wanted));
+  EXPECT_EQ("pc,,mac,unix,dos", wanted.str());
   // A literal can't be written to, and need not be.
-  EXPECT_EQ(wh_test_var(&variety, FWT("platform"), 7, FWT("pc,mac")), 0);
+  EXPECT_EQ(0, wh_test_var(&variety, FWT("platform"), 7, FWT("pc,mac")));
 }
 
 int Matches(WH_VARIETY* variety, WH_PATTERN* pattern, const char* host = nullptr) {
@@ -124,45 +124,45 @@ int Matches(WH_VARIETY* variety, WH_PATTERN* pattern, const char* host = nullptr
 
 TEST(MatchVar, NoConditionMatchesEverything) {
   Variety variety({});
-  EXPECT_EQ(matchvar(&variety, nullptr, nullptr), 1);
-  EXPECT_EQ(Matches(&variety, make_pattern()), 1);
+  EXPECT_EQ(1, matchvar(&variety, nullptr, nullptr));
+  EXPECT_EQ(1, Matches(&variety, make_pattern()));
 }
 
 TEST(MatchVar, AllConditionsOfAnAlternativeMustHold) {
   Variety variety({{"platform", "linux-x86"}, {"opt", "debug"}});
-  EXPECT_EQ(Matches(&variety, Alternative({{"platform", "pc,unix"}})), 1);
-  EXPECT_EQ(Matches(&variety, Alternative({{"platform", "pc,unix"}, {"opt", "d*"}})), 1);
-  EXPECT_EQ(Matches(&variety, Alternative({{"platform", "unix"}, {"opt", "release"}})), 0);
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}, {"other", "*"}})), 0);
+  EXPECT_EQ(1, Matches(&variety, Alternative({{"platform", "pc,unix"}})));
+  EXPECT_EQ(1, Matches(&variety, Alternative({{"platform", "pc,unix"}, {"opt", "d*"}})));
+  EXPECT_EQ(0, Matches(&variety, Alternative({{"platform", "unix"}, {"opt", "release"}})));
+  EXPECT_EQ(0, Matches(&variety, Alternative({{"opt", "debug"}, {"other", "*"}})));
 }
 
 TEST(MatchVar, OneAlternativeIsEnough) {
   Variety variety({{"opt", "debug"}});
   EXPECT_EQ(
-      Matches(&variety, Alternative({{"opt", "x"}}, nullptr, Alternative({{"opt", "d?bug"}}))), 1);
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "x"}}, nullptr, Alternative({{"opt", "y"}}))),
-            0);
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "x"}}, nullptr, make_pattern())), 1);
+      1, Matches(&variety, Alternative({{"opt", "x"}}, nullptr, Alternative({{"opt", "d?bug"}}))));
+  EXPECT_EQ(0,
+            Matches(&variety, Alternative({{"opt", "x"}}, nullptr, Alternative({{"opt", "y"}}))));
+  EXPECT_EQ(1, Matches(&variety, Alternative({{"opt", "x"}}, nullptr, make_pattern())));
 }
 
 TEST(MatchVar, TheHostCountsOnlyIfBothAreGiven) {
   Variety variety({{"opt", "debug"}});
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}, "pc")), 1);
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}), "linux-x86"), 1);
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}, "unix"), "linux-x86"), 1);
-  EXPECT_EQ(Matches(&variety, Alternative({{"opt", "debug"}}, "pc"), "linux-x86"), 0);
-  EXPECT_EQ(Matches(&variety,
+  EXPECT_EQ(1, Matches(&variety, Alternative({{"opt", "debug"}}, "pc")));
+  EXPECT_EQ(1, Matches(&variety, Alternative({{"opt", "debug"}}), "linux-x86"));
+  EXPECT_EQ(1, Matches(&variety, Alternative({{"opt", "debug"}}, "unix"), "linux-x86"));
+  EXPECT_EQ(0, Matches(&variety, Alternative({{"opt", "debug"}}, "pc"), "linux-x86"));
+  EXPECT_EQ(1,
+            Matches(&variety,
                     Alternative({{"opt", "debug"}}, "pc", Alternative({{"opt", "debug"}}, "unix")),
-                    "linux-x86"),
-            1);
+                    "linux-x86"));
 }
 
 TEST(MatchVar, MissingAttributesMatchNothing) {
   Variety variety({{nullptr, "x"}, {"n", nullptr}, {"a", "1"}});
-  EXPECT_EQ(Matches(&variety, Alternative({{nullptr, "x"}})), 0);
-  EXPECT_EQ(Matches(&variety, Alternative({{"n", "*"}})), 0);
-  EXPECT_EQ(Matches(&variety, Alternative({{"a", nullptr}})), 0);
-  EXPECT_EQ(Matches(&variety, Alternative({{nullptr, nullptr}})), 0);
+  EXPECT_EQ(0, Matches(&variety, Alternative({{nullptr, "x"}})));
+  EXPECT_EQ(0, Matches(&variety, Alternative({{"n", "*"}})));
+  EXPECT_EQ(0, Matches(&variety, Alternative({{"a", nullptr}})));
+  EXPECT_EQ(0, Matches(&variety, Alternative({{nullptr, nullptr}})));
 }
 
 // Many conditions on many variables are tested by a table of the variables.
@@ -218,9 +218,9 @@ TEST(MatchingVarieties, KeepTheirOrder) {
     add_variety(all, variety);
   WH_PATTERN* pattern = Alternative({{"platform", "linux-x86"}});
   WH_VARIETY_SEQ* matching = matching_varieties(all, pattern, nullptr);
-  ASSERT_EQ(FwVectorLength(&matching->seq), 2);
-  EXPECT_EQ(FwVectorGetElement(&matching->seq, 0), &unix_release);
-  EXPECT_EQ(FwVectorGetElement(&matching->seq, 1), &unix_debug);
+  ASSERT_EQ(2, FwVectorLength(&matching->seq));
+  EXPECT_EQ(&unix_release, FwVectorGetElement(&matching->seq, 0));
+  EXPECT_EQ(&unix_debug, FwVectorGetElement(&matching->seq, 1));
   free_variety_seq(&matching);
   free_pattern(&pattern);
   free_variety_seq(&all);
@@ -233,11 +233,11 @@ TEST(PlatformVariant, IsTheFirstPlatformThatIncludesTheHost) {
   info.varieties = make_variety_seq();
   FwTextString host = wh_host_platform;
   wh_host_platform = FWT("linux_2_4_20-i686");
-  EXPECT_EQ(platform_variant_matching_host(&info), nullptr);
+  EXPECT_EQ(nullptr, platform_variant_matching_host(&info));
   add_variety(info.varieties, &first);
-  EXPECT_EQ(platform_variant_matching_host(&info), nullptr);
+  EXPECT_EQ(nullptr, platform_variant_matching_host(&info));
   add_variety(info.varieties, &second);
-  EXPECT_EQ(platform_variant_matching_host(&info), second.vars->next->v);
+  EXPECT_EQ(second.vars->next->v, platform_variant_matching_host(&info));
   wh_host_platform = host;
   free_variety_seq(&info.varieties);
 }

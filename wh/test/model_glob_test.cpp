@@ -167,8 +167,8 @@ void ExpectSameSlots(const model::Table<std::string>& expected, const FwHashTabl
     const FwHashEntry& entry = table->pEntries[slot];
     ASSERT_EQ(key == nullptr, entry.key == nullptr) << "slot " << slot;
     if (key == nullptr) continue;
-    ASSERT_EQ(*key, static_cast<const char*>(entry.key)) << "slot " << slot;
-    ASSERT_EQ(*expected.Find(*key), static_cast<const char*>(entry.value)) << "slot " << slot;
+    ASSERT_EQ(static_cast<const char*>(entry.key), *key) << "slot " << slot;
+    ASSERT_EQ(static_cast<const char*>(entry.value), *expected.Find(*key)) << "slot " << slot;
   }
 }
 

@@ -54,34 +54,34 @@ class Nodes {
 
 TEST(MatchNodes, ALiteralFindsAllSpellingsOfItsPath) {
   Nodes nodes({"/a/b", "/a//b", "/a/b/", "/a", "a/b", "/a/b|c"});
-  EXPECT_EQ(nodes.Found("/a/b").size(), 3u);
-  EXPECT_EQ(nodes.Found("/a/b"), nodes.Tried("/a/b"));
-  EXPECT_EQ(nodes.Found("//a/b//"), nodes.Tried("/a/b"));
-  EXPECT_EQ(nodes.Found("a/b"), Strings{"a/b"});
-  EXPECT_EQ(nodes.Found("/c"), Strings{});
+  EXPECT_EQ(3u, nodes.Found("/a/b").size());
+  EXPECT_EQ(nodes.Tried("/a/b"), nodes.Found("/a/b"));
+  EXPECT_EQ(nodes.Tried("/a/b"), nodes.Found("//a/b//"));
+  EXPECT_EQ(Strings{"a/b"}, nodes.Found("a/b"));
+  EXPECT_EQ(Strings{}, nodes.Found("/c"));
 }
 
 TEST(MatchNodes, APatternAskedForAgainFindsTheSame) {
   Nodes nodes({"/usr/bin", "/usr/local/bin", "/bin"});
   const Strings found = nodes.Found("/usr/**");
-  EXPECT_EQ(found.size(), 2u);
-  EXPECT_EQ(nodes.Found("/usr/**"), found);
-  EXPECT_EQ(nodes.Found("/bin"), Strings{"/bin"});
-  EXPECT_EQ(nodes.Found("/usr/**"), found);
+  EXPECT_EQ(2u, found.size());
+  EXPECT_EQ(found, nodes.Found("/usr/**"));
+  EXPECT_EQ(Strings{"/bin"}, nodes.Found("/bin"));
+  EXPECT_EQ(found, nodes.Found("/usr/**"));
 }
 
 TEST(MatchNodes, AGlobBesideFewNodesTriesEach) {
   Nodes nodes({"/usr/bin", "/usr/local/bin", "/bin"});
-  EXPECT_EQ(nodes.Found("/usr/*"), Strings{"/usr/bin"});
-  EXPECT_EQ(nodes.Found("**").size(), 3u);
+  EXPECT_EQ(Strings{"/usr/bin"}, nodes.Found("/usr/*"));
+  EXPECT_EQ(3u, nodes.Found("**").size());
 }
 
 TEST(MatchNodes, AGlobFindsTextsThatBeginAsItDoesInAnotherSpelling) {
   Nodes nodes({"/a/b", "/a//b1", "//a/b2/", "/a/b|x", "/a", "/a/c", "a/b"});
-  EXPECT_EQ(nodes.Found("/a/b*"), nodes.Tried("/a/b*"));
-  EXPECT_EQ(nodes.Found("/a/b*").size(), 3u);
-  EXPECT_EQ(nodes.Found("//a//b?"), nodes.Tried("//a//b?"));
-  EXPECT_EQ(nodes.Found("//a//b?").size(), 2u);
+  EXPECT_EQ(nodes.Tried("/a/b*"), nodes.Found("/a/b*"));
+  EXPECT_EQ(3u, nodes.Found("/a/b*").size());
+  EXPECT_EQ(nodes.Tried("//a//b?"), nodes.Found("//a//b?"));
+  EXPECT_EQ(2u, nodes.Found("//a//b?").size());
 }
 
 TEST(MatchNodes, AGlobBesideManyNodesFindsWhatEachTryWould) {
@@ -103,7 +103,7 @@ TEST(MatchNodes, AGlobBesideManyNodesFindsWhatEachTryWould) {
   for (int i = 0; i < 2000; ++i) {
     std::string pattern = word("aab//*?\xC3\xA4", 7);
     Strings tried = nodes.Tried(pattern);
-    EXPECT_EQ(nodes.Found(pattern), tried) << pattern;
+    EXPECT_EQ(tried, nodes.Found(pattern)) << pattern;
     met += !tried.empty();
   }
   EXPECT_GT(met, 500);
@@ -117,15 +117,15 @@ TEST(MatchNodes, ABeginningEndsBeforeWhatMayDiffer) {
     close_glob(&glob);
     return text;
   };
-  EXPECT_EQ(beginning("/opt/weaver*/bin"), "/opt/weaver");
-  EXPECT_EQ(beginning("/opt//w?"), "/opt/w");
-  EXPECT_EQ(beginning("/opt/**"), "/opt");
-  EXPECT_EQ(beginning("/opt|file"), "/opt");
-  EXPECT_EQ(beginning("/opt/*"), "/opt/");
-  EXPECT_EQ(beginning("opt/a"), "opt/a");
-  EXPECT_EQ(beginning("*/bin"), "");
-  EXPECT_EQ(beginning("**opt**"), "");
-  EXPECT_EQ(beginning("/"), "/");
+  EXPECT_EQ("/opt/weaver", beginning("/opt/weaver*/bin"));
+  EXPECT_EQ("/opt/w", beginning("/opt//w?"));
+  EXPECT_EQ("/opt", beginning("/opt/**"));
+  EXPECT_EQ("/opt", beginning("/opt|file"));
+  EXPECT_EQ("/opt/", beginning("/opt/*"));
+  EXPECT_EQ("opt/a", beginning("opt/a"));
+  EXPECT_EQ("", beginning("*/bin"));
+  EXPECT_EQ("", beginning("**opt**"));
+  EXPECT_EQ("/", beginning("/"));
 }
 
 TEST(MatchNodes, TextsAreTheirOwnKeysIfTheKeySaysSo) {
@@ -137,7 +137,7 @@ TEST(MatchNodes, TextsAreTheirOwnKeysIfTheKeySaysSo) {
       texts.push_back(texts[i] + c);
   for (const std::string& text : texts) {
     FwTextString key = literal_key(Fwt(text));
-    EXPECT_EQ(is_own_key(Fwt(text)), key != nullptr && Str(key) == text) << text;
+    EXPECT_EQ(key != nullptr && Str(key) == text, is_own_key(Fwt(text))) << text;
     wh_free(key);
   }
 }

@@ -12,16 +12,16 @@
 namespace {
 
 TEST(Nothing, IsNoName) {
-  EXPECT_EQ(wh_env_compare(nullptr, nullptr), 0);
-  EXPECT_EQ(wh_env_compare(nullptr, FWT("A")), 0);
-  EXPECT_EQ(wh_env_compare(FWT("A"), nullptr), 0);
-  EXPECT_EQ(wh_env_compare(FWT("A"), FWT("A")), 1);
+  EXPECT_EQ(0, wh_env_compare(nullptr, nullptr));
+  EXPECT_EQ(0, wh_env_compare(nullptr, FWT("A")));
+  EXPECT_EQ(0, wh_env_compare(FWT("A"), nullptr));
+  EXPECT_EQ(1, wh_env_compare(FWT("A"), FWT("A")));
 }
 
 TEST(Nothing, IsFreedAsNothing) {
   WH_PRODUCT_INFO* info = nullptr;
   free_prodinfo(&info);
-  EXPECT_EQ(info, nullptr);
+  EXPECT_EQ(nullptr, info);
   free_vr(nullptr);
 }
 
@@ -34,12 +34,12 @@ TEST(Nothing, OfAVersionThereIsNoRev) {
     Error err;
     const WQ_VER_REV vr = wq_latest_version_and_rev_platform(&err, &rec, FWT(component),
                                                              Fwt(tree.path()), FWT("linux-x86"));
-    EXPECT_EQ(vr.version, nullptr) << component;
-    EXPECT_EQ(vr.rev, nullptr) << component;
-    EXPECT_EQ(Str(rec.pbz), "") << component;
-    EXPECT_EQ(err.text(), component[0] == 'M'
-                              ? "*** Error: File " + (tree / "M/") + " Does not exist"
-                              : "*** Error: Operation failed");
+    EXPECT_EQ(nullptr, vr.version) << component;
+    EXPECT_EQ(nullptr, vr.rev) << component;
+    EXPECT_EQ("", Str(rec.pbz)) << component;
+    EXPECT_EQ(component[0] == 'M' ? "*** Error: File " + (tree / "M/") + " Does not exist"
+                                  : "*** Error: Operation failed",
+              err.text());
   }
   FwStrRecordAbandon(&rec);
 }
@@ -49,8 +49,8 @@ TEST(Nothing, IsForAPlatformInAPlainFile) {
   tree.Write("v/file", "");
   tree.Write("v/lib/file", "");
   Error err;
-  EXPECT_EQ(wq_version_or_rev_contains_platform(&err, Fwt(tree / "v"), FWT("linux-x86")), 0);
-  EXPECT_EQ(err.text(), "");
+  EXPECT_EQ(0, wq_version_or_rev_contains_platform(&err, Fwt(tree / "v"), FWT("linux-x86")));
+  EXPECT_EQ("", err.text());
 }
 
 TEST(Nothing, IsLeftOfALineEnd) {
@@ -58,8 +58,8 @@ TEST(Nothing, IsLeftOfALineEnd) {
   WH_SYMTAB* symtab = make_symtab(FWT("file"));
   for (const char* content : {"\n", "\r", "\r\n"}) {
     Error err;
-    EXPECT_EQ(Take(wh_expand(&err, Fwt("%[" + tree.Write("f", content) + "]"), symtab)), "");
-    EXPECT_EQ(err.text(), "");
+    EXPECT_EQ("", Take(wh_expand(&err, Fwt("%[" + tree.Write("f", content) + "]"), symtab)));
+    EXPECT_EQ("", err.text());
   }
   free_symtab(&symtab);
 }

@@ -18,31 +18,31 @@ std::string NameFromPath(const char* path) {
 }
 
 TEST(NameFromPath, ThreeElementsAreTooFew) {
-  EXPECT_EQ(NameFromPath("Tools/1.8/5"), "(null)");
-  EXPECT_EQ(NameFromPath(""), "(null)");
+  EXPECT_EQ("(null)", NameFromPath("Tools/1.8/5"));
+  EXPECT_EQ("(null)", NameFromPath(""));
 }
 
 TEST(NameFromPath, TheLastThreeElementsAreNameVersionAndRev) {
-  EXPECT_EQ(NameFromPath("c/Tools/1.8/5"), "c|Tools|1.8|5");
-  EXPECT_EQ(NameFromPath("a/b/Tools/1.8/5"), "a/b|Tools|1.8|5");
+  EXPECT_EQ("c|Tools|1.8|5", NameFromPath("c/Tools/1.8/5"));
+  EXPECT_EQ("a/b|Tools|1.8|5", NameFromPath("a/b/Tools/1.8/5"));
 }
 
 TEST(NameFromPath, OneSeparatorIsSteppedOverAfterAnElement) {
-  EXPECT_EQ(NameFromPath("c/Tools/1.8/5/"), "c|Tools|1.8|5");
+  EXPECT_EQ("c|Tools|1.8|5", NameFromPath("c/Tools/1.8/5/"));
   // A further one makes an empty element, which counts but adds nothing to the category.
-  EXPECT_EQ(NameFromPath("/c/Tools/1.8/5"), "c|Tools|1.8|5");
-  EXPECT_EQ(NameFromPath("a//b/Tools/1.8/5"), "a/b|Tools|1.8|5");
-  EXPECT_EQ(NameFromPath("Tools/1.8//5"), "Tools|1.8||5");
+  EXPECT_EQ("c|Tools|1.8|5", NameFromPath("/c/Tools/1.8/5"));
+  EXPECT_EQ("a/b|Tools|1.8|5", NameFromPath("a//b/Tools/1.8/5"));
+  EXPECT_EQ("Tools|1.8||5", NameFromPath("Tools/1.8//5"));
 }
 
 TEST(Hash, FoldsTheBytesByFour) {
-  EXPECT_EQ(hash(FWT("")), 0);
-  EXPECT_EQ(hash(FWT("bcd")), 4209);
+  EXPECT_EQ(0, hash(FWT("")));
+  EXPECT_EQ(4209, hash(FWT("bcd")));
   // The a's at 0 and 4 cancel out; what is left is not the key "bcd", whose bytes stand elsewhere.
-  EXPECT_EQ(hash(FWT("abcdaXYZ")), 532);
-  EXPECT_EQ(hash(FWT("abcdabcd")), 0);
+  EXPECT_EQ(532, hash(FWT("abcdaXYZ")));
+  EXPECT_EQ(0, hash(FWT("abcdabcd")));
   // 0x61 * 0.6180339887498949 = 59.9492969..., and 0.9492969... * 7393 = 7018.15...
-  EXPECT_EQ(hash(FWT("a")), 7018);
+  EXPECT_EQ(7018, hash(FWT("a")));
 }
 
 TEST(Hash, StaysBelowItsNumberOfSlots) {
@@ -55,17 +55,17 @@ TEST(Hash, StaysBelowItsNumberOfSlots) {
 TEST(ProductName, TheCallersCategoryIsRewritten) {
   Text category("a\\b:c");
   WH_PRODUCT_NAME* name = make_prodname(category, FWT("n\\:"), FWT("1:0"), FWT("+"));
-  EXPECT_EQ(category.str(), "a/b/c");
-  EXPECT_EQ(Fields(name), "a/b/c|n\\:|1:0|+");
-  EXPECT_NE(name->category, static_cast<FwTextString>(category));
+  EXPECT_EQ("a/b/c", category.str());
+  EXPECT_EQ("a/b/c|n\\:|1:0|+", Fields(name));
+  EXPECT_NE(static_cast<FwTextString>(category), name->category);
   free_prodname(&name);
-  EXPECT_EQ(name, nullptr);
+  EXPECT_EQ(nullptr, name);
 }
 
 TEST(ProductName, FieldsMayBeNull) {
   Text category("c");
   WH_PRODUCT_NAME* name = make_prodname(category, nullptr, nullptr, nullptr);
-  EXPECT_EQ(Fields(name), "c|(null)|(null)|(null)");
+  EXPECT_EQ("c|(null)|(null)|(null)", Fields(name));
   free_prodname(&name);
 }
 
@@ -86,37 +86,37 @@ TEST(ProductName, EqualityIsOfAllFourFieldsByteByByte) {
 
 TEST(ProductPath, IsCategoryNameVersionRev) {
   WH_PRODUCT_NAME* name = Prodname("a/b", "Tools", "1.8", "5");
-  EXPECT_EQ(Take(wh_dirpath(FWT("/base"), name)), "/base/a/b/Tools/1.8/5");
-  EXPECT_EQ(Take(wh_dirpath(FWT("/base/"), name)), "/base/a/b/Tools/1.8/5");
-  EXPECT_EQ(Take(wh_filepath(FWT("/base"), name, FWT("env.xml"))), "/base/a/b/Tools/1.8/5/env.xml");
+  EXPECT_EQ("/base/a/b/Tools/1.8/5", Take(wh_dirpath(FWT("/base"), name)));
+  EXPECT_EQ("/base/a/b/Tools/1.8/5", Take(wh_dirpath(FWT("/base/"), name)));
+  EXPECT_EQ("/base/a/b/Tools/1.8/5/env.xml", Take(wh_filepath(FWT("/base"), name, FWT("env.xml"))));
   free_prodname(&name);
 }
 
 TEST(ProductPath, AnEmptyDirectoryGivesARelativePath) {
   WH_PRODUCT_NAME* name = Prodname("c", "n", "1", "2");
-  EXPECT_EQ(Take(wh_filepath(FWT(""), name, FWT("env.xml"))), "c/n/1/2/env.xml");
+  EXPECT_EQ("c/n/1/2/env.xml", Take(wh_filepath(FWT(""), name, FWT("env.xml"))));
   free_prodname(&name);
 }
 
 TEST(ProductPath, ForeignSeparatorsOfTheFileNameAreTakenAsSeparators) {
   WH_PRODUCT_NAME* name = Prodname("c", "n", "1", "2");
-  EXPECT_EQ(Take(wh_filepath(FWT("/base"), name, FWT("sub\\dir:file"))),
-            "/base/c/n/1/2/sub/dir/file");
+  EXPECT_EQ("/base/c/n/1/2/sub/dir/file",
+            Take(wh_filepath(FWT("/base"), name, FWT("sub\\dir:file"))));
   free_prodname(&name);
 }
 
 TEST(Separators, AreAllTurnedIntoSlashes) {
   Text path("\\a/b:c\\");
   standardize_separators(path);
-  EXPECT_EQ(path.str(), "/a/b/c/");
+  EXPECT_EQ("/a/b/c/", path.str());
 }
 
 TEST(Vectors, OpenInStorageThatIsNotZeroed) {
   FwVector vector;
   std::memset(static_cast<void*>(&vector), 0x55, sizeof vector);
   open_vector(&vector, 0);
-  EXPECT_EQ(vector.nCurrentAllocSize, 1);
-  EXPECT_EQ(FwVectorLength(&vector), 0);
+  EXPECT_EQ(1, vector.nCurrentAllocSize);
+  EXPECT_EQ(0, FwVectorLength(&vector));
   FwVectorAbandon(&vector, 0);
 }
 
@@ -125,30 +125,30 @@ TEST(Vectors, RecyclingEmptiesAndOpensAnew) {
   open_vector(&vector, 3);
   FwVectorAddElement(&vector, FwStrDuplicate(FWT("freed")));
   recycle_vector(&vector, 1, 7);
-  EXPECT_EQ(FwVectorLength(&vector), 0);
-  EXPECT_EQ(vector.nCurrentAllocSize, 7);
+  EXPECT_EQ(0, FwVectorLength(&vector));
+  EXPECT_EQ(7, vector.nCurrentAllocSize);
   FwVectorAbandon(&vector, 0);
 }
 
 TEST(Strings, DuplicateOfNullIsNull) {
-  EXPECT_EQ(dup_str(nullptr), nullptr);
-  EXPECT_EQ(Take(dup_str(FWT("x"))), "x");
+  EXPECT_EQ(nullptr, dup_str(nullptr));
+  EXPECT_EQ("x", Take(dup_str(FWT("x"))));
 }
 
 TEST(ErrorHelpers, ExcusedIsTrueOnAClearState) {
   Error err;
   EXPECT_TRUE(excused(&err));
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, err.pError);
 }
 
 TEST(ErrorHelpers, ExcusedClearsOnlyWhatDoesNotExist) {
   Error err;
   FwErrorSet(&err, fwErrorNonExistent, 2, FWT("File"), FWT("x"));
   EXPECT_TRUE(excused(&err));
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(nullptr, err.pError);
   FwErrorSet(&err, fwErrorAccessDenied, 2, FWT("File"), FWT("x"));
   EXPECT_FALSE(excused(&err));
-  EXPECT_EQ(err.pError, fwErrorAccessDenied);
+  EXPECT_EQ(fwErrorAccessDenied, err.pError);
 }
 
 TEST(ErrorHelpers, IsErrorNonExistentCoversDescendantsAndNothingElse) {
@@ -164,56 +164,56 @@ TEST(ErrorHelpers, IsErrorNonExistentCoversDescendantsAndNothingElse) {
   for (auto [kind, expected] : rows) {
     Error err;
     FwErrorSet(&err, kind, 0);
-    EXPECT_EQ(is_ErrorNonExistent(&err), expected);
-    EXPECT_EQ(err.pError, kind);
-    EXPECT_EQ(excused(&err), expected);
+    EXPECT_EQ(expected, is_ErrorNonExistent(&err));
+    EXPECT_EQ(kind, err.pError);
+    EXPECT_EQ(expected, excused(&err));
   }
   Error clear;
-  EXPECT_EQ(is_ErrorNonExistent(&clear), 0);
+  EXPECT_EQ(0, is_ErrorNonExistent(&clear));
 }
 
 TEST(ErrorHelpers, ReportKeepsTheErrorAndGivesOne) {
   Reports reports;
   Error err;
-  EXPECT_EQ(report(&err, Reports::Collect), 0);
+  EXPECT_EQ(0, report(&err, Reports::Collect));
   FwErrorSet(&err, fwErrorNonExistent, 2, FWT("File"), FWT("x"));
-  EXPECT_EQ(report(&err, Reports::Collect), 1);
-  EXPECT_EQ(report(&err, nullptr), 1);
-  EXPECT_EQ(err.pError, fwErrorNonExistent);
-  EXPECT_EQ(reports.lines(), std::vector<std::string>{"*** Error: File x Does not exist"});
+  EXPECT_EQ(1, report(&err, Reports::Collect));
+  EXPECT_EQ(1, report(&err, nullptr));
+  EXPECT_EQ(fwErrorNonExistent, err.pError);
+  EXPECT_EQ(std::vector<std::string>{"*** Error: File x Does not exist"}, reports.lines());
 }
 
 TEST(ErrorHelpers, RepClearHasTheOppositeSense) {
   Reports reports;
   Error err;
-  EXPECT_EQ(rep_clear(&err, Reports::Collect), 1);
+  EXPECT_EQ(1, rep_clear(&err, Reports::Collect));
   FwErrorSet(&err, fwErrorNonExistent, 2, FWT("File"), FWT("x"));
-  EXPECT_EQ(rep_clear(&err, Reports::Collect), 0);
-  EXPECT_EQ(err.pError, nullptr);
+  EXPECT_EQ(0, rep_clear(&err, Reports::Collect));
+  EXPECT_EQ(nullptr, err.pError);
   FwErrorSet(&err, fwErrorNonExistent, 2, FWT("File"), FWT("y"));
-  EXPECT_EQ(rep_clear(&err, nullptr), 0);
-  EXPECT_EQ(err.pError, nullptr);
-  EXPECT_EQ(reports.lines(), std::vector<std::string>{"*** Error: File x Does not exist"});
+  EXPECT_EQ(0, rep_clear(&err, nullptr));
+  EXPECT_EQ(nullptr, err.pError);
+  EXPECT_EQ(std::vector<std::string>{"*** Error: File x Does not exist"}, reports.lines());
 }
 
 TEST(Vars, FreeingANullListDoesNothing) {
   WH_VAR* var = nullptr;
   free_vars(&var);
-  EXPECT_EQ(var, nullptr);
+  EXPECT_EQ(nullptr, var);
 }
 
 TEST(Vars, HoldCopiesAndMayBeNull) {
   Text n("n");
   Text v("v");
   WH_VAR* var = make_var(n, v);
-  EXPECT_NE(var->n, static_cast<FwTextString>(n));
-  EXPECT_EQ(Str(var->n) + "=" + Str(var->v), "n=v");
-  EXPECT_EQ(var->next, nullptr);
+  EXPECT_NE(static_cast<FwTextString>(n), var->n);
+  EXPECT_EQ("n=v", Str(var->n) + "=" + Str(var->v));
+  EXPECT_EQ(nullptr, var->next);
   var->next = make_var(nullptr, nullptr);
-  EXPECT_EQ(var->next->n, nullptr);
-  EXPECT_EQ(var->next->v, nullptr);
+  EXPECT_EQ(nullptr, var->next->n);
+  EXPECT_EQ(nullptr, var->next->v);
   free_vars(&var);
-  EXPECT_EQ(var, nullptr);
+  EXPECT_EQ(nullptr, var);
 }
 
 TEST(Vars, AListOfAnyLengthIsFreedWithoutRecursion) {
@@ -228,39 +228,39 @@ TEST(Vars, AListOfAnyLengthIsFreedWithoutRecursion) {
     chain = pattern;
   }
   free_vars(&list);
-  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(nullptr, list);
   free_pattern(&chain);
-  EXPECT_EQ(chain, nullptr);
+  EXPECT_EQ(nullptr, chain);
 }
 
 TEST(Patterns, StartEmpty) {
   WH_PATTERN* pattern = make_pattern();
-  EXPECT_EQ(pattern->vars, nullptr);
-  EXPECT_EQ(pattern->host, nullptr);
-  EXPECT_EQ(pattern->next, nullptr);
+  EXPECT_EQ(nullptr, pattern->vars);
+  EXPECT_EQ(nullptr, pattern->host);
+  EXPECT_EQ(nullptr, pattern->next);
   free_pattern(&pattern);
-  EXPECT_EQ(pattern, nullptr);
+  EXPECT_EQ(nullptr, pattern);
 }
 
 TEST(Varieties, ASequenceHasRoomForTwentyAndOwnsNoVariety) {
   WH_VARIETY variety;
   WH_VARIETY_SEQ* seq = make_variety_seq();
-  EXPECT_EQ(seq->seq.nCurrentAllocSize, 20);
+  EXPECT_EQ(20, seq->seq.nCurrentAllocSize);
   add_variety(seq, &variety);
   add_variety(seq, &variety);
   WH_VARIETY_SEQ* dup = dup_variety_seq(seq);
   free_variety_seq(&seq);
-  EXPECT_EQ(seq, nullptr);
-  ASSERT_EQ(FwVectorLength(&dup->seq), 2);
-  EXPECT_EQ(dup->seq.nCurrentAllocSize, 2);
-  EXPECT_EQ(FwVectorGetElement(&dup->seq, 1), &variety);
+  EXPECT_EQ(nullptr, seq);
+  ASSERT_EQ(2, FwVectorLength(&dup->seq));
+  EXPECT_EQ(2, dup->seq.nCurrentAllocSize);
+  EXPECT_EQ(&variety, FwVectorGetElement(&dup->seq, 1));
   free_variety_seq(&dup);
 }
 
 TEST(Varieties, AnEmptySequenceIsDuplicatedInSilence) {
   WH_VARIETY_SEQ* seq = make_variety_seq();
   WH_VARIETY_SEQ* dup = dup_variety_seq(seq);
-  EXPECT_EQ(FwVectorLength(&dup->seq), 0);
+  EXPECT_EQ(0, FwVectorLength(&dup->seq));
   free_variety_seq(&dup);
   free_variety_seq(&seq);
 }
@@ -280,38 +280,38 @@ TEST(Queries, OwnTheirNameAndPattern) {
   WH_PRODUCT_NAME* name = Prodname("c", "n", "1", "2");
   WH_PATTERN* pattern = Alternative({{"platform", "unix"}}, "all");
   WH_PRODUCT_QUERY* query = make_query(name, pattern, 3);
-  EXPECT_EQ(query->prodname, name);
-  EXPECT_EQ(query->pattern, pattern);
-  EXPECT_EQ(query->optional, 3);
-  EXPECT_EQ(query->media.nCurrentAllocSize, 2);
+  EXPECT_EQ(name, query->prodname);
+  EXPECT_EQ(pattern, query->pattern);
+  EXPECT_EQ(3, query->optional);
+  EXPECT_EQ(2, query->media.nCurrentAllocSize);
   FwVectorAddElement(&query->media, FwStrDuplicate(FWT("cd")));
   WH_PRODUCT_QUERY_LIST* list = make_querylist();
-  EXPECT_EQ(list->queries.nCurrentAllocSize, 5);
+  EXPECT_EQ(5, list->queries.nCurrentAllocSize);
   add_query(list, query);
-  ASSERT_EQ(FwVectorLength(&list->queries), 1);
-  EXPECT_EQ(FwVectorGetElement(&list->queries, 0), query);
+  ASSERT_EQ(1, FwVectorLength(&list->queries));
+  EXPECT_EQ(query, FwVectorGetElement(&list->queries, 0));
   free_querylist(&list);
-  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(nullptr, list);
 }
 
 TEST(Specs, ADuplicateSharesProductAndVarieties) {
   WH_PRODUCT product;
   WH_VARIETY variety;
   WH_PRODUCT_SPEC* spec = make_spec(&product, make_variety_seq());
-  EXPECT_EQ(spec->toplevel, 0);
+  EXPECT_EQ(0, spec->toplevel);
   add_variety(spec->varieties, &variety);
   spec->toplevel = 1;
   WH_PRODUCT_SPEC* dup = dup_spec(spec);
-  EXPECT_EQ(dup->product, &product);
-  EXPECT_EQ(dup->toplevel, 1);
-  EXPECT_NE(dup->varieties, spec->varieties);
-  EXPECT_EQ(FwVectorGetElement(&dup->varieties->seq, 0), &variety);
+  EXPECT_EQ(&product, dup->product);
+  EXPECT_EQ(1, dup->toplevel);
+  EXPECT_NE(spec->varieties, dup->varieties);
+  EXPECT_EQ(&variety, FwVectorGetElement(&dup->varieties->seq, 0));
   WH_PRODUCT_SPEC_LIST* list = make_speclist();
-  EXPECT_EQ(list->specs.nCurrentAllocSize, 5);
+  EXPECT_EQ(5, list->specs.nCurrentAllocSize);
   add_spec(list, spec);
   add_spec(list, dup);
   free_speclist(&list);
-  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(nullptr, list);
 }
 
 TEST(Records, FreeingNullDoesNothing) {
@@ -342,9 +342,9 @@ TEST(Records, FreeingNullDoesNothing) {
 TEST(WhInit, NotesTheHostsPlatform) {
   char name[kHostPlatformSize];
   host_platform(name);
-  EXPECT_EQ(Str(wh_host_platform), name);
+  EXPECT_EQ(name, Str(wh_host_platform));
   WH_SYMTAB* symtab = make_symtab(FWT("x"));
-  EXPECT_EQ(symtab_lookup(FWT("HOST-PLATFORM"), symtab, 13), wh_host_platform);
+  EXPECT_EQ(wh_host_platform, symtab_lookup(FWT("HOST-PLATFORM"), symtab, 13));
   free_symtab(&symtab);
 }
 

@@ -74,7 +74,7 @@ class Value {
   void Resolve(WH_ERROR_FUNC error) {
     FwHashEntry entry = {FWT("VALUE"), &val_ops_};
     res_context context = {error, FWT("VARIABLE"), ancestry_};
-    EXPECT_EQ(resolve(&entry, &context, nullptr), 1);
+    EXPECT_EQ(1, resolve(&entry, &context, nullptr));
   }
 
   // What is left, as "inserts/removes", with "!" behind it for a clash.
@@ -203,14 +203,14 @@ TEST(Resolve, SettlesListsAsTold) {
       {kAC, "C", "CA", "/A"},
   };
   for (const auto& row : rows)
-    EXPECT_EQ(Value(row.includes).Result(row.ins, row.rem), row.result)
+    EXPECT_EQ(row.result, Value(row.includes).Result(row.ins, row.rem))
         << row.ins << " and " << row.rem;
 }
 
 TEST(Resolve, InACircleTheEarlierOneWins) {
   const std::vector<std::pair<char, char>> circle = {{'A', 'B'}, {'B', 'A'}};
-  EXPECT_EQ(Value(circle).Result("AB", ""), "A/");
-  EXPECT_EQ(Value(circle).Result("BA", ""), "B/");
+  EXPECT_EQ("A/", Value(circle).Result("AB", ""));
+  EXPECT_EQ("B/", Value(circle).Result("BA", ""));
 }
 
 TEST(Resolve, AClashIsSilentWithoutAnErrorFunction) {
@@ -218,8 +218,8 @@ TEST(Resolve, AClashIsSilentWithoutAnErrorFunction) {
   value.Add("A", "B");
   Reports reports;
   value.Resolve(nullptr);
-  EXPECT_EQ(FwVectorLength(value.ins()), 1);
-  EXPECT_EQ(reports.lines(), Strings{});
+  EXPECT_EQ(1, FwVectorLength(value.ins()));
+  EXPECT_EQ(Strings{}, reports.lines());
 }
 
 TEST(Resolve, AnInsertThatIncludesARemoveNeverEnds) {
@@ -265,9 +265,9 @@ TEST(Resolve, AnInsertThatIncludesARemoveNeverEnds) {
   }
   for (size_t i = 0; i < children.size(); ++i) {
     int status = 0;
-    ASSERT_EQ(waitpid(children[i], &status, 0), children[i]);
+    ASSERT_EQ(children[i], waitpid(children[i], &status, 0));
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << rows[i].ins << " and " << rows[i].rem;
+    EXPECT_EQ(0, WEXITSTATUS(status)) << rows[i].ins << " and " << rows[i].rem;
   }
 }
 
@@ -345,7 +345,7 @@ TEST(Resolve, EqualsThePlainProcedureOnRandomLists) {
     ++ended;
     std::string expected = plain.ins + "/" + plain.rem;
     if (!plain.ins.empty() && !plain.rem.empty()) expected += "!";
-    ASSERT_EQ(Value(includes).Result(ins, rem), expected) << ins << " and " << rem;
+    ASSERT_EQ(expected, Value(includes).Result(ins, rem)) << ins << " and " << rem;
   }
   EXPECT_GT(ended, 2000);
 }
@@ -393,7 +393,7 @@ TEST(Resolve, EqualsThePlainProcedureOnWhatArrivesInAnyOrder) {
       }
     }
     const std::string before = plain.ins + "/" + plain.rem;
-    ASSERT_EQ(value.Lists(), before);
+    ASSERT_EQ(before, value.Lists());
     if (!plain.Run()) continue;
     ++ended;
     std::string expected = plain.ins + "/" + plain.rem;
@@ -402,7 +402,7 @@ TEST(Resolve, EqualsThePlainProcedureOnWhatArrivesInAnyOrder) {
       ++clashed;
       expected += "!";
     }
-    ASSERT_EQ(value.Result(), expected) << before;
+    ASSERT_EQ(expected, value.Result()) << before;
   }
   EXPECT_GT(ended, 3000);
   EXPECT_GT(emptied, 1000);
@@ -415,16 +415,16 @@ TEST(Resolve, ARemoveIsKeptOnceForAllInsertsThatItIsListedFor) {
     value.Remove('A', 0);
     value.Insert('A');
   }
-  EXPECT_EQ(value.Lists(), std::string(100, 'A') + "/" + std::string(10000, 'A'));
-  EXPECT_EQ(value.runs(), 100);
-  EXPECT_EQ(value.Result(), std::string(100, 'A') + "/");
+  EXPECT_EQ(std::string(100, 'A') + "/" + std::string(10000, 'A'), value.Lists());
+  EXPECT_EQ(100, value.runs());
+  EXPECT_EQ(std::string(100, 'A') + "/", value.Result());
 }
 
 TEST(Resolve, ManyOperationsOfFewVarietiesTakeLittleTime) {
   Value value(kAC);
-  EXPECT_EQ(value.Result(std::string(30000, 'X') + "C",
-                         std::string(50000, 'A') + std::string(50000, 'B')),
-            "/" + std::string(50000, 'A') + std::string(50000, 'B'));
+  EXPECT_EQ("/" + std::string(50000, 'A') + std::string(50000, 'B'),
+            value.Result(std::string(30000, 'X') + "C",
+                         std::string(50000, 'A') + std::string(50000, 'B')));
 }
 
 // ---- What an earlier call has left in the tables of the varieties ----

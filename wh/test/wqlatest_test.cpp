@@ -29,7 +29,7 @@ std::string FindLatest(FwErrorState* err, const std::string& dir, const char* pl
       wq_find_latest_platform(err, &path, platform ? FWT(platform) : nullptr);
   std::string result = Take(FwStrRecordClose(&path));
   if (latest == nullptr) return "none";
-  EXPECT_EQ(result, dir + "/" + Str(latest->version));
+  EXPECT_EQ(dir + "/" + Str(latest->version), result);
   result = Str(latest->version);
   free_parsed_version(&latest);
   return result;
@@ -40,11 +40,11 @@ TEST(Latest, PlusBecomesTheHighestVersionAndItsHighestRev) {
   for (const char* dir : {"C/N/1.9/7", "C/N/1.10/3", "C/N/1.10/20"})
     tree.Directory(dir);
   Error err;
-  EXPECT_EQ(Latest(&err, tree.path(), "+", "+"), "1.10/20");
-  EXPECT_EQ(Latest(&err, tree.path(), "1.9", "+"), "1.9/7");
-  EXPECT_EQ(Latest(&err, tree.path(), "+", "3"), "1.10/3");
-  EXPECT_EQ(Latest(&err, tree.path(), "1.10", "3"), "1.10/3");
-  EXPECT_EQ(err.text(), "");
+  EXPECT_EQ("1.10/20", Latest(&err, tree.path(), "+", "+"));
+  EXPECT_EQ("1.9/7", Latest(&err, tree.path(), "1.9", "+"));
+  EXPECT_EQ("1.10/3", Latest(&err, tree.path(), "+", "3"));
+  EXPECT_EQ("1.10/3", Latest(&err, tree.path(), "1.10", "3"));
+  EXPECT_EQ("", err.text());
 }
 
 TEST(Latest, ACategoryMayHaveSeveralElements) {
@@ -53,7 +53,7 @@ TEST(Latest, ACategoryMayHaveSeveralElements) {
   Error err;
   WH_PRODUCT_NAME* name = Prodname("a:b", "N", "+", "+");
   wh_latest_prodname(&err, name, Fwt(tree.path()));
-  EXPECT_EQ(Fields(name), "a/b|N|2|1");
+  EXPECT_EQ("a/b|N|2|1", Fields(name));
   free_prodname(&name);
 }
 
@@ -67,24 +67,24 @@ TEST(Latest, OfEqualVersionsTheFirstInDirectoryOrderStays) {
     if (first.empty() && entry->d_name[0] != '.') first = entry->d_name;
   closedir(dir);
   Error err;
-  EXPECT_EQ(FindLatest(&err, tree / "d"), first);
+  EXPECT_EQ(first, FindLatest(&err, tree / "d"));
 }
 
 TEST(Latest, AStatedVersionMustExist) {
   TemporaryTree tree;
   tree.Directory("C/N/1.9/1");
   Error err;
-  EXPECT_EQ(Latest(&err, tree.path(), "1.8", "+"), "1.8/+");
-  EXPECT_EQ(err.pError, fwErrorNonExistent);
-  EXPECT_EQ(err.text(), "*** Error: File " + tree.path() + "/C/N/1.8 Does not exist");
+  EXPECT_EQ("1.8/+", Latest(&err, tree.path(), "1.8", "+"));
+  EXPECT_EQ(fwErrorNonExistent, err.pError);
+  EXPECT_EQ("*** Error: File " + tree.path() + "/C/N/1.8 Does not exist", err.text());
 }
 
 TEST(Latest, AStatedRevMustExist) {
   TemporaryTree tree;
   tree.Directory("C/N/1.9/1");
   Error err;
-  EXPECT_EQ(Latest(&err, tree.path(), "+", "2"), "1.9/2");
-  EXPECT_EQ(err.text(), "*** Error: File " + tree.path() + "/C/N/1.9/2 Does not exist");
+  EXPECT_EQ("1.9/2", Latest(&err, tree.path(), "+", "2"));
+  EXPECT_EQ("*** Error: File " + tree.path() + "/C/N/1.9/2 Does not exist", err.text());
 }
 
 TEST(Latest, APlainFileCountsAsAVersionAndHasNoRev) {
@@ -92,8 +92,8 @@ TEST(Latest, APlainFileCountsAsAVersionAndHasNoRev) {
   tree.Directory("C/N/1.9/1");
   tree.Write("C/N/zzz", "");
   Error err;
-  EXPECT_EQ(Latest(&err, tree.path(), "+", "+"), "zzz/+");
-  EXPECT_EQ(err.pError, fwErrorStringValue);
+  EXPECT_EQ("zzz/+", Latest(&err, tree.path(), "+", "+"));
+  EXPECT_EQ(fwErrorStringValue, err.pError);
 }
 
 TEST(Latest, ADanglingLinkIsAnEntryLikeAnyOther) {
@@ -101,23 +101,23 @@ TEST(Latest, ADanglingLinkIsAnEntryLikeAnyOther) {
   tree.Directory("d/1");
   tree.Link("d/2", "nowhere");
   Error err;
-  EXPECT_EQ(FindLatest(&err, tree / "d"), "2");
+  EXPECT_EQ("2", FindLatest(&err, tree / "d"));
 }
 
 TEST(Latest, ADirectoryWithoutEntriesIsAFailedOperation) {
   TemporaryTree tree;
   tree.Directory("C/N/1.9");
   Error err;
-  EXPECT_EQ(Latest(&err, tree.path(), "1.9", "+"), "1.9/+");
-  EXPECT_EQ(err.pError, fwErrorOperationFailed);
-  EXPECT_EQ(err.text(), "*** Error: Operation failed");
+  EXPECT_EQ("1.9/+", Latest(&err, tree.path(), "1.9", "+"));
+  EXPECT_EQ(fwErrorOperationFailed, err.pError);
+  EXPECT_EQ("*** Error: Operation failed", err.text());
 }
 
 TEST(Latest, AMissingDirectoryIsTheErrorOfOpeningIt) {
   TemporaryTree tree;
   Error err;
-  EXPECT_EQ(Latest(&err, tree.path(), "+", "+"), "+/+");
-  EXPECT_EQ(err.text(), "*** Error: File " + tree.path() + "/C/N/ Does not exist");
+  EXPECT_EQ("+/+", Latest(&err, tree.path(), "+", "+"));
+  EXPECT_EQ("*** Error: File " + tree.path() + "/C/N/ Does not exist", err.text());
 }
 
 TEST(Latest, AnEarlierErrorKeepsTheFieldFromBeingReplaced) {
@@ -125,8 +125,8 @@ TEST(Latest, AnEarlierErrorKeepsTheFieldFromBeingReplaced) {
   tree.Directory("C/N/1.9/1");
   Error err;
   FwErrorSet(&err, fwErrorAbort, 0);
-  EXPECT_EQ(Latest(&err, tree.path(), "+", "+"), "+/+");
-  EXPECT_EQ(err.pError, fwErrorAbort);
+  EXPECT_EQ("+/+", Latest(&err, tree.path(), "+", "+"));
+  EXPECT_EQ(fwErrorAbort, err.pError);
 }
 
 TEST(Latest, OnlyEntriesForThePlatformCount) {
@@ -137,9 +137,9 @@ TEST(Latest, OnlyEntriesForThePlatformCount) {
   tree.Directory("d/1.3/win");
   tree.Write("d/1.4", "");
   Error err;
-  EXPECT_EQ(FindLatest(&err, tree / "d", "solaris_8-sparc"), "1.0");
-  EXPECT_EQ(FindLatest(&err, tree / "d", "win_xp-x86"), "1.3");
-  EXPECT_EQ(FindLatest(&err, tree / "d"), "1.4");
+  EXPECT_EQ("1.0", FindLatest(&err, tree / "d", "solaris_8-sparc"));
+  EXPECT_EQ("1.3", FindLatest(&err, tree / "d", "win_xp-x86"));
+  EXPECT_EQ("1.4", FindLatest(&err, tree / "d"));
 }
 
 TEST(Latest, PlusStandsForTheHostsPlatform) {
@@ -147,11 +147,11 @@ TEST(Latest, PlusStandsForTheHostsPlatform) {
   Error err;
   tree.Directory("v/" + Str(wh_host_platform));
   tree.Directory("w/nosuchsystem");
-  EXPECT_EQ(wq_version_or_rev_contains_platform(&err, Fwt(tree / "v"), FWT("+")), 1);
-  EXPECT_EQ(wq_version_or_rev_contains_platform(&err, Fwt(tree / "w"), FWT("+")), 0);
-  EXPECT_EQ(wq_version_or_rev_contains_platform(&err, Fwt(tree / "w"), nullptr), 1);
-  EXPECT_EQ(err.text(), "");
-  EXPECT_EQ(wq_version_or_rev_contains_platform(&err, Fwt(tree / "x"), FWT("+")), 0);
+  EXPECT_EQ(1, wq_version_or_rev_contains_platform(&err, Fwt(tree / "v"), FWT("+")));
+  EXPECT_EQ(0, wq_version_or_rev_contains_platform(&err, Fwt(tree / "w"), FWT("+")));
+  EXPECT_EQ(1, wq_version_or_rev_contains_platform(&err, Fwt(tree / "w"), nullptr));
+  EXPECT_EQ("", err.text());
+  EXPECT_EQ(0, wq_version_or_rev_contains_platform(&err, Fwt(tree / "x"), FWT("+")));
 }
 
 TEST(Latest, VersionAndRevTogether) {
@@ -162,22 +162,22 @@ TEST(Latest, VersionAndRevTogether) {
   FwStrRecord rec;
   FwStrRecordOpen(&rec);
   WQ_VER_REV vr = wq_latest_version_and_rev(&err, &rec, FWT("N"), Fwt(tree.path()));
-  ASSERT_NE(vr.rev, nullptr);
-  EXPECT_EQ(Str(vr.version->version) + " " + Str(vr.rev->version), "1.10 3");
-  EXPECT_EQ(Str(rec.pbz), tree / "N/1.10/3");
+  ASSERT_NE(nullptr, vr.rev);
+  EXPECT_EQ("1.10 3", Str(vr.version->version) + " " + Str(vr.rev->version));
+  EXPECT_EQ(tree / "N/1.10/3", Str(rec.pbz));
   free_vr(&vr);
-  EXPECT_EQ(vr.version, nullptr);
-  EXPECT_EQ(vr.rev, nullptr);
+  EXPECT_EQ(nullptr, vr.version);
+  EXPECT_EQ(nullptr, vr.rev);
 
   FwStrRecordShorten(&rec, 0);
   vr = wq_latest_version_and_rev(&err, &rec, FWT("E"), Fwt(tree.path()));
-  EXPECT_EQ(vr.version, nullptr);
-  EXPECT_EQ(vr.rev, nullptr);
-  EXPECT_EQ(Str(rec.pbz), "");
-  EXPECT_EQ(err.text(), "*** Error: Operation failed");
+  EXPECT_EQ(nullptr, vr.version);
+  EXPECT_EQ(nullptr, vr.rev);
+  EXPECT_EQ("", Str(rec.pbz));
+  EXPECT_EQ("*** Error: Operation failed", err.text());
 
   vr = wq_latest_version_and_rev(&err, &rec, FWT("E"), nullptr);
-  EXPECT_EQ(vr.version, nullptr);
+  EXPECT_EQ(nullptr, vr.version);
   FwStrRecordAbandon(&rec);
   free_vr(nullptr);
 }
@@ -205,7 +205,7 @@ TEST(Latest, BetterIsHigherByVersionThenByRev) {
   for (const auto& row : rows) {
     WQ_VER_REV maybe = vr(row.maybe[0], row.maybe[1]);
     WQ_VER_REV sofar = vr(row.sofar[0], row.sofar[1]);
-    EXPECT_EQ(wq_vr_better(maybe, sofar), row.better);
+    EXPECT_EQ(row.better, wq_vr_better(maybe, sofar));
     free_vr(&maybe);
     free_vr(&sofar);
   }

@@ -15,7 +15,7 @@ using Groups = std::vector<std::vector<std::string>>;
 
 Groups Parse(const char* version, int dots = 0) {
   WQ_PARSED_VERSION* pv = wq_parse_version_dots(FWT(version), dots);
-  EXPECT_STREQ(FWC(pv->version), version);
+  EXPECT_STREQ(version, FWC(pv->version));
   Groups groups;
   for (int32 j = 0; j < FwVectorLength(&pv->elements); ++j) {
     auto* element = static_cast<FwVector*>(FwVectorGetElement(&pv->elements, j));
@@ -24,31 +24,30 @@ Groups Parse(const char* version, int dots = 0) {
       groups.back().push_back(Str(static_cast<FwTextString>(FwVectorGetElement(element, k))));
   }
   free_parsed_version(&pv);
-  EXPECT_EQ(pv, nullptr);
+  EXPECT_EQ(nullptr, pv);
   return groups;
 }
 
 int Compare(const char* v1, const char* v2) {
   int order = wq_compare_versions(FWT(v1), FWT(v2));
-  EXPECT_EQ(wq_compare_versions(FWT(v2), FWT(v1)), -order) << v1 << " and " << v2;
+  EXPECT_EQ(-order, wq_compare_versions(FWT(v2), FWT(v1))) << v1 << " and " << v2;
   return order;
 }
 
 TEST(Version, IsCutAtDotsAndBetweenDigitsAndOthers) {
-  EXPECT_EQ(Parse("1.10b2"), (Groups{{"1"}, {"10", "b", "2"}}));
-  EXPECT_EQ(Parse("1..2."), (Groups{{"1"}, {"2"}}));
-  EXPECT_EQ(Parse(""), Groups{});
-  EXPECT_EQ(Parse("."), Groups{});
-  EXPECT_EQ(Parse("abc-12_x"), (Groups{{"abc-", "12", "_x"}}));
-  EXPECT_EQ(Parse("\xC3\xA9"
-                  "1"),
-            (Groups{{"\xC3\xA9", "1"}}));
+  EXPECT_EQ((Groups{{"1"}, {"10", "b", "2"}}), Parse("1.10b2"));
+  EXPECT_EQ((Groups{{"1"}, {"2"}}), Parse("1..2."));
+  EXPECT_EQ(Groups{}, Parse(""));
+  EXPECT_EQ(Groups{}, Parse("."));
+  EXPECT_EQ((Groups{{"abc-", "12", "_x"}}), Parse("abc-12_x"));
+  EXPECT_EQ((Groups{{"\xC3\xA9", "1"}}), Parse("\xC3\xA9"
+                                               "1"));
 }
 
 TEST(Version, DotsAreAddedBehindEveryCharacterOfAnUndottedText) {
-  EXPECT_EQ(Parse("150", 1), (Groups{{"1"}, {"5"}, {"0"}}));
-  EXPECT_EQ(Parse("1.50", 1), (Groups{{"1"}, {"50"}}));
-  EXPECT_EQ(Parse("a\xC3\xA9", 1), (Groups{{"a"}, {"\xC3\xA9"}}));
+  EXPECT_EQ((Groups{{"1"}, {"5"}, {"0"}}), Parse("150", 1));
+  EXPECT_EQ((Groups{{"1"}, {"50"}}), Parse("1.50", 1));
+  EXPECT_EQ((Groups{{"a"}, {"\xC3\xA9"}}), Parse("a\xC3\xA9", 1));
 }
 
 TEST(Version, OrderOfPairs) {
@@ -87,46 +86,46 @@ TEST(Version, OrderOfPairs) {
       {"1.\xC3\xA9", "1.\xC3\x89", 1},  // folding knows ASCII only
   };
   for (const auto& row : rows)
-    EXPECT_EQ(Compare(row.v1, row.v2), row.order) << row.v1 << " " << row.v2;
+    EXPECT_EQ(row.order, Compare(row.v1, row.v2)) << row.v1 << " " << row.v2;
 }
 
 TEST(Version, AGroupBeyond32BitsReadsAsZero) {
-  EXPECT_EQ(Compare("4294967295", "1"), 1);
-  EXPECT_EQ(Compare("4294967296", "1"), -1);
-  EXPECT_EQ(Compare("20240115093000", "1"), -1);
-  EXPECT_EQ(Compare("20240115093000", "0"), 0);
+  EXPECT_EQ(1, Compare("4294967295", "1"));
+  EXPECT_EQ(-1, Compare("4294967296", "1"));
+  EXPECT_EQ(-1, Compare("20240115093000", "1"));
+  EXPECT_EQ(0, Compare("20240115093000", "0"));
 }
 
 // The character says that both groups are digits. Its bytes make no number, so 0 is compared.
 TEST(Version, ADigitInAnOverlongEncodingIsADigit) {
   CollectReports reports;
-  EXPECT_EQ(Compare("\xC0\x32", "2"), -1);
-  EXPECT_EQ(Compare("2", "\xC0\x32"), 1);
-  EXPECT_EQ(Compare("\xC0\x32", "10"), -1);
-  EXPECT_EQ(Compare("\xC0\x32", "0"), 0);
+  EXPECT_EQ(-1, Compare("\xC0\x32", "2"));
+  EXPECT_EQ(1, Compare("2", "\xC0\x32"));
+  EXPECT_EQ(-1, Compare("\xC0\x32", "10"));
+  EXPECT_EQ(0, Compare("\xC0\x32", "0"));
   for (const std::string& text : reports.asserts())
-    EXPECT_EQ(text, "Badly encoded UTF-8 character (overly long encoding)");
+    EXPECT_EQ("Badly encoded UTF-8 character (overly long encoding)", text);
 }
 
 TEST(Version, TheOrderIsNotTransitiveAcrossDots) {
-  EXPECT_EQ(Compare("16", "1.6"), 0);
-  EXPECT_EQ(Compare("1.6", "150"), 1);
-  EXPECT_EQ(Compare("150", "16"), 1);
+  EXPECT_EQ(0, Compare("16", "1.6"));
+  EXPECT_EQ(1, Compare("1.6", "150"));
+  EXPECT_EQ(1, Compare("150", "16"));
 }
 
 TEST(Version, ParsesAreComparedAsTheyAreByTheInnerComparison) {
   WQ_PARSED_VERSION* pv1 = wq_parse_version(FWT("18"));
   WQ_PARSED_VERSION* pv2 = wq_parse_version(FWT("1.8"));
-  EXPECT_EQ(wq_pv_compare_dots(pv1, pv2), 1);
-  EXPECT_EQ(wq_pv_compare(pv1, pv2), 0);
+  EXPECT_EQ(1, wq_pv_compare_dots(pv1, pv2));
+  EXPECT_EQ(0, wq_pv_compare(pv1, pv2));
   free_parsed_version(&pv1);
   free_parsed_version(&pv2);
 }
 
 TEST(Version, RevisionsDecideBetweenEqualVersions) {
-  EXPECT_EQ(wq_compare_ver_rev(FWT("1.0"), FWT("5"), FWT("1.0"), FWT("10")), -1);
-  EXPECT_EQ(wq_compare_ver_rev(FWT("1.1"), FWT("5"), FWT("1.0"), FWT("10")), 1);
-  EXPECT_EQ(wq_compare_ver_rev(FWT("1.0"), FWT("5"), FWT("1.00"), FWT("5")), 0);
+  EXPECT_EQ(-1, wq_compare_ver_rev(FWT("1.0"), FWT("5"), FWT("1.0"), FWT("10")));
+  EXPECT_EQ(1, wq_compare_ver_rev(FWT("1.1"), FWT("5"), FWT("1.0"), FWT("10")));
+  EXPECT_EQ(0, wq_compare_ver_rev(FWT("1.0"), FWT("5"), FWT("1.00"), FWT("5")));
 }
 
 TEST(Version, PutsItsTextAsGiven) {
@@ -136,7 +135,7 @@ TEST(Version, PutsItsTextAsGiven) {
   WQ_PARSED_VERSION* pv = wq_parse_version(FWT("1..2"));
   wq_put_parsed_version(&record, pv);
   free_parsed_version(&pv);
-  EXPECT_EQ(Take(FwStrRecordClose(&record)), "v1..2");
+  EXPECT_EQ("v1..2", Take(FwStrRecordClose(&record)));
   free_parsed_version(&pv);  // null is accepted
 }
 

@@ -68,7 +68,7 @@ class Installed : public testing::Test {
     const std::string messages = std::string(ZOR_SOURCE_DIR) + "/examples/greet";
     for (const char* file : {"deutsch.msg", "nihongo.msg", "missing.msg"}) {
       const RunResult expected = Start({GREET_PROGRAM, file}, {}, messages);
-      EXPECT_EQ(std::string(file) == "missing.msg" ? 1 : 0, expected.status);
+      EXPECT_EQ(expected.status, std::string(file) == "missing.msg" ? 1 : 0);
       Expect(Start({greet, file}, {}, messages), expected.out, expected.err, expected.status);
     }
   }
