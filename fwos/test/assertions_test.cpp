@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <string>
 
+#include "caller.h"
 #include "fcstrmat.h"
 #include "files.h"
 #include "fpfile/names.h"
@@ -33,7 +34,8 @@ using Texts = std::vector<std::string>;
 
 // Expects an operation to assert each of these texts when every assertion fires.
 template <class F>
-void ExpectDisturbed(const Texts& texts, F operation) {
+void ExpectDisturbed(const Texts& texts, F operation, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   CollectReports reports;
   vqassert_val = 0;
   operation();
@@ -46,7 +48,8 @@ void ExpectDisturbed(const Texts& texts, F operation) {
 
 // The same in a child process, for what can't be done twice in one.
 template <class F>
-void ExpectDisturbedInChild(const Texts& texts, F operation) {
+void ExpectDisturbedInChild(const Texts& texts, F operation, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   const ChildRun run = RunInChild([&]() -> int {
     const bool failed_before = testing::Test::HasFailure();
     ExpectDisturbed(texts, operation);
@@ -127,7 +130,8 @@ TEST(DisturbedRecords, ASnapshotWithoutItsSeparator) {
 class DisturbedSearch : public testing::Test {
  protected:
   // Searches with one item, bound by this function, and expects this text.
-  void ExpectReport(const char* text, pfnFcMatRebind pfnRebind) {
+  void ExpectReport(const char* text, pfnFcMatRebind pfnRebind, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     FwTextByte abEnglish[] = "_abcdef";
     FwTextByte abTemplate[] = "_%d";
     FcMatContext ctmat = {};

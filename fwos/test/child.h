@@ -13,8 +13,11 @@
 #include <functional>
 #include <string>
 
+#include "caller.h"
+
 // Runs the body in a child process. What fails there is printed, and fails the test here.
-inline void ExpectGoodInChild(const std::function<void()>& body) {
+inline void ExpectGoodInChild(const std::function<void()>& body, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   EXPECT_EXIT(
       {
         body();
@@ -26,7 +29,8 @@ inline void ExpectGoodInChild(const std::function<void()>& body) {
 
 // Runs the body in a child process that has no more rights than any user. The files of the test
 // must be open to all. Only root can do that; others have no more rights anyway.
-inline void ExpectGoodAsAnyUser(const std::function<void()>& body) {
+inline void ExpectGoodAsAnyUser(const std::function<void()>& body, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   ExpectGoodInChild([&body] {
     if (geteuid() == 0) {
       ASSERT_EQ(0, setgid(65534));

@@ -72,6 +72,7 @@ TEST(UntoldCodesets, AreFoundByTheNameOfTheLocale) {
     const char* name;
   };
   for (const Row& row : {Row{"inv", "inv"}, Row{"", "en_US"}}) {
+    SCOPED_TRACE(row.language);
     UntoldCodeset untold("C", row.language);
     EXPECT_STREQ(row.name, FWC(FpLocaleStr));
     EXPECT_EQ(1, fUnicode);

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string>
 
+#include "caller.h"
 #include "faults_answers.h"
 #include "files.h"
 #include "fwerror.h"
@@ -33,26 +34,28 @@ std::string ReadToTheEnd(FwFile file, Error& err) {
 }
 
 // The calls of starting a program and waiting for its end.
-void SweepStartAndWait(FrameworkSweep& sweep) {
+void SweepStartAndWait(FrameworkSweep& sweep, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kFork, error)) << error;
   for (const int error : {ENOENT, EACCES, ENOMEM, E2BIG})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kExec, error)) << error;
   EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, ECHILD));
   sweep.may_answer = {};
   EXPECT_EQ(1, sweep.SystemCallsOnce(kWait, EINTR));
 }
 
 // The calls of starting a program and reading what it prints.
-void SweepStartAndRead(FrameworkSweep& sweep) {
+void SweepStartAndRead(FrameworkSweep& sweep, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (const int error : {EMFILE, ENFILE})
-    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error)) << error;
   for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kFork, error)) << error;
   for (const int error : {ENOENT, EACCES, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kExec, error)) << error;
   for (const int error : {EIO, EINTR})
-    EXPECT_GT(sweep.SystemCalls(kRead, error), 0);
+    EXPECT_GT(sweep.SystemCalls(kRead, error), 0) << error;
 }
 
 TEST(Faults, RunningACommand) {
@@ -117,7 +120,7 @@ TEST(Faults, ReadingFromACommand) {
   // What can't be put into the pipe comes out where the parent writes, perhaps when it has ended.
   sweep.may_answer = {""};
   for (const int error : {EBUSY, EINTR, EMFILE})
-    EXPECT_EQ(1, sweep.SystemCalls(kDup2, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kDup2, error)) << error;
 }
 
 TEST(Faults, RunningACommandSilently) {
@@ -130,11 +133,11 @@ TEST(Faults, RunningACommandSilently) {
     return std::to_string(status) + (err.pError ? " " + Failure(err) : "");
   };
   for (const int error : {EMFILE, ENFILE})
-    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kPipe, error)) << error;
   for (const int error : {EAGAIN, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kFork, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kFork, error)) << error;
   for (const int error : {ENOENT, EACCES, ENOMEM})
-    EXPECT_EQ(1, sweep.SystemCalls(kExec, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kExec, error)) << error;
 }
 
 }  // namespace

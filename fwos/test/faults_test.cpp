@@ -116,7 +116,7 @@ TEST(Faults, ConversionToAnotherLocale) {
     return converted();
   };
   for (const int error : {EINVAL, ENOMEM, EMFILE})
-    EXPECT_EQ(2, sweep.SystemCalls(kIconvOpen, error));
+    EXPECT_EQ(2, sweep.SystemCalls(kIconvOpen, error)) << error;
 }
 
 TEST(Faults, Vectors) {
@@ -255,6 +255,7 @@ TEST(Faults, CopyingAFile) {
   CopyOfAFile copy;
   EXPECT_GT(copy.sweep.Allocations(), 5);
   for (const int error : ErrorsAndInterruption()) {
+    SCOPED_TRACE(error);
     for (const FaultCall call : {kOpen, kRead, kWrite, kClose, kStatFs, kChangeMode, kSetTimes})
       EXPECT_GT(copy.sweep.SystemCalls(call, error), 0) << FaultCallName(call);
     EXPECT_GT(copy.sweep.SystemCallsOnce(kStat, error), 0);
@@ -370,7 +371,7 @@ TEST(Faults, LockingAFile) {
     return std::string("locked");
   };
   for (const int error : {EACCES, EAGAIN, EDEADLK, ENOLCK, EINTR})
-    EXPECT_EQ(1, sweep.SystemCalls(kLock, error));
+    EXPECT_EQ(1, sweep.SystemCalls(kLock, error)) << error;
 }
 
 // The file is under its old name, or whole under the new one, or under both if the old one can't be
@@ -400,6 +401,7 @@ TEST(Faults, RenamingAFileBetweenDevices) {
   };
   EXPECT_GT(sweep.Allocations(), 5);
   for (const int error : Errors()) {
+    SCOPED_TRACE(error);
     for (const FaultCall call : {kOpen, kRead, kWrite, kClose, kStatFs, kRename, kUnlink})
       EXPECT_GT(sweep.SystemCalls(call, error), 0) << FaultCallName(call);
     EXPECT_GT(sweep.SystemCallsOnce(kStat, error), 0);
@@ -441,6 +443,7 @@ TEST(Faults, ListingADirectory) {
     files.emplace_back("file-with-a-name-of-some-length-" + std::to_string(i), "");
   tree.LayOut(files);
   for (const uint32 flags : {uint32{0}, uint32{FW_DIR_SNAPSHOT}}) {
+    SCOPED_TRACE(flags);
     FrameworkSweep sweep;
     sweep.may_answer = kFailures;
     sweep.task = [&] {
@@ -621,6 +624,7 @@ TEST(Faults, TranslatingThroughAMessageFile) {
       "[Message Templates]\n#EN\nError: %s is missing\n#DE\nFehler: %s fehlt\n#EN\nend\n";
   tree.LayOut({{"plain", text}, {"preload", "[Header]\nPreload=yes\n" + text.substr(9)}});
   for (const char* name : {"/plain", "/preload"}) {
+    SCOPED_TRACE(name);
     FrameworkSweep sweep;
     sweep.may_answer = kFailures;
     for (const char* fixed : {"-", "Datei"})

@@ -41,9 +41,9 @@ TEST(FcPowerOfTen, IsWithinOneDoubleOfThePowerFunction) {
 
 TEST(FcPowerOfTen, EndsInInfinityAndZero) {
   for (const int64 exponent : {int64{309}, int64{1} << 40, std::numeric_limits<int64>::max()})
-    EXPECT_EQ(HUGE_VAL, FcPowerOfTen(exponent));
+    EXPECT_EQ(HUGE_VAL, FcPowerOfTen(exponent)) << exponent;
   for (const int64 exponent : {int64{-324}, int64{-1} << 40, std::numeric_limits<int64>::min()})
-    EXPECT_EQ(0.0, FcPowerOfTen(exponent));
+    EXPECT_EQ(0.0, FcPowerOfTen(exponent)) << exponent;
 }
 
 int32 WholeLogarithm(double value) {

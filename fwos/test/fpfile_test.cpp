@@ -53,6 +53,7 @@ TEST(FpFileGetInfo, TellsTheTypeOfALinkOrOfItsTarget) {
   Error err;
   FwFileInfo info;
   for (const TypeRow& row : rows) {
+    SCOPED_TRACE(row.name);
     EXPECT_EQ(1, FwFileGetInfo(err, Txt(tree / row.name), &info, 0));
     EXPECT_EQ(row.follow, info.type) << row.name;
     EXPECT_EQ(1, FwFileGetInfo(err, Txt(tree / row.name), &info, FW_INFO_NOFOLLOW));

@@ -75,6 +75,7 @@ TEST(FwBoot, CanBeDoneAgainAfterTheShutdown) {
   ExpectGoodInChild([] {
     FwBootContext context = SameContext();
     for (int i = 0; i < 3; ++i) {
+      SCOPED_TRACE(i);
       FwShutdown();
       EXPECT_FALSE(FwBootDone());
       FwBoot(&context);
@@ -126,6 +127,7 @@ void ExitUnwinding(FwTextString ptbzText) {
 
 TEST(FwBoot, OneThatFailsHalfWayIsUnwoundFromWhereItStood) {
   for (const uint32 level : {5u, 9u, 11u}) {
+    SCOPED_TRACE(level);
     fail_at_level = level;
     EXPECT_EXIT(
         {

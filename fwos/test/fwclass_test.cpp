@@ -158,7 +158,9 @@ TEST(FwClass, TheCacheNeverAnswersForAnotherPair) {
   FwMethod* ofShape = FwClassFindMethod(_Fw_msg_Destroy_Handle, &ShapeClass);
   ASSERT_NE(ofObject, ofShape);
   for (int round = 0; round < 2; round++) {
+    SCOPED_TRACE(round);
     for (std::size_t i = 0; i < classes.size(); i++) {
+      SCOPED_TRACE(i);
       ASSERT_EQ(i % 2 == 0 ? ofObject : ofShape,
                 FwClassFindMethod(_Fw_msg_Destroy_Handle, &classes[i]));
     }
@@ -412,6 +414,7 @@ TEST(FwClass, TheClassesAreAsTheirTableSays) {
     EXPECT_EQ(row.nonHeap ? FW_CLASS_NON_HEAP : 0u, row.pClass->flags);
     const FwIntercept* pRow = row.pClass->pMethodTable;
     for (const MethodRow& method : row.methods) {
+      SCOPED_TRACE(method.messageID);
       ASSERT_NE(nullptr, pRow);
       EXPECT_STREQ(method.messageID, pRow->messageID);
       EXPECT_EQ(method.messageID, pRow->messageID);

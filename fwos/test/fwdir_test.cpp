@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "blocks.h"
+#include "caller.h"
 #include "files.h"
 #include "process.h"
 #include "recorder.h"
@@ -23,7 +24,9 @@ struct Entry {
 };
 
 // What a walk yields, by name.
-std::vector<std::string> Names(const std::string& dir, uint32 flags) {
+std::vector<std::string> Names(const std::string& dir, uint32 flags,
+                               Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   Error err;
   std::vector<std::string> names;
   FwDir* pDir = FwDirOpen(err, Txt(dir), flags);
@@ -60,19 +63,21 @@ TEST(FwDirNext, GivesAllButDotAndDotDotAndKeepsReturningZeroAtTheEnd) {
   tree.Directory("sub");
   for (const uint32 mode : kModes)
     EXPECT_EQ((std::vector<std::string>{"...", ".a", "b", "sub", "é"}),
-              Names(tree.path() + "/", mode));
+              Names(tree.path() + "/", mode))
+        << mode;
 }
 
 TEST(FwDirNext, OfAnEmptyDirectoryIsAtTheEndAtOnce) {
   TemporaryTree tree;
   for (const uint32 mode : kModes)
-    EXPECT_EQ(std::vector<std::string>{}, Names(tree.path() + "/", mode));
+    EXPECT_EQ(std::vector<std::string>{}, Names(tree.path() + "/", mode)) << mode;
 }
 
 TEST(FwDirNext, AppendsToTheRecord) {
   TemporaryTree tree;
   tree.Write("a", "");
   for (const uint32 mode : kModes) {
+    SCOPED_TRACE(mode);
     Error err;
     FwDir* pDir = FwDirOpen(err, Txt(tree.path() + "/"), mode);
     ASSERT_NE(nullptr, pDir);
@@ -89,7 +94,9 @@ TEST(FwDirNext, TellsAboutTheEntryOrItsTarget) {
   tree.Directory("d");
   tree.Link("d/link", "../real");
   for (const uint32 mode : kModes) {
+    SCOPED_TRACE(mode);
     for (const uint32 flags : {0u, FW_INFO_NOFOLLOW}) {
+      SCOPED_TRACE(flags);
       Error err;
       FwDir* pDir = FwDirOpen(err, Txt(tree / "d/"), mode);
       ASSERT_NE(nullptr, pDir);
@@ -107,6 +114,7 @@ TEST(FwDirNext, FailsOnADanglingLinkThatIsFollowed) {
   TemporaryTree tree;
   tree.Link("link", "nowhere");
   for (const uint32 mode : kModes) {
+    SCOPED_TRACE(mode);
     Error err;
     FwDir* pDir = FwDirOpen(err, Txt(tree.path() + "/"), mode);
     ASSERT_NE(nullptr, pDir);
@@ -136,6 +144,7 @@ TEST(FwDirNext, RefusesUnknownFlags) {
 
 TEST(FwDirOpen, TakesTheRoot) {
   for (const uint32 mode : kModes) {
+    SCOPED_TRACE(mode);
     const std::vector<std::string> names = Names("/", mode);
     EXPECT_NE(names.end(), std::find(names.begin(), names.end(), "proc"));
   }
@@ -145,6 +154,7 @@ TEST(FwDirOpen, SuppliesAMissingSeparator) {
   TemporaryTree tree;
   tree.Write("a", "");
   for (const uint32 mode : kModes) {
+    SCOPED_TRACE(mode);
     Error err;
     FwDir* pDir = FwDirOpen(err, Txt(tree.path()), mode);
     ASSERT_NE(nullptr, pDir);
@@ -161,7 +171,7 @@ TEST(FwDirOpen, TakesARelativeNameFromTheDirectoryAtBoot) {
   tree.Write("d/a", "");
   CurrentDirectory current((tree.path() + "/").c_str());
   for (const uint32 mode : kModes)
-    EXPECT_EQ(std::vector<std::string>{"a"}, Names("d/", mode));
+    EXPECT_EQ(std::vector<std::string>{"a"}, Names("d/", mode)) << mode;
 }
 
 TEST(FwDirOpen, ReportsTheNameWithItsSeparator) {
@@ -206,6 +216,7 @@ TEST(FwDirOpen, WithASnapshotKeepsThePlatformsOrder) {
     tree.Write(name, "");
   std::vector<std::string> orders[2];
   for (const uint32 mode : kModes) {
+    SCOPED_TRACE(mode);
     Error err;
     FwDir* pDir = FwDirOpen(err, Txt(tree.path() + "/"), mode);
     ASSERT_NE(nullptr, pDir);
@@ -228,6 +239,7 @@ TEST(FwDirOpen, WithASnapshotReportsThatMemoryIsShortAndLeavesNothingOpen) {
   const int before = LowestFreeDescriptor();
   // Behind the handle come the pool, the record of the names and then the pool's second block.
   for (const int n : {1, 3}) {
+    SCOPED_TRACE(n);
     Error err;
     CountedBlocks blocks;
     blocks.FailAt(n);
@@ -296,6 +308,7 @@ TEST(FwDirCreate, RefusesAnExistingFileInBothCases) {
   TemporaryTree tree;
   const std::string name = tree.Write("a", "");
   for (const uint32 flags : {0u, FW_DIR_EXISTS_OK}) {
+    SCOPED_TRACE(flags);
     Error err;
     EXPECT_EQ(0, FwDirCreate(err, Txt(name), flags));
     EXPECT_EQ("AlreadyExists File " + name + "/", Describe(err));
@@ -422,6 +435,7 @@ TEST(FwDirDelete, RefusesFlagsBeforeAMissingName) {
   EXPECT_EQ(0, FwDirDelete(err, nullptr, 0x4));
   EXPECT_EQ("Unimplemented", Describe(err));
   for (const uint32 flags : {uint32{0}, FW_DELETE_FORCE}) {
+    SCOPED_TRACE(flags);
     FwErrorClear(err);
     EXPECT_EQ(0, FwDirDelete(err, nullptr, flags));
     EXPECT_EQ("PointerNull", Describe(err));
@@ -431,6 +445,7 @@ TEST(FwDirDelete, RefusesFlagsBeforeAMissingName) {
 TEST(FwDirDelete, ReportsADirectoryThatDoesNotExist) {
   TemporaryTree tree;
   for (const uint32 flags : {0u, FW_DELETE_FORCE}) {
+    SCOPED_TRACE(flags);
     Error err;
     EXPECT_EQ(0, FwDirDelete(err, Txt(tree / "none/"), flags));
     EXPECT_EQ("NonExistent File " + (tree / "none/"), Describe(err));

@@ -285,6 +285,7 @@ TEST(FwError, PlatformErrorsMapAsTheirTableSays) {
 TEST(FwError, AnUnknownPlatformErrorIsTracedAssertedAndUncategorised) {
   for (int number :
        {3, 4, 6, 7, 8, 10, 15, 19, 25, 26, 27, 29, 32, 38, 84, 110, 116, 123, 9999, -1}) {
+    SCOPED_TRACE(number);
     ExpectTraces traces({"Need to add mapping for platform error " + std::to_string(number)});
     ExpectAsserts expected({"Unable to classify platform error"});
     EXPECT_EQ(fwErrorRoot, FwPlatformErrorMap(number));
@@ -374,6 +375,7 @@ const std::vector<KindRow>& Kinds() {
 TEST(FwError, TheCatalogueIsAsItsTableSays) {
   ASSERT_EQ(39u, Kinds().size());
   for (const KindRow& row : Kinds()) {
+    SCOPED_TRACE(row.pszFormat);
     EXPECT_EQ(&FwErrorClass, row.pError->pClassRecord);
     EXPECT_EQ(row.pParent, row.pError->pParent) << row.pszFormat;
     EXPECT_STREQ(row.pszFormat, FWC(row.pError->ptbzFormat));

@@ -188,6 +188,7 @@ TEST(FwFileCopy, CopiesAFileOfWholeBlocksAndAnEmptyOne) {
   TemporaryTree tree;
   Error err;
   for (const size_t size : {0u, 65536u}) {
+    SCOPED_TRACE(size);
     const std::string content(size, 'x');
     EXPECT_EQ(
         1, FwFileCopy(err, Txt(tree.Write("from", content)), Txt(tree / "to"), FW_FILE_OVERWRITE));
@@ -419,6 +420,7 @@ TEST(FwFileRename, OfALinkOntoTheFileThatItLeadsToIsRefused) {
   const std::string link = tree.Link("link", "file");
   const std::string other = tree.Link("other", "link");
   for (const std::string& from : {link, other}) {
+    SCOPED_TRACE(from);
     Error err;
     EXPECT_EQ(0, FwFileRename(err, Txt(from), Txt(file), FW_FILE_OVERWRITE));
     EXPECT_EQ("AlreadyExists File " + file, Describe(err));

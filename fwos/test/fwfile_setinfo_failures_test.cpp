@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "caller.h"
 #include "faults.h"
 #include "files.h"
 #include "fwfile.h"
@@ -24,7 +25,8 @@ class SetInfo : public testing::Test {
   }
   ~SetInfo() override { DisarmFault(); }
 
-  FwFileInfo Now() const {
+  FwFileInfo Now(Caller caller = Caller::Here()) const {
+    const CalledFrom from(caller);
     FwFileInfo now;
     Error err;
     EXPECT_EQ(1, FwFileGetInfo(err, Txt(path_), &now, 0));

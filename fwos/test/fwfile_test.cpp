@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "blocks.h"
+#include "caller.h"
 #include "files.h"
 #include "process.h"
 #include "recorder.h"
@@ -144,6 +145,7 @@ TEST(FwFile, HandlesBelowZeroAreOutOfRange) {
       [&](FwErrorState* err) { return static_cast<uint32>(FwFileClose(err, -1)); },
   };
   for (const auto& operation : operations) {
+    SCOPED_TRACE(operation.name);
     Error err;
     EXPECT_EQ(0u, operation(err));
     EXPECT_EQ("NumericRange", Describe(err));
@@ -169,6 +171,7 @@ TEST(FwFile, NullBuffersAndRecordsAreRefused) {
       },
   };
   for (const auto& operation : operations) {
+    SCOPED_TRACE(operation.name);
     Error err;
     EXPECT_EQ(0, operation(err));
     EXPECT_EQ("PointerNull", Describe(err));
@@ -431,12 +434,15 @@ TEST(FwFileReadRecord, FillsAFixedRecordByASingleRead) {
   EXPECT_EQ(1, count.reads());
 }
 
-std::vector<std::string> Lines(const std::string& content, size_t n) {
+std::vector<std::string> Lines(const std::string& content, size_t n,
+                               Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   TemporaryTree tree;
   Open file(tree.Write("a", content), FW_OPEN_RDONLY);
   std::vector<std::string> lines;
   Error err;
   for (size_t i = 0; i < n; ++i) {
+    SCOPED_TRACE(i);
     Record record;
     const uint32 cb = FwFileReadLineRecord(err, file, record);
     EXPECT_EQ(record.text().size(), cb);
@@ -556,6 +562,7 @@ TEST(FwFileSeek, ToTenOfAnEmptyFileLeavesItTenBytesLong) {
 TEST(FwFileSeek, ExtendsByZeros) {
   TemporaryTree tree;
   for (const size_t excess : {4096u, 4097u, 300000u}) {
+    SCOPED_TRACE(excess);
     Open file(tree.Write("a", "abc"), FW_OPEN_RDWR);
     Vq32x2 offset = Offset(static_cast<int64_t>(3 + excess));
     Error err;

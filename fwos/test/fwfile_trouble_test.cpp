@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 
+#include "caller.h"
 #include "child.h"
 #include "files.h"
 #include "fwprog.h"
@@ -33,7 +34,8 @@ class OpenTree : public TemporaryTree {
   static void Open(const std::string& path) { EXPECT_EQ(0, chmod(path.c_str(), 0777)); }
 };
 
-std::set<std::string> Names(const std::string& directory) {
+std::set<std::string> Names(const std::string& directory, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   std::set<std::string> names;
   Error err;
   FwDir* pDir = FwDirOpen(err, Txt(directory + "/"), 0);
@@ -178,7 +180,7 @@ TEST(FullDisk, ACopyOfATreeKeepsWhatIsWholeAndNothingElse) {
   const Set copied = Names(tree / "to");
   EXPECT_EQ(2u, copied.size());
   for (const std::string& name : copied)
-    EXPECT_EQ(std::string(1000, name[0]), ReadFile(tree / ("to/" + name)));
+    EXPECT_EQ(std::string(1000, name[0]), ReadFile(tree / ("to/" + name))) << name;
   EXPECT_EQ((Set{"a", "b", "c", "d"}), Names(tree / "from"));
 }
 
@@ -236,6 +238,7 @@ TEST(BrokenDisk, ACopyWhoseSourceCannotBeReadLeavesNoTarget) {
   TemporaryTree tree;
   const std::string from = tree.Write("from", kTwoBlocks);
   for (const int n : {0, 1}) {
+    SCOPED_TRACE(n);
     Error err;
     {
       BrokenDisk broken(n);
@@ -572,6 +575,7 @@ TEST(Links, ACopyOntoADanglingLinkThatFailsLeavesTheLinkAndNoFile) {
   tree.Link("sub/second", "made");
   for (const char* name : {"link", "sub/second"})
     for (const uint32 flags : {uint32{0}, uint32{FW_FILE_OVERWRITE}}) {
+      SCOPED_TRACE(testing::Message() << name << ' ' << flags);
       Error err;
       {
         FullDisk full(70000);
@@ -591,6 +595,7 @@ TEST(Links, ALinkToTheSourceIsTheSource) {
   const std::string hard = tree / "hard";
   ASSERT_EQ(0, link(from.c_str(), hard.c_str()));
   for (const std::string& to : {soft, hard}) {
+    SCOPED_TRACE(to);
     Error err;
     EXPECT_EQ(0, FwFileCopy(err, Txt(from), Txt(to), FW_FILE_OVERWRITE));
     EXPECT_EQ("AlreadyExists File " + to, Describe(err));
@@ -618,6 +623,7 @@ TEST(Links, ACycleOfLinksEndsAsALimit) {
 
 TEST(VanishedFile, AWalkThatAsksAboutItStopsThere) {
   for (const uint32 flags : {0u, uint32{FW_DIR_SNAPSHOT}}) {
+    SCOPED_TRACE(flags);
     TemporaryTree tree;
     for (const char* name : {"a", "b", "c"})
       tree.Write(name, "");

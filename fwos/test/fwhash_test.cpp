@@ -148,6 +148,7 @@ TEST(FwHash, SizesFollowTheNumberToHold) {
                       {7, 15},   {8, 31},   {15, 31},  {16, 63},   {31, 63},
                       {32, 127}, {63, 127}, {64, 255}, {127, 255}, {128, 511}};
   for (const Row& row : rows) {
+    SCOPED_TRACE(row.nToHold);
     Table table(row.nToHold);
     EXPECT_EQ(row.nTableSize, table->nTableSize) << row.nToHold;
     EXPECT_EQ(0u, table->nUsedEntries);
@@ -179,6 +180,7 @@ TEST(FwHash, ATableForNothingGrowsFromOneSlot) {
   Table table(0);
   const uint32 sizes[] = {1, 3, 7, 7, 15, 15, 15, 15, 31};
   for (std::uintptr_t i = 0; i < std::size(sizes); i++) {
+    SCOPED_TRACE(i);
     table.Add(i + 1);
     EXPECT_EQ(sizes[i], table->nTableSize) << "after add " << i + 1;
     EXPECT_EQ(i + 1, table->nUsedEntries);
@@ -303,7 +305,7 @@ TEST(FwHash, ATableNeverShrinks) {
     table.Add(key);
   ASSERT_EQ(31u, table->nTableSize);
   for (std::uintptr_t key = 1; key <= 9; key++)
-    EXPECT_NE(0, table.Remove(key));
+    EXPECT_NE(0, table.Remove(key)) << key;
   EXPECT_EQ(31u, table->nTableSize);
   EXPECT_EQ(0, FwHashIsEmpty(table));
 }
@@ -414,6 +416,7 @@ TEST(FwHash, StringsLieInTheSlotsOfTheirHashes) {
       {"HOME", 80},              // 0x48, 0x4cf, 0x4d3d, 0x4d415 = 316437 = 2491 x 127 + 80
   };
   for (const Row& row : rows) {
+    SCOPED_TRACE(row.key);
     ASSERT_NE(nullptr, FwHashAddEntry(table, FWT(row.key), FWT("value"), nullptr));
     EXPECT_EQ(row.slot, StringSlot(table, row.key)) << row.key;
   }
@@ -877,6 +880,7 @@ TEST(FwHash, TheCopyingFunctionsReportNullArguments) {
 
 TEST(FwHash, ExhaustedMemoryAtCreationIsAnError) {
   for (int nSuccesses : {0, 1}) {  // the record; the slots, where the record is freed again
+    SCOPED_TRACE(nSuccesses);
     FwErrorState err;
     FailAllocationsAfter failing(nSuccesses);
     EXPECT_EQ(nullptr, FwHashCreateTable(1, nullptr, &err));
@@ -890,7 +894,7 @@ TEST(FwHash, ExhaustedMemoryAtGrowthIsSilentWhileASlotRemains) {
   Table table(1);  // 3 slots
   FailAllocationsAfter failing(0);
   for (std::uintptr_t key = 1; key <= 3; key++)
-    EXPECT_NE(nullptr, FwHashAddEntry(table, Key(key), nullptr, &err));
+    EXPECT_NE(nullptr, FwHashAddEntry(table, Key(key), nullptr, &err)) << key;
   EXPECT_EQ(nullptr, err.pError);
   EXPECT_EQ(3u, table->nTableSize);
   // The table is full now: another key finds no slot, a known one is replaced.
@@ -928,6 +932,7 @@ TEST(FwHash, ExhaustedMemoryInTheCopyingAddLeavesTheEntry) {
   EXPECT_EQ(fwErrorNoMemory, FwErrorClear(&err));
   EXPECT_STREQ("old", static_cast<char*>(FwHashLookupEntry(table, FWT("a"), nullptr)->value));
   for (int nSuccesses : {0, 1}) {  // the key; the value, where the key's copy is freed again
+    SCOPED_TRACE(nSuccesses);
     FailAllocationsAfter inner(nSuccesses);
     EXPECT_EQ(nullptr, FwHashAddEntry(table, FWT("b"), FWT("new"), &err));
     EXPECT_EQ(fwErrorNoMemory, FwErrorClear(&err));
@@ -940,6 +945,7 @@ TEST(FwHash, ManyRandomAddsAndRemovalsKeepEveryKeyOnItsRun) {
   Table table(0);
   std::map<std::uintptr_t, std::uintptr_t> model;
   for (int step = 0; step < 20000; step++) {
+    SCOPED_TRACE(step);
     const std::uintptr_t key = random() % 300 + 1;
     if (random() % 2 == 0) {
       table.Add(key, static_cast<std::uintptr_t>(step));
@@ -951,6 +957,7 @@ TEST(FwHash, ManyRandomAddsAndRemovalsKeepEveryKeyOnItsRun) {
     if (step % 50 != 0) continue;
     const Slots slots = table.Slots();
     for (const auto& [wanted, value] : model) {
+      SCOPED_TRACE(wanted);
       std::size_t slot = wanted % slots.size();
       while (slots[slot] != wanted) {
         ASSERT_NE(0u, slots[slot]) << "the run of " << wanted << " is broken";

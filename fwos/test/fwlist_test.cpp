@@ -1,4 +1,5 @@
 #include "fwlist.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,8 @@ struct FwList : testing::Test {
   ~FwList() override { FwListSetTrace(0); }
 
   // The items by their numbers, read forward; the same is checked backward.
-  std::vector<int> Items() {
+  std::vector<int> Items(Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     std::vector<int> forward, backward;
     for (pFwListEntry_t p = plseFcListGetFirst_(&head); p; p = plseFcListGetNext_(&head, p))
       forward.push_back(static_cast<int>(p - items));
@@ -92,6 +94,7 @@ TEST_F(FwList, RemoveTakesItemsFromEndsAndMiddle) {
   FcListRemove_(&head, &items[2]);
   EXPECT_EQ((Numbers{1, 3}), Items());
   for (int i : {0, 2, 4}) {
+    SCOPED_TRACE(i);
     EXPECT_EQ(nullptr, items[i].plseNext);
     EXPECT_EQ(nullptr, items[i].plsePrev);
   }
@@ -280,7 +283,7 @@ TEST_F(FwList, ADisturbedSentinelIsFound) {
 TEST_F(FwList, ElementIsValidIfItsNeighboursPointBack) {
   Fill(3);
   for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(1, fFcListElementValid_(&head, &items[i]));
+    EXPECT_EQ(1, fFcListElementValid_(&head, &items[i])) << i;
   items[2].plsePrev = nullptr;
   EXPECT_EQ(0, fFcListElementValid_(&head, &items[1]));
   items[2].plsePrev = &items[1];
@@ -294,6 +297,7 @@ TEST_F(FwList, ElementIsValidIfItsNeighboursPointBack) {
 TEST_F(FwList, SetTraceWithoutItsFirstBitTracesNothing) {
   ExpectTraces none({});
   for (int32 nFlags : {0, 2, 4, 6}) {
+    SCOPED_TRACE(nFlags);
     FwListSetTrace(nFlags);
     FcListInitHead_(&head);
     EXPECT_EQ(0, fFcListItemInList_(&head, &items[0]));

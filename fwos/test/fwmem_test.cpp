@@ -213,6 +213,7 @@ TEST(FwMemLevel0, ChecksAndReportsNothing) {
 
 TEST(FwMem, InitZeroFillsAtEveryLevel) {
   for (uint32 level : {0u, 1u, 2u}) {
+    SCOPED_TRACE(level);
     Arena arena;
     MemContext context(level, Arena::Alloc, Arena::Free);
     uint8* pb = Alloc(33, ALLOC_MUST_SUCCEED | INIT_ZERO);
@@ -223,6 +224,7 @@ TEST(FwMem, InitZeroFillsAtEveryLevel) {
 
 TEST(FwMem, ExhaustionHasTheOutcomeThatTheFlagsSelect) {
   for (uint32 level : {0u, 1u, 2u}) {
+    SCOPED_TRACE(level);
     Arena arena;
     MemContext context(level, Arena::Alloc, Arena::Free);
     Arena::exhausted = true;
@@ -259,6 +261,7 @@ TEST(FwMem, SizeZeroAssertsAndStillGivesAnAddress) {
     Free(pv);
   }
   for (uint32 level : {1u, 2u}) {
+    SCOPED_TRACE(level);
     MemContext context(level);
     const std::string complaint =
         level == 1 ? Call("Block has 0 size") : CallAndAllocation("Block has 0 size");
@@ -272,6 +275,7 @@ TEST(FwMem, SizeZeroAssertsAndStillGivesAnAddress) {
 
 TEST(FwMem, AnUnknownSizeIsNoneToAllocate) {
   for (uint32 level : {1u, 2u}) {
+    SCOPED_TRACE(level);
     MemContext context(level);
     ExpectAsserts expected({"No size"});
     EXPECT_EQ(nullptr, Alloc(0xFFFFFFFF, kMay));
@@ -288,6 +292,7 @@ TEST(FwMem, AMissingFileNameAsserts) {
 
 TEST(FwMem, NothingIsFreedForABadAddress) {
   for (uint32 level : {0u, 1u, 2u}) {
+    SCOPED_TRACE(level);
     Arena arena;
     MemContext context(level, Arena::Alloc, Arena::Free);
     uint8* pb = Alloc(16);
@@ -494,6 +499,7 @@ TEST(FwMemLevel2, RecordsTheBaseNameOfTheFile) {
   };
   MemContext context(2);
   for (auto& row : rows) {
+    SCOPED_TRACE(row.path);
     uint8* pb = Alloc(1, kMust, row.path);
     EXPECT_STREQ(row.name, HeavyOf(pb)->szFilename);
     Free(pb);
@@ -767,6 +773,7 @@ TEST(FwMemPool, AsksForRoundedSizes) {
       {5000, 4, 5120 - 8},
   };
   for (auto& row : rows) {
+    SCOPED_TRACE(row.cbInitial);
     Arena arena;
     MemContext context(0, Arena::Alloc, Arena::Free);
     FwMemPool* pool = FwMemPoolCreate(0, row.cbInitial, 0, row.alignment, kMay);
@@ -777,6 +784,7 @@ TEST(FwMemPool, AsksForRoundedSizes) {
 
 TEST(FwMemPool, PiecesFollowEachOtherAligned) {
   for (uint32 alignment : {1u, 2u, 4u, 8u}) {
+    SCOPED_TRACE(alignment);
     Arena arena;
     MemContext context(0, Arena::Alloc, Arena::Free);
     FwMemPool* pool = FwMemPoolCreate(0, 100, 0, alignment, kMay);

@@ -346,10 +346,12 @@ TEST_F(FwObserv, EachNonNullArgumentNarrowsWhatEnds) {
       {nullptr, o1, nullptr, 0},
   };
   for (const Row& row : rows) {
+    SCOPED_TRACE(&row - rows);
     start_all();
     FwObserveEnd(row.pObserver, row.pSubject, row.pClass);
     EXPECT_EQ(row.ended, events.size());
     for (const std::string& event : events) {
+      SCOPED_TRACE(event);
       EXPECT_NE(std::string::npos, event.find(" ends "));
       if (row.pObserver != nullptr) {
         EXPECT_EQ(0u, event.find(Name(row.pObserver))) << event;
@@ -530,7 +532,7 @@ TEST_F(FwObserv, ManyObservationsOfOneClassGrowTheTables) {
     Start(o1, names[i]);
   }
   for (char* name : names)
-    EXPECT_EQ((Events{std::string("o1 sees ") + name + " -"}), Notified(name));
+    EXPECT_EQ((Events{std::string("o1 sees ") + name + " -"}), Notified(name)) << name;
   events.clear();
   FwObserveEnd(nullptr, nullptr, &FwChangeClass);
   EXPECT_EQ(40u, events.size());

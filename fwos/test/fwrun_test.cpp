@@ -1,4 +1,5 @@
 #include "fwrun.h"
+#include "caller.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -39,7 +40,8 @@ class Arguments {
   FwVector vector_ = {};
 };
 
-std::string ReadAll(FwFile file) {
+std::string ReadAll(FwFile file, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   Error err;
   Record record;
   FwFileReadRecord(err, file, record);
@@ -88,6 +90,7 @@ const CommandRow kCommands[] = {
 
 TEST(FwRunCommand, ReturnsTheStatusAndReportsAnyButZero) {
   for (const CommandRow& row : kCommands) {
+    SCOPED_TRACE(row.command);
     Error err;
     EXPECT_EQ(row.result, FwRunCommand(err, FWT(row.command), nullptr)) << row.command;
     EXPECT_EQ(row.error, Describe(err));
@@ -96,6 +99,7 @@ TEST(FwRunCommand, ReturnsTheStatusAndReportsAnyButZero) {
 
 TEST(FwDoRunCommand, TakesQuietWithoutEffect) {
   for (const int quiet : {0, 1}) {
+    SCOPED_TRACE(quiet);
     Error err;
     EXPECT_EQ(3u, FwDoRunCommand(err, FWT("exit 3"), nullptr, quiet));
     EXPECT_EQ("FromCommand Error status 3 Command exit 3", Describe(err));
@@ -275,6 +279,7 @@ TEST(FwRunProgram, ReportsThatNoChildCouldBeMadeAlsoWithoutWaiting) {
   NoFork no_fork;
   Arguments args({});
   for (const int fWait : {0, 1}) {
+    SCOPED_TRACE(fWait);
     Error err;
     EXPECT_EQ(kMinusOne, FwRunProgram(err, FWT("sh"), args, nullptr, fWait));
     EXPECT_EQ("CallingCommand Command sh", Describe(err));

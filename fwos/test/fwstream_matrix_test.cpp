@@ -308,6 +308,7 @@ TEST(StreamMatrix, LineBufferedWritesReachTheFileUpToTheLastLineEnd) {
 
 TEST(StreamMatrix, TheFullDeviceIsNoticedWhenTheBufferIsWritten) {
   for (const int32 fLines : {0, 1}) {
+    SCOPED_TRACE(fLines);
     FileStream stream("/dev/full", FW_OPEN_WRONLY, 8);
     Fw_msg_SetLineBuffering(stream.top, fLines);
     EXPECT_EQ(3, stream.Write("abc"));

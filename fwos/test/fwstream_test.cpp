@@ -150,6 +150,7 @@ std::string Detail(const FwErrorState& err) {
 
 TEST(FwStream, EachLineEndReadsAsANewline) {
   for (int32 nBufferSize : {1, 2, 3, 4, 5, 100}) {
+    SCOPED_TRACE(nBufferSize);
     Stream stream("a\r\nb\rc\n", nBufferSize);
     EXPECT_EQ("a\n|2", stream.Line()) << nBufferSize;
     EXPECT_EQ("b\n|2", stream.Line()) << nBufferSize;
@@ -186,7 +187,7 @@ TEST(FwStream, ACarriageReturnAtTheEndIsALineEnd) {
 TEST(FwStream, EmptyLinesAreJustTheirNewline) {
   Stream stream("\n\r\n\r\r\n", 3);
   for (int i = 0; i < 4; i++)
-    EXPECT_EQ("\n|1", stream.Line());
+    EXPECT_EQ("\n|1", stream.Line()) << i;
   EXPECT_EQ("|0", stream.Line());
 }
 
@@ -266,6 +267,7 @@ TEST(FwStream, AReadErrorInsideALineGivesTheBytesBeforeIt) {
 
 TEST(FwStream, ASeekToZeroAfterTheEndReadsAgain) {
   for (int32 nBufferSize : {1, 3, 100}) {
+    SCOPED_TRACE(nBufferSize);
     Stream stream("ab\ncd", nBufferSize);
     EXPECT_EQ("ab\n|3", stream.Line());
     EXPECT_EQ("cd|2", stream.Line());
@@ -521,6 +523,7 @@ TEST(FwStream, BytesThatAreCutInsideACharacterAreWrittenAsTheyAre) {
 
 TEST(FwStream, AWriteErrorIsSticky) {
   for (int32 lineBuffered : {0, 1}) {
+    SCOPED_TRACE(lineBuffered);
     Stream stream("", 2, FW_OPEN_WRONLY);
     Fw_msg_SetLineBuffering(stream.top, lineBuffered);
     stream.below->fFail = 1;
@@ -633,7 +636,8 @@ TEST(FwStream, TheAbstractClassesProhibitTheTransferMessages) {
     for (FwMessageID message : {_Fw_msg_StreamRead_Handle, _Fw_msg_StreamWrite_Handle,
                                 _Fw_msg_StreamSeek_Handle, _Fw_msg_StreamExtent_Handle}) {
       ExpectAsserts expected({"Class prohibits message"});
-      EXPECT_EQ(nullptr, FwClassFindMethod(message, pClass));
+      EXPECT_EQ(nullptr, FwClassFindMethod(message, pClass))
+          << message << " of " << pClass->pszClassName;
     }
   }
 }
@@ -641,6 +645,7 @@ TEST(FwStream, TheAbstractClassesProhibitTheTransferMessages) {
 TEST(FwStream, ABufferedStreamWithoutBufferOrStreamBelowIsRefused) {
   Stream stream("", 4);
   for (int32 nBufferSize : {0, -1}) {
+    SCOPED_TRACE(nBufferSize);
     FwErrorState err;
     EXPECT_EQ(nullptr,
               Fw_msg_CreateStreamBuffered(&err, FW_OPEN_RDONLY, nBufferSize, stream.below));

@@ -216,6 +216,7 @@ TEST(FwStrRecordGrowth, StringsCountTheirTerminatorInTheRequest) {
   };
   // The request is 31 + length + 1 + 1.
   for (const Row& row : std::initializer_list<Row>{{31, 32}, {32, 256}, {95, 512}}) {
+    SCOPED_TRACE(row.cbLength);
     const std::string text(row.cbLength, 'x');
     Growing string;
     EXPECT_EQ(row.cbLength, FwStrPutTextString(string.get(), FWT(text.c_str())));
@@ -587,6 +588,7 @@ TEST(FwStrRecordShorten, ACutInsideACharacterAsserts) {
 
 TEST(FcStrMultiPutTextCharacter, PutsTheNumberAskedFor) {
   for (uint32 n : {0u, 1u, 7u, 127u, 128u, 129u, 300u}) {
+    SCOPED_TRACE(n);
     Growing growing;
     EXPECT_EQ(n, FcStrMultiPutTextCharacter(growing.get(), '-', n));
     EXPECT_EQ(std::string(n, '-'), growing.text());

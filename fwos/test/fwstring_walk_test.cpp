@@ -172,7 +172,7 @@ TEST(FwStrGetByteType, TellsContinuationBytesFromTheOthers) {
   EXPECT_EQ(8u, FwStrGetByteType(0x80));
   EXPECT_EQ(8u, FwStrGetByteType(0xBF));
   for (FwTextByte tb : {0x00, 0x41, 0x7F, 0xC0, 0xE2, 0xFF})
-    EXPECT_EQ(2u, FwStrGetByteType(tb));
+    EXPECT_EQ(2u, FwStrGetByteType(tb)) << static_cast<int>(tb);
 }
 
 TEST(FwStrValidate, IsTrueWhenTheEndWasReached) {
@@ -204,6 +204,7 @@ TEST(fFcStrWellTerminated, FindsTheCharacterThatStraddlesTheLimit) {
                                   {"\xE9"
                                    "a\0z",
                                    4, 1, -1}}) {  // followers aren't tested
+    SCOPED_TRACE(row.text);
     FwTextByte* ptbBad = nullptr;
     EXPECT_EQ(row.result, fFcStrNWellTerminated(FWT(row.text), row.cbLength, &ptbBad)) << row.text;
     if (row.bad >= 0)
@@ -375,6 +376,7 @@ TEST(FwStrTok, CutsTheStringAtItsDelimiters) {
                                                     {"\xE9"
                                                      "ab",
                                                      "c"}}}) {
+    SCOPED_TRACE(row.text);
     Own text(row.text);
     FwTextString ptbz = text.get();
     std::vector<std::string> tokens;
@@ -487,7 +489,7 @@ TEST(FwStrEqualFolded, FoldsAsciiOnly) {
                                                    {nullptr, nullptr, 1},
                                                    {nullptr, "", 0},
                                                    {"", nullptr, 0}})
-    EXPECT_EQ(row.result, FwStrEqualFolded(FWT(row.a), FWT(row.b)));
+    EXPECT_EQ(row.result, FwStrEqualFolded(FWT(row.a), FWT(row.b))) << row.a;
 }
 
 // --- Duplicating, splitting, joining ---
@@ -511,6 +513,7 @@ TEST(FwStrDuplicate, TheCountedFormReadsAtMostTheCount) {
     const char* result;
   };
   for (const Row& row : std::initializer_list<Row>{{0, ""}, {2, "ab"}, {3, "abc"}}) {
+    SCOPED_TRACE(row.cbLength);
     FwTextString copy = FwStrNDuplicate(FWT(exact), row.cbLength);
     EXPECT_STREQ(row.result, FWC(copy));
     FwMemFreeSize(copy, static_cast<uint32>(row.cbLength) + 1);
@@ -646,6 +649,7 @@ TEST(FwStrTextJoin, PutsTheFirstStringsWithTheSeparatorBetween) {
                                                    {4, 3, "a, b, c"},
                                                    {0, 3, "a, b, c"},
                                                    {-1, 3, "a, b, c"}}) {
+    SCOPED_TRACE(row.text);
     FwStrRecord record;
     FwStrRecordOpen(&record);
     EXPECT_EQ(row.result, FwStrTextJoin(&vector, row.n, FWT(", "), &record));

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "fcstrmat.h"
 #include "fwstring.h"
 #include "fwstrprf_format.h"
@@ -17,7 +18,8 @@ const char kNoMatch[] = "(no match)";
 
 // The translation, or kNoMatch.
 std::string MatchN(const std::string& english, uint32 cbEnglish, const std::string& pattern,
-                   const std::string& translated) {
+                   const std::string& translated, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   FwStrRecord record;
   FwStrRecordOpen(&record);
   int32 fMatched = fFcStrNMatchTemplate(FWT(english.c_str()), cbEnglish, FWT(pattern.c_str()),
@@ -47,7 +49,8 @@ struct MatchCase {
   const char* pszExpected;
 };
 
-void ExpectMatches(const MatchCase* pCases, std::size_t n) {
+void ExpectMatches(const MatchCase* pCases, std::size_t n, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (std::size_t i = 0; i < n; i++) {
     const MatchCase& c = pCases[i];
     EXPECT_EQ(c.pszExpected, Match(c.pszEnglish, c.pszTemplate, c.pszTranslated))

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "fcstrprf.h"
 #include "fwstring.h"
 #include "fwstrprf_format.h"
@@ -50,7 +51,9 @@ FcStrArg StringArg(const char* psz, uint32 cbLength = kFcStrTerminated) {
   return arg;
 }
 
-std::string FormatTyped(const char* pszFormat, std::vector<FcStrArg> args) {
+std::string FormatTyped(const char* pszFormat, std::vector<FcStrArg> args,
+                        Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   FcStrArgList list = {args.data(), static_cast<uint32>(args.size())};
   FwStrRecord record;
   FwStrRecordOpen(&record);

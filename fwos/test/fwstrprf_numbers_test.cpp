@@ -263,6 +263,7 @@ TEST(FcStrPrintfInt, BuildsTheCLibrarysFormat) {
       {'o', 0, -2, 0, 0, 0, 1, "0377"},    {'d', -6, -1, 0, 0, 0, 0, "255"},
   };
   for (const CLibraryCase& c : cases) {
+    SCOPED_TRACE(c.pszExpected);
     FwStrRecord record;
     FwStrRecordOpen(&record);
     uint32 cb = FcStrPrintfInt(&record, 255, c.type, c.nMinWidth, c.nPrecision, c.fLeftJustified,
@@ -279,6 +280,7 @@ TEST(FcStrPrintfReal, BuildsTheCLibrarysFormat) {
       {'G', 0, -2, 0, 0, ' ', 1, " 2.50000"},
   };
   for (const CLibraryCase& c : cases) {
+    SCOPED_TRACE(c.pszExpected);
     FwStrRecord record;
     FwStrRecordOpen(&record);
     FcStrPrintfReal(&record, 2.5, c.type, c.nMinWidth, c.nPrecision, c.fLeftJustified,

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "caller.h"
 #include "fcboot.h"
 #include "fcmem.h"
 #include "fctransl.h"
@@ -260,7 +261,9 @@ class MessageFiles : public testing::Test {
   }
 
   // Loads a file with this content and compares all that it answers with the model.
-  void ExpectAsTheModel(const std::string& content, bool preloaded) {
+  void ExpectAsTheModel(const std::string& content, bool preloaded,
+                        Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     const Model model(content);
     const std::string path = tree_.Write("file", content);
     Error err;
@@ -406,9 +409,11 @@ TEST_F(MessageFiles, HaveTheirHeaderWhollyWithinTheFirst1024Bytes) {
 TEST_F(MessageFiles, ReadAcrossTheEndOfTheBuffer) {
   for (size_t cb = 8192 - kFixed.size(); cb <= 8192; cb += 3)
     for (const char* mode : kModes) {
+      SCOPED_TRACE(testing::Message() << cb << ' ' << mode);
       const std::string header = Header(mode);
       const std::string filler = ";" + std::string(cb - header.size() - 2, 'x') + "\n";
       for (const char* line_end : {"\n", "\r\n"}) {
+        SCOPED_TRACE(line_end);
         ExpectAsTheModel(header + filler + WithLineEnds(kFixed + kTemplates, line_end),
                          std::string(mode) == "yes");
         if (HasFatalFailure()) return;
@@ -473,10 +478,12 @@ TEST_F(MessageFiles, StackUpAsTheModel) {
   std::mt19937 random(20);
   const auto any = [&random](size_t n) { return static_cast<size_t>(random() % n); };
   for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
     ModelStack stack;
     std::vector<std::unique_ptr<ModelFile>> loaded;
     std::vector<ModelLock> locks;
     for (int step = 0; step < 25; ++step) {
+      SCOPED_TRACE(step);
       const size_t what = any(10);
       if (what < 5) {
         auto file = std::make_unique<ModelFile>();
@@ -531,6 +538,7 @@ TEST_F(MessageFiles, StackUpAsTheModel) {
         if (found) locks.erase(locks.begin() + static_cast<std::ptrdiff_t>(n));
       }
       for (const std::string& word : kWords) {
+        SCOPED_TRACE(word);
         ModelFile* top = stack.Top(word);
         ASSERT_EQ(top == nullptr ? "(none)" : top->entries[word], Lookup(word)) << word;
         ASSERT_EQ(top == nullptr ? "0: " + word : "1: " + top->entries[word], Translate(word));
@@ -631,6 +639,7 @@ TEST_F(MessageFiles, FailAtATableThatIsFull) {
   } rows[] = {{"Fixed Strings", "fixed string"}, {"Message Templates", "message template"}};
   for (const auto& row : rows)
     for (const char* mode : kModes) {
+      SCOPED_TRACE(testing::Message() << row.section << ' ' << mode);
       std::string pairs;
       for (int i = 100; i < 400; ++i)
         pairs += "#EN\n" + std::to_string(i * i) + "\n#DE\nx\n";

@@ -1,5 +1,6 @@
 // Message translation files: reading, looking up, layering, locks.
 #include "fwtransl.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -93,7 +94,9 @@ class FwTransl : public testing::Test {
   }
 
   // Writes and loads a file that has no faults.
-  std::string LoadText(const std::string& name, const std::string& text) {
+  std::string LoadText(const std::string& name, const std::string& text,
+                       Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     std::string path = Write(name, text);
     FwErrorState err;
     EXPECT_TRUE(Load(path, &err)) << name;
@@ -432,6 +435,7 @@ TEST_F(FwTransl, ReportsExhaustedMemory) {
           "'",
       "FwTranslLoadMessageFile: Failed to duplicate filename when loading '" + path + "'"};
   for (int nSuccesses : {0, 1}) {
+    SCOPED_TRACE(nSuccesses);
     Tracing tracing;
     ExpectTraces expected({traces[nSuccesses]});
     FwErrorState err;
@@ -530,6 +534,7 @@ TEST_F(FwTransl, WarnsOfEmptyTexts) {
 
 TEST_F(FwTransl, WarnsOfADuplicateAndKeepsTheFirst) {
   for (const char* pszPreload : {"", "Preload=yes\n"}) {
+    SCOPED_TRACE(pszPreload);
     EXPECT_EQ(
         Lines{"WARNING: In file 'F': Duplicate US text \"a\"\n"},
         LogOf(HeaderWith(pszPreload) + Fixed(Pair("a", "A1") + Pair("a", "A2") + Pair("b", "B"))));
@@ -547,6 +552,7 @@ TEST_F(FwTransl, LogsThroughTheDefaultOfTheBootContext) {
 TEST_F(FwTransl, TellsTextsOfOneHashApart) {
   // "ba" and "aq" hash alike: 98 * 16 + 97 = 97 * 16 + 113.
   for (const char* pszPreload : {"", "Preload=yes\n"}) {
+    SCOPED_TRACE(pszPreload);
     std::string path = LoadText(
         "collision",
         HeaderWith(pszPreload) + Fixed(Pair("ba", "one") + Pair("aq", "two") + Pair("c", "three")));
@@ -679,7 +685,7 @@ TEST_F(FwTransl, GivesTheFontOfTheNewestFileThatHasOne) {
   EXPECT_EQ(14, nFontSize);
   CollectReports reports;  // of the font names that go, at the debugging levels
   for (const char* psz : {"named", "plain", "sized"})
-    EXPECT_TRUE(Unload(tree_ / psz));
+    EXPECT_TRUE(Unload(tree_ / psz)) << psz;
 }
 
 TEST_F(FwTransl, GivesUpTheAddressOfAFontNameAtUnload) {
@@ -711,6 +717,7 @@ TEST_F(FwTransl, AllocatorsAreNotGivenTheAddressOfAFontName) {
   };
   const std::string path = Write("font", HeaderWith("Font Name=Courier\n"));
   for (uint32 nLevel : {0u, 1u, 2u}) {
+    SCOPED_TRACE(nLevel);
     ExpectGoodInChild([&] {
       fcBootContext.memory = {std::malloc, watch, nLevel};
       FcMemInit();

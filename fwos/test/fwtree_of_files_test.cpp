@@ -75,6 +75,7 @@ std::string LinkText(const std::string& path) {
 
 TEST(FwFileCopyTree, CopiesFilesDirectoriesAndLinks) {
   for (TreeCopy* copy : kBoth) {
+    SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
     TemporaryTree tree;
     tree.Write("from/a", "text a");
     tree.Write("from/sub/b", "text b");
@@ -96,6 +97,7 @@ TEST(FwFileCopyTree, CopiesFilesDirectoriesAndLinks) {
 
 TEST(FwFileCopyTree, OfASingleFileMakesTheTargetsParents) {
   for (TreeCopy* copy : kBoth) {
+    SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
     TemporaryTree tree;
     Error err;
     EXPECT_EQ(1, copy(err, Txt(tree.Write("a", "text")), Txt(tree / "x/y/z"), nullptr));
@@ -135,6 +137,7 @@ TEST(FwFileCopyTree, OfAFileOntoItselfIsRefused) {
   for (const std::string& name : {file, tree / "d/./a", tree / "d/../d/a", tree.Link("link", "d/a"),
                                   tree / "hard", tree.Link("by", "d") + "/a"})
     for (TreeCopy* copy : kBoth) {
+      SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
       Error err;
       Progress progress;
       EXPECT_EQ(0, copy(err, Txt(file), Txt(name), progress));
@@ -153,6 +156,7 @@ TEST(FwFileCopyTree, OfADirectoryOntoItselfIsRefused) {
   for (const std::string& from : {tree / "d", tree / "d/"})
     for (const std::string& name : {tree / "d", tree / "d/", tree / "d/sub/..", other, other + "/"})
       for (TreeCopy* copy : kBoth) {
+        SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
         Error err;
         EXPECT_EQ(0, copy(err, Txt(from), Txt(name), nullptr));
         EXPECT_EQ("AlreadyExists File " + name, Describe(err));
@@ -167,6 +171,7 @@ TEST(FwFileCopyTree, OfADirectoryIntoItselfIsRefusedBeforeAnythingIsMade) {
   for (const std::string& name : {tree / "d/new", tree / "d/new/er/", tree / "d/sub",
                                   tree / "d/sub/x", other, other + "/x/y"})
     for (TreeCopy* copy : kBoth) {
+      SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
       Error err;
       EXPECT_EQ(0, copy(err, Txt(tree / "d"), Txt(name), nullptr));
       EXPECT_EQ("AlreadyExists File " + name, Describe(err));
@@ -189,7 +194,9 @@ TEST(FwFileCopyTree, ALinkIsNotCopiedOverTheFileThatItLeadsTo) {
   const std::string file = tree.Write("to/l", "text");
   tree.Link("from/l", "../to/l");
   for (TreeCopy* copy : kBoth) {
+    SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
     for (const char* level : {"", "/l"}) {
+      SCOPED_TRACE(level);
       Error err;
       EXPECT_EQ(0, copy(err, Txt(tree / "from" + level), Txt(tree / "to" + level), nullptr));
       EXPECT_EQ("AlreadyExists File " + file, Describe(err));
@@ -199,6 +206,7 @@ TEST(FwFileCopyTree, ALinkIsNotCopiedOverTheFileThatItLeadsTo) {
   // A copy of the link is replaced as ever.
   tree.Directory("copy");
   for (int i = 0; i < 2; i++) {
+    SCOPED_TRACE(i);
     Error err;
     EXPECT_EQ(1, FwFileCopyTree(err, Txt(tree / "from"), Txt(tree / "copy"), nullptr, 0));
     EXPECT_EQ("../to/l", LinkText(tree / "copy/l"));
@@ -213,7 +221,9 @@ TEST(FwFileCopyTree, NothingOfTheSourceIsLostThroughALinkInTheTarget) {
   tree.Link("to/sub", "../from/sub");
   tree.Link("in/sub", "../from/sub/deep");
   for (TreeCopy* copy : kBoth) {
+    SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
     for (const char* target : {"to", "in"}) {
+      SCOPED_TRACE(target);
       Error err;
       EXPECT_EQ(0, copy(err, Txt(tree / "from"), Txt(tree / target), nullptr));
       EXPECT_TRUE(Describe(err).starts_with("AlreadyExists File " + (tree / target)))
@@ -267,6 +277,7 @@ TEST(FwFileCopyTree, TakesRelativeNamesFromTheDirectoryAtBoot) {
 TEST(FwFileCopyTree, ReportsASourceThatDoesNotExist) {
   TemporaryTree tree;
   for (TreeCopy* copy : kBoth) {
+    SCOPED_TRACE(copy == Ex ? "Ex" : "Plain");
     Error err;
     EXPECT_EQ(0, copy(err, Txt(tree / "none"), Txt(tree / "to"), nullptr));
     EXPECT_EQ("NonExistent File " + (tree / "none"), Describe(err));
@@ -332,6 +343,7 @@ TEST(FwFileCopyTree, CanBeStopped) {
   tree.Write("from/a", "");
   tree.Write("from/b", "");
   for (const size_t stop_at : {1u, 2u}) {
+    SCOPED_TRACE(stop_at);
     Progress progress(stop_at);
     Error err;
     EXPECT_EQ(0, FwFileCopyTree(err, Txt(tree / "from/"), Txt(tree / "to/"), progress, 0));
@@ -391,6 +403,7 @@ TEST(FwFileCopyTreeEx, SkipsNothingForAnEmptyName) {
 TEST(FwFileSetInfoTree, MakesAllFilesAndDirectoriesWritable) {
   TemporaryTree tree;
   for (const char* name : {"d/a", "d/sub/b", ".AppleDouble/d"}) {
+    SCOPED_TRACE(name);
     tree.Write(name, "");
     ASSERT_EQ(0, chmod((tree / name).c_str(), 0444));
   }
@@ -458,6 +471,7 @@ TEST(FwFileTreeSize, RoundsTheBlockSizeToAPowerOfTwo) {
   TemporaryTree tree;
   const std::string path = tree.Write("a", "x");
   for (const SizeRow& row : kSizes) {
+    SCOPED_TRACE(row.blocksize);
     FwFileTreeSizeInfo size;
     Error err;
     EXPECT_EQ(1u, FwFileTreeSize(err, Txt(path), &size, row.blocksize));
@@ -486,6 +500,7 @@ TEST(FwFileTreeSize, WalksATree) {
   tree.Link("d/l", "12345");
   FwFileTreeSizeInfo size;
   for (const char* name : {"d", "d/"}) {
+    SCOPED_TRACE(name);
     Error err;
     EXPECT_EQ(1u, FwFileTreeSize(err, Txt(tree / name), &size, 1000));
     EXPECT_EQ(1500u + 1024 + 2 + 5, size.exact.low);
@@ -531,6 +546,7 @@ TEST(FwFileTreeSize, KeepsOtherFailures) {
 TEST(FwFileTreeSize, AddsSizesAcrossTheWordBoundary) {
   TemporaryTree tree;
   for (const char* name : {"d/a", "d/b"}) {
+    SCOPED_TRACE(name);
     tree.Write(name, "");
     ASSERT_EQ(0, truncate((tree / name).c_str(), int64_t{3} << 30));
   }

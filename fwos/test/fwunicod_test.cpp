@@ -144,6 +144,7 @@ TEST(FwCharacterToUTF8, TheLengthFollowsTheValue) {
                                   {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
                                   {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
                                   {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"}}) {
+    SCOPED_TRACE(row.tc);
     EXPECT_EQ(row.bytes, Encode(row.tc)) << row.tc;
     FwTextCharacter tc = -5;
     std::string bytes = row.bytes;
@@ -166,6 +167,7 @@ TEST(FwUTF8ToCharacter, ATerminatorIsOneByte) {
 
 TEST(FwUTF8ToCharacter, ABadLeadByteHasNoLengthAndANegativeValue) {
   for (int b = 0x80; b < 0x100; b++) {
+    SCOPED_TRACE(b);
     if (b >= 0xC0 && b < 0xFE) continue;
     FwTextByte ab[] = {static_cast<FwTextByte>(b), 0};
     FwTextCharacter tc = 5;
@@ -188,6 +190,7 @@ TEST(FwUTF8ToCharacter, OverlongFormsAssertAndKeepTheirValue) {
                                                    {"\xF0\x8F\xBF\xBF", 4, 0xFFFF},
                                                    {"\xF8\x87\xBF\xBF\xBF", 5, 0x1FFFFF},
                                                    {"\xFC\x83\xBF\xBF\xBF\xBF", 6, 0x3FFFFFF}}) {
+    SCOPED_TRACE(row.bytes);
     FwTextCharacter tc = 5;
     ExpectAsserts expected({kOverlong});
     EXPECT_EQ(row.length, FwUTF8ToCharacter(&tc, FWT(row.bytes)));
@@ -278,6 +281,7 @@ TEST(FwUTF16CountChars, CountsUnits) {
                                                    {{'a', 0xD83D, 0xDE00, 'b'}, 4},
                                                    {{0xDC00, 'a', 'b'}, 3},
                                                    {{'a', 0xD800}, 2}}) {
+    SCOPED_TRACE(testing::PrintToString(row.units));
     FwUTF16String s = Units(row.units);
     EXPECT_EQ(row.count, FwUTF16CountChars(s));
     EXPECT_EQ(row.units.size(), FwUniCountChars(s));
@@ -381,6 +385,7 @@ TEST(FwUTF16Validate, ReturnAndReportLeaveTheString) {
 
 TEST(FwUTF16Validate, AGoodStringANullStringAndANullPointer) {
   for (FwValidate fix : {FWVALIDATE_FIX, FWVALIDATE_RETURN, FWVALIDATE_REPORT}) {
+    SCOPED_TRACE(static_cast<int>(fix));
     FwUTF16String s = Units({'a', 0xD83D, 0xDE00, 'b'});
     EXPECT_EQ(1u, FwUTF16Validate(fix, &s));
     FwMemFree(s);
@@ -552,6 +557,7 @@ TEST(FpStr, LocalScannersMoveTheCursorOnSuccess) {
 
 TEST(FwStrLocalToUTF8, InAUTF8LocaleBothDirectionsAreCopies) {
   for (const char* psz : {"", "plain", "\xC3\xA9", "\xE9 bad \x80"}) {
+    SCOPED_TRACE(psz);
     EXPECT_EQ(psz, Take(FwStrLocalToUTF8(psz)));
     EXPECT_EQ(psz, Take(FwStrUTF8ToLocal(FWT(psz))));
   }
@@ -637,7 +643,7 @@ TEST(FcStrInit, StoresTheArgumentsInUTF8) {
   const FwPlatformControlContext before = platform;
   ASSERT_NE(nullptr, before.argvUTF8);
   for (int i = 0; i < before.argc; i++)
-    EXPECT_STREQ(before.argv[i], FWC(before.argvUTF8[i]));
+    EXPECT_STREQ(before.argv[i], FWC(before.argvUTF8[i])) << i;
   EXPECT_EQ(nullptr, before.argvUTF8[before.argc]);
 
   FcStrShutdown();

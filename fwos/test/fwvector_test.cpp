@@ -66,6 +66,7 @@ TEST(FwVector, ADeclaredVectorIsUninitialized) {
 
 TEST(FwVector, OpenMakesAnEmptyVectorOfMarkedSlots) {
   for (int32 nSize : {1, 3, 5, 10, 20}) {
+    SCOPED_TRACE(nSize);
     Filled vector(0, nSize);
     EXPECT_EQ(1, vector->state);
     EXPECT_EQ(0, vector->nCurrentSize);
@@ -96,8 +97,9 @@ TEST(FwVector, GrowthYieldsOneAndAHalfTimesWhatIsNeeded) {
   // From 9 needed slots down the growth gives 20, from 10 up half as much again.
   for (const Row& row : std::initializer_list<Row>{
            {3, 3, 3}, {3, 4, 20}, {8, 9, 20}, {9, 10, 15}, {20, 21, 31}, {20, 32, 48}}) {
+    SCOPED_TRACE(testing::Message() << row.nOpen << " " << row.nElements);
     Filled vector(row.nElements, row.nOpen);
-    EXPECT_EQ(row.nAlloc, vector->nCurrentAllocSize) << row.nOpen << " " << row.nElements;
+    EXPECT_EQ(row.nAlloc, vector->nCurrentAllocSize);
     EXPECT_EQ(row.nElements, vector->nCurrentSize);
     EXPECT_TRUE(RestIsMarked(vector.get()));
   }
@@ -298,6 +300,7 @@ TEST(FwVector, EveryMisuseHasItsText) {
     FwMemFree(pOld);
   }
   for (int32 nSize : {0, -1}) {
+    SCOPED_TRACE(nSize);
     FwVector vector;
     ExpectAsserts expected({"Initial size must be greater than 0"});
     FwVectorOpen(&vector, nSize);

@@ -142,11 +142,13 @@ TEST(RoundTrip, NumbersOf16Bits) {
   const Pair of_signed("%hd.", "%d.");
   for (const int32 value : Integers())
     EXPECT_EQ(of_signed.Direct(static_cast<int32>(static_cast<int16_t>(value))),
-              of_signed.Translated(value));
+              of_signed.Translated(value))
+        << value;
   const Pair of_unsigned("%hu and %hx.", "%u und %x.");
   for (const uint32 value : Unsigned())
     EXPECT_EQ(of_unsigned.Direct(value & 0xFFFF, value & 0xFFFF),
-              of_unsigned.Translated(value, value));
+              of_unsigned.Translated(value, value))
+        << value;
 }
 
 TEST(RoundTrip, UnsignedNumbers) {
@@ -198,6 +200,7 @@ TEST(RoundTrip, ConversionsThatNothingRecognises) {
               {"%p", FormatMessage("Says: %p", static_cast<void*>(&nCount))},
               {"%P", FormatMessage("Says: %P", static_cast<void*>(&nCount))}};
   for (const auto& row : rows) {
+    SCOPED_TRACE(row.item);
     const Pair pair(row.item, "x");
     ExpectAsserts expected({"Unknown format for matching"});
     Record translated;
@@ -288,9 +291,10 @@ TEST(RoundTrip, RealNumbersThatAreShownWhole) {
 TEST(RoundTrip, WhatIsNoFiniteNumberStaysInEnglish) {
   const double infinity = std::numeric_limits<double>::infinity();
   for (const char* item : {"%f", "%e", "%g", "%G", "%12.3f"}) {
+    SCOPED_TRACE(item);
     const Pair pair(item, item);
     for (const double value : {infinity, -infinity, std::nan("")})
-      EXPECT_EQ("(none)", pair.Translated(value));
+      EXPECT_EQ("(none)", pair.Translated(value)) << value;
   }
 }
 
@@ -369,6 +373,7 @@ TEST(RoundTrip, FourStringsInAnyOrder) {
       local += " <%[" + std::to_string(n) + "]s>";
     const Pair pair("%[0]t %[1]s is not defined in %[2]t %[3]s", local);
     for (int n = 0; n < 10; ++n, ++i) {
+      SCOPED_TRACE(n);
       const auto text = [&](size_t k) { return texts[(i * 4 + k) * 29 % texts.size()]; };
       ASSERT_EQ(pair.Direct(text(0), text(1), text(2), text(3)),
                 pair.Translated(text(0), text(1), text(2), text(3)));
@@ -388,6 +393,7 @@ TEST(RoundTrip, WordsAreTranslatedAndNamesAreNot) {
   pair.AddFixed("File", "Datei");
   pair.AddFixed("Program file", "Programmdatei");
   for (const std::string& name : texts) {
+    SCOPED_TRACE(name);
     ASSERT_EQ(pair.Direct("Datei", name), pair.Translated("File", name));
     ASSERT_EQ(pair.Direct("Programmdatei", name), pair.Translated("Program file", name));
     ASSERT_EQ(pair.Direct("Thing", name), pair.Translated("Thing", name));
@@ -410,7 +416,7 @@ TEST(RoundTrip, AStringBesideANumberEndsWhereTheNumberCanBegin) {
   const Pair together("%s%d", "%[0]s|%[1]d");
   for (const std::string& text : Texts())
     for (const int32 value : {0, 7, -7, INT_MAX, INT_MIN})
-      ASSERT_EQ(apart.Direct(text, value), apart.Translated(text, value));
+      ASSERT_EQ(apart.Direct(text, value), apart.Translated(text, value)) << text << ' ' << value;
   EXPECT_EQ("Sagt: ab|5", together.Translated("ab", 5));
   EXPECT_EQ("Sagt: ab|15", together.Translated("ab1", 5));
   EXPECT_EQ("Sagt: ab|-5", together.Translated("ab", -5));
@@ -423,6 +429,7 @@ TEST(RoundTrip, SeveralKindsInAnotherOrder) {
   const std::vector<uint32> natural = Unsigned();
   const std::vector<std::string> texts = Texts();
   for (size_t i = 0; i < 400; ++i) {
+    SCOPED_TRACE(i);
     const std::string& first = texts[i * 17 % texts.size()];
     const std::string& last = texts[i * 31 % texts.size()];
     const int32 n = integers[i * 7 % integers.size()];
@@ -439,7 +446,7 @@ TEST(RoundTrip, AWidthFromAnArgumentIsLost) {
   const Pair pair("%*d|", "%*d|");
   for (const int32 value : Integers())
     for (const int32 width : {1, 5, 20})
-      ASSERT_EQ(Format("Sagt: %d|", value), pair.Translated(width, value));
+      ASSERT_EQ(Format("Sagt: %d|", value), pair.Translated(width, value)) << value << ' ' << width;
   EXPECT_EQ("Sagt: abc|", Pair("%*s|", "%*s|").Translated(3, "abc"));
   EXPECT_EQ("Sagt:   abc|", Pair("%*s|", "%*s|").Translated(5, "abc"));
 }
@@ -487,12 +494,14 @@ TEST(RoundTrip, Branches) {
                   "%(keine Datei%|eine Datei in %s%|%d Dateien in %s%|%d von %(allen%|%x%)%)");
   EXPECT_EQ(pair.Direct(0u), pair.Translated(0u));
   for (const std::string& text : Texts()) {
+    SCOPED_TRACE(text);
     if (text.ends_with("\n")) continue;
     ASSERT_EQ(pair.Direct(1u, text), pair.Translated(1u, text));
     for (const int32 value : {0, 2, -2, INT_MAX, INT_MIN})
-      ASSERT_EQ(pair.Direct(2u, value, text), pair.Translated(2u, value, text));
+      ASSERT_EQ(pair.Direct(2u, value, text), pair.Translated(2u, value, text)) << value;
   }
   for (const int32 value : Integers()) {
+    SCOPED_TRACE(value);
     ASSERT_EQ(pair.Direct(3u, 0u, value), pair.Translated(3u, 0u, value));
     ASSERT_EQ(pair.Direct(3u, 1u, value, 77u), pair.Translated(3u, 1u, value, 77u));
   }
@@ -501,10 +510,13 @@ TEST(RoundTrip, Branches) {
 TEST(RoundTrip, Options) {
   const Pair pair("%{Very %}bad%{ (%d%{ of %d%})%} in %s", "%{sehr %}schlecht%{ [%d%{/%d%}]%}: %s");
   for (const std::string& text : Texts()) {
+    SCOPED_TRACE(text);
     if (text.ends_with("\n")) continue;
     for (const uint32 very : {0u, 1u}) {
+      SCOPED_TRACE(very);
       ASSERT_EQ(pair.Direct(very, 0u, text), pair.Translated(very, 0u, text));
       for (const int32 value : {0, 1, -1, INT_MAX, INT_MIN}) {
+        SCOPED_TRACE(value);
         ASSERT_EQ(pair.Direct(very, 1u, 0u, value, text),
                   pair.Translated(very, 1u, 0u, value, text));
         ASSERT_EQ(pair.Direct(very, 1u, 1u, value, 9, text),
@@ -538,6 +550,7 @@ TEST(RoundTrip, StringsInBranches) {
   const Pair pair("%(%s is missing%|%s and %s are missing%)", "es %(fehlt %s%|fehlen %s, %s%)");
   const std::vector<std::string> texts = Texts();
   for (size_t i = 0; i < texts.size(); ++i) {
+    SCOPED_TRACE(i);
     const std::string& other = texts[i * 43 % texts.size()];
     ASSERT_EQ(pair.Direct(0u, texts[i]), pair.Translated(0u, texts[i]));
     ASSERT_EQ(pair.Direct(1u, texts[i], other), pair.Translated(1u, texts[i], other));
@@ -549,6 +562,7 @@ TEST(RoundTrip, LineEndsAroundAMessageStay) {
   vocabulary.AddTemplate("It is %s.", "Es ist %s.");
   for (const char* head : {"", "\n", "\r\n", "\n\n"})
     for (const char* tail : {"", "\n", "\r\n", "\n\n\r"}) {
+      SCOPED_TRACE(testing::Message() << head << ' ' << tail);
       Record translated;
       EXPECT_EQ(1, FwTranslMessage(Txt(std::string(head) + "It is so." + tail), translated));
       EXPECT_EQ(std::string(head) + "Es ist so." + tail, translated.text());

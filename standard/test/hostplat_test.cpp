@@ -41,7 +41,7 @@ TEST(HostPlatform, NamesSystemReleaseAndMachine) {
       {"LINUX", "1", "x", "unknown_1-x"},
   };
   for (auto& row : rows)
-    EXPECT_EQ(row.name, NameOf(row.system, row.release, row.machine));
+    EXPECT_EQ(row.name, NameOf(row.system, row.release, row.machine)) << row.system;
 }
 
 TEST(HostPlatform, NamesThe86Family) {
@@ -58,7 +58,7 @@ TEST(HostPlatform, NamesThe86Family) {
       {"", "linux-"},
   };
   for (auto& row : rows)
-    EXPECT_EQ(row.name, NameOf("Linux", "", row.machine));
+    EXPECT_EQ(row.name, NameOf("Linux", "", row.machine)) << row.machine;
 }
 
 TEST(HostPlatform, HoldsTheLongestWordsThatASystemCanGive) {

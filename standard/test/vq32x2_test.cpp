@@ -1,4 +1,5 @@
 #include "vq32x2.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -13,12 +14,14 @@ constexpr uint32 kOnes = 0xFFFFFFFF;
 constexpr int32 kMin = INT32_MIN;
 constexpr int32 kMax = INT32_MAX;
 
-void ExpectWords(const Vq32x2& n, uint32 low, int32 high) {
+void ExpectWords(const Vq32x2& n, uint32 low, int32 high, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   EXPECT_EQ(low, n.low);
   EXPECT_EQ(high, n.high);
 }
 
-void ExpectWords(const VqU32x2& n, uint32 low, uint32 high) {
+void ExpectWords(const VqU32x2& n, uint32 low, uint32 high, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   EXPECT_EQ(low, n.low);
   EXPECT_EQ(high, n.high);
 }
@@ -39,6 +42,7 @@ TEST(Vq32x2, ToInt32StoresWhatFitsAndNothingElse) {
       {{0, -2}, 0, 77},
   };
   for (auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.value.high << " " << row.value.low);
     int32 stored = 77;
     EXPECT_EQ(row.fits, Vq32x2ToInt32(&row.value, &stored));
     EXPECT_EQ(row.stored, stored);
@@ -56,6 +60,7 @@ TEST(VqU32x2, ToInt32StoresWhatFitsAndNothingElse) {
       {{0, 1}, 0, 77},
   };
   for (auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.value.high << " " << row.value.low);
     int32 stored = 77;
     EXPECT_EQ(row.fits, VqU32x2ToInt32(&row.value, &stored));
     EXPECT_EQ(row.stored, stored);
@@ -89,6 +94,7 @@ TEST(Vq32x2, BoundFormsSaturate) {
       {{0, 1}, kMax, kOnes},       {{12, 0}, 12, 12},
   };
   for (auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.value.high << " " << row.value.low);
     EXPECT_EQ(row.as_int32, Vq32x2BoundToInt32(&row.value));
     EXPECT_EQ(row.as_uint32, Vq32x2BoundToUint32(&row.value));
   }
@@ -105,6 +111,7 @@ TEST(VqU32x2, BoundFormsSaturate) {
       {{12, 0}, 12, 12},
   };
   for (auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.value.high << " " << row.value.low);
     EXPECT_EQ(row.as_int32, VqU32x2BoundToInt32(&row.value));
     EXPECT_EQ(row.as_uint32, VqU32x2BoundToUint32(&row.value));
   }
@@ -148,6 +155,7 @@ TEST(Vq32x2, ComesFromADouble) {
       {-9223372036854775808.0, 0, kMin},
   };
   for (auto& row : rows) {
+    SCOPED_TRACE(row.dbl);
     Vq32x2 n;
     Vq32x2FromDouble(&n, row.dbl);
     ExpectWords(n, row.low, row.high);
@@ -184,7 +192,7 @@ TEST(Vq32x2, GoesToADouble) {
       {{1, kMin}, -9223372036854775807.0}, {{3, 2}, 8589934595.0},   {{0, 0}, 0.0},
   };
   for (auto& row : rows)
-    EXPECT_EQ(row.dbl, Vq32x2ToDouble(&row.value));
+    EXPECT_EQ(row.dbl, Vq32x2ToDouble(&row.value)) << row.dbl;
   VqU32x2 large{0, 0x80000000};
   EXPECT_EQ(9223372036854775808.0, VqU32x2ToDouble(&large));
 }
@@ -230,6 +238,7 @@ TEST(VqU32x2, DoublesCloseToTheEdges) {
       {-0.0, 0, 0},
   };
   for (const auto& row : rows) {
+    SCOPED_TRACE(row.dbl);
     VqU32x2 n;
     VqU32x2FromDouble(&n, row.dbl);
     ExpectWords(n, row.low, row.high);
@@ -243,7 +252,7 @@ TEST(Vq32x2, SignTellsBothWords) {
   } rows[] = {{{0, 0}, 0}, {{1, 0}, 1},   {{0x80000000, 0}, 1},
               {{0, 1}, 1}, {{0, -1}, -1}, {{5, kMin}, -1}};
   for (auto& row : rows)
-    EXPECT_EQ(row.sign, Vq32x2Sign(&row.value));
+    EXPECT_EQ(row.sign, Vq32x2Sign(&row.value)) << row.sign;
   VqU32x2 zero{0, 0};
   VqU32x2 low{1, 0};
   VqU32x2 high{0, kOnes};

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "recorder.h"
 #include "vqmemcmp.h"
 #include "vqmemcpy.h"
@@ -79,7 +80,8 @@ TEST(VqMemCpy, OfNothingOrLessCopiesNothing) {
 
 // Moves count bytes by shift within a larger array, at each offset modulo 8, and compares all of
 // the array with what the C++ library makes of it.
-void ExpectMove(int count, int shift) {
+void ExpectMove(int count, int shift, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (int offset = 0; offset < 8; ++offset) {
     const int start = 64 + offset;
     std::vector<char> bytes(512);
@@ -105,8 +107,10 @@ TEST(BcopySafe, ShiftsAHundredBytesByAWordEitherWay) {
 TEST(BcopySafe, IsRightForEveryLengthAndShift) {
   for (int count = 0; count <= 140; ++count)
     for (const int shift :
-         {-64, -33, -32, -31, -8, -7, -5, -4, -3, -2, 0, 2, 3, 4, 5, 7, 8, 12, 31, 32, 64})
+         {-64, -33, -32, -31, -8, -7, -5, -4, -3, -2, 0, 2, 3, 4, 5, 7, 8, 12, 31, 32, 64}) {
+      SCOPED_TRACE(testing::Message() << count << ' ' << shift);
       ExpectMove(count, shift);
+    }
 }
 
 TEST(BcopySafe, DoesNothingInPlace) {
@@ -118,6 +122,7 @@ TEST(BcopySafe, DoesNothingInPlace) {
 TEST(Scpy, CopiesSeparateRangesInBothDirections) {
   for (int count = 0; count <= 80; ++count)
     for (int skew = 0; skew < 4; ++skew) {
+      SCOPED_TRACE(testing::Message() << count << ' ' << skew);
       std::vector<uint8> source(100), forward(100, 0xEE), backward(100, 0xEE);
       std::iota(source.begin(), source.end(), 1);
       scpyf(forward.data() + 1, source.data() + skew, count);

@@ -1,4 +1,5 @@
 #include "vqosarch.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -8,13 +9,15 @@
 
 namespace {
 
-bool Includes(std::string general, std::string specific) {
+bool Includes(std::string general, std::string specific, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   const int result = platform_includes(general.data(), specific.data());
   EXPECT_EQ(result, platform_included(specific.data(), general.data()));
   return result != 0;
 }
 
-bool Overlaps(std::string a, std::string b) {
+bool Overlaps(std::string a, std::string b, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   const int result = platform_overlaps(a.data(), b.data());
   EXPECT_EQ(result, platform_overlaps(b.data(), a.data())) << a << " " << b;
   return result != 0;

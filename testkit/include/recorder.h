@@ -1,7 +1,7 @@
 // The assertion recorder: supplies the hooks of the standard floor to a test program.
 //
-//   ExpectAsserts expected({"Invalid position in vector"});   // in order, each exactly as often as
-//   listed FwVectorPopElement(&vector);
+//   ExpectAsserts expected({"Invalid position in vector"});
+//   FwVectorPopElement(&vector);
 //
 // An assertion or trace that no such guard expects fails the running test. Guards switch the
 // suppression of repeats off, so each report of a site counts.
@@ -11,10 +11,13 @@
 #include <string>
 #include <vector>
 
-// Expects exactly these assertion texts, in this order, until the end of the scope.
+#include "caller.h"
+
+// Expects exactly these assertion texts, in this order and each as often as it is listed, until the
+// end of the scope.
 class ExpectAsserts {
  public:
-  explicit ExpectAsserts(std::vector<std::string> texts);
+  explicit ExpectAsserts(std::vector<std::string> texts, Caller caller = Caller::Here());
   ~ExpectAsserts();
   ExpectAsserts(const ExpectAsserts&) = delete;
   ExpectAsserts& operator=(const ExpectAsserts&) = delete;
@@ -24,12 +27,14 @@ class ExpectAsserts {
   std::vector<std::string> outer_;
   bool outer_active_;
   int history_;
+  Caller caller_;
 };
 
-// Expects exactly these formatted trace texts, in this order, until the end of the scope.
+// Expects exactly these formatted trace texts, in this order and each as often as it is listed,
+// until the end of the scope.
 class ExpectTraces {
  public:
-  explicit ExpectTraces(std::vector<std::string> texts);
+  explicit ExpectTraces(std::vector<std::string> texts, Caller caller = Caller::Here());
   ~ExpectTraces();
   ExpectTraces(const ExpectTraces&) = delete;
   ExpectTraces& operator=(const ExpectTraces&) = delete;
@@ -38,6 +43,7 @@ class ExpectTraces {
   std::vector<std::string> expected_;
   std::vector<std::string> outer_;
   bool outer_active_;
+  Caller caller_;
 };
 
 // Collects assertion and trace texts without judging them, until the end of the scope.

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "faults.h"
 #include "fwboot.h"
 
@@ -36,11 +37,17 @@ class FrameworkSweep {
   int wanted_calls = 4;       // and of system calls
 
   // Fails each allocation, once and for ever. Returns how many there are.
-  long Allocations() { return Sweep({kAllocation, 0, kOnce, 0}, true); }
+  long Allocations(Caller caller = Caller::Here()) {
+    return Sweep({kAllocation, 0, kOnce, 0}, true, caller);
+  }
   // Fails each call of this kind, once and for ever. Returns how many there are.
-  long SystemCalls(FaultCall call, int error) { return Sweep({call, 0, kOnce, error}, true); }
+  long SystemCalls(FaultCall call, int error, Caller caller = Caller::Here()) {
+    return Sweep({call, 0, kOnce, error}, true, caller);
+  }
   // The same, once only: for what is tried again for as long as it takes.
-  long SystemCallsOnce(FaultCall call, int error) { return Sweep({call, 0, kOnce, error}, false); }
+  long SystemCallsOnce(FaultCall call, int error, Caller caller = Caller::Here()) {
+    return Sweep({call, 0, kOnce, error}, false, caller);
+  }
   // What all these runs answered.
   const std::set<std::string>& answers() const { return answers_; }
 
@@ -99,7 +106,8 @@ class FrameworkSweep {
     }
   }
 
-  long Sweep(Fault fault, bool for_ever_too) {
+  long Sweep(Fault fault, bool for_ever_too, Caller caller) {
+    const CalledFrom from(caller);
     const bool failed_before = testing::Test::HasFailure();
     Fault none = fault;
     none.first = -1;

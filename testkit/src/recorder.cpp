@@ -31,27 +31,32 @@ void VqCustomTrace(char* pszFilename, int nLine, char* pszFormat, va_list vlist)
     ADD_FAILURE_AT(pszFilename, nLine) << "unexpected trace: " << text;
 }
 
-ExpectAsserts::ExpectAsserts(std::vector<std::string> texts)
-    : expected_(std::move(texts)), outer_active_(asserts_expected), history_(vq_assert_history) {
+ExpectAsserts::ExpectAsserts(std::vector<std::string> texts, Caller caller)
+    : expected_(std::move(texts)),
+      outer_active_(asserts_expected),
+      history_(vq_assert_history),
+      caller_(caller) {
   outer_.swap(asserts_seen);
   asserts_expected = true;
   vq_assert_history = 0;
 }
 
 ExpectAsserts::~ExpectAsserts() {
+  const CalledFrom from(caller_);
   EXPECT_EQ(expected_, asserts_seen);
   asserts_seen.swap(outer_);
   asserts_expected = outer_active_;
   vq_assert_history = history_;
 }
 
-ExpectTraces::ExpectTraces(std::vector<std::string> texts)
-    : expected_(std::move(texts)), outer_active_(traces_expected) {
+ExpectTraces::ExpectTraces(std::vector<std::string> texts, Caller caller)
+    : expected_(std::move(texts)), outer_active_(traces_expected), caller_(caller) {
   outer_.swap(traces_seen);
   traces_expected = true;
 }
 
 ExpectTraces::~ExpectTraces() {
+  const CalledFrom from(caller_);
   EXPECT_EQ(expected_, traces_seen);
   traces_seen.swap(outer_);
   traces_expected = outer_active_;

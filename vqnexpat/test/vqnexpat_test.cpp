@@ -109,6 +109,7 @@ const KindRow kKindRows[] = {
 TEST(XmlErrors, MapsEachCodeToItsKindWithItsText) {
   int code = 0;
   for (const KindRow& row : kKindRows) {
+    SCOPED_TRACE(row.code);
     EXPECT_EQ(row.code, ++code);
     EXPECT_EQ(row.kind, x2fwerr(row.code)) << row.code;
     EXPECT_STREQ(row.format, FWC(row.kind->ptbzFormat)) << row.code;
@@ -176,6 +177,7 @@ TEST(XmlFromFwfile, ReportsEachErrorOfTheParserThatAFileCanProvoke) {
   };
   TemporaryTree tree;
   for (const Row& row : rows) {
+    SCOPED_TRACE(row.content);
     std::string path = tree.Write("f.xml", row.content);
     FwErrorState err;
     EXPECT_EQ(0, Feed(&err, path).result) << row.content;
@@ -205,6 +207,7 @@ TEST(XmlFromFwfile, AnErrorWithoutAKindIsAssertedAndBecomesABug) {
   };
   TemporaryTree tree;
   for (const std::string& content : contents) {
+    SCOPED_TRACE(content);
     ExpectAsserts expected({"Attempting to set error to FW_SUCCESS"});
     FwErrorState err;
     EXPECT_EQ(0, Feed(&err, tree.Write("f.xml", content)).result);
@@ -262,6 +265,7 @@ TEST(XmlFromFwfile, ReadsFilesOfAnyNumberOfBlocks) {
   TemporaryTree tree;
   const std::string tail = "</a>";
   for (std::size_t size : {4095, 4096, 4097, 8192, 12288}) {
+    SCOPED_TRACE(size);
     std::string content = "<a>" + std::string(size - 7, 'x') + tail;
     ASSERT_EQ(size, content.size());
     FwErrorState err;
@@ -297,6 +301,7 @@ TEST(XmlFromFwfile, ResultsDoNotDependOnTheBlockEdge) {
     ASSERT_EQ("=text \xE2\x82\xAC & \rmore\n <raw> ", expected[3]);
   }
   for (std::size_t cut = 0; cut <= body.size(); ++cut) {
+    SCOPED_TRACE(cut);
     std::string head = "<!--" + std::string(4096 - cut - 7, '-') + "-->";
     head.replace(4, head.size() - 7, std::string(head.size() - 7, ' '));
     ASSERT_EQ(4096 - cut, head.size());
@@ -324,7 +329,9 @@ TEST(XmlFromFwfile, ClosesTheFileInEveryCase) {
   std::string bad = tree.Write("bad.xml", "<a>");
   std::string dir = tree.Directory("dir.xml");
   for (int i = 0; i < 3000; ++i) {
+    SCOPED_TRACE(i);
     for (const std::string& path : {good, bad, dir}) {
+      SCOPED_TRACE(path);
       FwErrorState err;
       Feed feed(&err, path);
       ASSERT_EQ(path == bad ? 0 : 1, feed.result);

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "caller.h"
 #include "engine_support.h"
 #include "environ/engine.h"
 #include "fwhash.h"
@@ -434,7 +435,9 @@ TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
 
 // The products whose first varieties are in the table of a variety. What else is there is the
 // variety itself.
-Strings Ancestors(WH_VARIETY* variety, const Warehouse& w, const Strings& all) {
+Strings Ancestors(WH_VARIETY* variety, const Warehouse& w, const Strings& all,
+                  Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   Strings found;
   FwHashTable* ancestors = variety->ancestors;
   if (ancestors == nullptr) return {"none"};
@@ -449,7 +452,9 @@ Strings Ancestors(WH_VARIETY* variety, const Warehouse& w, const Strings& all) {
   return found;
 }
 
-Strings Ancestors(const Warehouse& w, const std::string& product, const Strings& all) {
+Strings Ancestors(const Warehouse& w, const std::string& product, const Strings& all,
+                  Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   return Ancestors(w.variety(product), w, all);
 }
 

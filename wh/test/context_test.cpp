@@ -95,6 +95,7 @@ TEST(ProductContext, PlatCategorySplitsAtAnySeparator) {
       {"", ""},
   };
   for (auto [category, expected] : rows) {
+    SCOPED_TRACE(category);
     WH_PRODUCT_NAME name;
     name.category = FWT(category);
     WH_CONTEXT* context = context_from_prodname(&name);

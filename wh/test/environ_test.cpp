@@ -1,5 +1,6 @@
 // Environment tables and the bridge to the process's environment.
 #include "environ.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -43,7 +44,8 @@ class ProcessEnvironment {
   char** saved_;
 };
 
-Pairs ReadProcess(Strings strings) {
+Pairs ReadProcess(Strings strings, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   ProcessEnvironment process(std::move(strings));
   Error err;
   Pairs list = Environment(wh_get_process_env(&err)).list();
@@ -189,6 +191,7 @@ TEST(Environ, TheOrderDoesNotFollowTheAlphabet) {
 
 TEST(Environ, TheOrderIsThatOfTheSlots) {
   for (int count : {0, 1, 63, 64, 65, 66, 129, 130, 1000}) {
+    SCOPED_TRACE(count);
     Environment env;
     Slots slots;
     for (int i = 0; i < count; ++i) {

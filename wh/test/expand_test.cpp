@@ -68,6 +68,7 @@ TEST_F(Expand, WhatIsNoReferenceStaysAsItIs) {
        {"",     "plain", "100%", "%",    "%x",           "%%",    "%%(X)", "a%%(X)b",
         "%(A",  "%(",    "%[",   "%{",   "%[abc",        "%{abc", "%(A]",  "%[A)",
         "%(X%", "% (X)", "(X)",  "%)X(", "%\xc3\xa4(X)", "%<X>"}) {
+    SCOPED_TRACE(text);
     EXPECT_EQ(text, (*this)(text));
     EXPECT_EQ("", error_);
   }
@@ -201,6 +202,7 @@ TEST_F(Expand, OneLineEndOfAFileGoes) {
       {"a\nb\n", "a\nb"}, {"abc\r\r\n", "abc\r"}, {"abc \n", "abc "},
   };
   for (const auto& [content, expected] : rows) {
+    SCOPED_TRACE(content);
     const std::string file = tree_.Write("file", content);
     EXPECT_EQ("<" + expected, (*this)("<%[" + file + "]")) << testing::PrintToString(content);
     EXPECT_EQ("", error_);
@@ -258,6 +260,7 @@ TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
   CollectReports collect;
   Bind("B", "x");
   for (const char* bytes : {"\xe9", "a\x80z", "\xff\xfe", "caf\xe9", "\xc3"}) {
+    SCOPED_TRACE(bytes);
     ProcessVariable set("ZT_SET", bytes);
     EXPECT_EQ(bytes, (*this)("%{ZT_SET}"));
     EXPECT_EQ(std::string("x") + bytes, (*this)("%(B)%{ZT_SET}"));

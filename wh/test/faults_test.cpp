@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string>
 
+#include "caller.h"
 #include "environ.h"
 #include "environ/engine.h"
 #include "faults.h"
@@ -73,7 +74,8 @@ const char* const kRecipe =
 // Reads a file by one of the readers and answers with a dump of all that it holds.
 template <class T>
 void SweepReader(const char* content, T* (*read)(FwErrorState* err, FwTextString file),
-                 void (*release)(T**)) {
+                 void (*release)(T**), Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   TemporaryTree tree;
   const std::string file = tree.Write("f.xml", content);
   FrameworkSweep sweep;
@@ -151,6 +153,7 @@ TEST(Faults, ReadingAFaultyFile) {
   for (const std::string& content :
        {std::string(kSettings).substr(0, 200), std::string("<ENV-SETTINGS><OTHER/></ENV-SETTINGS>"),
         std::string()}) {
+    SCOPED_TRACE(content);
     TemporaryTree tree;
     const std::string file = tree.Write("f.xml", content);
     FrameworkSweep sweep;

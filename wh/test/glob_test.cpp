@@ -1,5 +1,6 @@
 // Patterns over path elements, and the searches that use them.
 #include "glob.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -382,7 +383,9 @@ Strings TakeResults(FwVector* results, const std::string& dir) {
   return strings;
 }
 
-Strings FindFiles(const std::string& pattern, const std::string& dir) {
+Strings FindFiles(const std::string& pattern, const std::string& dir,
+                  Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   Error err;
   FwVector results;
   open_vector(&results, 5);
@@ -457,7 +460,9 @@ TEST(FindFiles, SortsAndRemovesDuplicatesOverTheWholeVector) {
   EXPECT_EQ((Strings{"1.10", "1.9", "a", "b"}), TakeResults(&results, "-"));
 }
 
-Strings FindProducts(const std::string& pattern, const std::string& base, std::string* fault = {}) {
+Strings FindProducts(const std::string& pattern, const std::string& base, std::string* fault = {},
+                     Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   Error err;
   FwVector results;
   open_vector(&results, 5);

@@ -87,10 +87,12 @@ TEST(GlobIndex, NamesEveryPatternThatAcceptsATextWhileItGrows) {
   int met = 0;
   size_t named = 0, tried = 0;
   for (size_t round = 0; round < 40; ++round) {
+    SCOPED_TRACE(round);
     const Letters& letters = alphabets[round % 2];
     std::deque<std::string> kept;
     PATTERNS patterns;
     for (int i = 0; i < 150; ++i) {
+      SCOPED_TRACE(i);
       for (size_t n = random.Below(4); n > 0; --n) {
         GLOB glob;
         // Two patterns in a row stand under one position.
@@ -214,6 +216,7 @@ TEST(Constraints, SharedListsSortAsConstraintsNotedOneByOne) {
   Random random(3);
   int cycles = 0, sorted = 0;
   for (int round = 0; round < 600; ++round) {
+    SCOPED_TRACE(round);
     VAR_OPS* var_ops = make_var_ops();
     var_ops->sep = ':';
     for (size_t i = 25 + random.Below(60); i > 0; --i)

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "caller.h"
 #include "model_support.h"
 #include "process.h"
 
@@ -176,6 +177,7 @@ TEST_F(Index, OfSeveralFaultyFilesTheFirstInOrderCounts) {
   for (const char* file : order)
     Write("p", file, "<OPEN>");
   for (const char* file : order) {
+    SCOPED_TRACE(file);
     EXPECT_EQ(nullptr, Fetch("p"));
     EXPECT_NE(std::string::npos, error_.find(std::string("/") + file)) << file << ": " << error_;
     const std::string name = file;
@@ -245,6 +247,7 @@ TEST_F(Index, ManyProductsAreFoundAndStayInOrderOfLoading) {
   const int count = 150;
   std::vector<WH_PRODUCT*> products;
   for (int i = 0; i < count; i++) {
+    SCOPED_TRACE(i);
     const std::string name = "p" + std::to_string(i);
     Product(name);
     products.push_back(Fetch(name.c_str()));
@@ -252,6 +255,7 @@ TEST_F(Index, ManyProductsAreFoundAndStayInOrderOfLoading) {
   }
   ASSERT_EQ(count, FwVectorLength(&index_->entries));
   for (int i = 0; i < count; i++) {
+    SCOPED_TRACE(i);
     EXPECT_EQ(products[i], Fetch(("p" + std::to_string(i)).c_str()));
     EXPECT_EQ(products[i], FwVectorGetElement(&index_->entries, i));
   }
@@ -283,6 +287,7 @@ TEST_F(Index, UnvisitClearsTwoMarksOfAllVarieties) {
   }
   index_unvisit(index_);
   for (int i = 0; i < 2; i++) {
+    SCOPED_TRACE(i);
     auto* variety =
         static_cast<WH_VARIETY*>(FwVectorGetElement(&product->prodinfo->varieties->seq, i));
     EXPECT_EQ(0, variety->visited);
@@ -358,6 +363,7 @@ TEST_F(Index, AnEmptyListOfQueriesGivesAnEmptyListOfSpecs) {
   Error err;
   WH_PRODUCT_QUERY_LIST* queries = make_querylist();
   for (auto* function : {query_products, query_products_pd}) {
+    SCOPED_TRACE(function == query_products ? "query_products" : "query_products_pd");
     WH_PRODUCT_SPEC_LIST* specs = function(&err, index_, queries, Reports::Collect);
     EXPECT_EQ(0, FwVectorLength(&specs->specs));
     free_speclist(&specs);
@@ -432,7 +438,9 @@ class ExpandedQuery : public Index {
   }
   ~ExpandedQuery() override { free_symtab(&symtab_); }
 
-  std::string RunExpanded(const char* name, WH_PATTERN* pattern = nullptr, int optional = 0) {
+  std::string RunExpanded(const char* name, WH_PATTERN* pattern = nullptr, int optional = 0,
+                          Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     Reports reports;
     WH_PRODUCT_QUERY* query = Query(name, pattern, optional);
     std::string names = Names(query_expanded_product(index_, query, symtab_, Reports::Collect));
@@ -497,6 +505,7 @@ TEST_F(ExpandedQuery, WithTheCallersWordAMissingProductIsLookedForOnce) {
   Product("gone");
   Product("half");
   for (int optional : {0, 1}) {
+    SCOPED_TRACE(optional);
     EXPECT_EQ("(null)", RunExpanded("gone", nullptr, optional));
     EXPECT_TRUE(lines_.empty());
     EXPECT_EQ("(null)", RunExpanded("half", nullptr, optional));
@@ -512,6 +521,7 @@ TEST_F(ExpandedQuery, TheCallersWordCoversNoOtherFault) {
   Product("p");
   Write("p", "env.xml", "<OPEN>");
   for (int i = 0; i < 2; ++i) {
+    SCOPED_TRACE(i);
     EXPECT_EQ("(null)", RunExpanded("p"));
     EXPECT_EQ(2u, lines_.size());
   }

@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "environ.h"
 #include "read_support.h"
 #include "recipe.h"
@@ -60,6 +61,7 @@ TEST(EmulateSetenv, DoesEachOperationOnItsVariable) {
       {nullptr, "prepend", nullptr, ""},
   };
   for (const Row& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.before << " " << row.op << " " << row.value);
     CollectReports reports;
     WH_ENVIRON* env = make_environ();
     if (row.before != nullptr) wh_set_ev(env, FWT("N"), FWT(row.before));
@@ -139,7 +141,8 @@ struct Warehouse {
           "<PARTLIST><PARTSPEC><PATTERN/><PARTS>" + parts + "</PARTS></PARTSPEC></PARTLIST>");
   }
 
-  void Replay(std::vector<const char*> names, int set = 1) {
+  void Replay(std::vector<const char*> names, int set = 1, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     Reports collected;
     Error err;
     WH_PRODUCT_QUERY_LIST* queries = make_querylist();

@@ -1,5 +1,6 @@
 // Variables kept taken apart during a replay, against carrying out each command on the table.
 #include "recipe/lists.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +49,9 @@ Strings Plainly(const std::vector<Command>& commands, WH_ENVIRON* start) {
   return lines;
 }
 
-Strings WithLists(const std::vector<Command>& commands, WH_ENVIRON* start) {
+Strings WithLists(const std::vector<Command>& commands, WH_ENVIRON* start,
+                  Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   WH_ENVIRON* env = dup_environ(start);
   LISTS* lists = open_lists(env);
   for (const Command& command : commands) {

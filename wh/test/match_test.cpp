@@ -32,6 +32,7 @@ TEST(TestOp, EachOperatorMeansThis) {
 
 TEST(TestOp, AnUnknownOperatorIsToldOnStandardOutput) {
   for (int op : {-1, -2, 8, 1000}) {
+    SCOPED_TRACE(op);
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, wh_test_op(FWT("a"), op, FWT("b")));
     fflush(stdout);
@@ -41,6 +42,7 @@ TEST(TestOp, AnUnknownOperatorIsToldOnStandardOutput) {
 
 TEST(TestOp, ANullSideNeverHolds) {
   for (int op = 0; op <= 7; op++) {
+    SCOPED_TRACE(op);
     EXPECT_EQ(0, wh_test_op(nullptr, op, FWT("b")));
     EXPECT_EQ(0, wh_test_op(FWT("a"), op, nullptr));
     EXPECT_EQ(0, wh_test_op_multi(FWT("a"), op, nullptr));

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "engine_support.h"
 #include "environ.h"
 #include "fwhash.h"
@@ -159,7 +160,9 @@ TEST(ModelPlatforms, IncludeAndOverlapAsInTheModel) {
 
 // ---- Tables ----
 
-void ExpectSameSlots(const model::Table<std::string>& expected, const FwHashTable* table) {
+void ExpectSameSlots(const model::Table<std::string>& expected, const FwHashTable* table,
+                     Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   ASSERT_EQ(expected.slots(), table->nTableSize);
   ASSERT_EQ(expected.used(), table->nUsedEntries);
   for (std::size_t slot = 0; slot < expected.slots(); ++slot) {
@@ -181,11 +184,13 @@ std::string Key(Random& random) {
 TEST(ModelTables, EntriesHaveTheSlotsOfTheModel) {
   Random random(6);
   for (int round = 0; round < 400; ++round) {
+    SCOPED_TRACE(round);
     const auto to_hold = static_cast<uint32>(random.Below(20));
     model::Table<std::string> expected(to_hold);
     FwHashTable* table = FwHashCreateTable(to_hold, &FwHash_StringCopyFunctions, nullptr);
     const std::size_t share_of_removes = random.Below(4);
     for (int step = 0; step < 120; ++step) {
+      SCOPED_TRACE(step);
       const std::string key = Key(random);
       if (random.Below(6) < share_of_removes) {
         ASSERT_EQ(expected.Remove(key), FwHashRemoveEntry(table, Fwt(key), nullptr) != 0);
@@ -204,6 +209,7 @@ TEST(ModelTables, EntriesHaveTheSlotsOfTheModel) {
 TEST(ModelTables, EnvironmentsAndTheirCopiesHaveTheSlotsOfTheModel) {
   Random random(7);
   for (int round = 0; round < 100; ++round) {
+    SCOPED_TRACE(round);
     model::Table<std::string> expected(50);
     WH_ENVIRON* environment = make_environ();
     for (std::size_t step = 20 + random.Below(200); step > 0; --step) {

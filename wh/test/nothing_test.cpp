@@ -31,6 +31,7 @@ TEST(Nothing, OfAVersionThereIsNoRev) {
   FwStrRecord rec;
   FwStrRecordOpen(&rec);
   for (const char* component : {"M", "N"}) {
+    SCOPED_TRACE(component);
     Error err;
     const WQ_VER_REV vr = wq_latest_version_and_rev_platform(&err, &rec, FWT(component),
                                                              Fwt(tree.path()), FWT("linux-x86"));
@@ -57,6 +58,7 @@ TEST(Nothing, IsLeftOfALineEnd) {
   TemporaryTree tree;
   WH_SYMTAB* symtab = make_symtab(FWT("file"));
   for (const char* content : {"\n", "\r", "\r\n"}) {
+    SCOPED_TRACE(content);
     Error err;
     EXPECT_EQ("", Take(wh_expand(&err, Fwt("%[" + tree.Write("f", content) + "]"), symtab)));
     EXPECT_EQ("", err.text());

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "caller.h"
 #include "model_support.h"
 #include "partlist.h"
 #include "process.h"
@@ -236,7 +237,9 @@ struct StateRow {
 // Tries every tag of the alphabet, and the end tag, in every state. fault is what the reader tells
 // of a fault of structure.
 inline void CheckStates(const std::vector<StateRow>& rows, const std::vector<std::string>& tags,
-                        const Reading& read, const std::string& fault) {
+                        const Reading& read, const std::string& fault,
+                        Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (const StateRow& row : rows) {
     auto outcome = [&](const std::string& rest) { return read(row.head + rest, 0); };
     std::string good = row.tail;
@@ -262,10 +265,13 @@ inline void CheckStates(const std::vector<StateRow>& rows, const std::vector<std
 
 // Pads the document so that each of its bytes in turn is the first of the second block that is
 // read.
-inline void CheckBlockEdges(const std::string& body, const Reading& read) {
+inline void CheckBlockEdges(const std::string& body, const Reading& read,
+                            Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   const std::string expected = read(body, 0);
   EXPECT_EQ(std::string::npos, expected.find("(null)\n***")) << expected;
   for (std::size_t cut = 0; cut <= body.size() && cut < kXmlBlockSize - 7; ++cut) {
+    SCOPED_TRACE(cut);
     std::string head = "<!--" + std::string(kXmlBlockSize - cut - 7, ' ') + "-->";
     ASSERT_EQ(kXmlBlockSize, head.size() + cut);
     ASSERT_EQ(expected, read(head + body, 0)) << "edge at byte " << cut;

@@ -212,7 +212,8 @@ TEST(ReadRecipe, ShortcutAcceptsItsWordsInAnyCaseAndNoOther) {
   Recipe recipe;
   for (const char* op : {"create", "forcecreate", "delete", "Create", "FORCECREATE"})
     EXPECT_EQ("  shortcut " + std::string(op) + "|n|(null)|(null)|(null)|(null)|(null)|(null)\n",
-              recipe.Commands("<SHORTCUT name='n' op='" + std::string(op) + "'/>"));
+              recipe.Commands("<SHORTCUT name='n' op='" + std::string(op) + "'/>"))
+        << op;
   for (const char* attributes : {"", "op=''", "op='make'"})
     EXPECT_EQ(recipe.Fault(),
               recipe.Commands("<SHORTCUT name='n' " + std::string(attributes) + "/><SETREG/>"))
@@ -302,7 +303,8 @@ TEST(ReadRecipe, LooksForBracketsInSetenvStepAndPattern) {
   for (const char* attribute : {"name", "value"})
     EXPECT_NE(std::string::npos,
               recipe.Commands(std::string("<SETENV ") + attribute + "='%[A]'/>", 2)
-                  .find("square brackets present"));
+                  .find("square brackets present"))
+        << attribute;
   const char* steps[] = {
       "<STEP ui='%[A]'><PATTERN/></STEP>",
       "<STEP><PATTERN host='%[A]'/></STEP>",
@@ -529,6 +531,7 @@ std::string Expanded(const std::string& commands, const char* leaf = kOther) {
   add_context(symtab, make_context(make_cv(FWT("A"), FWT("1"), nullptr)));
   std::string out;
   for (int i = 0; i < FwVectorLength(&step->commands); ++i) {
+    SCOPED_TRACE(i);
     auto* command = static_cast<WH_COMMAND*>(FwVectorGetElement(&step->commands, i));
     WH_COMMAND* expanded = wh_expand_command(&err, command, symtab);
     out += Dump(expanded) + "\n";

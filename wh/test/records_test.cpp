@@ -162,6 +162,7 @@ TEST(ErrorHelpers, IsErrorNonExistentCoversDescendantsAndNothingElse) {
                                            {fwErrorAccessDenied, 0},
                                            {fwErrorStringValue, 0}};
   for (auto [kind, expected] : rows) {
+    SCOPED_TRACE(kind);
     Error err;
     FwErrorSet(&err, kind, 0);
     EXPECT_EQ(expected, is_ErrorNonExistent(&err));

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "caller.h"
 #include "engine_support.h"
 #include "environ/ancestry.h"
 #include "environ/engine.h"
@@ -71,7 +72,8 @@ class Value {
       enter_removal(&val_ops_, removes_.back());
   }
 
-  void Resolve(WH_ERROR_FUNC error) {
+  void Resolve(WH_ERROR_FUNC error, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     FwHashEntry entry = {FWT("VALUE"), &val_ops_};
     res_context context = {error, FWT("VARIABLE"), ancestry_};
     EXPECT_EQ(1, resolve(&entry, &context, nullptr));
@@ -264,6 +266,7 @@ TEST(Resolve, AnInsertThatIncludesARemoveNeverEnds) {
     }
   }
   for (size_t i = 0; i < children.size(); ++i) {
+    SCOPED_TRACE(i);
     int status = 0;
     ASSERT_EQ(children[i], waitpid(children[i], &status, 0));
     ASSERT_TRUE(WIFEXITED(status));
@@ -374,6 +377,7 @@ TEST(Resolve, EqualsThePlainProcedureOnWhatArrivesInAnyOrder) {
   int emptied = 0;
   int clashed = 0;
   for (int round = 0; round < 6000; ++round) {
+    SCOPED_TRACE(round);
     const char last = static_cast<char>('A' + random() % 8);
     const std::set<std::pair<char, char>> relation = RandomRelation(&random, last);
     Value value({relation.begin(), relation.end()});
@@ -434,6 +438,7 @@ TEST(Ancestors, ATableOfTheNearestIsGoneThroughBehindOneThatIsKnown) {
   // one of these. Whichever that is, it ends no walk through the table of the next one.
   constexpr size_t kOthers = 8;
   for (size_t known = 0; known < kOthers; ++known) {
+    SCOPED_TRACE(known);
     std::vector<WH_VARIETY> varieties(kOthers + 2);
     WH_VARIETY* product = &varieties[kOthers];
     WH_VARIETY* next = &varieties[kOthers + 1];

@@ -322,6 +322,7 @@ TEST_P(Schemas, AcceptWhatTheReadersAccept) {
   const std::size_t count = documents.size();
   std::vector<bool> taken;
   for (std::size_t i = 0; i < count; i++) {
+    SCOPED_TRACE(i);
     tree.Write(std::string("c/n/1/0/") + kind.files[0], documents[i]);
     taken.push_back(kind.read(tree, file));
     const std::string name = std::to_string(i) + ".xml";

@@ -1,4 +1,5 @@
 #include "traverse.h"
+#include "caller.h"
 
 #include <string>
 #include <vector>
@@ -38,7 +39,8 @@ struct Warehouse {
     tree.Write("c/" + name + "/1/0/partlist.xml", partlist);
   }
 
-  WH_PRODUCT_SPEC* Query(const char* name) {
+  WH_PRODUCT_SPEC* Query(const char* name, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     Error err;
     WH_PRODUCT_QUERY* query = make_query(Prodname("c", name, "1", "0"), nullptr, 0);
     WH_PRODUCT_SPEC* spec = query_product(&err, index, query, nullptr);
@@ -195,7 +197,9 @@ TEST(TraversePartlist, ProductsThatIncludeEachOtherComeToAnEnd) {
 }
 
 // Walks the part list of product a's first variety by itself.
-Strings WalkParts(Warehouse* warehouse, WH_FILE_FUNC* file_func, WH_SPEC_FUNC* spec_func) {
+Strings WalkParts(Warehouse* warehouse, WH_FILE_FUNC* file_func, WH_SPEC_FUNC* spec_func,
+                  Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   Calls noted;
   WH_PRODUCT_SPEC* spec = warehouse->Query("a");
   WH_PRODUCT* product = spec->product;

@@ -105,7 +105,7 @@ TEST_F(ProductVarieties, WithALiteralValueOnlyThoseThatCanMatchAreTried) {
     Add({{"num", std::to_string(i)}, {"kind", "opt"}});
   WH_PATTERN* pattern = Alternative({{"kind", "opt"}, {"num", "7"}});
   for (int i = 0; i < 10; ++i)
-    EXPECT_EQ(std::vector<int>{7}, Indexed(pattern));
+    EXPECT_EQ(std::vector<int>{7}, Indexed(pattern)) << i;
   ASSERT_NE(nullptr, product_->by_value);
   // A variable changed behind the index shows that the variety is not looked at.
   auto* variety =
@@ -122,7 +122,7 @@ TEST_F(ProductVarieties, AProductOfFewVarietiesGetsNoIndex) {
     Add({{"num", std::to_string(i)}});
   WH_PATTERN* pattern = Alternative({{"num", "7"}});
   for (int i = 0; i < 10; ++i)
-    EXPECT_EQ(std::vector<int>{7}, Indexed(pattern));
+    EXPECT_EQ(std::vector<int>{7}, Indexed(pattern)) << i;
   EXPECT_EQ(nullptr, product_->by_value);
   free_pattern(&pattern);
 }

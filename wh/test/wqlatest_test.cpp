@@ -1,5 +1,6 @@
 // The latest version and revision on disk.
 #include "wqlatest.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,9 @@ std::string Latest(FwErrorState* err, const std::string& base, const char* versi
   return result;
 }
 
-std::string FindLatest(FwErrorState* err, const std::string& dir, const char* platform = nullptr) {
+std::string FindLatest(FwErrorState* err, const std::string& dir, const char* platform = nullptr,
+                       Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   FwStrRecord path;
   FwStrRecordOpen(&path);
   FwStrPutTextString(&path, Fwt(dir));
@@ -203,6 +206,7 @@ TEST(Latest, BetterIsHigherByVersionThenByRev) {
       {{"1.0", "9"}, {"1.0", "9"}, 0},
   };
   for (const auto& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.maybe) + " " + testing::PrintToString(row.sofar));
     WQ_VER_REV maybe = vr(row.maybe[0], row.maybe[1]);
     WQ_VER_REV sofar = vr(row.sofar[0], row.sofar[1]);
     EXPECT_EQ(row.better, wq_vr_better(maybe, sofar));

@@ -1,5 +1,6 @@
 // The order of version names.
 #include "wqversion.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,8 @@ namespace {
 
 using Groups = std::vector<std::vector<std::string>>;
 
-Groups Parse(const char* version, int dots = 0) {
+Groups Parse(const char* version, int dots = 0, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   WQ_PARSED_VERSION* pv = wq_parse_version_dots(FWT(version), dots);
   EXPECT_STREQ(version, FWC(pv->version));
   Groups groups;
@@ -28,7 +30,8 @@ Groups Parse(const char* version, int dots = 0) {
   return groups;
 }
 
-int Compare(const char* v1, const char* v2) {
+int Compare(const char* v1, const char* v2, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   int order = wq_compare_versions(FWT(v1), FWT(v2));
   EXPECT_EQ(-order, wq_compare_versions(FWT(v2), FWT(v1))) << v1 << " and " << v2;
   return order;
@@ -104,7 +107,7 @@ TEST(Version, ADigitInAnOverlongEncodingIsADigit) {
   EXPECT_EQ(-1, Compare("\xC0\x32", "10"));
   EXPECT_EQ(0, Compare("\xC0\x32", "0"));
   for (const std::string& text : reports.asserts())
-    EXPECT_EQ("Badly encoded UTF-8 character (overly long encoding)", text);
+    EXPECT_EQ("Badly encoded UTF-8 character (overly long encoding)", text) << text;
 }
 
 TEST(Version, TheOrderIsNotTransitiveAcrossDots) {

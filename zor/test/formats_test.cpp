@@ -80,6 +80,7 @@ TEST_F(Formats, AVariableThatIsRemovedIsUnset) {
 TEST_F(Formats, VariablesOfTheShellsAreRefusedAndNothingIsWritten) {
   for (const char* name :
        {"OPTIND", "RANDOM", "SECONDS", "UID", "USERNAME", "TMOUT", "histchars"}) {
+    SCOPED_TRACE(name);
     warehouse_.Product("K/Contents/1.0/1", Insert("A", "1") + Insert(name, "a[$(touch ran)]"));
     Expect(Zor({"env", "-r", warehouse_.Root(), "K"}), "",
            "zor: the format sh can't carry these variables, so nothing was written:\n  " +
@@ -90,6 +91,7 @@ TEST_F(Formats, VariablesOfTheShellsAreRefusedAndNothingIsWritten) {
 
 TEST_F(Formats, NamesThatAreNotValidInAShellAreRefused) {
   for (const char* name : {"A;touch ran;B", "1A", "A-B", "A[$(touch ran)]"}) {
+    SCOPED_TRACE(name);
     warehouse_.Product("N/Contents/1.0/1", Insert(name, "1"));
     Expect(Zor({"env", "-r", warehouse_.Root(), "N"}), "",
            "zor: the format sh can't carry these variables, so nothing was written:\n  " +

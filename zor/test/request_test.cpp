@@ -97,9 +97,11 @@ TEST(Request, AnAmbiguousNameListsTheCandidates) {
 TEST(Request, NamesMayHoldBlanksAndLettersOutsideAscii) {
   Warehouse warehouse;
   warehouse.Product("\u00fc b/n \u00f6/1/1", Insert("A", "x"));
-  for (const char* locale : {"LC_ALL=C.UTF-8", "LC_ALL=C"})
+  for (const char* locale : {"LC_ALL=C.UTF-8", "LC_ALL=C"}) {
+    SCOPED_TRACE(locale);
     Expect(Zor({"env", "-r", warehouse.Root(), "\u00fc b/n \u00f6"}, {locale}),
            "A='x'; export A;\n", "", 0);
+  }
 }
 
 TEST(Request, ALineOfZorenvIsTakenThoughNotInSilence) {

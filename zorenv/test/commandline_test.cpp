@@ -65,8 +65,10 @@ TEST(CommandLine, TwoOutputModesExcludeEachOther) {
       {"-p", "A", "--sh", "--exec", "true"},
       {"-p", "A", "--user", "--proc", "--sh", "--csh"},
   };
-  for (const Arguments& arguments : lines)
+  for (const Arguments& arguments : lines) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     Expect(Zorenv(arguments, {}), text, "", 1);
+  }
 }
 
 TEST(CommandLine, TwoStartingPointsExcludeEachOther) {
@@ -77,8 +79,10 @@ TEST(CommandLine, TwoStartingPointsExcludeEachOther) {
       {"-p", "A", "-P", "-S"},
       {"-p", "A", "-U", "-S"},
   };
-  for (const Arguments& arguments : lines)
+  for (const Arguments& arguments : lines) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     Expect(Zorenv(arguments, {}), text, "", 1);
+  }
 }
 
 TEST(CommandLine, TheSameModeTwiceIsNoClash) {
@@ -135,8 +139,10 @@ TEST(CommandLine, AWordBehindAProductIsReadAsItsName) {
 TEST(CommandLine, ACategoryTakesAnySeparator) {
   Warehouse warehouse;
   warehouse.Product("a/b/N/1.0/1", Tag("n"));
-  for (const char* category : {"a/b", "a\\b", "a:b"})
+  for (const char* category : {"a/b", "a\\b", "a:b"}) {
+    SCOPED_TRACE(category);
     Expect(Zorenv(warehouse, {"-p", category, "N", "--sh"}), Tagged("n"), "", 0);
+  }
 }
 
 TEST(CommandLine, ShortOptionsAreKnownByTheirSecondCharacterAlone) {

@@ -12,6 +12,7 @@
 
 #include <chrono>
 
+#include "caller.h"
 #include "tool.h"
 
 namespace {
@@ -58,13 +59,15 @@ class Terminal {
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
-  void Type(const std::string& keys) {
+  void Type(const std::string& keys, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     ASSERT_EQ(static_cast<ssize_t>(keys.size()), write(master_, keys.data(), keys.size()));
   }
 
   // Reads on until the text has come, and returns all up to its end; fails the test if it does not
   // come.
-  std::string ReadUntil(const std::string& text) {
+  std::string ReadUntil(const std::string& text, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     std::size_t at;
     while ((at = seen_.find(text)) == std::string::npos) {

@@ -318,6 +318,7 @@ TEST(Documents, ShowAProgramThatCompiles) {
 
 TEST(Documents, AreCleanManualPages) {
   for (const char* page : {"zorenv.1", "zorenv-warehouse.5", "zorenv-framework.3"}) {
+    SCOPED_TRACE(page);
     const RunResult result = RunProgram({"/usr/bin/mandoc", "-Tlint", "-W", "warning",
                                          std::string(ZOR_SOURCE_DIR) + "/doc/man/" + page});
     EXPECT_EQ("", result.out);

@@ -31,15 +31,19 @@ TEST(Emission, EachDialectHasItsRecords) {
       {"--posh", std::string(posh_head) +
                      "$setcmd A$eq'new value' ;\ntest $?shell != 1 && export A ;\n$unsetcmd D ;\n"},
   };
-  for (const auto& row : rows)
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.option);
     Expect(Zorenv(warehouse, {"-p", "C", row.option}, {set_and_delete, "D=x"}), row.out, "", 0);
+  }
 }
 
 TEST(Emission, NoDifferencePrintsNothingButThePortableHead) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Insert("PATH", "/bin"));
-  for (const char* option : {"--bat", "--sh", "--csh"})
+  for (const char* option : {"--bat", "--sh", "--csh"}) {
+    SCOPED_TRACE(option);
     Expect(Zorenv(warehouse, {"-p", "C", option}), "", "", 0);
+  }
   Expect(Zorenv(warehouse, {"-p", "C", "--posh"}), posh_head, "", 0);
 }
 
@@ -113,6 +117,7 @@ TEST(RecordOrder, AnAddOfAKnownNameMayGrowTheTable) {
   warehouse.File("C/Contents/1.0/1", "setup.xml",
                  RecipeXml(R"(<SETENV name="V0" value="new"/><SETENV name="V1" value="new"/>)"));
   for (int count : {62, 63, 64, 65}) {
+    SCOPED_TRACE(count);
     SlotTable start;
     std::vector<std::string> environment;
     for (int i = 0; i < count; ++i) {
@@ -137,6 +142,7 @@ TEST(RecordOrder, NamesThatCollideKeepTheOrderOfTheirArrival) {
   warehouse.Product("C/Contents/1.0/1", Insert("x??", "more"));
   const std::vector<std::string> orders[] = {{"xab", "xbR"}, {"xbR", "xab"}};
   for (const auto& names : orders) {
+    SCOPED_TRACE(names.option);
     RunOptions options;
     options.environment = {names[0] + "=1", names[1] + "=1"};
     const std::string record0 = names[0] + "='1:more'; export " + names[0] + "\n";

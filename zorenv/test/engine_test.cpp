@@ -123,6 +123,7 @@ TEST(Engine, AVarietyWithoutAPresentSegmentIsSkippedWithoutAWord) {
   warehouse.Product(InC("A"), Insert("V", "v"));
   for (const char* variety : {"<VARIETY/>", "<VARIETY><SEGMENT here=\"yes\"/></VARIETY>",
                               "<VARIETY><SEGMENT here=\"1\"/><SEGMENT/></VARIETY>"}) {
+    SCOPED_TRACE(variety);
     warehouse.File(InC("A"), "product.xml", ProductXml(variety));
     Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}), "", "", 0);
   }

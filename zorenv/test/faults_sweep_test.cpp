@@ -13,6 +13,7 @@
 #include <regex>
 #include <sstream>
 
+#include "caller.h"
 #include "faults.h"
 #include "tool.h"
 
@@ -51,7 +52,8 @@ struct Sweep {
 
 // Runs the task with the calls failing one by one, in not more than this many runs.
 Sweep RunSweep(const Task& task, const std::string& call, int error, const std::string& times,
-               int runs) {
+               int runs, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   std::vector<std::string> argv = {ZORENV_FAULTS_PROGRAM,
                                    call,
                                    std::to_string(error),
@@ -142,7 +144,9 @@ bool IsLineOf(const std::string& line, const std::string& text) {
 
 // What exhausted memory may come to: the fatal text, or the parser's or the system's report of it
 // behind what a run without a fault reports too.
-void ExpectExhaustionIsTold(const OneRun& run, const OneRun& clean, const Task& task) {
+void ExpectExhaustionIsTold(const OneRun& run, const OneRun& clean, const Task& task,
+                            Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   static const std::regex report(
       "\\*\\*\\* (Error: Run out of memory|out of memory in File /.*\\.xml)");
   EXPECT_EQ(1, run.status);
@@ -165,7 +169,8 @@ void ExpectExhaustionIsTold(const OneRun& run, const OneRun& clean, const Task& 
   EXPECT_TRUE(told) << "nothing was told";
 }
 
-void SweepAllocations(const Task& task, int runs) {
+void SweepAllocations(const Task& task, int runs, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (const char* times : {"once", "ever"}) {
     const Sweep sweep = RunSweep(task, "allocation", ENOMEM, times, runs);
     bool failed = false;
@@ -299,6 +304,7 @@ struct PatternsThatLookAtTheDisk {
 
 TEST(AllocationSweep, LookingAtTheDisk) {
   for (const char* file : {"mark", "m*k"}) {
+    SCOPED_TRACE(file);
     PatternsThatLookAtTheDisk looking(file);
     SweepAllocations(looking.task, kSample);
     Expect(Zorenv(looking.warehouse, {"-p", "C", "A", "--sh"}, {"LIST=" + looking.list}),
@@ -315,7 +321,8 @@ struct Told {
   std::string line;  // a pattern of each line on standard error, behind "*** "
 };
 
-void ExpectTold(const OneRun& run, const Told& told) {
+void ExpectTold(const OneRun& run, const Told& told, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   EXPECT_EQ(1, run.status);
   EXPECT_EQ(0, run.signal);
   EXPECT_TRUE(std::regex_match(run.out, std::regex(told.out))) << run.out;
@@ -327,7 +334,9 @@ void ExpectTold(const OneRun& run, const Told& told) {
 }
 
 // Each run that meets the fault tells it.
-void SweepTold(const Task& task, const std::string& call, int error, const Told& told) {
+void SweepTold(const Task& task, const std::string& call, int error, const Told& told,
+               Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (const char* times : {"once", "ever"}) {
     // What an error is called doesn't depend on how often it comes.
     if (error != EIO && std::string(times) == "ever" && !WholeSweeps()) continue;
@@ -343,7 +352,9 @@ void SweepTold(const Task& task, const std::string& call, int error, const Told&
 
 // Each run overcomes the fault.
 void SweepOvercome(const Task& task, const std::string& call, int error,
-                   const std::vector<const char*>& all_times = {"once", "ever"}) {
+                   const std::vector<const char*>& all_times = {"once", "ever"},
+                   Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   for (const char* times : all_times) {
     const Sweep sweep = RunSweep(task, call, error, times, kEach);
     EXPECT_GT(sweep.runs.size(), 1u) << "the call is never made";
@@ -467,10 +478,12 @@ TEST(SystemCallSweep, WaitingIsTakenUpAgainAfterAnInterruption) {
 // The program isn't run in half an environment.
 TEST(SystemCallSweep, AnEnvironmentThatCannotBeSetIsExhaustedMemory) {
   for (const char* times : {"once", "ever"}) {
+    SCOPED_TRACE(times);
     const Sweep sweep = RunSweep(ExecutingWeaver(), "putenv", ENOMEM, times, kEach);
     EXPECT_EQ(5u, sweep.runs.size());
     for (const OneRun& run : sweep.runs)
       if (run.met) {
+        SCOPED_TRACE(run.number);
         EXPECT_EQ(kFatal, run.out);
         EXPECT_EQ("", run.err);
         EXPECT_EQ(1, run.status);
@@ -516,9 +529,11 @@ TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
       "[0-9]+ in \\S+fpstring\\.cpp\n");
   for (const int error : {EINVAL, ENOMEM, EMFILE, EIO})
     for (const char* times : {"once", "ever"}) {
+      SCOPED_TRACE(testing::Message() << error << ' ' << times);
       const Sweep sweep = RunSweep(task, "iconv_open", error, times, kEach);
       EXPECT_EQ(3u, sweep.runs.size());
       for (const OneRun& run : sweep.runs) {
+        SCOPED_TRACE(run.number);
         if (!run.met) continue;
         std::smatch match;
         ASSERT_TRUE(std::regex_search(run.out, match, asserted)) << run.out;
@@ -538,10 +553,12 @@ TEST(SystemCallSweep, WithoutALocaleTheRunIsTheSame) {
 // A host of an unknown kind fits no variety; a platform that is stated needs none.
 TEST(SystemCallSweep, AHostThatCannotBeAskedIsOfNoKnownPlatform) {
   for (const char* times : {"once", "ever"}) {
+    SCOPED_TRACE(times);
     const Sweep sweep =
         RunSweep(OnExamples({"-p", "tools", "weaver", "--sh"}), "uname", EFAULT, times, kEach);
     EXPECT_GT(sweep.runs.size(), 1u);
     for (const OneRun& run : sweep.runs) {
+      SCOPED_TRACE(run.number);
       if (!run.met) continue;
       EXPECT_EQ("", run.out);
       EXPECT_EQ("", run.err);
@@ -568,6 +585,7 @@ TEST(SystemCallSweep, ALookAtTheDiskThatFailsFindsNothing) {
       const Sweep sweep = RunSweep(looking.task, row.call, error, "ever", kEach);
       int missed = 0;
       for (const OneRun& run : sweep.runs) {
+        SCOPED_TRACE(run.number);
         if (!run.met || run.number < row.first || run.Same(sweep.clean)) continue;
         ++missed;
         EXPECT_EQ("", run.out) << run.number;
@@ -579,6 +597,7 @@ TEST(SystemCallSweep, ALookAtTheDiskThatFailsFindsNothing) {
     const Sweep sweep = RunSweep(looking.task, row.call, ENOMEM, "ever", kEach);
     for (const OneRun& run : sweep.runs)
       if (run.met && run.number >= row.first) {
+        SCOPED_TRACE(run.number);
         EXPECT_EQ(kFatal, run.out);
         EXPECT_EQ(1, run.status);
       }
@@ -599,6 +618,7 @@ TEST(SystemCallSweep, WhatARunDoesNotCall) {
 
 TEST(OutputFaults, AReportThatCannotBeWrittenStillCounts) {
   for (const char* to : {"2>/dev/full", "2>&-"}) {
+    SCOPED_TRACE(to);
     const RunResult result =
         RunProgram({"/bin/sh", "-c", "exec \"$0\" -r \"$1\" -p tools loom --sh " + std::string(to),
                     ZORENV_PROGRAM, Examples()});

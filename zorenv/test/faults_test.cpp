@@ -78,6 +78,7 @@ TEST(Faults, EachKindOfParserErrorIsTold) {
 TEST(Faults, AnUnknownParserErrorIsALogicError) {
   for (const char* content :
        {"<?xml encoding=\"UTF-8\"?><VARIETIES/>", "<!DOCTYPE V PUBLIC \"{}\" \"x\"><VARIETIES/>"}) {
+    SCOPED_TRACE(content);
     Spoilt warehouse;
     warehouse.File(InC("A"), "product.xml", content);
     const RunResult result = warehouse.Run();

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "caller.h"
 #include "tool.h"
 
 namespace {
@@ -46,7 +47,8 @@ class Scripts : public testing::Test {
       tree_.Link(std::string("bin/") + tool, std::string("/usr/bin/") + tool);
   }
 
-  void Script(const std::string& name, const std::string& text) {
+  void Script(const std::string& name, const std::string& text, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     ASSERT_EQ(0, chmod(tree_.Write(name, text).c_str(), 0755));
   }
   // A tool that does nothing, or this.
@@ -150,7 +152,7 @@ TEST_F(Scripts, BuildDirectoryOfAnotherUserIsToldInASentence) {
   Compiler();
   tree_.Directory("source/build/release");
   for (const char* directory : {"", "bin", "source", "source/build/release", "source/tools"})
-    ASSERT_EQ(0, chmod((tree_ / directory).c_str(), 0755));
+    ASSERT_EQ(0, chmod((tree_ / directory).c_str(), 0755)) << directory;
   ASSERT_EQ(0, chmod((tree_ / "source/build/release").c_str(), 0555));
   std::string run = "./demo";
   if (getuid() == 0) run = "/usr/bin/setpriv --reuid=65534 --regid=65534 --clear-groups ./demo";
@@ -307,7 +309,9 @@ TEST(FirstContact, DemonstrationRefusesADirectoryThatItCannotQuote) {
 // ---- The documents
 
 // The line for csh that documents give, between the first of these marks and the second.
-std::string CshLine(const std::string& document, const std::string& begin, const std::string& end) {
+std::string CshLine(const std::string& document, const std::string& begin, const std::string& end,
+                    Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   const std::string text = ReadFile(kSource + "/" + document);
   const std::size_t from = text.find(begin);
   EXPECT_NE(std::string::npos, from) << document;
@@ -343,6 +347,7 @@ TEST(FirstContact, LinesForCshAreSafe) {
     std::string broken = good;
     broken.replace(broken.find("weaver"), 6, "waever");
     for (const std::string noclobber : {"", "set noclobber\n"}) {
+      SCOPED_TRACE(noclobber);
       Expect(Start({"/bin/tcsh", "-f", tree.Write("script", noclobber + good)}, environment),
              "before:" + kSource + "/examples/warehouse/tools/weaver/1.10/2\n", "", 0);
       Expect(Start({"/bin/tcsh", "-f", tree.Write("script", noclobber + broken)}, environment),

@@ -62,6 +62,7 @@ TEST(Hostile, DataFilesMayBeInSeveralEncodings) {
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + body,
   };
   for (const std::string& content : contents) {
+    SCOPED_TRACE(content);
     warehouse.File(InC("A"), "env.xml", content);
     Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}), "V='x'; export V\n", "", 0);
   }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "caller.h"
 #include "tool.h"
 
 namespace {
@@ -64,9 +65,11 @@ class Installed : public testing::Test {
   }
 
   // The programs that were built against the installed framework print what the tree's own does.
-  void ExpectGreetings(const std::string& greet) {
+  void ExpectGreetings(const std::string& greet, Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     const std::string messages = std::string(ZOR_SOURCE_DIR) + "/examples/greet";
     for (const char* file : {"deutsch.msg", "nihongo.msg", "missing.msg"}) {
+      SCOPED_TRACE(file);
       const RunResult expected = Start({GREET_PROGRAM, file}, {}, messages);
       EXPECT_EQ(expected.status, std::string(file) == "missing.msg" ? 1 : 0);
       Expect(Start({greet, file}, {}, messages), expected.out, expected.err, expected.status);
@@ -135,11 +138,13 @@ TEST_F(Installed, ShellFunctionsFindWhatBelongsToThem) {
 
 TEST_F(Installed, CompletionsLieWhereShellsLookByTheCommandsName) {
   const std::string share = Prefix() + "/share/";
-  for (const char* command : {"zorenv", "zor"})
+  for (const char* command : {"zorenv", "zor"}) {
+    SCOPED_TRACE(command);
     Expect(Start({"/bin/bash", "-c", ". $SHARE/bash-completion/completions/$0; complete -p $0",
                   command},
                  Environment()),
            std::string("complete -F _zorenv ") + command + "\n", "", 0);
+  }
   EXPECT_EQ(ReadFile(share + "fish/vendor_completions.d/zorenv.fish"),
             ReadFile(share + "fish/vendor_completions.d/zor.fish"));
   EXPECT_EQ(0u, ReadFile(share + "zsh/site-functions/_zorenv").find("#compdef zorenv zor\n"));
@@ -168,6 +173,7 @@ TEST_F(Installed, LinksOfTheDocumentsHold) {
   for (const std::filesystem::path& document : documents) {
     const std::string text = ReadFile(document);
     for (std::size_t at = 0; (at = text.find("](", at)) != std::string::npos; ++at) {
+      SCOPED_TRACE(at);
       const std::size_t end = text.find_first_of(")#", at);
       ASSERT_NE(std::string::npos, end);
       const std::string link = text.substr(at + 2, end - at - 2);
@@ -288,7 +294,8 @@ TEST_F(Installed, UninstallTakesOutWhatWasInstalledLast) {
     ASSERT_EQ(0, Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix", "/opt/zor",
                         "--component", component},
                        {"DESTDIR=" + tree / "root"})
-                     .status);
+                     .status)
+        << component;
   EXPECT_TRUE(Exists(tree / "root/opt/zor/bin/zorenv"));
   EXPECT_EQ(0, Start(uninstall).status);
   EXPECT_FALSE(Exists(tree / "root"));
@@ -299,6 +306,7 @@ TEST_F(Installed, ComponentsSplitTheTree) {
   const TemporaryTree tree;
   std::vector<std::string> parts;
   for (const char* component : {"tool", "development"}) {
+    SCOPED_TRACE(component);
     const std::string root = tree / component;
     const RunResult result = Start({CMAKE_PROGRAM, "--install", ZOR_BINARY_DIR, "--prefix",
                                     "/opt/zor", "--component", component},

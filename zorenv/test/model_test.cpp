@@ -120,6 +120,7 @@ TEST(Model, AgreesWithTheProgramOnRandomWarehouses) {
   Tally tally;
   int done = 0, failed = 0;
   for (unsigned long long seed = first; done < rounds && failed < 10; ++seed) {
+    SCOPED_TRACE(seed);
     const model::Case run = model::Generate(seed, place.path() + "/" + std::to_string(seed % 100));
     std::filesystem::remove_all(run.base);
     std::filesystem::create_directories(run.base);

@@ -42,8 +42,10 @@ TEST(Output, AScriptThatCannotBeWrittenIsAFailure) {
     const char* err;
   } rows[] = {{">/dev/full", kFull}, {">&-", kClosed}};
   for (const char* dialect : kDialects)
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
+      SCOPED_TRACE(testing::Message() << dialect << ' ' << row.redirection);
       Expect(ThroughShell(warehouse, "", {"-p", "C", dialect}, row.redirection), "", row.err, 1);
+    }
 }
 
 // More than the buffer holds: what fails first is a write in the midst of the script.
@@ -64,14 +66,17 @@ TEST(Output, AFileSizeLimitIsAnErrorWhateverItsSignalDoes) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Insert("A", "new"));
   for (const char* signal : {"", "trap '' XFSZ; "})
-    for (const char* dialect : kDialects)
+    for (const char* dialect : kDialects) {
+      SCOPED_TRACE(testing::Message() << signal << ' ' << dialect);
       Expect(ThroughShell(warehouse, std::string(signal) + "ulimit -f 0", {"-p", "C", dialect},
                           ">script"),
              "", kTooLarge, 1);
+    }
 }
 
 TEST(Output, APipeWithoutAReaderIsAnErrorWhereItsSignalIsIgnored) {
   for (const char* dialect : kDialects) {
+    SCOPED_TRACE(dialect);
     Warehouse warehouse;
     warehouse.Product("C/Contents/1.0/1", Insert("A", "new"));
     Expect(ThroughShell(warehouse, kBrokenPipe, {"-p", "C", dialect}, ">&4"), "", kBroken, 1);
@@ -82,6 +87,7 @@ TEST(Output, AUsageTextThatCannotBeWrittenIsTold) {
   Warehouse warehouse;
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{}, {"--unknown"}, {"-p", "C", "--sh", "--csh"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     Expect(ThroughShell(warehouse, "", arguments, ">/dev/full"), "", kFull, 1);
     Expect(ThroughShell(warehouse, "", arguments, ">&-"), "", kClosed, 1);
     Expect(ThroughShell(warehouse, "ulimit -f 0", arguments, ">usage"), "", kTooLarge, 1);
@@ -106,8 +112,11 @@ TEST(Output, NothingPrintedIsNotAskedFor) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Insert("A", "same"));
   for (const char* redirection : {">/dev/full", ">&-"}) {
-    for (const char* dialect : {"--sh", "--csh", "--bat"})
+    SCOPED_TRACE(redirection);
+    for (const char* dialect : {"--sh", "--csh", "--bat"}) {
+      SCOPED_TRACE(dialect);
       Expect(ThroughShell(warehouse, "", {"-p", "C", dialect}, redirection, {"A=same"}), "", "", 0);
+    }
     Expect(ThroughShell(warehouse, "", {"-p", "C", "--system"}, redirection), "", "", 0);
     Expect(ThroughShell(warehouse, "", {"-p", "C", "--exec", "true"}, redirection), "", "", 0);
   }
@@ -130,9 +139,11 @@ TEST(Output, WhatIsPrintedBeforeAProgramStartsIsAskedForAndTheProgramRuns) {
   ASSERT_TRUE(ThroughShell(warehouse, "", arguments, "", {"A=\x80"}).out.starts_with("Badly"));
   for (const auto& [before, redirection, err] :
        {std::tuple("", ">/dev/full", kFull), std::tuple("", ">&-", kClosed),
-        std::tuple("ulimit -f 0", ">out", kTooLarge)})
+        std::tuple("ulimit -f 0", ">out", kTooLarge)}) {
+    SCOPED_TRACE(before);
     Expect(ThroughShell(warehouse, before, arguments, redirection, {"A=\x80"}), "",
            std::string(err) + "ran\n", 1);
+  }
 }
 
 // ---- The signals that a program starts with

@@ -5,6 +5,7 @@
 
 #include <map>
 
+#include "caller.h"
 #include "tool.h"
 
 namespace {
@@ -86,7 +87,9 @@ class ShellFunctions : public testing::TestWithParam<Shell> {
   }
 
   // Puts a program in the place of zorenv.
-  void Instead(const Warehouse& warehouse, std::string_view out, int status) {
+  void Instead(const Warehouse& warehouse, std::string_view out, int status,
+               Caller caller = Caller::Here()) {
+    const CalledFrom from(caller);
     warehouse.Write("printed", out);
     program_ =
         warehouse.Write("instead", "#!/bin/sh\ncat printed\nexit " + std::to_string(status) + "\n");
@@ -263,6 +266,7 @@ TEST_P(ShellFunctions, LeaveOtherOutputsToTheProgram) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Insert("A", "1"));
   for (const char* option : {"--exec touch touched", "--bat", "--csh", "--posh"}) {
+    SCOPED_TRACE(option);
     const Outcome outcome = Zor(warehouse, std::string("C ") + option);
     EXPECT_EQ("1", outcome.status);
     EXPECT_EQ(start, outcome.variables);
@@ -276,6 +280,7 @@ TEST_P(ShellFunctions, LeaveOtherOutputsToTheProgram) {
 TEST_P(ShellFunctions, SayTheirUsageWithoutArguments) {
   Warehouse warehouse;
   for (const char* command : {"", "--help"}) {
+    SCOPED_TRACE(command);
     const Outcome outcome = Zor(warehouse, command);
     EXPECT_EQ("1", outcome.status);
     EXPECT_EQ(
@@ -310,6 +315,7 @@ TEST_P(ShellFunctions, RefuseVariablesThatTheShellKeepsFromWriting) {
 TEST_P(ShellFunctionsOfBashAndZsh, RefuseVariablesThatTheShellCalculates) {
   for (const char* before :
        {"declare -i N\n", "declare -a N\n", "declare -A N\n", "declare -u N\n"}) {
+    SCOPED_TRACE(before);
     Warehouse warehouse;
     warehouse.Product("C/Contents/1.0/1", Insert("A", "1") + Verbatim("N", "a[$(touch touched)]"));
     const Outcome outcome = Zor(warehouse, "C", {}, before);
@@ -336,6 +342,7 @@ TEST_P(ShellFunctionsOfSh, WorkUnderStrictOptions) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Verbatim("A", "a b\n*"));
   for (const char* before : {"set -eu\nIFS=zo-u:\n", "set -f\n", "set -C\n"}) {
+    SCOPED_TRACE(before);
     const Outcome outcome = Zor(warehouse, "C", {}, before);
     EXPECT_EQ("0", outcome.status);
     EXPECT_EQ("", outcome.err);
@@ -354,6 +361,7 @@ TEST_P(ShellFunctionsOfCsh, RefuseAnotherQuoting) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Insert("A", "1"));
   for (const char* before : {"set backslash_quote\n", "set histchars = '+^'\n"}) {
+    SCOPED_TRACE(before);
     const Outcome outcome = Zor(warehouse, "C", {}, before);
     EXPECT_NE("0", outcome.status);
     EXPECT_EQ(start, outcome.variables);

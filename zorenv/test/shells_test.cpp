@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "caller.h"
 #include "tool.h"
 
 namespace {
@@ -23,7 +24,9 @@ const Shell shells[] = {
 // itself sets.
 std::map<std::string, std::string> Evaluate(const Shell& shell, const Warehouse& warehouse,
                                             const std::string& script,
-                                            const std::vector<std::string>& environment) {
+                                            const std::vector<std::string>& environment,
+                                            Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   const std::string file = warehouse.Write("script", script);
   RunOptions options;
   options.environment = environment;
@@ -87,6 +90,7 @@ TEST_P(Shells, NoDifferenceChangesNothing) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1");
   for (const std::string option : {GetParam().family, "--posh"}) {
+    SCOPED_TRACE(option);
     const RunResult script = Zorenv(warehouse, {"-p", "C", option});
     EXPECT_EQ((Variables{{"PATH", "/usr/bin:/bin"}, {"LC_ALL", "C.UTF-8"}}),
               Evaluate(GetParam(), warehouse, script.out, PlainEnvironment()));

@@ -44,6 +44,7 @@ TEST(Startup, AnyNameWillDo) {
   Warehouse warehouse;
   MakeNoDifference(&warehouse);
   for (const char* argv0 : {"zorenv", "", "/no/such/zorenv", "no/such", "/"}) {
+    SCOPED_TRACE(argv0);
     RunOptions options;
     options.argv0 = argv0;
     Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "--sh"}, options), "", "", 0);
@@ -141,6 +142,7 @@ TEST(Startup, TheStaticProgramNeedsNothingAndAnswersAlike) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Insert("A", "caf\xC3\xA9") + Insert("PATH", "/opt/bin"));
   for (const char* locale : {"LC_ALL=C.UTF-8", "LC_ALL=C", "LC_ALL=no_SUCH"}) {
+    SCOPED_TRACE(locale);
     options.environment = {"PATH=/usr/bin:/bin", locale};
     for (const char* root : {"root", "caf\xC3\xA9", "caf\xE9"})
       for (const std::vector<std::string>& mode : std::initializer_list<std::vector<std::string>>{
@@ -151,6 +153,7 @@ TEST(Startup, TheStaticProgramNeedsNothingAndAnswersAlike) {
                {"--exec", "/bin/sh", "-c", "echo $A"}}) {
         std::vector<std::string> arguments = {"-r", warehouse / root, "-p", "C"};
         arguments.insert(arguments.end(), mode.begin(), mode.end());
+        SCOPED_TRACE(testing::PrintToString(arguments));
         const RunResult expected = Zorenv(arguments, options);
         arguments.insert(arguments.begin(), ZORENV_STATIC_PROGRAM);
         Expect(RunProgram(arguments, options), expected.out, expected.err, expected.status);

@@ -120,7 +120,9 @@ RunResult Zorenv(const Warehouse& warehouse, const std::vector<std::string>& arg
   return Zorenv(all, options);
 }
 
-void Expect(const RunResult& result, std::string_view out, std::string_view err, int status) {
+void Expect(const RunResult& result, std::string_view out, std::string_view err, int status,
+            Caller caller) {
+  const CalledFrom from(caller);
   EXPECT_EQ(out, result.out);
   EXPECT_EQ(err, result.err);
   EXPECT_EQ(status, result.status);

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "caller.h"
 #include "model/usage.h"  // IWYU pragma: export: tests of usage include this one
 #include "process.h"
 
@@ -68,6 +69,7 @@ RunResult Zorenv(const Warehouse& warehouse, const std::vector<std::string>& arg
                  std::vector<std::string> more = {});
 
 // Expects the three answers of a run, whole.
-void Expect(const RunResult& result, std::string_view out, std::string_view err, int status);
+void Expect(const RunResult& result, std::string_view out, std::string_view err, int status,
+            Caller caller = Caller::Here());
 
 #endif

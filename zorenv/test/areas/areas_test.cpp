@@ -1,5 +1,6 @@
 // The tool on a platform with areas: what --user and --system read, and where the result goes.
 #include "areas.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -52,7 +53,9 @@ class Areas : public testing::Test {
   Warehouse warehouse_;
 };
 
-void Expect(const ChildRun& run, const std::string& out, const std::string& err, int status) {
+void Expect(const ChildRun& run, const std::string& out, const std::string& err, int status,
+            Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
   EXPECT_EQ(out, run.out);
   EXPECT_EQ(err, run.err);
   EXPECT_EQ(status, run.status);
