@@ -1,4 +1,5 @@
 #include "fwclass.h"
+#include "caller.h"
 
 #include <gtest/gtest.h>
 
@@ -300,10 +301,32 @@ struct ClassRow {
   std::vector<MethodRow> methods;
 };
 
+void ExpectClasses(const std::vector<ClassRow>& rows, Caller caller = Caller::Here()) {
+  const CalledFrom from(caller);
+  for (const ClassRow& row : rows) {
+    SCOPED_TRACE(row.pszName);
+    EXPECT_EQ(0xdeaf, row.pClass->classMagicCookie);
+    EXPECT_STREQ(row.pszName, row.pClass->pszClassName);
+    EXPECT_EQ(row.nBytes, static_cast<std::size_t>(row.pClass->nBytesInInstance));
+    EXPECT_EQ(row.pSuper, row.pClass->pSuperClassRecord);
+    EXPECT_EQ(row.nonHeap ? FW_CLASS_NON_HEAP : 0u, row.pClass->flags);
+    const FwIntercept* pRow = row.pClass->pMethodTable;
+    for (const MethodRow& method : row.methods) {
+      SCOPED_TRACE(method.messageID);
+      ASSERT_NE(nullptr, pRow);
+      EXPECT_STREQ(method.messageID, pRow->messageID);
+      EXPECT_EQ(method.messageID, pRow->messageID);
+      EXPECT_EQ(method.prohibited, pRow->method == nullptr);
+      pRow++;
+    }
+    EXPECT_TRUE(pRow == nullptr || pRow->messageID == nullptr);
+  }
+}
+
 }  // namespace
 
-TEST(FwClass, TheClassesAreAsTheirTableSays) {
-  const std::vector<ClassRow> rows = {
+TEST(FwClass, ObjectsTreesErrorsAndCountersHaveTheirRecordsAndMethods) {
+  ExpectClasses({
       {&FwObjectClass,
        "ObjectClass",
        8,
@@ -340,6 +363,11 @@ TEST(FwClass, TheClassesAreAsTheirTableSays) {
        &FwObjectClass,
        false,
        {{_Fw_msg_Create_Progress_Handle}, {_Fw_msg_Progress_Handle}}},
+  });
+}
+
+TEST(FwClass, ChangesHaveTheirRecordsAndMethods) {
+  ExpectClasses({
       {&FwChangeClass, "ChangeClass", 8, &FwObjectClass, true, {}},
       {&FwChangeMembersClass,
        "ChangeMembersClass",
@@ -355,6 +383,11 @@ TEST(FwClass, TheClassesAreAsTheirTableSays) {
       {&FwChangeDestroyClass, "ChangeDestroyClass", 16, &FwChangeRemoveClass, true, {}},
       // The printable name is shared.
       {&FwChangeMemberValueClass, "ChangeMemberShipClass", 24, &FwChangeMembersClass, true, {}},
+  });
+}
+
+TEST(FwClass, StreamsHaveTheirRecordsAndMethods) {
+  ExpectClasses({
       {&FwStreamCoreClass,
        "StreamCoreClass",
        sizeof(FwStreamCore),
@@ -404,23 +437,5 @@ TEST(FwClass, TheClassesAreAsTheirTableSays) {
         {_Fw_msg_StreamWrite_Handle},
         {_Fw_msg_StreamSeek_Handle},
         {_Fw_msg_StreamExtent_Handle}}},
-  };
-  for (const ClassRow& row : rows) {
-    SCOPED_TRACE(row.pszName);
-    EXPECT_EQ(0xdeaf, row.pClass->classMagicCookie);
-    EXPECT_STREQ(row.pszName, row.pClass->pszClassName);
-    EXPECT_EQ(row.nBytes, static_cast<std::size_t>(row.pClass->nBytesInInstance));
-    EXPECT_EQ(row.pSuper, row.pClass->pSuperClassRecord);
-    EXPECT_EQ(row.nonHeap ? FW_CLASS_NON_HEAP : 0u, row.pClass->flags);
-    const FwIntercept* pRow = row.pClass->pMethodTable;
-    for (const MethodRow& method : row.methods) {
-      SCOPED_TRACE(method.messageID);
-      ASSERT_NE(nullptr, pRow);
-      EXPECT_STREQ(method.messageID, pRow->messageID);
-      EXPECT_EQ(method.messageID, pRow->messageID);
-      EXPECT_EQ(method.prohibited, pRow->method == nullptr);
-      pRow++;
-    }
-    EXPECT_TRUE(pRow == nullptr || pRow->messageID == nullptr);
-  }
+  });
 }

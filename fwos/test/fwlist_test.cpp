@@ -312,10 +312,8 @@ TEST_F(FwList, SetTraceOf5TracesComparisonsOnly) {
   EXPECT_EQ(1, fFcListItemInList_(&head, &items[1]));
 }
 
-TEST_F(FwList, SetTraceOf3TracesEntriesAndExits) {
+TEST_F(FwList, SetTraceOf3TracesEntriesAndExitsOfWhatFillsAList) {
   const std::string list = Hex(&head), a = Hex(&items[0]), b = Hex(&items[1]);
-  const std::string search_a = "fFcListItemInList_ entered: plshList " + list + ", plseItem " + a;
-  const std::string found = "fFcListItemInList_ exited: fInList 1";
   ExpectTraces traces({
       "FcListInitHead_ entered: plshList " + list,
       "FcListInitHead_ exited",
@@ -325,6 +323,20 @@ TEST_F(FwList, SetTraceOf3TracesEntriesAndExits) {
       "FcListPrepend_ exited",
       "FcListAppend_ entered: plshList " + list + ", plseItem " + b,
       "FcListAppend_ exited",
+  });
+  FwListSetTrace(3);
+  FcListInitHead_(&head);
+  FcListInitEntry_(&items[0]);
+  FcListPrepend_(&head, &items[0]);
+  FcListAppend_(&head, &items[1]);
+}
+
+TEST_F(FwList, SetTraceOf3TracesEntriesAndExitsOfQuestions) {
+  Fill(2);
+  const std::string list = Hex(&head), a = Hex(&items[0]), b = Hex(&items[1]);
+  const std::string search_a = "fFcListItemInList_ entered: plshList " + list + ", plseItem " + a;
+  const std::string found = "fFcListItemInList_ exited: fInList 1";
+  ExpectTraces traces({
       "plseFcListGetFirst_ entered: plshList " + list,
       "plseFwListGetFirst_ exited: plseFirst " + a,
       "plseFcListGetLast_ entered: plshList " + list,
@@ -347,6 +359,21 @@ TEST_F(FwList, SetTraceOf3TracesEntriesAndExits) {
       "fFcListItemIsLast_ exited: fIsLast 0",
       "fFwListElementValid entered: plse " + a,
       "fFwListElementValid exited: fValid 1",
+  });
+  FwListSetTrace(3);
+  plseFcListGetFirst_(&head);
+  plseFcListGetLast_(&head);
+  plseFcListGetNext_(&head, &items[0]);
+  plseFcListGetPrevious_(&head, &items[0]);
+  fFcListItemIsFirst_(&head, &items[0]);
+  fFcListItemIsLast_(&head, &items[0]);
+  fFcListElementValid_(&head, &items[0]);
+}
+
+TEST_F(FwList, SetTraceOf3TracesEntriesAndExitsOfWhatMovesItems) {
+  Fill(2);
+  const std::string list = Hex(&head), a = Hex(&items[0]), b = Hex(&items[1]);
+  ExpectTraces traces({
       "plseFcListRemoveFirst_ entered: plshList " + list,
       "plseFcListRemoveFirst_ exited: plseFirst " + a,
       "FcListInsertBefore_ entered: plseExistingItem " + b + ", plseNewItem " + a,
@@ -356,22 +383,11 @@ TEST_F(FwList, SetTraceOf3TracesEntriesAndExits) {
       "FcListInsertAfter_ entered: plseExistingItem " + a + ", plseNewItem " + b,
       "FcListInsertAfter_ exited",
       "FcListRemove_ entered: plshList " + list + ", plseItem " + a,
-      search_a,
-      found,
+      "fFcListItemInList_ entered: plshList " + list + ", plseItem " + a,
+      "fFcListItemInList_ exited: fInList 1",
       "FcListRemove_ exited",
   });
   FwListSetTrace(3);
-  FcListInitHead_(&head);
-  FcListInitEntry_(&items[0]);
-  FcListPrepend_(&head, &items[0]);
-  FcListAppend_(&head, &items[1]);
-  plseFcListGetFirst_(&head);
-  plseFcListGetLast_(&head);
-  plseFcListGetNext_(&head, &items[0]);
-  plseFcListGetPrevious_(&head, &items[0]);
-  fFcListItemIsFirst_(&head, &items[0]);
-  fFcListItemIsLast_(&head, &items[0]);
-  fFcListElementValid_(&head, &items[0]);
   plseFcListRemoveFirst_(&head);
   FcListInsertBefore_(&items[1], &items[0]);
   plseFcListRemoveLast_(&head);

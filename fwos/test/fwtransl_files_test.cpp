@@ -470,84 +470,121 @@ struct ModelLock {
   FwTextString ptbzEnglish;
 };
 
-}  // namespace
+// Message files that are loaded, unloaded and locked at random, beside the model. The words are
+// fixed strings and templates at once: as messages they are looked for among the fixed strings
+// first.
+class StackedFiles : public MessageFiles {
+ protected:
+  size_t Any(size_t n) { return static_cast<size_t>(random_() % n); }
 
-// Loads, unloads and locks at random. The words are fixed strings and templates at once: as
-// messages they are looked for among the fixed strings first.
-TEST_F(MessageFiles, StackUpAsTheModel) {
-  std::mt19937 random(20);
-  const auto any = [&random](size_t n) { return static_cast<size_t>(random() % n); };
-  for (int round = 0; round < 60; ++round) {
-    SCOPED_TRACE(round);
-    ModelStack stack;
-    std::vector<std::unique_ptr<ModelFile>> loaded;
-    std::vector<ModelLock> locks;
-    for (int step = 0; step < 25; ++step) {
-      SCOPED_TRACE(step);
-      const size_t what = any(10);
-      if (what < 5) {
-        auto file = std::make_unique<ModelFile>();
-        const std::string name = "f" + std::to_string(round) + "-" + std::to_string(step);
-        file->nMaxOverrides = static_cast<int>(any(4));
-        std::string pairs;
-        for (const std::string& word : kWords) {
-          if (any(2) == 0) continue;
-          file->entries[word] = name + word;
-          pairs.append("#EN\n").append(word).append("\n#DE\n").append(name).append(word) += "\n";
-        }
-        file->path = tree_.Write(
-            name, "[Header]\nLocale=de\nUS Text=#EN\nLocal Text=#DE\nMaxOverrides=" +
-                      std::to_string(file->nMaxOverrides) + "\nPreload=" + kModes[any(2)] +
-                      "\nend\n[Fixed Strings]\n" + pairs + "#EN\nend\n");
-        ASSERT_EQ(1, FwTranslLoadMessageFile(FWT(file->path.c_str()), nullptr, nullptr));
-        stack.Load(file.get());
-        loaded.push_back(std::move(file));
-      } else if (what < 7 && !loaded.empty()) {
-        const size_t n = any(loaded.size());
-        ModelFile* file = loaded[n].get();
-        const auto in_it = [file](const ModelLock& lock) { return lock.file == file; };
-        const bool locked = std::any_of(locks.begin(), locks.end(), in_it);
-        const int32 fForce = any(4) == 0;
-        const bool goes = fForce || !locked;
-        ASSERT_EQ(goes, Unload(file->path, fForce) == 1);
-        if (!goes) continue;
-        stack.Unload(file);
-        // Locks of what is gone are gone with it.
-        std::erase_if(locks, in_it);
-        loaded.erase(loaded.begin() + static_cast<std::ptrdiff_t>(n));
-      } else if (what < 9) {
-        const std::string& word = kWords[any(kWords.size())];
-        ModelFile* top = stack.Top(word);
-        FwTextString ptbzEnglish = nullptr;
-        FwTextString ptbzLocal = nullptr;
-        ASSERT_EQ(top != nullptr,
-                  FwTranslLookupFixedPair(FWT(word.c_str()), &ptbzEnglish, &ptbzLocal) == 1);
-        if (top == nullptr) continue;
-        ASSERT_EQ(top->entries[word], FWC(ptbzLocal));
-        locks.push_back({top, word, ptbzEnglish});
-      } else if (!locks.empty()) {
-        const size_t n = any(locks.size());
-        const ModelLock lock = locks[n];
-        // An entry that was overridden meanwhile is not found, and stays locked.
-        const bool found = stack.Top(lock.word) == lock.file;
-        ExpectAsserts expected(
-            found ? Lines{}
-                  : Lines{"FwTranslReleaseFixedPair: Match found, but ptbzFixedEnglish != pointer "
-                          "from node"});
-        FwTranslReleaseFixedPair(lock.ptbzEnglish);
-        if (found) locks.erase(locks.begin() + static_cast<std::ptrdiff_t>(n));
-      }
-      for (const std::string& word : kWords) {
-        SCOPED_TRACE(word);
-        ModelFile* top = stack.Top(word);
-        ASSERT_EQ(top == nullptr ? "(none)" : top->entries[word], Lookup(word)) << word;
-        ASSERT_EQ(top == nullptr ? "0: " + word : "1: " + top->entries[word], Translate(word));
-      }
-      for (const auto& file : loaded)
-        ASSERT_EQ(file->nOverrides, Find(file->path)->nOverrides) << file->path;
+  void Load(const std::string& name) {
+    auto file = std::make_unique<ModelFile>();
+    file->nMaxOverrides = static_cast<int>(Any(4));
+    std::string pairs;
+    for (const std::string& word : kWords) {
+      if (Any(2) == 0) continue;
+      file->entries[word] = name + word;
+      pairs.append("#EN\n").append(word).append("\n#DE\n").append(name).append(word) += "\n";
     }
+    file->path =
+        tree_.Write(name, "[Header]\nLocale=de\nUS Text=#EN\nLocal Text=#DE\nMaxOverrides=" +
+                              std::to_string(file->nMaxOverrides) + "\nPreload=" + kModes[Any(2)] +
+                              "\nend\n[Fixed Strings]\n" + pairs + "#EN\nend\n");
+    ASSERT_EQ(1, FwTranslLoadMessageFile(FWT(file->path.c_str()), nullptr, nullptr));
+    stack_.Load(file.get());
+    loaded_.push_back(std::move(file));
+  }
+
+  void UnloadOne() {
+    const size_t n = Any(loaded_.size());
+    ModelFile* file = loaded_[n].get();
+    const auto in_it = [file](const ModelLock& lock) { return lock.file == file; };
+    const bool locked = std::any_of(locks_.begin(), locks_.end(), in_it);
+    const int32 fForce = Any(4) == 0;
+    const bool goes = fForce || !locked;
+    ASSERT_EQ(goes, Unload(file->path, fForce) == 1);
+    if (!goes) return;
+    stack_.Unload(file);
+    // The locks on its entries are gone with it.
+    std::erase_if(locks_, in_it);
+    loaded_.erase(loaded_.begin() + static_cast<std::ptrdiff_t>(n));
+  }
+
+  void LockOne() {
+    const std::string& word = kWords[Any(kWords.size())];
+    ModelFile* top = stack_.Top(word);
+    FwTextString ptbzEnglish = nullptr;
+    FwTextString ptbzLocal = nullptr;
+    ASSERT_EQ(top != nullptr,
+              FwTranslLookupFixedPair(FWT(word.c_str()), &ptbzEnglish, &ptbzLocal) == 1);
+    if (top == nullptr) return;
+    ASSERT_EQ(top->entries[word], FWC(ptbzLocal));
+    locks_.push_back({top, word, ptbzEnglish});
+  }
+
+  void ReleaseOne() {
+    const size_t n = Any(locks_.size());
+    const ModelLock lock = locks_[n];
+    // An entry that was overridden meanwhile is not found, and stays locked.
+    const bool found = stack_.Top(lock.word) == lock.file;
+    ExpectAsserts expected(
+        found ? Lines{}
+              : Lines{"FwTranslReleaseFixedPair: Match found, but ptbzFixedEnglish != pointer "
+                      "from node"});
+    FwTranslReleaseFixedPair(lock.ptbzEnglish);
+    if (found) locks_.erase(locks_.begin() + static_cast<std::ptrdiff_t>(n));
+  }
+
+  void Step(const std::string& name) {
+    const size_t what = Any(10);
+    if (what < 5)
+      Load(name);
+    else if (what < 7 && !loaded_.empty())
+      UnloadOne();
+    else if (what < 9)
+      LockOne();
+    else if (!locks_.empty())
+      ReleaseOne();
+  }
+
+  void ExpectAnswersOfTheModel() {
+    for (const std::string& word : kWords) {
+      SCOPED_TRACE(word);
+      ModelFile* top = stack_.Top(word);
+      ASSERT_EQ(top == nullptr ? "(none)" : top->entries[word], Lookup(word));
+      ASSERT_EQ(top == nullptr ? "0: " + word : "1: " + top->entries[word], Translate(word));
+    }
+    for (const auto& file : loaded_)
+      ASSERT_EQ(file->nOverrides, Find(file->path)->nOverrides) << file->path;
+  }
+
+  void UnloadAll() {
     while (FcTranslationDatabase.pMsgFiles != nullptr)
       ASSERT_EQ(1, Unload(FWC(FcTranslationDatabase.pMsgFiles->ptbzFileName), 1));
+    stack_ = {};
+    loaded_.clear();
+    locks_.clear();
+  }
+
+ private:
+  std::mt19937 random_{20};
+  ModelStack stack_;
+  std::vector<std::unique_ptr<ModelFile>> loaded_;
+  std::vector<ModelLock> locks_;
+};
+
+}  // namespace
+
+TEST_F(StackedFiles, TheLatestThatMayOverrideAnEntryGivesIt) {
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    for (int step = 0; step < 25; ++step) {
+      SCOPED_TRACE(step);
+      Step("f" + std::to_string(round) + "-" + std::to_string(step));
+      ExpectAnswersOfTheModel();
+      if (HasFatalFailure()) return;
+    }
+    UnloadAll();
   }
 }
 

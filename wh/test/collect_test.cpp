@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <map>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -351,83 +349,97 @@ TEST(Generate, ADeleteMarksTheVariableAndRemovesEverything) {
   EXPECT_EQ(Strings{"!V=**"}, steps.rem("V", "/c"));
 }
 
-TEST(Generate, ManyOperationsAreListedAsIfEachPairWereTried) {
-  // Enough of each for literal patterns to be looked up instead.
-  std::mt19937 random(3);
-  auto path = [&](bool pattern) {
-    std::string text;
-    for (int n = 0; n < 2; ++n)
-      text += std::string(random() % 4 ? "/" : "//") + "abcdefgh"[random() % 8];
-    if (random() % 6 == 0) text += "/";
-    if (pattern && random() % 5 == 0) text += "*";
-    return text;
-  };
-  std::string ops;
-  for (int i = 0; i < 300; ++i) {
-    if (random() % 2) {
-      ops += Insert("V", path(random() % 9 == 0));
-    } else {
-      Strings values;
-      for (size_t n = random() % 3; n > 0; --n)
-        values.push_back(path(true));
-      ops += Remove("V", values);
-    }
+// So many operations and elements that their patterns are looked up instead of tried in turn. The
+// file has an insert of /n/I, at 2 I, and a remove of /e/I and of the next insert, at 2 I + 1, for
+// I = 0, 1 ...; then a remove of inserts that end with 7 and of elements of one digit, and three
+// inserts more. The input has the elements /e/0 to /e/199, and /e/5 again.
+constexpr int kMany = 150;
+constexpr int kLastRemove = 2 * kMany;
+
+std::string Numbered(const char* stem, int i) {
+  return stem + std::to_string(i);
+}
+
+class ManyOperations : public testing::Test {
+ protected:
+  ManyOperations() : steps_(Filled(&warehouse_), {"A"}, {{"V", Input()}}) {}
+
+  // The positions of the removes that are listed for a value.
+  std::vector<int> RemovesOf(const std::string& value) const {
+    VAL_OPS* val_ops = steps_.value("V", value.c_str());
+    if (val_ops == nullptr) return {-1};
+    const Removes removes(val_ops);
+    const FwVector* found = removes.list();
+    std::vector<int> positions;
+    for (int32 n = 0; n < count_of(found); ++n)
+      for (int32 i = 0; i < FwVectorLength(&steps_.list()); ++i)
+        if (element_at<EXPANDED_OP>(&steps_.list(), i) == element_at<EXPANDED_OP>(found, n))
+          positions.push_back(i);
+    return positions;
   }
-  std::string input;
-  for (int i = 0; i < 200; ++i)
-    input += (i ? ":" : "") + path(false);
 
-  Warehouse w;
-  w.Add("A", ops);
-  Steps steps(w, {"A"}, {{"V", input}});
+  Warehouse warehouse_;
+  Steps steps_;
 
-  // What each pair in turn gives.
+ private:
+  static const Warehouse& Filled(Warehouse* warehouse) {
+    std::string ops;
+    for (int i = 0; i < kMany; ++i)
+      ops += Insert("V", Numbered("/n/", i)) +
+             Remove("V", {Numbered("/e/", i), Numbered("//n//", i + 1) + "/"});
+    ops += Remove("V", {"/n/*7", "/e/?"});
+    warehouse->Add("A", ops + Insert("V", "/n/3") + Insert("V", "/n/7") + Insert("V", "/n//8"));
+    return *warehouse;
+  }
+
+  static std::string Input() {
+    std::string input;
+    for (int i = 0; i < 200; ++i)
+      input += Numbered("/e/", i) + ":";
+    return input + "/e/5";
+  }
+};
+
+TEST_F(ManyOperations, ARemoveIsListedForEachInsertThatItMatches) {
+  EXPECT_EQ(kLastRemove + 4, FwVectorLength(&steps_.list()));
+  EXPECT_EQ(std::vector<int>{}, RemovesOf("/n/0"));
+  for (int i = 1; i < kMany; ++i) {
+    if (i == 3 || i == 7) continue;
+    SCOPED_TRACE(i);
+    std::vector<int> removes = {2 * i - 1};
+    if (i % 10 == 7) removes.push_back(kLastRemove);
+    EXPECT_EQ(removes, RemovesOf(Numbered("/n/", i)));
+  }
+  // Inserted again, behind all removes.
+  EXPECT_EQ((std::vector<int>{5, 5}), RemovesOf("/n/3"));
+  EXPECT_EQ((std::vector<int>{13, kLastRemove, 13, kLastRemove}), RemovesOf("/n/7"));
+  // In another spelling.
+  EXPECT_EQ((std::vector<int>{15}), RemovesOf("/n//8"));
+}
+
+TEST_F(ManyOperations, ARemoveIsListedForEachElementThatItMatches) {
+  for (int i = 0; i < kMany; ++i) {
+    if (i == 5) continue;
+    SCOPED_TRACE(i);
+    std::vector<int> removes = {2 * i + 1};
+    if (i < 10) removes.push_back(kLastRemove);
+    EXPECT_EQ(removes, RemovesOf(Numbered("/e/", i)));
+  }
+  EXPECT_EQ((std::vector<int>{11, 11, kLastRemove, kLastRemove}), RemovesOf("/e/5"));
+  EXPECT_EQ(nullptr, steps_.value("V", "/e/150"));
+}
+
+TEST_F(ManyOperations, ValuesAreAddedAsTheOperationsMeetThem) {
   FwHashTable* expected = make_names_table();
-  std::map<std::string, std::vector<const EXPANDED_OP*>> rem;
-  std::vector<const EXPANDED_OP*> inserts;
-  std::vector<const EXPANDED_OP*> removes;
-  auto touch = [&](const std::string& value) {
-    if (!FwHashLookupEntry(expected, Fwt(value), nullptr))
-      FwHashAddEntry(expected, Fwt(value), nullptr, nullptr);
+  const auto add = [&](const std::string& value) {
+    FwHashAddEntry(expected, Fwt(value), nullptr, nullptr);
   };
-  auto attempt = [&](const EXPANDED_OP* eop, const std::string& value) {
-    const FwVector* values = &eop->op->u.rem->values;
-    for (int32 i = 0; i < FwVectorLength(values); ++i)
-      if (wh_glob_matches(element_at<FwTextByte>(values, i), Fwt(value))) {
-        touch(value);
-        rem[value].push_back(eop);
-        return;
-      }
-  };
-  FwVector elements;
-  open_vector(&elements, 10);
-  FwStrTextSplitByChar(Fwt(input), ':', &elements);
-  for (int32 i = 0; i < FwVectorLength(&steps.list()); ++i) {
-    auto* eop = element_at<EXPANDED_OP>(&steps.list(), i);
-    if (eop->op->type == wh_env_insert) {
-      std::string value = Str(eop->op->u.ins->value);
-      touch(value);
-      inserts.push_back(eop);
-      for (const EXPANDED_OP* remove : removes)
-        attempt(remove, value);
-    } else {
-      removes.push_back(eop);
-      for (const EXPANDED_OP* insert : inserts)
-        attempt(eop, Str(insert->op->u.ins->value));
-      for (int32 e = 0; e < FwVectorLength(&elements); ++e)
-        attempt(eop, Str(element_at<FwTextByte>(&elements, e)));
-    }
+  for (int i = 0; i < kMany; ++i) {
+    add(Numbered("/n/", i));
+    add(Numbered("/e/", i));
   }
-  EXPECT_EQ(Steps::Keys(expected), Steps::Keys(steps.variable("V")->values));
-  for (const std::string& value : Steps::Keys(expected)) {
-    const Removes removes_of(steps.value("V", value.c_str()));
-    const FwVector* found = removes_of.list();
-    std::vector<const EXPANDED_OP*> list;
-    for (int32 i = 0; i < count_of(found); ++i)
-      list.push_back(element_at<EXPANDED_OP>(found, i));
-    EXPECT_EQ(list, rem[value]) << value;
-  }
-  FwVectorAbandon(&elements, 1);
+  add("/n//8");
+  EXPECT_EQ(Steps::Keys(expected), Steps::Keys(steps_.variable("V")->values));
   FwHashFreeTable(&expected);
 }
 

@@ -188,79 +188,14 @@ TEST(ReadPartlist, TheDefaultsOfAProductHoldRoundBrackets) {
                 WH_XML_PF_ROUND_BRACKETS));
 }
 
-TEST(ReadPartlist, EveryStateAcceptsItsTagsAndNoOther) {
+// What leads to a state, and what ends the document from there.
+const std::string kSpec = "<PARTLIST><PARTSPEC>";
+const std::string kSpecEnd = "</PARTSPEC></PARTLIST>";
+const std::string kInParts = kSpec + "<PATTERN/><PARTS>";
+const std::string kPartsEnd = "</PARTS>" + kSpecEnd;
+
+void CheckStatesOfList(const std::vector<StateRow>& rows, Caller caller = Caller::Here()) {
   List list;
-  const std::string spec = "<PARTLIST><PARTSPEC>";
-  const std::string spec_end = "</PARTSPEC></PARTLIST>";
-  const std::string in_parts = spec + "<PATTERN/><PARTS>";
-  const std::string parts_end = "</PARTS>" + spec_end;
-  const std::vector<StateRow> rows = {
-      {"st_init", "", "", false, {{"PARTLIST", "<PARTLIST/>"}}},
-      {"st_in_partlist",
-       "<PARTLIST>",
-       "</PARTLIST>",
-       true,
-       {{"PARTSPEC", "<PARTSPEC><PATTERN/><PARTS/></PARTSPEC></PARTLIST>"}}},
-      {"st_partspec_start", spec, spec_end, false, {{"PATTERN", "<PATTERN/><PARTS/>" + spec_end}}},
-      {"st_partspec_middle",
-       spec + "<PATTERN/>",
-       spec_end,
-       false,
-       {{"PARTS", "<PARTS/>" + spec_end}}},
-      {"st_partspec_end", spec + "<PATTERN/><PARTS/>", spec_end, true, {}},
-      {"st_in_pattern",
-       spec + "<PATTERN>",
-       "</PATTERN><PARTS/>" + spec_end,
-       true,
-       {{"MATCH", "<MATCH/></PATTERN><PARTS/>" + spec_end}}},
-      {"st_in_match",
-       spec + "<PATTERN><MATCH>",
-       "</MATCH></PATTERN><PARTS/>" + spec_end,
-       true,
-       {{"VAR", "<VAR/></MATCH></PATTERN><PARTS/>" + spec_end}}},
-      {"st_in_var",
-       spec + "<PATTERN><MATCH><VAR>",
-       "</VAR></MATCH></PATTERN><PARTS/>" + spec_end,
-       true,
-       {}},
-      {"st_in_parts",
-       in_parts,
-       parts_end,
-       true,
-       {{"PRODUCT", "<PRODUCT><PATTERN/></PRODUCT>" + parts_end}, {"FILE", "<FILE/>" + parts_end}}},
-      {"st_product_start",
-       in_parts + "<PRODUCT>",
-       "</PRODUCT>" + parts_end,
-       false,
-       {{"PATTERN", "<PATTERN/></PRODUCT>" + parts_end}}},
-      {"st_in_pattern of a product",
-       in_parts + "<PRODUCT><PATTERN>",
-       "</PATTERN></PRODUCT>" + parts_end,
-       true,
-       {{"MATCH", "<MATCH/></PATTERN></PRODUCT>" + parts_end}}},
-      {"st_product_middle",
-       in_parts + "<PRODUCT><PATTERN/>",
-       "</PRODUCT>" + parts_end,
-       true,
-       {{"PACK", "<PACK/></PRODUCT>" + parts_end}}},
-      {"st_product_middle after a pack",
-       in_parts + "<PRODUCT><PATTERN/><PACK/>",
-       "</PRODUCT>" + parts_end,
-       true,
-       {{"PACK", "<PACK/></PRODUCT>" + parts_end}}},
-      {"st_in_file",
-       in_parts + "<FILE>",
-       "</FILE>" + parts_end,
-       true,
-       {{"PACK", "<PACK/></FILE>" + parts_end}}},
-      {"st_in_pack", in_parts + "<FILE><PACK>", "</PACK></FILE>" + parts_end, true, {}},
-      {"st_in_pack of a product",
-       in_parts + "<PRODUCT><PATTERN/><PACK>",
-       "</PACK></PRODUCT>" + parts_end,
-       true,
-       {}},
-      {"st_error", "<OTHER>", "</OTHER>", false, {}},
-  };
   CheckStates(
       rows,
       {"PARTLIST", "PARTSPEC", "PATTERN", "MATCH", "VAR", "PARTS", "PRODUCT", "FILE", "PACK",
@@ -268,7 +203,82 @@ TEST(ReadPartlist, EveryStateAcceptsItsTagsAndNoOther) {
       [&](const std::string& content, WH_XML_PARSE_FLAGS flags) {
         return content.empty() ? list.Fault() : list.Read(content, flags);
       },
-      list.Fault());
+      list.Fault(), caller);
+}
+
+TEST(ReadPartlist, EveryStateUpToThePartsAcceptsItsTagsAndNoOther) {
+  CheckStatesOfList({
+      {"st_init", "", "", false, {{"PARTLIST", "<PARTLIST/>"}}},
+      {"st_in_partlist",
+       "<PARTLIST>",
+       "</PARTLIST>",
+       true,
+       {{"PARTSPEC", "<PARTSPEC><PATTERN/><PARTS/></PARTSPEC></PARTLIST>"}}},
+      {"st_partspec_start", kSpec, kSpecEnd, false, {{"PATTERN", "<PATTERN/><PARTS/>" + kSpecEnd}}},
+      {"st_partspec_middle",
+       kSpec + "<PATTERN/>",
+       kSpecEnd,
+       false,
+       {{"PARTS", "<PARTS/>" + kSpecEnd}}},
+      {"st_partspec_end", kSpec + "<PATTERN/><PARTS/>", kSpecEnd, true, {}},
+      {"st_in_pattern",
+       kSpec + "<PATTERN>",
+       "</PATTERN><PARTS/>" + kSpecEnd,
+       true,
+       {{"MATCH", "<MATCH/></PATTERN><PARTS/>" + kSpecEnd}}},
+      {"st_in_match",
+       kSpec + "<PATTERN><MATCH>",
+       "</MATCH></PATTERN><PARTS/>" + kSpecEnd,
+       true,
+       {{"VAR", "<VAR/></MATCH></PATTERN><PARTS/>" + kSpecEnd}}},
+      {"st_in_var",
+       kSpec + "<PATTERN><MATCH><VAR>",
+       "</VAR></MATCH></PATTERN><PARTS/>" + kSpecEnd,
+       true,
+       {}},
+      {"st_error", "<OTHER>", "</OTHER>", false, {}},
+  });
+}
+
+TEST(ReadPartlist, EveryStateOfThePartsAcceptsItsTagsAndNoOther) {
+  CheckStatesOfList({
+      {"st_in_parts",
+       kInParts,
+       kPartsEnd,
+       true,
+       {{"PRODUCT", "<PRODUCT><PATTERN/></PRODUCT>" + kPartsEnd}, {"FILE", "<FILE/>" + kPartsEnd}}},
+      {"st_product_start",
+       kInParts + "<PRODUCT>",
+       "</PRODUCT>" + kPartsEnd,
+       false,
+       {{"PATTERN", "<PATTERN/></PRODUCT>" + kPartsEnd}}},
+      {"st_in_pattern of a product",
+       kInParts + "<PRODUCT><PATTERN>",
+       "</PATTERN></PRODUCT>" + kPartsEnd,
+       true,
+       {{"MATCH", "<MATCH/></PATTERN></PRODUCT>" + kPartsEnd}}},
+      {"st_product_middle",
+       kInParts + "<PRODUCT><PATTERN/>",
+       "</PRODUCT>" + kPartsEnd,
+       true,
+       {{"PACK", "<PACK/></PRODUCT>" + kPartsEnd}}},
+      {"st_product_middle after a pack",
+       kInParts + "<PRODUCT><PATTERN/><PACK/>",
+       "</PRODUCT>" + kPartsEnd,
+       true,
+       {{"PACK", "<PACK/></PRODUCT>" + kPartsEnd}}},
+      {"st_in_file",
+       kInParts + "<FILE>",
+       "</FILE>" + kPartsEnd,
+       true,
+       {{"PACK", "<PACK/></FILE>" + kPartsEnd}}},
+      {"st_in_pack", kInParts + "<FILE><PACK>", "</PACK></FILE>" + kPartsEnd, true, {}},
+      {"st_in_pack of a product",
+       kInParts + "<PRODUCT><PATTERN/><PACK>",
+       "</PACK></PRODUCT>" + kPartsEnd,
+       true,
+       {}},
+  });
 }
 
 TEST(ReadPartlist, ResultsDoNotDependOnTheBlockEdge) {

@@ -159,7 +159,7 @@ TEST(Resolve, ARemoveWhoseFileHasVanishedSinceIsNotListedAgain) {
   EXPECT_EQ("XYZ/ABBB", value.Lists());
 }
 
-TEST(Resolve, SettlesListsAsTold) {
+TEST(Resolve, IncludingVarietiesRuleOverIncludedOnesAndUnrelatedOnesClash) {
   struct {
     std::vector<std::pair<char, char>> includes;
     const char* ins;

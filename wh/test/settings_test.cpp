@@ -173,61 +173,19 @@ TEST(ReadEnvSettings, ADirectoryIsAnErrorOfReading) {
   EXPECT_EQ("(null)\n*** Error: Operation denied\n", settings.Get(0));
 }
 
-TEST(ReadEnvSettings, EveryStateAcceptsItsTagsAndNoOther) {
+// What leads to a state, and what ends the document from there.
+const std::string kGroup = "<ENV-SETTINGS><ENV-GROUP>";
+const std::string kEnd = "</ENV-GROUP></ENV-SETTINGS>";
+const std::string kOps = kGroup + "<PATTERN/>";
+const std::string kIns = kOps + "<ENV-INSERT>";
+const std::string kInsEnd = "</ENV-INSERT>" + kEnd;
+const std::string kRem = kOps + "<ENV-REMOVE>";
+const std::string kRemEnd = "</ENV-REMOVE>" + kEnd;
+const std::string kNamed = "<NAME>n</NAME>";
+const std::string kValued = kNamed + "<VALUE>v</VALUE>";
+
+void CheckStatesOfSettings(const std::vector<StateRow>& rows, Caller caller = Caller::Here()) {
   Settings settings;
-  const std::string group = "<ENV-SETTINGS><ENV-GROUP>";
-  const std::string end = "</ENV-GROUP></ENV-SETTINGS>";
-  const std::string ops = group + "<PATTERN/>";
-  const std::string ins = ops + "<ENV-INSERT>";
-  const std::string ins_end = "</ENV-INSERT>" + end;
-  const std::string rem = ops + "<ENV-REMOVE>";
-  const std::string rem_end = "</ENV-REMOVE>" + end;
-  const std::string named = "<NAME>n</NAME>";
-  const std::string valued = named + "<VALUE>v</VALUE>";
-  const std::vector<StateRow> rows = {
-      {"0 initial", "", "", false, {{"ENV-SETTINGS", "<ENV-SETTINGS/>"}}},
-      {"1 in settings",
-       "<ENV-SETTINGS>",
-       "</ENV-SETTINGS>",
-       true,
-       {{"ENV-GROUP", "<ENV-GROUP><PATTERN/></ENV-GROUP></ENV-SETTINGS>"}}},
-      {"2 group start", group, end, false, {{"PATTERN", "<PATTERN/>" + end}}},
-      {"3 in pattern",
-       group + "<PATTERN>",
-       "</PATTERN>" + end,
-       true,
-       {{"MATCH", "<MATCH/></PATTERN>" + end}}},
-      {"4 in match",
-       group + "<PATTERN><MATCH>",
-       "</MATCH></PATTERN>" + end,
-       true,
-       {{"VAR", "<VAR/></MATCH></PATTERN>" + end}}},
-      {"5 in var", group + "<PATTERN><MATCH><VAR>", "</VAR></MATCH></PATTERN>" + end, true, {}},
-      {"6 in operations",
-       ops,
-       end,
-       true,
-       {{"ENV-INSERT", "<ENV-INSERT>" + valued + ins_end},
-        {"ENV-REMOVE", "<ENV-REMOVE>" + named + rem_end},
-        {"ENV-DELETE", "<ENV-DELETE/>" + end}}},
-      {"7 insert, wants name", ins, ins_end, false, {{"NAME", valued + ins_end}}},
-      {"8 insert, wants value", ins + named, ins_end, false, {{"VALUE", "<VALUE/>" + ins_end}}},
-      {"9 insert, constraints",
-       ins + valued,
-       ins_end,
-       true,
-       {{"BEFORE", "<BEFORE/>" + ins_end}, {"AFTER", "<AFTER/>" + ins_end}}},
-      {"10 insert name text", ins + "<NAME>", "</NAME><VALUE/>" + ins_end, true, {}},
-      {"11 insert value text", ins + named + "<VALUE>", "</VALUE>" + ins_end, true, {}},
-      {"12 remove, wants name", rem, rem_end, false, {{"NAME", named + rem_end}}},
-      {"13 remove, values", rem + named, rem_end, true, {{"VALUE", "<VALUE/>" + rem_end}}},
-      {"14 remove name text", rem + "<NAME>", "</NAME>" + rem_end, true, {}},
-      {"15 remove value text", rem + named + "<VALUE>", "</VALUE>" + rem_end, true, {}},
-      {"16 delete name text", ops + "<ENV-DELETE>", "</ENV-DELETE>" + end, true, {}},
-      {"17 before text", ins + valued + "<BEFORE>", "</BEFORE>" + ins_end, true, {}},
-      {"18 after text", ins + valued + "<AFTER>", "</AFTER>" + ins_end, true, {}},
-      {"19 error", "<OTHER>", "</OTHER>", false, {}},
-  };
   CheckStates(
       rows,
       {"ENV-SETTINGS", "ENV-GROUP", "PATTERN", "MATCH", "VAR", "ENV-INSERT", "ENV-REMOVE",
@@ -235,7 +193,59 @@ TEST(ReadEnvSettings, EveryStateAcceptsItsTagsAndNoOther) {
       [&](const std::string& content, WH_XML_PARSE_FLAGS flags) {
         return content.empty() ? settings.Fault() : settings.Read(content, flags);
       },
-      settings.Fault());
+      settings.Fault(), caller);
+}
+
+TEST(ReadEnvSettings, EveryStateUpToTheOperationsAcceptsItsTagsAndNoOther) {
+  CheckStatesOfSettings({
+      {"0 initial", "", "", false, {{"ENV-SETTINGS", "<ENV-SETTINGS/>"}}},
+      {"1 in settings",
+       "<ENV-SETTINGS>",
+       "</ENV-SETTINGS>",
+       true,
+       {{"ENV-GROUP", "<ENV-GROUP><PATTERN/></ENV-GROUP></ENV-SETTINGS>"}}},
+      {"2 group start", kGroup, kEnd, false, {{"PATTERN", "<PATTERN/>" + kEnd}}},
+      {"3 in pattern",
+       kGroup + "<PATTERN>",
+       "</PATTERN>" + kEnd,
+       true,
+       {{"MATCH", "<MATCH/></PATTERN>" + kEnd}}},
+      {"4 in match",
+       kGroup + "<PATTERN><MATCH>",
+       "</MATCH></PATTERN>" + kEnd,
+       true,
+       {{"VAR", "<VAR/></MATCH></PATTERN>" + kEnd}}},
+      {"5 in var", kGroup + "<PATTERN><MATCH><VAR>", "</VAR></MATCH></PATTERN>" + kEnd, true, {}},
+      {"6 in operations",
+       kOps,
+       kEnd,
+       true,
+       {{"ENV-INSERT", "<ENV-INSERT>" + kValued + kInsEnd},
+        {"ENV-REMOVE", "<ENV-REMOVE>" + kNamed + kRemEnd},
+        {"ENV-DELETE", "<ENV-DELETE/>" + kEnd}}},
+      {"19 error", "<OTHER>", "</OTHER>", false, {}},
+  });
+}
+
+TEST(ReadEnvSettings, EveryStateOfAnOperationAcceptsItsTagsAndNoOther) {
+  CheckStatesOfSettings({
+      {"7 insert, wants name", kIns, kInsEnd, false, {{"NAME", kValued + kInsEnd}}},
+      {"8 insert, wants value", kIns + kNamed, kInsEnd, false, {{"VALUE", "<VALUE/>" + kInsEnd}}},
+      {"9 insert, constraints",
+       kIns + kValued,
+       kInsEnd,
+       true,
+       {{"BEFORE", "<BEFORE/>" + kInsEnd}, {"AFTER", "<AFTER/>" + kInsEnd}}},
+      {"10 insert name text", kIns + "<NAME>", "</NAME><VALUE/>" + kInsEnd, true, {}},
+      {"11 insert value text", kIns + kNamed + "<VALUE>", "</VALUE>" + kInsEnd, true, {}},
+      {"12 remove, wants name", kRem, kRemEnd, false, {{"NAME", kNamed + kRemEnd}}},
+      {"13 remove, values", kRem + kNamed, kRemEnd, true, {{"VALUE", "<VALUE/>" + kRemEnd}}},
+      {"14 remove name text", kRem + "<NAME>", "</NAME>" + kRemEnd, true, {}},
+      {"15 remove value text", kRem + kNamed + "<VALUE>", "</VALUE>" + kRemEnd, true, {}},
+      {"16 delete name text", kOps + "<ENV-DELETE>", "</ENV-DELETE>" + kEnd, true, {}},
+      {"17 before text", kIns + kValued + "<BEFORE>", "</BEFORE>" + kInsEnd, true, {}},
+      {"18 after text", kIns + kValued + "<AFTER>", "</AFTER>" + kInsEnd, true, {}},
+  });
 }
 
 TEST(ReadEnvSettings, ResultsDoNotDependOnTheBlockEdge) {
