@@ -28,9 +28,10 @@ struct RunResult {
 // Runs a program to its end, or to the limit. argv holds the program's path first.
 RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& options = {});
 
-// A directory that is made empty by the constructor and removed by the destructor. A path of one's
-// own is cleared of what an earlier run left; without one a fresh name below the temporary
-// directory is taken.
+// A directory that is made empty by the constructor and removed by the destructor. Without a path
+// it has a fresh name below the temporary directory. A given path is cleared of what an earlier run
+// left there, and locked: the constructor waits for a process that has it, so that the tests of two
+// build trees, or of two users, may run at the same time.
 class TemporaryTree {
  public:
   TemporaryTree();
@@ -52,6 +53,7 @@ class TemporaryTree {
 
  private:
   std::string path_;
+  int lock_ = -1;  // the descriptor of a given path; children that outlive the tree would keep it
 };
 
 // The whole content of a file; fails the test if it can't be read.

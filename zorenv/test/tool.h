@@ -15,7 +15,7 @@
 // paths.
 class Warehouse : public TemporaryTree {
  public:
-  // Below DIRECTORY/zor-tests, named after the running test.
+  // Below DIRECTORY/zor-tests, named after the running test and so locked by it.
   explicit Warehouse(std::string_view directory = "/tmp");
 
   // The directory of a product, "C/Contents/1.0/1" for what -p C finds, relative to the root.

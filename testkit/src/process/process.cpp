@@ -5,12 +5,16 @@
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -117,20 +121,66 @@ RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& opt
   return result;
 }
 
-TemporaryTree::TemporaryTree() {
-  std::string name = (std::filesystem::temp_directory_path() / "zor-test-XXXXXX").string();
-  if (!mkdtemp(name.data())) ADD_FAILURE() << "mkdtemp " << name;
-  path_ = name;
+namespace {
+
+// The paths that this process has locked: it would wait for itself if it wanted one twice.
+std::set<std::string> locked_paths;
+
+// Makes the directory if it is missing and locks it, once no other process has it. The process that
+// had it removes it, so what was locked may not be what the path leads to any more. Returns a
+// descriptor, or -1.
+int LockDirectory(const std::string& path) {
+  if (!locked_paths.insert(path).second) {
+    ADD_FAILURE() << "two trees of one test at " << path;
+    return -1;
+  }
+  for (;;) {
+    const bool exists = mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
+    const int lock = exists ? open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+    if (lock < 0 && (!exists || errno != ENOENT)) {
+      ADD_FAILURE() << "can't have " << path << ": " << std::strerror(errno);
+      return -1;
+    }
+    struct stat locked, there;
+    if (lock >= 0 && flock(lock, LOCK_EX) == 0 && fstat(lock, &locked) == 0 &&
+        stat(path.c_str(), &there) == 0 && locked.st_dev == there.st_dev &&
+        locked.st_ino == there.st_ino)
+      return lock;
+    if (lock >= 0) close(lock);
+  }
 }
 
+std::string FreshDirectory() {
+  std::string name = (std::filesystem::temp_directory_path() / "zor-test-XXXXXX").string();
+  if (!mkdtemp(name.data())) ADD_FAILURE() << "mkdtemp " << name;
+  return name;
+}
+
+}  // namespace
+
+TemporaryTree::TemporaryTree() : path_(FreshDirectory()) {}
+
 TemporaryTree::TemporaryTree(std::string path) : path_(std::move(path)) {
-  std::filesystem::remove_all(path_);
-  std::filesystem::create_directories(path_);
+  const std::filesystem::path above = std::filesystem::path(path_).parent_path();
+  // All users may lay out trees there, as in /tmp.
+  if (std::filesystem::create_directories(above))
+    std::filesystem::permissions(above,
+                                 std::filesystem::perms::all | std::filesystem::perms::sticky_bit);
+  lock_ = LockDirectory(path_);
+  if (lock_ < 0) {
+    path_ = FreshDirectory();
+    return;
+  }
+  for (const auto& entry : std::filesystem::directory_iterator(path_))
+    std::filesystem::remove_all(entry);
 }
 
 TemporaryTree::~TemporaryTree() {
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
+  if (lock_ < 0) return;
+  close(lock_);
+  locked_paths.erase(path_);
 }
 
 std::string TemporaryTree::operator/(std::string_view relative) const {
