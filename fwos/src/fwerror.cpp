@@ -5,6 +5,7 @@
 
 #include "fcclass.h"
 #include "fcerror.h"
+#include "fcpp.h"
 #include "fperror.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -141,10 +142,6 @@ bool HasDetails(const FwErrorState* pState) {
       [](const FwErrorItem& item) { return item.type != nullptr || item.name != nullptr; });
 }
 
-FwTextString OrEmpty(FwTextString ptbz) {
-  return ptbz == nullptr ? FWT("") : ptbz;
-}
-
 }  // namespace
 
 const char _Fw_msg_CreateError_Handle[] = "Fw_msg_CreateError";
@@ -247,8 +244,8 @@ uint32 FwErrorPrintf(FwStrRecord* pRecord, FwErrorState* pState) {
   if (pState == nullptr || pState->pError == nullptr) return 0;
   const FwErrorItem* items = pState->items;
   const uint32 nResult =
-      FwStrPrintf(pRecord, 1, pState->pError->ptbzFormat, OrEmpty(items[0].type),
-                  OrEmpty(items[0].name), OrEmpty(items[1].type), OrEmpty(items[1].name));
+      FwStrPrintf(pRecord, 1, pState->pError->ptbzFormat, or_empty(items[0].type),
+                  or_empty(items[0].name), or_empty(items[1].type), or_empty(items[1].name));
   FwStrPutTextString(pRecord, FWT(", (Error Code: "));
   FpPlatformErrorPrintf(pRecord, pState);
   FwStrPutTextString(pRecord, FWT(")"));

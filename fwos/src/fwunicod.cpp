@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "fcpp.h"
 #include "fcstring.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -164,11 +165,10 @@ FwTextString FwUTF16ToStrN(FwUTF16String pucz, uint32* pcbOutLength, uint32 cucI
     if (pcbOutLength != nullptr) *pcbOutLength = 0;
     return nullptr;
   }
-  FwStrRecord record;
-  FwStrRecordOpen(&record);
+  OpenRecord record;
   const uint32 cbAdded = PutCharacters(&record, pucz, cucInLength);
   if (pcbOutLength != nullptr) *pcbOutLength = cbAdded;
-  return FwStrRecordClose(&record);
+  return record.take();
 }
 
 uint32 FwUTF16ToStrRec(FwStrRecord* pRecord, FwUTF16String pucz) {
@@ -208,14 +208,12 @@ uint32 FwUTF16Validate(FwValidate fix, FwUTF16String* pbzOriginal) {
     // The string is the caller's block and about to be freed, so it may be cut.
     FwUTF16Char* const pucAfter = pucz + i + 1;
     pucz[i] = 0;
-    FwStrRecord record;
-    FwStrRecordOpen(&record);
+    OpenRecord record;
     FwUTF16ToStrRec(&record, pucz);
     FwStrPutTextCharacter(&record, '_');
     FwUTF16ToStrRec(&record, pucAfter);
     FwMemFree(pucz);
     *pbzOriginal = FwStrToUTF16(record.pbz);
-    FwStrRecordAbandon(&record);
     fGood = 0;
   }
   return fGood;

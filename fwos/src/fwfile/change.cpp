@@ -4,6 +4,7 @@
 
 #include "fcboot.h"
 #include "fcfile.h"
+#include "fcpp.h"
 #include "fpfile.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -40,29 +41,21 @@ bool LookAtSource(CopyJob* pJob) {
 }
 
 bool ClearTarget(CopyJob* pJob) {
-  FwErrorState err;
-  bool fClear = true;
-  if (FwFileGetInfo(&err, pJob->ptbzNew, nullptr, 0)) {
-    // Where it can't be told whether the target is the source, nothing is deleted.
-    if (!(pJob->flags & FW_FILE_OVERWRITE) ||
-        FwFilenamesReferToSameFile(&err, pJob->ptbzOld, pJob->ptbzNew) || err.pError) {
-      FwErrorSet(pJob->pErrState, fwErrorAlreadyExists, 2, FWT("File"), pJob->ptbzNew);
-      fClear = false;
-    } else {
-      fClear = FwFileDelete(pJob->pErrState, pJob->ptbzNew, 0);
-    }
-  }
-  FwErrorClear(&err);
-  return fClear;
+  LocalError err;
+  if (!FwFileGetInfo(&err, pJob->ptbzNew, nullptr, 0)) return true;
+  // Where it can't be told whether the target is the source, nothing is deleted.
+  if ((pJob->flags & FW_FILE_OVERWRITE) &&
+      !FwFilenamesReferToSameFile(&err, pJob->ptbzOld, pJob->ptbzNew) && !err.failed())
+    return FwFileDelete(pJob->pErrState, pJob->ptbzNew, 0);
+  FwErrorSet(pJob->pErrState, fwErrorAlreadyExists, 2, FWT("File"), pJob->ptbzNew);
+  return false;
 }
 
 bool HasSpace(CopyJob* pJob) {
-  FwTextString ptbzDir = FwStrNDuplicate(
-      pJob->ptbzNew, static_cast<int>(FwFileSkipToLeafname(pJob->ptbzNew) - pJob->ptbzNew));
+  const OwnedText directory(FwStrNDuplicate(
+      pJob->ptbzNew, static_cast<int>(FwFileSkipToLeafname(pJob->ptbzNew) - pJob->ptbzNew)));
   FwFileDiskFreeInfo diskfree;
-  const bool fKnown = FwFileDiskFree(pJob->pErrState, ptbzDir, &diskfree);
-  FwMemFree(ptbzDir);
-  if (!fKnown) return false;
+  if (!FwFileDiskFree(pJob->pErrState, directory, &diskfree)) return false;
   VqU32x2 total;
   for (VqU32x2& size : pJob->info.size)
     VqU32x2Add(&total, &total, &size);
@@ -129,25 +122,21 @@ bool CopyForks(CopyJob* pJob) {
 // link names, so that goes, and the link stays as it was.
 void DeleteTarget(FwErrorState* pErrState, FwTextString ptbzNew) {
   FwFileInfo info;
-  FwTextString ptbzFollowed = nullptr;
-  if (FwFileGetInfo(pErrState, ptbzNew, &info, FW_INFO_NOFOLLOW) &&
-      info.type == FW_FILE_TYPE_LINK) {
-    ptbzFollowed = realpath_UTF8(ptbzNew);
-  }
+  OwnedText followed;
+  if (FwFileGetInfo(pErrState, ptbzNew, &info, FW_INFO_NOFOLLOW) && info.type == FW_FILE_TYPE_LINK)
+    followed.reset(realpath_UTF8(ptbzNew));
   FwErrorClear(pErrState);
-  FwFileDelete(pErrState, ptbzFollowed ? ptbzFollowed : ptbzNew, 0);
-  if (ptbzFollowed) FwMemFree(ptbzFollowed);
+  FwFileDelete(pErrState, followed ? followed.get() : ptbzNew, 0);
 }
 
 // Leaves nothing half-done behind. What goes wrong here is not the caller's business.
 void CleanUp(CopyJob* pJob) {
-  FwErrorState err;
+  LocalError err;
   if (pJob->source >= 0) Close(&err, &pJob->source);
-  FwErrorClear(&err);
+  err.clear();
   if (pJob->target >= 0) Close(&err, &pJob->target);
-  FwErrorClear(&err);
+  err.clear();
   if (pJob->fDelete) DeleteTarget(&err, pJob->ptbzNew);
-  FwErrorClear(&err);
 }
 
 int32 CopyGenerically(CopyJob* pJob) {
@@ -184,13 +173,10 @@ int32 CopyAbsolute(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString p
 template <class Fn>
 int32 WithAbsoluteNames(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString ptbzNewname,
                         uint32 kinds, Fn fn) {
-  FwTextString ptbzOld = FiFileCoerceFilename(pErrState, ptbzOldname, kinds);
-  if (!ptbzOld) return 0;
-  FwTextString ptbzNew = FiFileCoerceFilename(pErrState, ptbzNewname, kinds);
-  const int32 fSuccess = ptbzNew ? fn(ptbzOld, ptbzNew) : 0;
-  FiFileFreeCoerced(ptbzOld, ptbzOldname);
-  FiFileFreeCoerced(ptbzNew, ptbzNewname);
-  return fSuccess;
+  const FiCoercedName absoluteOld(pErrState, ptbzOldname, kinds);
+  if (!absoluteOld) return 0;
+  const FiCoercedName absoluteNew(pErrState, ptbzNewname, kinds);
+  return absoluteNew ? fn(absoluteOld, absoluteNew) : 0;
 }
 
 // Whether a name has the form that fits what it denotes.
@@ -201,16 +187,14 @@ bool FormFits(FwTextString ptbzName, const FwFileInfo& info) {
 // Whether the new name is the very file that a link, the old name, leads to. The link in its place
 // would lead to itself, and the file would be gone.
 bool IsLinkOntoItsTarget(FwTextString ptbzOld, const FwFileInfo& followed, FwTextString ptbzNew) {
-  FwErrorState err;
+  LocalError err;
   FwFileInfo oldInfo;
   FwFileInfo newInfo;
-  const bool fLoses = FwFileGetInfo(&err, ptbzNew, &newInfo, FW_INFO_NOFOLLOW) &&
-                      newInfo.platform.status.st_dev == followed.platform.status.st_dev &&
-                      newInfo.platform.status.st_ino == followed.platform.status.st_ino &&
-                      FwFileGetInfo(&err, ptbzOld, &oldInfo, FW_INFO_NOFOLLOW) &&
-                      oldInfo.type == FW_FILE_TYPE_LINK;
-  FwErrorClear(&err);
-  return fLoses;
+  return FwFileGetInfo(&err, ptbzNew, &newInfo, FW_INFO_NOFOLLOW) &&
+         newInfo.platform.status.st_dev == followed.platform.status.st_dev &&
+         newInfo.platform.status.st_ino == followed.platform.status.st_ino &&
+         FwFileGetInfo(&err, ptbzOld, &oldInfo, FW_INFO_NOFOLLOW) &&
+         oldInfo.type == FW_FILE_TYPE_LINK;
 }
 
 bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzNew, uint32 flags) {
@@ -219,11 +203,9 @@ bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzN
     FwErrorSet(pErrState, fwErrorOperationDenied, 0);
     return false;
   }
-  FwErrorState err;
+  LocalError err;
   FwFileInfo info;
-  const bool fExists = FwFileGetInfo(&err, ptbzOld, &info, 0);
-  FwErrorClear(&err);
-  if (!fExists) {
+  if (!FwFileGetInfo(&err, ptbzOld, &info, 0)) {
     FwErrorSet(pErrState, fwErrorNonExistent, 2, FWT("File"), ptbzOld);
     return false;
   }
@@ -239,12 +221,9 @@ bool MayRename(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzN
 
 int32 RenameBetweenDevices(FwErrorState* pErrState, FwTextString ptbzOld, FwTextString ptbzNew,
                            uint32 flags) {
-  FwErrorState err;
+  LocalError err;
   FwFileInfo info;
-  const bool fWritable =
-      FwFileGetInfo(&err, ptbzOld, &info, 0) && (info.attributes & FW_FILE_ATTR_WRITABLE) != 0;
-  FwErrorClear(&err);
-  if (!fWritable) {
+  if (!FwFileGetInfo(&err, ptbzOld, &info, 0) || !(info.attributes & FW_FILE_ATTR_WRITABLE)) {
     FwErrorSet(pErrState, fwErrorAccessDenied, 2, FWT("File"), ptbzOld);
     return 0;
   }
@@ -307,10 +286,6 @@ int32 FwFileDeleteEx(FwErrorState* pErrState, FwTextString ptbzFilename, uint32 
   FwAssert(!(flags & ~kFlags), "bad arg");
   if (!fFiFileFlags(pErrState, flags, kFlags)) return 0;
   if ((flags & FW_DELETE_FORCE) && !MakeWritable(pErrState, ptbzFilename)) return 0;
-  FwTextString ptbzAbsolute =
-      FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceFile | kCoerceDirectory);
-  if (!ptbzAbsolute) return 0;
-  const int32 fSuccess = FpFileDelete(pErrState, ptbzAbsolute, flags, deferred);
-  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
-  return fSuccess;
+  const FiCoercedName absolute(pErrState, ptbzFilename, kCoerceFile | kCoerceDirectory);
+  return absolute ? FpFileDelete(pErrState, absolute, flags, deferred) : 0;
 }

@@ -19,4 +19,28 @@ FwTextString FiFileCoerceFilename(FwErrorState* pErrState, FwTextString ptbzFile
 // Frees what FiFileCoerceFilename made of ptbzFilename, if it made anything. Leaves errno alone.
 void FiFileFreeCoerced(FwTextString ptbzCoerced, FwTextString ptbzFilename);
 
+// Whether the name has an absolute form, whatever its kind; sets the error if it has none.
+inline bool fFiFileCanBeAbsolute(FwErrorState* pErrState, FwTextString ptbzFilename) {
+  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceAny);
+  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
+  return ptbzAbsolute != nullptr;
+}
+
+// The absolute form for the length of a scope.
+class FiCoercedName {
+ public:
+  FiCoercedName(FwErrorState* pErrState, FwTextString ptbzFilename, uint32 flags)
+      : ptbzFilename_(ptbzFilename),
+        ptbzCoerced_(FiFileCoerceFilename(pErrState, ptbzFilename, flags)) {}
+  ~FiCoercedName() { FiFileFreeCoerced(ptbzCoerced_, ptbzFilename_); }
+  FiCoercedName(const FiCoercedName&) = delete;
+  FiCoercedName& operator=(const FiCoercedName&) = delete;
+
+  operator FwTextString() const { return ptbzCoerced_; }
+
+ private:
+  FwTextString ptbzFilename_;
+  FwTextString ptbzCoerced_;
+};
+
 #endif

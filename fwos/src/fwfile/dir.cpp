@@ -2,6 +2,7 @@
 #include <cstring>
 #include <new>
 
+#include "fcpp.h"
 #include "fpfile.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -33,7 +34,7 @@ FwDir* MakeDir(FwTextString ptbzDirname) {
 
 // A copy of the name in the pool, or null.
 FwDirEntry* MakeEntry(FwMemPool* pPool, const FwStrRecord* pName) {
-  const auto cb = static_cast<std::size_t>(pName->pbTerminator - pName->pbz);
+  const std::size_t cb = record_length(pName);
   void* pv = FwMemPoolAlloc(pPool, static_cast<uint32>(offsetof(FwDirEntry, atbzName) + cb + 1));
   if (!pv) return nullptr;
   auto* pEntry = static_cast<FwDirEntry*>(pv);
@@ -50,9 +51,8 @@ bool TakeSnapshot(FwErrorState* pErrState, FwDir* pDir) {
     FwErrorSet(pErrState, fwErrorNoMemory, 0);
     return false;
   }
-  FwErrorState err;
-  FwStrRecord name;
-  FwStrRecordOpen(&name);
+  LocalError err;
+  OpenRecord name;
   FwDirEntry** ppTail = &pDir->pSnapshot;
   while (FpDirNext(&err, pDir, &name, nullptr, 0)) {
     *ppTail = MakeEntry(pDir->pLocalPool, &name);
@@ -61,17 +61,15 @@ bool TakeSnapshot(FwErrorState* pErrState, FwDir* pDir) {
       break;
     }
     ppTail = &(*ppTail)->pNext;
-    FwStrRecordShorten(&name, 0);
+    name.clear();
   }
-  FwStrRecordAbandon(&name);
-  if (!err.pError) FpDirClose(&err, pDir);
-  const bool fSuccess = !err.pError;
-  if (fSuccess)
-    pDir->pNextEntry = pDir->pSnapshot;
-  else
+  if (!err.failed()) FpDirClose(&err, pDir);
+  if (err.failed()) {
     FwErrorCopy(pErrState, &err);
-  FwErrorClear(&err);
-  return fSuccess;
+    return false;
+  }
+  pDir->pNextEntry = pDir->pSnapshot;
+  return true;
 }
 
 }  // namespace
@@ -80,11 +78,9 @@ FwDir* FwDirOpen(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags
   if (!fFiFileState(pErrState)) return nullptr;
   FwAssert(!(flags & ~FW_DIR_SNAPSHOT), "bad arg");
   if (!fFiFileFlags(pErrState, flags, FW_DIR_SNAPSHOT)) return nullptr;
-  FwTextString ptbzAbsolute =
-      FiFileCoerceFilename(pErrState, ptbzDirname, kCoerceDirectory | kCoerceRoot);
-  if (!ptbzAbsolute) return nullptr;
-  FwDir* pDir = MakeDir(ptbzAbsolute);
-  FiFileFreeCoerced(ptbzAbsolute, ptbzDirname);
+  const FiCoercedName absolute(pErrState, ptbzDirname, kCoerceDirectory | kCoerceRoot);
+  if (!absolute) return nullptr;
+  FwDir* pDir = MakeDir(absolute);
   if (!FpDirOpen(pErrState, pDir)) {
     FwMemFree(pDir);
     return nullptr;
@@ -93,9 +89,8 @@ FwDir* FwDirOpen(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags
 
   FwMemPoolDestroy(&pDir->pLocalPool);
   if (pDir->platDirInfo.handle) {
-    FwErrorState err;
+    LocalError err;
     FpDirClose(&err, pDir);
-    FwErrorClear(&err);
   }
   FwMemFree(pDir);
   return nullptr;
@@ -119,10 +114,8 @@ int32 FwDirNext(FwErrorState* pErrState, FwDir* DirHandle, FwStrRecord* pRecord,
   FwTextString ptbzDirname =
       reinterpret_cast<FwTextString>(DirHandle) + offsetof(FwDir, atbzDirname);
   FwAssert(FwFileEndsWithSeparator(ptbzDirname), "dirname is malformed");
-  FwTextString ptbzFull = FwFilenameConcatenateAlloc(ptbzDirname, ptbzName);
-  const int32 fSuccess = FwFileGetInfo(pErrState, ptbzFull, pInfo, flags);
-  FwMemFree(ptbzFull);
-  return fSuccess;
+  const OwnedText full(FwFilenameConcatenateAlloc(ptbzDirname, ptbzName));
+  return FwFileGetInfo(pErrState, full, pInfo, flags);
 }
 
 int32 FwDirClose(FwErrorState* pErrState, FwDir* DirHandle) {
@@ -145,18 +138,17 @@ namespace {
 bool fFileInTheWay(FwTextString ptbzDirname) {
   FwTextString ptbzSeparator = FwFileEndsWithSeparator(ptbzDirname);
   if (!ptbzSeparator) return false;
-  FwErrorState err;
+  LocalError err;
   *ptbzSeparator = 0;
   const bool fExists = FwFileGetInfo(&err, ptbzDirname, nullptr, 0);
   *ptbzSeparator = '/';
-  FwErrorClear(&err);
   return fExists;
 }
 
 // Creates the directory that a writable name denotes. The name is cut for the calls in between, and
 // whole again afterwards.
 int32 FiDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags) {
-  FwErrorState err;
+  LocalError err;
   FwFileInfo info;
   if (FwFileGetInfo(&err, ptbzDirname, &info, 0)) {
     if (info.type == FW_FILE_TYPE_DIRECTORY && (flags & FW_DIR_EXISTS_OK)) return 1;
@@ -172,7 +164,6 @@ int32 FiDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   }
   if (!ptbzSeparator || FwFileIsRoot(ptbzDirname)) {
     FwErrorCopy(pErrState, &err);
-    FwErrorClear(&err);
     return 0;
   }
 
@@ -191,7 +182,6 @@ int32 FiDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   }
   if (fSuccess) fSuccess = FpDirCreate(pErrState, ptbzDirname);
   *ptbzSeparator = '/';
-  FwErrorClear(&err);
   return fSuccess;
 }
 
@@ -208,10 +198,9 @@ bool MakeDirectoryWritable(FwErrorState* pErrState, FwTextString ptbzDirname) {
 bool DeleteEntries(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flags) {
   FwDir* pDir = FwDirOpen(pErrState, ptbzDirname, FW_DIR_SNAPSHOT);
   if (!pDir) return false;
-  FwStrRecord full;
-  FwStrRecordOpen(&full);
+  OpenRecord full;
   FwStrPutTextString(&full, ptbzDirname);
-  const auto cbDirname = static_cast<uint32>(full.pbTerminator - full.pbz);
+  const uint32 cbDirname = full.length();
   FwFileInfo info;
   bool fSuccess = true;
   while (fSuccess && FwDirNext(pErrState, pDir, &full, &info, 0)) {
@@ -223,7 +212,6 @@ bool DeleteEntries(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 fla
     }
     FwStrRecordShorten(&full, cbDirname);
   }
-  FwStrRecordAbandon(&full);
   FwDirClose(pErrState, pDir);
   return fSuccess && !pErrState->pError;
 }
@@ -239,6 +227,7 @@ int32 FwDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   FwTextString ptbzAbsolute =
       FiFileCoerceFilename(pErrState, ptbzDirname, kCoerceDirectory | kCoerceRoot);
   if (!ptbzAbsolute) return 1;
+  // A writable one, of this call's own.
   if (ptbzAbsolute == ptbzDirname) ptbzAbsolute = FwStrDuplicate(ptbzDirname);
   FwFileEnsureTrailingSeparatorRealloc(&ptbzAbsolute);
   const int32 fSuccess = FiDirCreate(pErrState, ptbzAbsolute, flags);
@@ -272,13 +261,11 @@ void FiFileExistingPath(FwStrRecord* pRecord, FwTextString ptbzFilename) {
       ++ptbzTail;
       continue;
     }
-    const auto cbBefore = static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
+    const uint32 cbBefore = record_length(pRecord);
     FwFileEnsureTrailingSeparator(pRecord);
     ptbzTail = FwFileCopyPathElement(pRecord, ptbzTail);
-    FwErrorState err;
-    const bool fExists = FwFileGetInfo(&err, pRecord->pbz, nullptr, 0);
-    FwErrorClear(&err);
-    if (!fExists) {
+    LocalError err;
+    if (!FwFileGetInfo(&err, pRecord->pbz, nullptr, 0)) {
       FwStrRecordShorten(pRecord, cbBefore);
       return;
     }
@@ -290,23 +277,15 @@ void FiFileExistingPath(FwStrRecord* pRecord, FwTextString ptbzFilename) {
 int32 FwFileDiskFree(FwErrorState* pErrState, FwTextString ptbzFilename,
                      FwFileDiskFreeInfo* pDFInfo) {
   if (!fFiFileState(pErrState) || !fFiFileArgument(pErrState, pDFInfo)) return 0;
-  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceAny);
-  if (!ptbzAbsolute) return 0;
-  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
-  FwStrRecord existing;
-  FwStrRecordOpen(&existing);
+  if (!fFiFileCanBeAbsolute(pErrState, ptbzFilename)) return 0;
+  OpenRecord existing;
   FiFileExistingPath(&existing, ptbzFilename);
-  const int32 fSuccess = FpFileDiskFree(pErrState, existing.pbz, pDFInfo);
-  FwStrRecordAbandon(&existing);
-  return fSuccess;
+  return FpFileDiskFree(pErrState, existing.pbz, pDFInfo);
 }
 
 int FwFileDiskFreeEx(FwErrorState* err, FwTextString path, FwFileDiskFreeInfo* diskfree) {
   if (!path) return FwFileDiskFree(err, path, diskfree);
-  FwStrRecord existing;
-  FwStrRecordOpen(&existing);
+  OpenRecord existing;
   FiFileExistingPath(&existing, path);
-  const int32 fSuccess = FwFileDiskFree(err, existing.pbz, diskfree);
-  FwStrRecordAbandon(&existing);
-  return fSuccess;
+  return FwFileDiskFree(err, existing.pbz, diskfree);
 }

@@ -3,6 +3,7 @@
 
 #include "fcboot.h"
 #include "fcfile.h"  // IWYU pragma: keep: its declaration makes the constant below one for all
+#include "fcpp.h"
 #include "fcstring.h"
 #include "fpfile.h"
 #include "fwerror.h"
@@ -56,10 +57,6 @@ uint32 Transfer(FwErrorState* pErrState, FwFile fileHandle, void* Buffer, uint32
     if (cb != cbChunk) break;
   }
   return total;
-}
-
-uint32 RecordLength(const FwStrRecord* pRecord) {
-  return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
 }
 
 uint32 RecordRoom(const FwStrRecord* pRecord) {
@@ -152,10 +149,9 @@ FwFile FwFileOpenExtended(FwErrorState* pErrState, FwTextString ptbzFilename, ui
     FwErrorSet(pErrState, fwErrorNumericRange, 0);
     return FW_FILE_INVALID;
   }
-  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceFile);
-  if (!ptbzAbsolute) return FW_FILE_INVALID;
-  const FwFile fileHandle = FpFileOpenExtended(pErrState, ptbzAbsolute, flags, pExtras);
-  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
+  const FiCoercedName absolute(pErrState, ptbzFilename, kCoerceFile);
+  if (!absolute) return FW_FILE_INVALID;
+  const FwFile fileHandle = FpFileOpenExtended(pErrState, absolute, flags, pExtras);
   FwAssert(fileHandle >= FW_FILE_INVALID, "invalid -ve handle");
   return fileHandle;
 }
@@ -187,10 +183,10 @@ void FwFileWriteString(FwErrorState* pErrState, FwFile fileHandle, FwTextString 
 
 uint32 FwFileReadRecord(FwErrorState* pErrState, FwFile fileHandle, FwStrRecord* pRecord) {
   if (!fFiFileState(pErrState) || !fFiFileArgument(pErrState, pRecord)) return 0;
-  const uint32 cbBefore = RecordLength(pRecord);
+  const uint32 cbBefore = record_length(pRecord);
   if (pRecord->fFixed) {
     ReadIntoRecord(pErrState, fileHandle, pRecord, RecordRoom(pRecord));
-    return RecordLength(pRecord) - cbBefore;
+    return record_length(pRecord) - cbBefore;
   }
   uint32 cbRead = 1;
   while (!pErrState->pError && cbRead) {
@@ -198,12 +194,12 @@ uint32 FwFileReadRecord(FwErrorState* pErrState, FwFile fileHandle, FwStrRecord*
       FcStrRecordResize(pRecord, RecordCapacity(pRecord) + kReadRecordBlock + 1);
     cbRead = ReadIntoRecord(pErrState, fileHandle, pRecord, kReadRecordBlock);
   }
-  return RecordLength(pRecord) - cbBefore;
+  return record_length(pRecord) - cbBefore;
 }
 
 uint32 FwFileReadLineRecord(FwErrorState* pErrState, FwFile fileHandle, FwStrRecord* pRecord) {
   if (!fFiFileState(pErrState) || !fFiFileArgument(pErrState, pRecord)) return 0;
-  const uint32 cbBefore = RecordLength(pRecord);
+  const uint32 cbBefore = record_length(pRecord);
   for (;;) {
     if (RecordRoom(pRecord) == 0) {
       if (pRecord->fFixed) break;
@@ -215,7 +211,7 @@ uint32 FwFileReadLineRecord(FwErrorState* pErrState, FwFile fileHandle, FwStrRec
     *pRecord->pbTerminator++ = byte;
     *pRecord->pbTerminator = 0;
   }
-  return RecordLength(pRecord) - cbBefore;
+  return record_length(pRecord) - cbBefore;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -239,14 +235,13 @@ int32 FwFileSeek(FwErrorState* pErrState, FwFile fileHandle, Vq32x2* pOffset, ui
   }
   if (fSuccess || fExtended) return fSuccess;
 
-  FwErrorState err;
+  LocalError err;
   Vq32x2 position;
   if (fAskPosition || !FpFileSeek(&err, fileHandle, &position, FW_SEEK_CUR)) {
     position.low = 0xffffffff;
     position.high = -1;
   }
   *pOffset = position;
-  FwErrorClear(&err);
   return 0;
 }
 
@@ -265,9 +260,7 @@ int32 FwFileGetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileIn
   if (!fFiFileState(pErrState)) return 0;
   FwAssert(!(flags & ~FW_INFO_NOFOLLOW), "bad arg");
   if (!fFiFileFlags(pErrState, flags, FW_INFO_NOFOLLOW)) return 0;
-  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceAny);
-  if (!ptbzAbsolute) return 0;
-  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
+  if (!fFiFileCanBeAbsolute(pErrState, ptbzFilename)) return 0;
   // Kept: only that the name can be made absolute counts. The platform gets it as it stands, so a
   // relative one is looked up in the real current directory.
   return FpFileGetInfo(pErrState, ptbzFilename, pInfo, flags);
@@ -279,9 +272,7 @@ int32 FwFileSetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileIn
   if (!fFiFileState(pErrState) || !fFiFileArgument(pErrState, pInfo)) return 0;
   FwAssert(!(flags & ~kFlags), "bad arg");
   if (!fFiFileFlags(pErrState, flags, kFlags)) return 0;
-  FwTextString ptbzAbsolute = FiFileCoerceFilename(pErrState, ptbzFilename, kCoerceAny);
-  if (!ptbzAbsolute) return 0;
-  FiFileFreeCoerced(ptbzAbsolute, ptbzFilename);
+  if (!fFiFileCanBeAbsolute(pErrState, ptbzFilename)) return 0;
   if (!(flags & FW_INFO_ATTRIBUTES) || (pInfo->attributes & FW_FILE_ATTR_WRITABLE))
     return FpFileSetInfo(pErrState, ptbzFilename, pInfo, flags);
   // The times are set before the file turns read-only.
@@ -301,13 +292,10 @@ using PlatformCompare = int32(FwErrorState*, FwTextString, FwTextString);
 int32 CompareNames(FwErrorState* pErrState, FwTextString ptbzFilename1, FwTextString ptbzFilename2,
                    PlatformCompare* pPlatform) {
   if (!fFiFileState(pErrState)) return 0;
-  FwTextString ptbzAbsolute1 = FiFileCoerceFilename(pErrState, ptbzFilename1, kCoerceAny);
-  if (!ptbzAbsolute1) return 0;
-  FwTextString ptbzAbsolute2 = FiFileCoerceFilename(pErrState, ptbzFilename2, kCoerceAny);
-  const int32 fSame = ptbzAbsolute2 && pPlatform(pErrState, ptbzAbsolute1, ptbzAbsolute2);
-  FiFileFreeCoerced(ptbzAbsolute1, ptbzFilename1);
-  FiFileFreeCoerced(ptbzAbsolute2, ptbzFilename2);
-  return fSame;
+  const FiCoercedName absolute1(pErrState, ptbzFilename1, kCoerceAny);
+  if (!absolute1) return 0;
+  const FiCoercedName absolute2(pErrState, ptbzFilename2, kCoerceAny);
+  return absolute2 && pPlatform(pErrState, absolute1, absolute2);
 }
 
 }  // namespace

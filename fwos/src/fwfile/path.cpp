@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "fcfile.h"
+#include "fcpp.h"
 #include "fpfile.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -19,10 +20,6 @@ constexpr FwTextByte kSeparator = '/';
 
 std::size_t Length(FwTextString ptbz) {
   return std::strlen(FWC(ptbz));
-}
-
-uint32 Length(const FwStrRecord* pRecord) {
-  return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
 }
 
 bool EndsWithSeparator(const FwStrRecord* pRecord) {
@@ -215,7 +212,7 @@ int32 FwFileRemoveTrailingSeparator(FwTextString ptbzFilename) {
 // Kept: without the test for the root that the string form makes, so "/" becomes empty.
 int32 FwFileRemoveTrailingSeparatorRec(FwStrRecord* pRecord) {
   if (!FwExpect(pRecord, "NULL") || !EndsWithSeparator(pRecord)) return 0;
-  FwStrRecordShorten(pRecord, Length(pRecord) - 1);
+  FwStrRecordShorten(pRecord, record_length(pRecord) - 1);
   return 1;
 }
 
@@ -235,23 +232,20 @@ void FwFilenameConcatenateEx(FwStrRecord* dir, FwTextString path) {
     FwFilenameConcatenate(dir, path);
     return;
   }
-  FwTextString ptbzCopy = FwStrDuplicate(path);
-  FwTextString ptbzNext = ptbzCopy;
+  const OwnedText copy(FwStrDuplicate(path));
+  FwTextString ptbzNext = copy;
   while (FwTextString ptbzElement = FwStrTok(&ptbzNext, FWT("/\\:")))
     FwFilenameConcatenate(dir, ptbzElement);
-  FwMemFree(ptbzCopy);
 }
 
 FwTextString FwFilenameConcatenateAlloc(FwTextString ptbzAbs, FwTextString ptbzRel) {
   // Exactly the size of the result, if ptbzRel has no separator to drop, so that closing the record
   // need not move it.
-  FwStrRecord rec;
   const bool fSeparator = *ptbzAbs && !FwFileEndsWithSeparator(ptbzAbs);
-  FwStrRecordOpenSize(&rec,
-                      static_cast<uint32>(Length(ptbzAbs) + fSeparator + Length(ptbzRel) + 1));
+  OpenRecord rec(static_cast<uint32>(Length(ptbzAbs) + fSeparator + Length(ptbzRel) + 1));
   FwStrPutTextString(&rec, ptbzAbs);
   FwFilenameConcatenate(&rec, ptbzRel);
-  return FwStrRecordClose(&rec);
+  return rec.take();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -307,12 +301,9 @@ FwTextString FwFileAbsolutePath(FwErrorState* pErrState, FwTextString ptbzPath) 
 }
 
 int32 FwFilenameLengthOK(FwTextString ptbzFilename) {
-  FwErrorState err;
-  FwTextString ptbzAbsolute = FwFileAbsolutePath(&err, ptbzFilename);
-  const int32 fOK = ptbzAbsolute && FpFilenameLengthOK(ptbzAbsolute);
-  if (ptbzAbsolute) FwMemFree(ptbzAbsolute);
-  FwErrorClear(&err);
-  return fOK;
+  LocalError err;
+  const OwnedText absolute(FwFileAbsolutePath(&err, ptbzFilename));
+  return absolute && FpFilenameLengthOK(absolute);
 }
 
 FwTextString FwFilenameContainsFilename(FwErrorState* pErrState, FwTextString ptbzFilename1,
@@ -325,22 +316,19 @@ FwTextString FwFilenameContainsFilename(FwErrorState* pErrState, FwTextString pt
   // Kept: the caller's own string loses its separator.
   FwFileRemoveTrailingSeparator(ptbzFilename1);
 
-  FwStrRecord head;
-  FwStrRecordOpen(&head);
+  OpenRecord head;
   FwTextString ptbzTail = FwFileCopyRoot(&head, ptbzFilename2);
   ptbzTail = FwFileCopyPathElement(&head, ptbzTail);
   // Kept: the loop ends with the last element copied, so the whole of the second name is compared
   // as text only, above.
   while (*ptbzTail) {
-    if (FwFilenamesReferToSameFile(pErrState, ptbzFilename1, head.pbz))
-      return FwStrRecordClose(&head);
+    if (FwFilenamesReferToSameFile(pErrState, ptbzFilename1, head.pbz)) return head.take();
     if (*ptbzTail == kSeparator) {
       FwStrPutTextCharacter(&head, kSeparator);
       ++ptbzTail;
     }
     ptbzTail = FwFileCopyPathElement(&head, ptbzTail);
   }
-  FwStrRecordAbandon(&head);
   return nullptr;
 }
 

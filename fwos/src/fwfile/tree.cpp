@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwfile/coerce.h"
@@ -30,14 +31,10 @@ struct TreeCopy {
   const Filled* pInnermost = nullptr;  // the target's directory, null at the top
 };
 
-uint32 Length(const FwStrRecord& path) {
-  return static_cast<uint32>(path.pbTerminator - path.pbz);
-}
-
-void OpenPath(FwStrRecord* path, FwTextString ptbz) {
-  FwStrRecordOpen(path);
-  FwStrPutTextString(path, ptbz);
-}
+// A record that starts with a name.
+struct PathRecord : OpenRecord {
+  explicit PathRecord(FwTextString ptbz) { FwStrPutTextString(this, ptbz); }
+};
 
 // Tells a name that was handled; sets fwErrorAbort if the work is to stop.
 bool Report(FwErrorState* err, FwObj* progress, FwTextString ptbzName) {
@@ -47,10 +44,8 @@ bool Report(FwErrorState* err, FwObj* progress, FwTextString ptbzName) {
 }
 
 bool Exists(FwTextString ptbzName) {
-  FwErrorState err;
-  const bool fFound = FwFileGetInfo(&err, ptbzName, nullptr, 0);
-  FwErrorClear(&err);
-  return fFound;
+  LocalError err;
+  return FwFileGetInfo(&err, ptbzName, nullptr, 0);
 }
 
 // Sets out to the name of the side-file, and returns its length.
@@ -60,7 +55,7 @@ uint32 FiFileAppleName(FwStrRecord* out, FwTextString path) {
   FwStrNPutTextString(out, path, static_cast<uint32>(ptbzLeaf - path));
   FwFilenameConcatenate(out, FWT(".AppleDouble"));
   FwFilenameConcatenate(out, ptbzLeaf);
-  return Length(*out);
+  return record_length(out);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -73,10 +68,8 @@ bool IsSame(const FwFileInfo& info1, const FwFileInfo& info2) {
 
 // As FwFileGetInfo, with what goes wrong left unsaid.
 bool Look(FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
-  FwErrorState err;
-  const bool fFound = FwFileGetInfo(&err, ptbzName, info, flags);
-  FwErrorClear(&err);
-  return fFound;
+  LocalError err;
+  return FwFileGetInfo(&err, ptbzName, info, flags);
 }
 
 // Whether the target is the source under another name, or what a link at the source leads to.
@@ -92,16 +85,14 @@ bool IsSource(FwTextString ptbzOld, FwTextString ptbzNew) {
 
 // Whether the name, of which the last elements need not exist, lies in the directory.
 bool LiesWithin(FwTextString ptbzName, const FwFileInfo& directory) {
-  FwStrRecord path;
-  OpenPath(&path, ptbzName);
-  FwTextString ptbzReal = nullptr;
-  while (!(ptbzReal = realpath_UTF8(path.pbz)) && *path.pbz && !FwFileIsRoot(path.pbz))
+  PathRecord path(ptbzName);
+  OwnedText real(realpath_UTF8(path.pbz));
+  while (!real && *path.pbz && !FwFileIsRoot(path.pbz)) {
     FwFileRemoveLastPathElement(&path);
-  FwStrRecordShorten(&path, 0);
-  if (ptbzReal) {
-    FwStrPutTextString(&path, ptbzReal);
-    FwMemFree(ptbzReal);
+    real.reset(realpath_UTF8(path.pbz));
   }
+  path.clear();
+  if (real) FwStrPutTextString(&path, real);
   bool fWithin = false;
   while (!fWithin && *path.pbz) {
     FwFileInfo info;
@@ -109,7 +100,6 @@ bool LiesWithin(FwTextString ptbzName, const FwFileInfo& directory) {
     if (FwFileIsRoot(path.pbz)) break;
     FwFileRemoveLastPathElement(&path);
   }
-  FwStrRecordAbandon(&path);
   return fWithin;
 }
 
@@ -119,10 +109,9 @@ void RefuseTarget(FwErrorState* err, FwTextString ptbzNew) {
 
 // Makes the target's directory and removes what stands in the target's place.
 void ClearTheWay(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew) {
-  FwTextString ptbzDir =
-      FwStrNDuplicate(ptbzNew, static_cast<int>(FwFileSkipToLeafname(ptbzNew) - ptbzNew));
-  FwDirCreate(err, ptbzDir, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
-  FwMemFree(ptbzDir);
+  const OwnedText directory(
+      FwStrNDuplicate(ptbzNew, static_cast<int>(FwFileSkipToLeafname(ptbzNew) - ptbzNew)));
+  FwDirCreate(err, directory, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
   if (err->pError) return;
   if (IsSource(ptbzOld, ptbzNew)) return RefuseTarget(err, ptbzNew);
   if (!FwFileDelete(err, ptbzNew, FW_DELETE_FORCE) && err->pError &&
@@ -177,10 +166,9 @@ bool fSkipped(const FwFileInfo& info, FwTextString ptbzName, const TreeCopy& cop
 // walk; what goes wrong with the walk itself is in err.
 void CopyEntries(FwErrorState* err, FwErrorState* errEntry, FwDir* pDir, FwStrRecord* oldpath,
                  FwStrRecord* newpath, const TreeCopy& copy) {
-  const uint32 cbOld = Length(*oldpath);
-  const uint32 cbNew = Length(*newpath);
-  FwStrRecord name;
-  FwStrRecordOpen(&name);
+  const uint32 cbOld = record_length(oldpath);
+  const uint32 cbNew = record_length(newpath);
+  OpenRecord name;
   FwFileInfo info;
   while (!errEntry->pError && FwDirNext(err, pDir, &name, &info, FW_INFO_NOFOLLOW)) {
     if (!fSkipped(info, name.pbz, copy)) {
@@ -190,9 +178,8 @@ void CopyEntries(FwErrorState* err, FwErrorState* errEntry, FwDir* pDir, FwStrRe
       FwStrRecordShorten(oldpath, cbOld);
       FwStrRecordShorten(newpath, cbNew);
     }
-    FwStrRecordShorten(&name, 0);
+    name.clear();
   }
-  FwStrRecordAbandon(&name);
 }
 
 bool IsSameDirectory(const Filled& filled, const FwFileInfo& info) {
@@ -218,29 +205,24 @@ void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpat
                          copy.pInnermost};
   FwDir* pDir = FwDirOpen(err, oldpath->pbz, 0);
   if (!pDir) return;
-  FwErrorState errEntry;
+  LocalError errEntry;
   CopyEntries(err, &errEntry, pDir, oldpath, newpath, {copy.progress, copy.ptbzExcept, &filled});
   FwDirClose(err, pDir);
   // Last, so that a directory that turns read-only could be filled.
   FwFileSetInfo(err, newpath->pbz, newinfo, FW_INFO_ATTRIBUTES);
-  if (errEntry.pError) FwErrorCopy(err, &errEntry);
-  FwErrorClear(&errEntry);
+  if (errEntry.failed()) FwErrorCopy(err, &errEntry);
 }
 
 void CopySideFile(FwErrorState* err, FwTextString ptbzOld, FwTextString ptbzNew, FwObj* progress) {
   // A directory's name has no leaf, so there is no file to look for.
   if (FwFileEndsWithSeparator(ptbzOld)) return;
-  FwStrRecord oldSide;
-  FwStrRecord newSide;
-  FwStrRecordOpen(&oldSide);
-  FwStrRecordOpen(&newSide);
+  OpenRecord oldSide;
+  OpenRecord newSide;
   FiFileAppleName(&oldSide, ptbzOld);
   if (Exists(oldSide.pbz)) {
     FiFileAppleName(&newSide, ptbzNew);
     FiFileCopyLeaf(err, oldSide.pbz, newSide.pbz, progress);
   }
-  FwStrRecordAbandon(&oldSide);
-  FwStrRecordAbandon(&newSide);
 }
 
 // A copy onto the source, under whatever name, or into it. Nothing may be made or removed then.
@@ -253,19 +235,12 @@ bool IsOntoOrInto(FwTextString ptbzOld, FwTextString ptbzNew, const FwFileInfo& 
 
 int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, const TreeCopy& copy,
                bool fSideFile) {
-  FwTextString ptbzOld = FiFileCoerceFilename(err, oldname, kCoerceAny);
-  if (!ptbzOld) return 0;
-  FwTextString ptbzNew = FiFileCoerceFilename(err, newname, kCoerceAny);
-  if (!ptbzNew) {
-    FiFileFreeCoerced(ptbzOld, oldname);
-    return 0;
-  }
-  FwStrRecord oldpath;
-  FwStrRecord newpath;
-  OpenPath(&oldpath, ptbzOld);
-  OpenPath(&newpath, ptbzNew);
-  FiFileFreeCoerced(ptbzOld, oldname);
-  FiFileFreeCoerced(ptbzNew, newname);
+  const FiCoercedName absoluteOld(err, oldname, kCoerceAny);
+  if (!absoluteOld) return 0;
+  const FiCoercedName absoluteNew(err, newname, kCoerceAny);
+  if (!absoluteNew) return 0;
+  PathRecord oldpath(absoluteOld);
+  PathRecord newpath(absoluteNew);
   FwFileInfo info;
   if (!FwFileGetInfo(err, oldpath.pbz, &info, FW_INFO_NOFOLLOW)) {
     // err tells.
@@ -275,8 +250,6 @@ int32 CopyTree(FwErrorState* err, FwTextString oldname, FwTextString newname, co
     if (fSideFile) CopySideFile(err, oldpath.pbz, newpath.pbz, copy.progress);
     CopyByType(err, err, &oldpath, &newpath, &info, copy);
   }
-  FwStrRecordAbandon(&oldpath);
-  FwStrRecordAbandon(&newpath);
   return err->pError == nullptr;
 }
 
@@ -304,33 +277,28 @@ int32 FwFileCopyTreeEx(FwErrorState* err, FwTextString oldname, FwTextString new
 namespace {
 
 void SetSideFileInfo(FwErrorState* err, FwTextString ptbzName, FwFileInfo* info) {
-  FwStrRecord side;
-  FwStrRecordOpen(&side);
+  OpenRecord side;
   FiFileAppleName(&side, ptbzName);
   if (Exists(side.pbz)) FwFileSetInfo(err, side.pbz, info, FW_INFO_ATTRIBUTES);
-  FwStrRecordAbandon(&side);
 }
 
 void SetDirectoryInfo(FwErrorState* err, FwTextString ptbzName, FwFileInfo* info, uint32 flags) {
-  FwStrRecord path;
-  OpenPath(&path, ptbzName);
+  PathRecord path(ptbzName);
   FwFileEnsureTrailingSeparator(&path);
-  FwErrorState errEntry;
+  LocalError errEntry;
   // Before the walk, which could fail on a read-only directory.
   FwFileSetInfo(&errEntry, path.pbz, info, FW_INFO_ATTRIBUTES);
-  FwErrorClear(&errEntry);
+  errEntry.clear();
   if (FwDir* pDir = FwDirOpen(err, path.pbz, 0)) {
-    const uint32 cbPath = Length(path);
+    const uint32 cbPath = path.length();
     FwFileInfo entry;
-    while (!errEntry.pError && FwDirNext(err, pDir, &path, &entry, FW_INFO_NOFOLLOW)) {
+    while (!errEntry.failed() && FwDirNext(err, pDir, &path, &entry, FW_INFO_NOFOLLOW)) {
       FwFileSetInfoTree(&errEntry, path.pbz, flags);
       FwStrRecordShorten(&path, cbPath);
     }
     FwDirClose(err, pDir);
-    if (errEntry.pError) FwErrorCopy(err, &errEntry);
-    FwErrorClear(&errEntry);
+    if (errEntry.failed()) FwErrorCopy(err, &errEntry);
   }
-  FwStrRecordAbandon(&path);
 }
 
 }  // namespace
@@ -339,18 +307,17 @@ int32 FwFileSetInfoTree(FwErrorState* err, FwTextString target, uint32 flags) {
   if (!fFiFileState(err)) return 0;
   FwAssert(!(flags & ~FW_TREE_MAKE_WRITABLE), "bad arg");
   if (!fFiFileFlags(err, flags, FW_TREE_MAKE_WRITABLE)) return 0;
-  FwTextString ptbzAbsolute = FiFileCoerceFilename(err, target, kCoerceAny);
-  if (!ptbzAbsolute) return 0;
+  const FiCoercedName absolute(err, target, kCoerceAny);
+  if (!absolute) return 0;
   FwFileInfo info;
-  if (FwFileGetInfo(err, ptbzAbsolute, &info, FW_INFO_NOFOLLOW)) {
+  if (FwFileGetInfo(err, absolute, &info, FW_INFO_NOFOLLOW)) {
     if (flags & FW_TREE_MAKE_WRITABLE) info.attributes |= FW_FILE_ATTR_WRITABLE;
-    SetSideFileInfo(err, ptbzAbsolute, &info);
+    SetSideFileInfo(err, absolute, &info);
     if (info.type == FW_FILE_TYPE_DIRECTORY)
-      SetDirectoryInfo(err, ptbzAbsolute, &info, flags);
+      SetDirectoryInfo(err, absolute, &info, flags);
     else if (info.type == FW_FILE_TYPE_FILE)
-      FwFileSetInfo(err, ptbzAbsolute, &info, FW_INFO_ATTRIBUTES);
+      FwFileSetInfo(err, absolute, &info, FW_INFO_ATTRIBUTES);
   }
-  FiFileFreeCoerced(ptbzAbsolute, target);
   return err->pError == nullptr;
 }
 
@@ -375,7 +342,7 @@ void FiFileNodeSize(FwErrorState* err, FwStrRecord* path, FwFileTreeSizeInfo* si
   FwDir* pDir = FwDirOpen(err, path->pbz, 0);
   if (!pDir) return;
   ++sizeinfo->dirs;
-  const uint32 cbPath = Length(*path);
+  const uint32 cbPath = record_length(path);
   FwFileInfo info;
   while (!err->pError && FwDirNext(err, pDir, path, &info, FW_INFO_NOFOLLOW)) {
     if (info.type == FW_FILE_TYPE_DIRECTORY)
@@ -417,13 +384,11 @@ uint32 FwFileTreeSize(FwErrorState* err, FwTextString path, FwFileTreeSizeInfo* 
     return 0;
   *sizeinfo = {};
   const uint32 rblocksize = RoundBlockSize(blocksize);
-  FwStrRecord name;
-  FwStrRecordOpen(&name);
+  OpenRecord name;
   FiFileAppleName(&name, path);
   FiFileTreeSize(err, &name, sizeinfo, rblocksize);
-  FwStrRecordShorten(&name, 0);
+  name.clear();
   FwStrPutTextString(&name, path);
   FiFileTreeSize(err, &name, sizeinfo, rblocksize);
-  FwStrRecordAbandon(&name);
   return err->pError == nullptr;
 }

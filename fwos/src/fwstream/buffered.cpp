@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "fcclass.h"
+#include "fcpp.h"
 #include "fwmem.h"
 #include "fwstream/streams.h"
 #include "fwstring.h"
@@ -170,8 +171,8 @@ int32 FcStreamBuffered_method_ReadLine(FwObj* pObj, FwErrorState* pErrState, FwS
     return pBuff->fEOF != 0 ? 0 : -1;
   }
 
-  const std::ptrdiff_t cbBefore = pStrRec->pbTerminator - pStrRec->pbz;
-  const auto growth = [=] { return pStrRec->pbTerminator - pStrRec->pbz - cbBefore; };
+  const uint32 cbBefore = record_length(pStrRec);
+  const auto growth = [=] { return static_cast<int32>(record_length(pStrRec) - cbBefore); };
   for (;;) {
     FwStrPutRawByte(pStrRec, static_cast<uint8>(byte));
     if (byte == kLineFeed || byte == kCarriageReturn) break;
@@ -185,7 +186,7 @@ int32 FcStreamBuffered_method_ReadLine(FwObj* pObj, FwErrorState* pErrState, FwS
     if (growth() > 0 && pStrRec->pbTerminator[-1] == kCarriageReturn)
       pStrRec->pbTerminator[-1] = kLineFeed;
   }
-  return static_cast<int32>(growth());
+  return growth();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -270,8 +271,7 @@ int32 FcStreamBuffered_method_StreamWrite(FwObj* pObj, FwErrorState* pErrState, 
 
 int32 FcStreamBuffered_method_Write(FwObj* pObj, FwErrorState* pErrState, FwStrRecord* pStrRec) {
   if (!FwExpect(pObj != nullptr, "NULL Object passed to Fw_msg_Write")) return -1;
-  return Fw_msg_StreamWrite(pObj, pErrState, pStrRec->pbz,
-                            static_cast<uint32>(pStrRec->pbTerminator - pStrRec->pbz));
+  return Fw_msg_StreamWrite(pObj, pErrState, pStrRec->pbz, record_length(pStrRec));
 }
 
 int32 FcStreamBuffered_method_Flush(FwObj* pObj, FwErrorState* pErrState) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "fcpp.h"
 #include "fcstring.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -13,10 +14,6 @@
 namespace {
 
 constexpr uint32 kFirstSize = 32;
-
-size_t LengthOf(const FwStrRecord* pRecord) {
-  return static_cast<size_t>(pRecord->pbTerminator - pRecord->pbz);
-}
 
 // Bytes from the terminator to the end of the buffer, both included.
 size_t RoomOf(const FwStrRecord* pRecord) {
@@ -48,9 +45,8 @@ bool NoteHolds(const FwStrRecord* pRecord) {
 // check left off, so that a string built piece by piece is decoded once.
 bool CheckTerminated(FwStrRecord* pRecord) {
   if (!NoteHolds(pRecord)) pRecord->cbWellTerminated = 0;
-  const FcStrCheck check =
-      FcStrCheckCharacters(pRecord->pbz + pRecord->cbWellTerminated,
-                           static_cast<uint32>(LengthOf(pRecord)) - pRecord->cbWellTerminated);
+  const FcStrCheck check = FcStrCheckCharacters(pRecord->pbz + pRecord->cbWellTerminated,
+                                                record_length(pRecord) - pRecord->cbWellTerminated);
   // At a zero the note stays, and with it what every later check finds.
   pRecord->cbWellTerminated = static_cast<uint32>(check.ptbEnd - pRecord->pbz);
   return check.fWellTerminated;
@@ -119,7 +115,7 @@ FwString FwStrRecordClose(FwStrRecord* pRecord) {
   FwString pbz = pRecord->pbz;
   if (!FwExpect(pbz != nullptr, "NULL buffer from closed record")) return nullptr;
   if (!pRecord->fFixed && pRecord->pbTerminator != pRecord->pbLast) {
-    const size_t cbSize = LengthOf(pRecord) + 1;
+    const size_t cbSize = size_t{record_length(pRecord)} + 1;
     pbz = static_cast<FwString>(FwMemAlloc(cbSize, ALLOC_MUST_SUCCEED | INIT_NONE));
     std::memcpy(pbz, pRecord->pbz, cbSize);
     FwMemFree(pRecord->pbz);
@@ -138,13 +134,13 @@ void FwStrRecordAbandon(FwStrRecord* pRecord) {
 uint32 FwStrRecordShorten(FwStrRecord* pRecord, uint32 cbLength) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!IsOpen(pRecord)) return 0;
-  if (cbLength <= LengthOf(pRecord)) {
+  if (cbLength <= record_length(pRecord)) {
     pRecord->pbTerminator = pRecord->pbz + cbLength;
     *pRecord->pbTerminator = 0;
     pRecord->fTruncated = 0;
   }
   FwAssert(CheckTerminated(pRecord), "Bad shorten");
-  return static_cast<uint32>(LengthOf(pRecord));
+  return record_length(pRecord);
 }
 
 size_t FcStrGetGrowBufferSize(size_t cbRequest) {
@@ -167,7 +163,7 @@ void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
   FwAssert(*pRecord->pbTerminator == 0, "Bad old terminator");
   const size_t cbNew = cbSize > cbCapacity ? FcStrGetGrowBufferSize(cbSize) : cbSize;
   auto* pbNew = static_cast<FwString>(FwMemAlloc(cbNew, ALLOC_MUST_SUCCEED | INIT_NONE));
-  size_t cbLength = LengthOf(pRecord);
+  size_t cbLength = record_length(pRecord);
   if (cbLength >= cbNew) {
     FwTextByte* ptbStraddling = nullptr;
     cbLength = cbNew - 1;
@@ -192,7 +188,7 @@ uint32 FwStrPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc) {
   FwTextByte ab[6];
   const uint32 cb = FwCharacterToUTF8(tc, ab);
   if (!EnsureRoom(pRecord, cb + 1, cb)) return 0;
-  const bool fWellTerminated = pRecord->cbWellTerminated == LengthOf(pRecord);
+  const bool fWellTerminated = pRecord->cbWellTerminated == record_length(pRecord);
   Append(pRecord, ab, cb);
   // Behind whole characters one more needs no look, and neither does a byte that can't lead one.
   if (fWellTerminated && (cb > 1 || FcUTF8LeadLength(ab[0]) <= 1)) {
@@ -320,7 +316,7 @@ uint32 FcStrMultiPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc, uint
 uint32 FcStrRecordInsertCharacter(FwStrRecord* pRecord, uint32 nPosition, FwTextCharacter tc) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!IsOpen(pRecord)) return 0;
-  const size_t cbLength = LengthOf(pRecord);
+  const size_t cbLength = record_length(pRecord);
   if (!FwExpect(nPosition < cbLength + 1, "Bad position")) return 0;
   if (nPosition == cbLength) return FwStrPutTextCharacter(pRecord, tc);
 

@@ -1,5 +1,6 @@
 // What a format needs if its output is a message: no malformed characters, and a marker behind each
 // string when there are several, so that the strings can be told apart again.
+#include "fcpp.h"
 #include "fcstrprf.h"
 #include "fwstring.h"
 
@@ -34,7 +35,7 @@ bool fFcStrNeedsMarkers(FcPrfContext* pctpr, bool* pfNeedsMarkers) {
 void InsertMarkers(FcPrfContext* pctpr) {
   FwStrRecord RecordMarked;
   FwByte* pbzOld = pctpr->RecordFormat.pbz;
-  std::size_t cbOld = static_cast<std::size_t>(pctpr->RecordFormat.pbTerminator - pbzOld);
+  std::size_t cbOld = record_length(&pctpr->RecordFormat);
   // With room for all of it the buffer doesn't move, so the percents can point into it at once.
   FwStrRecordOpenSize(&RecordMarked, static_cast<uint32>(cbOld + pctpr->cNumPercents + 1));
   FwTextByte* ptbFrom = pbzOld;

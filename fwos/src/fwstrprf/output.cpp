@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "fcpp.h"
 #include "fcstring.h"
 #include "fcstrprf.h"
 #include "fwstring.h"
@@ -9,10 +10,6 @@
 #include "vqassert.h"
 
 namespace {
-
-uint32 LengthOf(FwStrRecord* pRecord) {
-  return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
-}
 
 // The bytes of a string before its terminator, at most cbLimit.
 uint32 MeasureUpTo(FwTextByte* ptb, uint32 cbLimit) {
@@ -44,7 +41,7 @@ bool FcPrfHandleFormat(FcPrfContext* pctpr, uint32 iFormat, FwStrRecord* pRecord
 }  // namespace
 
 bool FcPrfDoPrintf(FcPrfContext* pctpr, FwStrRecord* pRecord) {
-  uint32 cbBefore = LengthOf(pRecord);
+  uint32 cbBefore = record_length(pRecord);
   FwTextByte* ptbFrom = pctpr->RecordFormat.pbz;
   for (uint32 i = 0; i < pctpr->cNumPercents; i++) {
     FcStrFormatSpec* pFormat = FcStrGetFormat_(pctpr->paFormat, i, -1);
@@ -53,7 +50,7 @@ bool FcPrfDoPrintf(FcPrfContext* pctpr, FwStrRecord* pRecord) {
     ptbFrom = pFormat->ptbLocation + pFormat->cbFormatSpecLength;
   }
   PutText(pctpr, pRecord, ptbFrom, pctpr->RecordFormat.pbTerminator);
-  FwAssert(LengthOf(pRecord) - cbBefore == pctpr->cbOutput, "Bad cbOutput");
+  FwAssert(record_length(pRecord) - cbBefore == pctpr->cbOutput, "Bad cbOutput");
   return true;
 }
 

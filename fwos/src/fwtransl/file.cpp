@@ -1,6 +1,7 @@
 // Message files: loading, layering, unloading.
 #include "fcboot.h"
 #include "fcmem.h"
+#include "fcpp.h"
 #include "fctransl.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -33,9 +34,8 @@ bool OpenStreams(FcTranslFile* pFile, const FwClassRecord* pStreamIOClass,
   pFile->pFileObj =
       Fw_msg_CreateStreamBuffered(pErrState, FW_OPEN_RDONLY, kBufferSize, pFileStream);
   if (pFile->pFileObj != nullptr) return true;
-  FwErrorState err;
+  LocalError err;
   Fw_msg_StreamDestroy(pFileStream, &err, 0);
-  FwErrorClear(&err);
   return false;
 }
 
@@ -150,9 +150,8 @@ bool LoadFile(FwTextString ptbzFileName, const FwClassRecord* pStreamIOClass,
 
 void FcTranslFileCloseStream(FcTranslFile* pFile) {
   if (pFile->pFileObj == nullptr) return;
-  FwErrorState err;
+  LocalError err;
   Fw_msg_StreamDestroy(pFile->pFileObj, &err, 1);
-  FwErrorClear(&err);
   pFile->pFileObj = nullptr;
 }
 
@@ -176,10 +175,8 @@ int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, const FwClassRecord* pS
     return 1;
   }
   if (pStreamIOClass == nullptr) pStreamIOClass = &FwStreamIOFileClass;
-  FwErrorState err;
-  bool fLoaded = LoadFile(ptbzFileName, pStreamIOClass, pErrState != nullptr ? pErrState : &err);
-  FwErrorClear(&err);
-  return fLoaded;
+  LocalError err;
+  return LoadFile(ptbzFileName, pStreamIOClass, pErrState != nullptr ? pErrState : &err);
 }
 
 int32 FwTranslUnloadMessageFile(FwTextString ptbzFileName, int32 fForce, FwErrorState*) {

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "fcboot.h"
+#include "fcpp.h"
 #include "fctransl.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -183,11 +184,8 @@ int32 FcTranslFileReadStringPair(FcTranslFile* pFile, uint32* pOffset, FwErrorSt
 int32 FcTranslLoadNodeData(FcTranslNode* pNode) {
   // The stream of a preloaded file is closed.
   if (pNode->pFile->pFileObj == nullptr) return 0;
-  FwErrorState err;
+  LocalError err;
   uint32 nOffset = 0;
-  int32 fLoaded = FcTranslSetFileOffset(pNode->pFile, pNode->location, &err) &&
-                  FcTranslFileReadStringPair(pNode->pFile, &nOffset, &err) &&
-                  FcTranslNodeInitData(pNode);
-  FwErrorClear(&err);
-  return fLoaded;
+  return FcTranslSetFileOffset(pNode->pFile, pNode->location, &err) &&
+         FcTranslFileReadStringPair(pNode->pFile, &nOffset, &err) && FcTranslNodeInitData(pNode);
 }

@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "fcpp.h"
 #include "fpfile.h"
 #include "fpfile/names.h"
 #include "fwerror.h"
@@ -57,10 +58,8 @@ int32 FpDirNext(FwErrorState* pErrState, FwDir* DirHandle, FwStrRecord* pRecord,
   FwTextString ptbzName = FWT(pEntry->d_name);
   FwStrPutTextString(pRecord, ptbzName);
   if (!pInfo) return 1;
-  FwTextString ptbzFull = FwFilenameConcatenateAlloc(DirHandle->atbzDirname, ptbzName);
-  const int32 fSuccess = FwFileGetInfo(pErrState, ptbzFull, pInfo, flags);
-  FwMemFree(ptbzFull);
-  return fSuccess;
+  const OwnedText full(FwFilenameConcatenateAlloc(DirHandle->atbzDirname, ptbzName));
+  return FwFileGetInfo(pErrState, full, pInfo, flags);
 }
 
 int32 FpDirClose(FwErrorState* pErrState, FwDir* DirHandle) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "fcboot.h"
+#include "fcpp.h"
 #include "fpfile.h"
 #include "fpfile/names.h"
 #include "fwerror.h"
@@ -54,17 +55,13 @@ uint32 HighWord(uint64 n) {
 }
 
 bool Exists(FwTextString ptbzFilename) {
-  FwErrorState err;
-  const bool fFound = FwFileGetInfo(&err, ptbzFilename, nullptr, 0);
-  FwErrorClear(&err);
-  return fFound;
+  LocalError err;
+  return FwFileGetInfo(&err, ptbzFilename, nullptr, 0);
 }
 
 bool IsSameFile(FwTextString ptbzFilename1, FwTextString ptbzFilename2) {
-  FwErrorState err;
-  const bool fSame = FwFilenamesReferToSameFile(&err, ptbzFilename1, ptbzFilename2);
-  FwErrorClear(&err);
-  return fSame;
+  LocalError err;
+  return FwFilenamesReferToSameFile(&err, ptbzFilename1, ptbzFilename2);
 }
 
 }  // namespace
@@ -361,11 +358,9 @@ int32 FpFileDiskFree(FwErrorState* pErrState, FwTextString ptbzFilename,
 void FwFileTouch(FwTextString) {}
 
 int32 FwFileIsOnCD(FwTextString ptbzFilename) {
-  FwErrorState err;
+  LocalError err;
   FwFileDiskFreeInfo diskfree;
-  const bool fKnown = FwFileDiskFree(&err, ptbzFilename, &diskfree);
-  FwErrorClear(&err);
-  if (!fKnown) return -1;
+  if (!FwFileDiskFree(&err, ptbzFilename, &diskfree)) return -1;
   return diskfree.free.low == 0 && diskfree.free.high == 0;
 }
 

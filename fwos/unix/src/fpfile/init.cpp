@@ -3,6 +3,7 @@
 
 #include "fcboot.h"
 #include "fcfile.h"
+#include "fcpp.h"
 #include "fpfile.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -23,18 +24,13 @@ FwTextString DirectoryName(FwTextString ptbzName, std::size_t cbName) {
 FwTextString FindAlongPath(FwTextString ptbzName) {
   const char* pszPath = std::getenv("PATH");
   if (!pszPath) return nullptr;
-  FwVector vDirs = {};
-  FwVectorOpen(&vDirs, 20);
-  FwStrTextSplitByChar(FWT(pszPath), ':', &vDirs);
-  FwTextString ptbzFound = nullptr;
-  for (int i = 0; !ptbzFound && i < FwVectorLength(&vDirs); ++i) {
-    FwTextString ptbzTry = FwFilenameConcatenateAlloc(
-        static_cast<FwTextString>(FwVectorGetElement(&vDirs, i)), ptbzName);
-    ptbzFound = realpath_UTF8(ptbzTry);
-    FwMemFree(ptbzTry);
+  LocalVector directories(20, Elements::kFreed);
+  FwStrTextSplitByChar(FWT(pszPath), ':', &directories);
+  for (FwTextString ptbzDirectory : texts(&directories)) {
+    const OwnedText candidate(FwFilenameConcatenateAlloc(ptbzDirectory, ptbzName));
+    if (FwTextString ptbzFound = realpath_UTF8(candidate)) return ptbzFound;
   }
-  FwVectorAbandon(&vDirs, 1);
-  return ptbzFound;
+  return nullptr;
 }
 
 FwTextString FindProgram() {
@@ -57,10 +53,9 @@ void FpFileInit() {
     FcAppDir = DirectoryName(
         ptbzProgram, static_cast<std::size_t>(FwFileSkipToLeafname(ptbzProgram) - ptbzProgram));
   }
-  if (FwTextString ptbzOnce = getcwd_UTF8()) {
+  if (const OwnedText once(getcwd_UTF8()); once) {
     // Kept: getcwd_UTF8 has converted the name already, and it is converted again.
-    FcCurrentDir = FwStrLocalToUTF8(FWC(ptbzOnce));
-    FwMemFree(ptbzOnce);
+    FcCurrentDir = FwStrLocalToUTF8(FWC(once));
     FwFileEnsureTrailingSeparatorRealloc(&FcCurrentDir);
   }
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fcpp.h"
 #include "fpstring.h"
 #include "fwerror.h"
 #include "fwfile.h"
@@ -128,14 +129,10 @@ FwTextString getcwd_UTF8() {
 
 int setenv_UTF8(FwTextString name, FwTextString value, int overwrite) {
   if (!overwrite && std::getenv(FWC(name))) return 1;
-  FwStrRecord rec;
-  FwStrRecordOpenSize(&rec,
-                      static_cast<uint32>(std::strlen(FWC(name)) + std::strlen(FWC(value)) + 2));
+  OpenRecord rec(static_cast<uint32>(std::strlen(FWC(name)) + std::strlen(FWC(value)) + 2));
   FwStrPutTextString(&rec, name);
   FwStrPutTextCharacter(&rec, '=');
   FwStrPutTextString(&rec, value);
   // A copy of its own in any case: the environment keeps the string.
-  char* pszVariable = FwStrUTF8ToLocal(rec.pbz);
-  FwStrRecordAbandon(&rec);
-  return ::putenv(pszVariable);
+  return ::putenv(FwStrUTF8ToLocal(rec.pbz));
 }
