@@ -20,6 +20,15 @@ constexpr Command kCommands[] = {
     {"avail", "list the products that there are", zor::run_avail},
     {"env", "print the environment of products, in any dialect", zor::run_env},
     {"exec", "start a program in it", zor::run_exec},
+    {"load", "load products into this shell", zor::run_load, true},
+    {"unload", "take products out of it again", zor::run_unload, true},
+    {"swap", "put a product in the place of another", zor::run_swap, true},
+    {"purge", "take all products out of this shell", zor::run_purge, true},
+    {"reload", "compute what is loaded anew", zor::run_reload, true},
+    {"undo", "take back the last change of what is loaded", zor::run_undo, true},
+    {"set", "conditions for all products that are loaded from now on", zor::run_set, true},
+    {"list", "what is loaded", zor::run_list},
+    {"status", "what is loaded, and what has changed since", zor::run_status},
     {"platform", "what this host is", zor::run_platform},
 };
 
@@ -27,7 +36,9 @@ std::string usage() {
   std::string text = "usage: zor COMMAND [REQUEST] [OPTION]...\n\n";
   for (const Command& command : kCommands)
     text += fmt::format("  {:<10} {}\n", command.name, command.summary);
-  return text + "\nzor COMMAND --help tells more of one.\n";
+  return text +
+         "\nzor COMMAND --help tells more of one. Before COMMAND stand, for the function that\n"
+         "zor init makes: --shell DIALECT, and --timeout SECONDS.\n";
 }
 
 const Command* find_command(const std::string& name) {
@@ -61,7 +72,23 @@ void tell(std::string_view text) {
   write_all(STDERR_FILENO, fmt::format("zor: {}\n", zor::without_controls(text)));
 }
 
-int run(Context* context, const std::vector<std::string>& words) {
+// Takes the options that stand before the subcommand. Gives the place of the subcommand.
+std::size_t take_options(Context* context, const std::vector<std::string>& words) {
+  std::size_t at = 0;
+  for (; at < words.size(); at += 2) {
+    std::string* target = words[at] == "--shell"     ? &context->shell
+                          : words[at] == "--timeout" ? &context->timeout
+                                                     : nullptr;
+    if (!target) break;
+    if (at + 1 == words.size()) zor::misuse("{} needs a value", words[at]);
+    *target = words[at + 1];
+  }
+  return at;
+}
+
+int run(Context* context, const std::vector<std::string>& all) {
+  const std::vector<std::string> words(all.begin() + static_cast<long>(take_options(context, all)),
+                                       all.end());
   if (words.empty()) {
     context->notes += usage();
     return zor::kTrouble;
@@ -99,8 +126,11 @@ int main(int argc, char** argv) {
   zor::Engine engine(argc, argv);
   const int status = run_guarded(&context, {argv + 1, argv + argc});
   if (!context.notes.empty()) write_all(STDERR_FILENO, zor::without_controls(context.notes));
-  if (status != zor::kDone) context.out.clear();
-  if (!write_all(STDOUT_FILENO, context.out)) {
+  std::string& out = context.shell.empty() ? context.out : context.script;
+  if (status != zor::kDone) out.clear();
+  // The shell would evaluate text as well.
+  if (!context.shell.empty()) write_all(STDERR_FILENO, zor::without_controls(context.out));
+  if (!write_all(STDOUT_FILENO, out)) {
     tell(fmt::format("standard output: {}", std::strerror(errno)));
     return zor::kTrouble;
   }

@@ -11,9 +11,11 @@
 #include "fwboot.h"
 #include "fwerror.h"
 #include "fwfile.h"
+#include "fwmem.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
 #include "glob.h"
+#include "settings.h"
 #include "vqnexpat.h"
 #include "warehouse_hooks.h"
 #include "wherror.h"
@@ -244,6 +246,48 @@ void take_choices(Answer* answer, WH_COMPUTATION* all) {
   }
 }
 
+void take_names(Answer* answer, FwVector* lists) {
+  for (int32 i = 0; i < FwVectorLength(lists); ++i) {
+    const FwVector& queries = element<WH_PRODUCT_QUERY_LIST>(*lists, i)->queries;
+    answer->taken.emplace_back();
+    for (int32 j = 0; j < FwVectorLength(const_cast<FwVector*>(&queries)); ++j)
+      answer->taken.back().push_back(name_of(element<WH_PRODUCT_QUERY>(queries, j)->prodname));
+  }
+}
+
+std::string string_of(FwTextCharacter character) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  FwStrPutTextCharacter(&record, character);
+  std::string bytes = string_of(record.pbz);
+  FwStrRecordAbandon(&record);
+  return bytes;
+}
+
+void take_separators(Answer* answer, const WH_ENV_SETTINGS* settings) {
+  for (int32 i = 0; settings && i < FwVectorLength(const_cast<FwVector*>(&settings->groups)); ++i) {
+    const FwVector& operations = element<WH_ENV_GROUP>(settings->groups, i)->ops;
+    for (int32 j = 0; j < FwVectorLength(const_cast<FwVector*>(&operations)); ++j) {
+      const auto* operation = element<WH_ENV_OP>(operations, j);
+      const FwTextCharacter separator =
+          operation->type == wh_env_insert ? operation->u.ins->sep : operation->u.rem->sep;
+      if (separator != 0)
+        answer->separators.push_back({string_of(operation->name), string_of(separator)});
+    }
+  }
+}
+
+void take_products(Answer* answer, const WH_COMPUTATION* all) {
+  if (!all->index) return;
+  answer->root = string_of(all->abs_basedir);
+  const FwVector& products = all->index->entries;
+  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&products)); ++i) {
+    const auto* product = element<WH_PRODUCT>(products, i);
+    answer->products.push_back(name_of(product->prodinfo->prodname));
+    take_separators(answer, all->set ? product->envset : product->envunset);
+  }
+}
+
 // What the floors below report goes to faults while it lives.
 class Collecting {
  public:
@@ -313,11 +357,28 @@ Answer compute(const Question& question, const Environment& base) {
   std::string root = question.root;
   answer.done = wh_computation_open(&all, root.empty() ? FwCurrentDir() : text(root)) &&
                 wh_computation_find_latest(&all) && wh_computation_load(&all) &&
-                wh_computation_compute(&all) && answer.faults.empty();
+                (question.choices_only || wh_computation_compute(&all)) && answer.faults.empty();
   take_choices(&answer, &all);
-  if (answer.done) answer.environment = changed(base, all.oldenv, all.newenv);
+  take_names(&answer, lists.get());
+  take_products(&answer, &all);
+  if (answer.done && !question.choices_only)
+    answer.environment = changed(base, all.oldenv, all.newenv);
   wh_computation_close(&all);
   return answer;
+}
+
+std::string absolute_root(const std::string& root) {
+  std::string given = root;
+  FwErrorState err;
+  FwTextString absolute = FwFileAbsolutePath(&err, given.empty() ? FwCurrentDir() : text(given));
+  if (!absolute) {
+    FwErrorClear(&err);
+    return root;
+  }
+  FwFileRemoveTrailingSeparator(absolute);
+  std::string result = string_of(absolute);
+  FwMemFree(absolute);
+  return result;
 }
 
 int compare_versions(const std::string& first, const std::string& second) {

@@ -51,6 +51,7 @@ struct Question {
   std::vector<Group> groups;
   bool undo = false;            // unenv.xml and unset.xml in place of env.xml and setup.xml
   bool ignore_missing = false;  // a product that does not exist is no fault
+  bool choices_only = false;    // products are read and nothing is computed
 };
 
 enum class FaultKind {
@@ -92,6 +93,13 @@ struct Answer {
   Environment environment;
   std::vector<Fault> faults;
   std::vector<std::vector<Choice>> groups;  // of the products that were named, as far as loaded
+  // Of each query, with the version and rev that are the latest where they were left open.
+  std::vector<std::vector<ProductName>> taken;
+  std::string root;                   // absolute
+  std::vector<ProductName> products;  // all that were read, in the order of reading; parts too
+  // The separators that data files state: a variable's name, which may be a pattern, and the
+  // separator.
+  std::vector<Binding> separators;
 };
 
 // Boots the floors below. There must be one object of it, at the head of main; argv is kept.
@@ -106,6 +114,9 @@ class Engine {
 
 // Computes the environment that a question leads to from base. %{NAME} in data files means base.
 Answer compute(const Question& question, const Environment& base);
+
+// The root as the computation takes it: absolute, without a separator at its end.
+std::string absolute_root(const std::string& root);
 
 // Less than 0, 0 or more than 0, as the first is lower than, equal to or higher than the second.
 int compare_versions(const std::string& first, const std::string& second);

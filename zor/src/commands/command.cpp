@@ -40,6 +40,18 @@ void CommandLine::positionals(const char* name, std::vector<std::string>* target
   parser_->app.add_option(name, *target, summary);
 }
 
+std::string CommandLine::time_limit(const Context& context) {
+  constexpr std::string_view kName = "--timeout";
+  option("--timeout", &timeout_, "give up after so many seconds; 0 is never");
+  std::string limit = context.timeout;
+  for (std::size_t i = 0; i < context.words.size() && context.words[i] != "--"; ++i) {
+    const std::string& word = context.words[i];
+    if (word == kName && i + 1 < context.words.size()) limit = context.words[i + 1];
+    if (word.starts_with(kName) && word[kName.size()] == '=') limit = word.substr(kName.size() + 1);
+  }
+  return limit;
+}
+
 void CommandLine::parse(const std::vector<std::string>& words) {
   try {
     parser_->app.parse(std::vector<std::string>(words.rbegin(), words.rend()));

@@ -16,20 +16,33 @@ namespace zor {
 struct Context {
   std::vector<std::string> words;  // behind the subcommand's name
   Environment environment;         // that in which zor was started
+  std::string shell;               // the dialect of the shell that evaluates script, if one does
+  std::string timeout = "10";      // seconds
   std::string out;
-  std::string notes;  // for standard error, lines with their ends
+  std::string script;  // what that shell is to evaluate
+  std::string notes;   // for standard error, lines with their ends
 };
 
 struct Command {
   const char* name;
   const char* summary;
   int (*run)(Context* context);  // gives the exit status, or throws Error
+  bool makes_script = false;     // the environment of the shell that asks is changed
 };
 
 int run_avail(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
+int run_list(Context* context);
+int run_load(Context* context);
 int run_platform(Context* context);
+int run_purge(Context* context);
+int run_reload(Context* context);
+int run_set(Context* context);
+int run_status(Context* context);
+int run_swap(Context* context);
+int run_undo(Context* context);
+int run_unload(Context* context);
 
 // The command line of a subcommand. Options are named "-f,--format"; where they are not given, the
 // target keeps its value.
@@ -45,6 +58,10 @@ class CommandLine {
   void positional(const char* name, std::string* target, const std::string& summary);
   void positionals(const char* name, std::vector<std::string>* target, const std::string& summary);
 
+  // Adds the option --timeout. Gives its value, which is wanted before the words are parsed, as
+  // that may take its time.
+  std::string time_limit(const Context& context);
+
   // These throw Help where it is asked for, and Error for wrong usage.
   void parse(const std::vector<std::string>& words);
   Request parse_request(const Context& context);
@@ -52,6 +69,7 @@ class CommandLine {
  private:
   struct Parser;
   std::unique_ptr<Parser> parser_;
+  std::string timeout_;
 };
 
 // Thrown for --help: what is to be printed.
@@ -62,6 +80,9 @@ struct Help {
 // The answer to a request, or an Error that says all that is wrong. Adds warnings to the context's
 // notes.
 Answer answer_to(const Request& request, const Environment& base, Context* context);
+
+// A session's variables, NAME=VALUE a line, or as JSON.
+std::string variables_text(const std::vector<Binding>& variables, bool json);
 
 // Lines for people about the faults of an answer.
 std::string explained(const Answer& answer);
