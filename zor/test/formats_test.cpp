@@ -78,20 +78,28 @@ TEST_F(Formats, AVariableThatIsRemovedIsUnset) {
 
 // bash and mksh would calculate with the first, and so run the command in it.
 TEST_F(Formats, VariablesOfTheShellsAreRefusedAndNothingIsWritten) {
-  for (const char* name :
-       {"OPTIND", "RANDOM", "SECONDS", "UID", "USERNAME", "TMOUT", "histchars"}) {
-    SCOPED_TRACE(name);
-    warehouse_.Product("K/Contents/1.0/1", Insert("A", "1") + Insert(name, "a[$(touch ran)]"));
+  const struct {
+    std::string name, reason;
+  } rows[] = {
+      {"OPTIND", "is a number that would be calculated by bash"},
+      {"RANDOM", "is a number that would be calculated by bash"},
+      {"UID", "is read-only in bash"},
+      {"USERNAME", "changes the user or group of root's zsh"},
+      {"KSHUID", "is a number that would be calculated by mksh"},
+      {"PS1", "holds what is run or expanded by bash"},
+      {"histchars", "is kept for itself by bash"},
+  };
+  for (const auto& row : rows) {
+    warehouse_.Product("K/Contents/1.0/1", Insert("A", "1") + Insert(row.name, "a[$(touch ran)]"));
     Expect(Zor({"env", "-r", warehouse_.Root(), "K"}), "",
            "zor: the format sh can't carry these variables, so nothing was written:\n  " +
-               std::string(name) + " is a variable that shells keep for themselves\n",
+               row.name + ' ' + row.reason + '\n',
            1);
   }
 }
 
 TEST_F(Formats, NamesThatAreNotValidInAShellAreRefused) {
   for (const char* name : {"A;touch ran;B", "1A", "A-B", "A[$(touch ran)]"}) {
-    SCOPED_TRACE(name);
     warehouse_.Product("N/Contents/1.0/1", Insert(name, "1"));
     Expect(Zor({"env", "-r", warehouse_.Root(), "N"}), "",
            "zor: the format sh can't carry these variables, so nothing was written:\n  " +

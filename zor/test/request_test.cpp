@@ -66,7 +66,12 @@ TEST(Request, TellsWhatIsWrongWithANameAndWhatThereIs) {
        "tools/weaver[platform=linux-x86]\n",
        2},
       {{"env", "weaver", "--fromat", "sh"}, "zor: there is no option --fromat\n", 2},
-      {{"env", "weaver", "--format", "x"}, "zor: there is no format x; there are sh, env0\n", 2},
+      {{"env", "weaver", "--format", "x"},
+       "zor: there is no format x; there are sh, bash, zsh, ksh, fish, csh, elvish, xonsh, "
+       "nushell, "
+       "powershell, cmd, rc, python, perl, ruby, lua, tcl, r, make, cmake, json, dotenv, systemd, "
+       "docker, github, env0\n",
+       2},
       {{"envv"}, "zor: there is no command envv; did you mean env?\n", 2},
       {{"exec", "weaver"},
        "zor: say which program, behind --: zor exec tools/weaver -- weaver\n",
