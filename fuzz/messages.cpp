@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "fcboot.h"
 #include "fctransl.h"
 #include "fuzz.h"
 #include "fwerror.h"

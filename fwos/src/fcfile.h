@@ -13,10 +13,4 @@ extern FwTextString FcAppFileName;
 // What FwFileOpen passes: all zero.
 extern const FwFileOpenExtras fcFileOpenExtrasDefault;
 
-// Boot hooks. Init asserts "bad app dir", "bad current dir" and "bad app file name".
-void FcFileInit();
-void FcFileShutdown();
-// The last step of the boot. Nothing is left to be tested here.
-void FcFileTest();
-
 #endif

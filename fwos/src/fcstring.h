@@ -4,11 +4,6 @@
 
 #include "fwstring.h"
 
-// The string module of the boot table. Initialisation sets up the locale and stores the boot
-// arguments in UTF-8 as argvUTF8 of the boot context; these strings are never freed.
-void FcStrInit();
-void FcStrShutdown();
-
 // The offset of the first zero among cbSize bytes, plus one, or cbSize. Asserts "No cbSize".
 uint32 FcStrNSize(FwByte* pabBuffer, uint32 cbSize);
 

@@ -136,6 +136,17 @@ uint32 FcStrVPrintf(FwStrRecord* pRecord, int32 fMessage, int32 fLocalisedNumeri
 // Formats from a typed list, with local numerics. The types must be those that the items want.
 uint32 FcPrfPrintArgList(FwStrRecord* pRecord, FwTextString ptbzFormat, FcStrArgList* pArgList);
 
+// How one number is printed: what the flags, the width and the precision of an item ask for.
+struct FcNumberFormat {
+  char type;                  // the conversion
+  int32 nMinWidth;            // bytes, 0 or less for none
+  int32 nPrecision;           // the least digits of an integer; of a real, as the conversion says
+  bool fLeftJustified;        // cancels fPadWithZero
+  bool fPadWithZero;          // fills the width
+  FwTextByte tbPositiveChar;  // in front of what is not negative; 0: nothing
+  bool fOptionalForm;         // prefixes of o, x and X; the point of reals
+};
+
 // Print one number through the C library, for local numerics. A negative precision means none.
 uint32 FcStrPrintfInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
                       int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,

@@ -67,10 +67,6 @@ extern FwStrRecord FcTransLineRecord;
 extern FwStrRecord FcTransEnglishRecord;
 extern FwStrRecord FcTransLocalRecord;
 
-// Boot level 11: open the working records and make the tables, and free them all again.
-void FcTranslInit();
-void FcTranslShutdown();
-
 // --- Keys and comparison ---
 
 inline constexpr uint32 kFcTranslWhole = 0xFFFFFFFF;  // a length: up to the terminator

@@ -4,6 +4,8 @@
 
 #include "fwtypes.h"
 
+struct FcNumberFormat;
+
 // The name of the locale, from FpStrInit to FpStrShutdown; null while the locale isn't asked for.
 extern FwTextString FpLocaleStr;
 
@@ -44,11 +46,7 @@ FwTextCharacter FpStrThousandsSeparatorChar();
 
 // Print with local numerics, through the plain formatters FcStrPrintfInt and FcStrPrintfReal.
 // Return the bytes added.
-uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
-                          int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
-                          FwTextByte tbPositiveChar, int32 fOptionalForm);
-uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
-                           int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
-                           FwTextByte tbPositiveChar, int32 fOptionalForm);
+uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, const FcNumberFormat& format);
+uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, const FcNumberFormat& format);
 
 #endif

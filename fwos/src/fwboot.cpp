@@ -14,10 +14,7 @@ namespace {
 
 uint32 bootCounter;
 
-constexpr uint32 kBootedLevel = 14;
-
-// The level is odd while a module is being started, the next even one once it is up. The shutdown
-// sets it to the even one below.
+// The shutdown of a module sets the level to that below.
 struct BootRow {
   uint32 nLevel;
   void (*pfnInit)();
@@ -25,13 +22,13 @@ struct BootRow {
 };
 
 constexpr BootRow kRows[] = {
-    {1, FcControlInit, FcControlShutdown},
-    {3, FcMemInit, FcMemShutdown},
-    {5, FcStrInit, FcStrShutdown},
-    {7, FcErrorInit, FcErrorShutdown},
-    {9, FcFileInit, FcFileShutdown},
-    {11, FcTranslInit, FcTranslShutdown},
-    {13, FcEventInitNonGui, FcEventShutdownNonGui},
+    {kFcLevelControl, FcControlInit, FcControlShutdown},
+    {kFcLevelMemory, FcMemInit, FcMemShutdown},
+    {kFcLevelStrings, FcStrInit, FcStrShutdown},
+    {kFcLevelErrors, FcErrorInit, FcErrorShutdown},
+    {kFcLevelFiles, FcFileInit, FcFileShutdown},
+    {kFcLevelTranslation, FcTranslInit, FcTranslShutdown},
+    {kFcLevelEvents, FcEventInitNonGui, FcEventShutdownNonGui},
 };
 
 void CopyContext(const FwBootContext& context) {
@@ -55,28 +52,28 @@ void FwBoot(FwBootContext* context) {
   }
   CopyContext(*context);
   for (const BootRow& row : kRows) {
-    FcAssertBootLevelEqual(row.nLevel - 1);
-    fcBootLevel = row.nLevel;
+    FcAssertBootLevelEqual(row.nLevel - 2);
+    fcBootLevel = row.nLevel - 1;
     row.pfnInit();
-    fcBootLevel = row.nLevel + 1;
+    fcBootLevel = row.nLevel;
   }
-  FcAssertBootLevelEqual(kBootedLevel);
+  FcAssertBootLevelEqual(kFcLevelEvents);
   FcFileTest();
 }
 
 void FwShutdown() {
   if (bootCounter == 0 || --bootCounter != 0) return;
   for (auto row = std::rbegin(kRows); row != std::rend(kRows); ++row) {
-    if (fcBootLevel <= row->nLevel - 1) continue;
+    if (fcBootLevel <= row->nLevel - 2) continue;
     row->pfnShutdown();
-    fcBootLevel = row->nLevel - 1;
+    fcBootLevel = row->nLevel - 2;
   }
   fcBootContext.control.exiterrorf = FcDefaultExitErrorf;
   fcBootContext.control.logf = FcDefaultLogf;
 }
 
 int FwBootDone() {
-  return fcBootLevel > kBootedLevel - 1;
+  return fcBootLevel >= kFcLevelEvents;
 }
 
 FwTextString FwStr_argv(int i) {

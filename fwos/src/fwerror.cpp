@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "fcboot.h"
 #include "fcclass.h"
-#include "fcerror.h"
+#include "fckind.h"
 #include "fcpp.h"
 #include "fperror.h"
 #include "fwmem.h"
@@ -59,14 +60,7 @@ using CreateErrorFn = FwObj*(FwObj* pObj, FwObj* pParent, FwObj* pAfterThis,
 
 constexpr uint32 kMaxStrings = 4;
 
-// A parent stands before its children.
-struct CatalogueRow {
-  FwError* pError;
-  FwError* pParent;
-  const char* pszFormat;
-};
-
-const CatalogueRow kCatalogue[] = {
+constexpr ErrorRow kKinds[] = {
     {fwErrorRoot, nullptr, "Error: Uncategorized error"},
     {fwErrorParameter, fwErrorRoot, "Error: Parameter rejected"},
     {fwErrorPointer, fwErrorParameter, "Error: Pointer parameter rejected"},
@@ -155,10 +149,7 @@ FwObj* Fw_msg_CreateError(FwObj* pObj, FwObj* pParent, FwObj* pAfterThis, FwText
 }
 
 void FcErrorInit() {
-  for (const CatalogueRow& row : kCatalogue) {
-    Fw_msg_CreateError(row.pError, row.pParent,
-                       row.pParent == nullptr ? nullptr : FW_TREE_LINK_LAST, FWT(row.pszFormat));
-  }
+  make_kinds(kKinds);
   FpErrorInit();
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "fcerror.h"
+#include "fcboot.h"
 #include "fperror.h"
 #include "fwstring.h"
 #include "recorder.h"

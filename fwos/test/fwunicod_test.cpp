@@ -12,6 +12,7 @@
 
 #include "fcboot.h"
 #include "fcstring.h"
+#include "fcstrprf.h"
 #include "fpstring.h"
 #include "fwboot.h"
 #include "fwmem.h"
@@ -520,8 +521,8 @@ TEST(FpStr, LocalNumeralsAreThoseOfTheLocale) {
     EXPECT_EQ(1.5, value);
     FwStrRecord record;
     FwStrRecordOpen(&record);
-    EXPECT_EQ(8u, FpStrPrintLocalReal(&record, 1.5, 'f', 0, 6, 0, 0, 0, 0));
-    EXPECT_EQ(2u, FpStrPrintLocalInt(&record, 42, 'd', 0, 1, 0, 0, 0, 0));
+    EXPECT_EQ(8u, FpStrPrintLocalReal(&record, 1.5, {'f', 0, 6, false, false, 0, false}));
+    EXPECT_EQ(2u, FpStrPrintLocalInt(&record, 42, {'d', 0, 1, false, false, 0, false}));
     EXPECT_STREQ("1,50000042", FWC(record.pbz));
     FwStrRecordAbandon(&record);
   }

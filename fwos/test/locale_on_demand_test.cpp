@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fcboot.h"
+#include "fcstrprf.h"
 #include "fpstring.h"
 #include "fwmem.h"
 #include "fwstring.h"
@@ -114,9 +115,13 @@ TEST(LocaleOnDemand, ItsNameAndItsNumeralsAsk) {
       {"scan", [](auto*, auto* p, auto* r, auto*) { FpStrScanLocalReal(p, r); }},
       {"scan whole", [](auto*, auto* p, auto*, auto* n) { FpStrScanLocalUInt(p, n); }},
       {"real",
-       [](auto* r, auto*, auto*, auto*) { FpStrPrintLocalReal(r, 1, 'f', 0, 1, 0, 0, 0, 0); }},
+       [](auto* r, auto*, auto*, auto*) {
+         FpStrPrintLocalReal(r, 1, {'f', 0, 1, false, false, 0, false});
+       }},
       {"int",
-       [](auto* r, auto*, auto*, auto*) { FpStrPrintLocalInt(r, 1, 'd', 0, 1, 0, 0, 0, 0); }},
+       [](auto* r, auto*, auto*, auto*) {
+         FpStrPrintLocalInt(r, 1, {'d', 0, 1, false, false, 0, false});
+       }},
   };
   for (const auto& row : rows) {
     OnDemand demand({});

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "fckind.h"
+
 FwError VQN_XML_ERROR[1];
 FwError VQN_XML_ERROR_NO_MEMORY[1];
 FwError VQN_XML_ERROR_SYNTAX[1];
@@ -30,80 +32,70 @@ FwError VQN_XML_ERROR_ENTITY_DECLARED_IN_PE[1];
 FwError VQN_XML_ERROR_FEATURE_REQUIRES_XML_DTD[1];
 FwError VQN_XML_ERROR_CANT_CHANGE_FEATURE_ONCE_PARSING[1];
 FwError VQN_XML_ERROR_UNBOUND_PREFIX[1];
+
 namespace {
 
-struct KIND {
-  XML_Error code;
-  FwError* error;
-  const char* format;
-};
-
-// By the parser's code, without a gap from 1 on. Unclosed tokens and partial characters share a
-// text on purpose.
-constexpr KIND kKinds[] = {
-    {XML_ERROR_NO_MEMORY, VQN_XML_ERROR_NO_MEMORY, "out of memory in %[0]t %[1]s"},
-    {XML_ERROR_SYNTAX, VQN_XML_ERROR_SYNTAX, "syntax error in %[0]t %[1]s"},
-    {XML_ERROR_NO_ELEMENTS, VQN_XML_ERROR_NO_ELEMENTS, "no element found in %[0]t %[1]s"},
-    {XML_ERROR_INVALID_TOKEN, VQN_XML_ERROR_INVALID_TOKEN, "not well-formed in %[0]t %[1]s"},
-    {XML_ERROR_UNCLOSED_TOKEN, VQN_XML_ERROR_UNCLOSED_TOKEN, "unclosed token in %[0]t %[1]s"},
-    {XML_ERROR_PARTIAL_CHAR, VQN_XML_ERROR_PARTIAL_CHAR, "unclosed token in %[0]t %[1]s"},
-    {XML_ERROR_TAG_MISMATCH, VQN_XML_ERROR_TAG_MISMATCH, "mismatched tag in %[0]t %[1]s"},
-    {XML_ERROR_DUPLICATE_ATTRIBUTE, VQN_XML_ERROR_DUPLICATE_ATTRIBUTE,
-     "duplicate attribute in %[0]t %[1]s"},
-    {XML_ERROR_JUNK_AFTER_DOC_ELEMENT, VQN_XML_ERROR_JUNK_AFTER_DOC_ELEMENT,
+// The row of a kind is the parser's code, the family's row 0. Unclosed tokens and partial
+// characters share a text on purpose.
+constexpr ErrorRow kKinds[] = {
+    {VQN_XML_ERROR, fwErrorRoot, "XML parsing error in %[0]t %[1]s"},
+    {VQN_XML_ERROR_NO_MEMORY, VQN_XML_ERROR, "out of memory in %[0]t %[1]s"},
+    {VQN_XML_ERROR_SYNTAX, VQN_XML_ERROR, "syntax error in %[0]t %[1]s"},
+    {VQN_XML_ERROR_NO_ELEMENTS, VQN_XML_ERROR, "no element found in %[0]t %[1]s"},
+    {VQN_XML_ERROR_INVALID_TOKEN, VQN_XML_ERROR, "not well-formed in %[0]t %[1]s"},
+    {VQN_XML_ERROR_UNCLOSED_TOKEN, VQN_XML_ERROR, "unclosed token in %[0]t %[1]s"},
+    {VQN_XML_ERROR_PARTIAL_CHAR, VQN_XML_ERROR, "unclosed token in %[0]t %[1]s"},
+    {VQN_XML_ERROR_TAG_MISMATCH, VQN_XML_ERROR, "mismatched tag in %[0]t %[1]s"},
+    {VQN_XML_ERROR_DUPLICATE_ATTRIBUTE, VQN_XML_ERROR, "duplicate attribute in %[0]t %[1]s"},
+    {VQN_XML_ERROR_JUNK_AFTER_DOC_ELEMENT, VQN_XML_ERROR,
      "junk after document element in %[0]t %[1]s"},
-    {XML_ERROR_PARAM_ENTITY_REF, VQN_XML_ERROR_PARAM_ENTITY_REF,
+    {VQN_XML_ERROR_PARAM_ENTITY_REF, VQN_XML_ERROR,
      "illegal parameter entity reference in %[0]t %[1]s"},
-    {XML_ERROR_UNDEFINED_ENTITY, VQN_XML_ERROR_UNDEFINED_ENTITY, "undefined entity in %[0]t %[1]s"},
-    {XML_ERROR_RECURSIVE_ENTITY_REF, VQN_XML_ERROR_RECURSIVE_ENTITY_REF,
+    {VQN_XML_ERROR_UNDEFINED_ENTITY, VQN_XML_ERROR, "undefined entity in %[0]t %[1]s"},
+    {VQN_XML_ERROR_RECURSIVE_ENTITY_REF, VQN_XML_ERROR,
      "recursive entity reference in %[0]t %[1]s"},
-    {XML_ERROR_ASYNC_ENTITY, VQN_XML_ERROR_ASYNC_ENTITY, "asynchronous entity in %[0]t %[1]s"},
-    {XML_ERROR_BAD_CHAR_REF, VQN_XML_ERROR_BAD_CHAR_REF,
+    {VQN_XML_ERROR_ASYNC_ENTITY, VQN_XML_ERROR, "asynchronous entity in %[0]t %[1]s"},
+    {VQN_XML_ERROR_BAD_CHAR_REF, VQN_XML_ERROR,
      "reference to invalid character number in %[0]t %[1]s"},
-    {XML_ERROR_BINARY_ENTITY_REF, VQN_XML_ERROR_BINARY_ENTITY_REF,
-     "reference to binary entity in %[0]t %[1]s"},
-    {XML_ERROR_ATTRIBUTE_EXTERNAL_ENTITY_REF, VQN_XML_ERROR_ATTRIBUTE_EXTERNAL_ENTITY_REF,
+    {VQN_XML_ERROR_BINARY_ENTITY_REF, VQN_XML_ERROR, "reference to binary entity in %[0]t %[1]s"},
+    {VQN_XML_ERROR_ATTRIBUTE_EXTERNAL_ENTITY_REF, VQN_XML_ERROR,
      "reference to external entity in attribute in %[0]t %[1]s"},
-    {XML_ERROR_MISPLACED_XML_PI, VQN_XML_ERROR_MISPLACED_XML_PI,
+    {VQN_XML_ERROR_MISPLACED_XML_PI, VQN_XML_ERROR,
      "xml processing instruction not at start of external entity in %[0]t %[1]s"},
-    {XML_ERROR_UNKNOWN_ENCODING, VQN_XML_ERROR_UNKNOWN_ENCODING, "unknown encoding in %[0]t %[1]s"},
-    {XML_ERROR_INCORRECT_ENCODING, VQN_XML_ERROR_INCORRECT_ENCODING,
+    {VQN_XML_ERROR_UNKNOWN_ENCODING, VQN_XML_ERROR, "unknown encoding in %[0]t %[1]s"},
+    {VQN_XML_ERROR_INCORRECT_ENCODING, VQN_XML_ERROR,
      "encoding specified in XML declaration is incorrect in %[0]t %[1]s"},
-    {XML_ERROR_UNCLOSED_CDATA_SECTION, VQN_XML_ERROR_UNCLOSED_CDATA_SECTION,
-     "unclosed CDATA section in %[0]t %[1]s"},
-    {XML_ERROR_EXTERNAL_ENTITY_HANDLING, VQN_XML_ERROR_EXTERNAL_ENTITY_HANDLING,
+    {VQN_XML_ERROR_UNCLOSED_CDATA_SECTION, VQN_XML_ERROR, "unclosed CDATA section in %[0]t %[1]s"},
+    {VQN_XML_ERROR_EXTERNAL_ENTITY_HANDLING, VQN_XML_ERROR,
      "error in processing external entity reference in %[0]t %[1]s"},
-    {XML_ERROR_NOT_STANDALONE, VQN_XML_ERROR_NOT_STANDALONE,
-     "document is not standalone in %[0]t %[1]s"},
-    {XML_ERROR_UNEXPECTED_STATE, VQN_XML_ERROR_UNEXPECTED_STATE, "unexpected state in %[0]t %[1]s"},
-    {XML_ERROR_ENTITY_DECLARED_IN_PE, VQN_XML_ERROR_ENTITY_DECLARED_IN_PE,
-     "entity declared in PE in %[0]t %[1]s"},
-    {XML_ERROR_FEATURE_REQUIRES_XML_DTD, VQN_XML_ERROR_FEATURE_REQUIRES_XML_DTD,
+    {VQN_XML_ERROR_NOT_STANDALONE, VQN_XML_ERROR, "document is not standalone in %[0]t %[1]s"},
+    {VQN_XML_ERROR_UNEXPECTED_STATE, VQN_XML_ERROR, "unexpected state in %[0]t %[1]s"},
+    {VQN_XML_ERROR_ENTITY_DECLARED_IN_PE, VQN_XML_ERROR, "entity declared in PE in %[0]t %[1]s"},
+    {VQN_XML_ERROR_FEATURE_REQUIRES_XML_DTD, VQN_XML_ERROR,
      "feature requires XML DTD in %[0]t %[1]s"},
-    {XML_ERROR_CANT_CHANGE_FEATURE_ONCE_PARSING, VQN_XML_ERROR_CANT_CHANGE_FEATURE_ONCE_PARSING,
+    {VQN_XML_ERROR_CANT_CHANGE_FEATURE_ONCE_PARSING, VQN_XML_ERROR,
      "can't change feature once parsing in %[0]t %[1]s"},
-    {XML_ERROR_UNBOUND_PREFIX, VQN_XML_ERROR_UNBOUND_PREFIX, "unbound prefix in %[0]t %[1]s"},
+    {VQN_XML_ERROR_UNBOUND_PREFIX, VQN_XML_ERROR, "unbound prefix in %[0]t %[1]s"},
 };
 
-constexpr bool codes_count_from_one() {
-  for (std::size_t i = 0; i < std::size(kKinds); ++i)
-    if (static_cast<std::size_t>(kKinds[i].code) != i + 1) return false;
-  return true;
+constexpr bool is_row(XML_Error code, const FwError* kind) {
+  return kKinds[code].kind == kind;
 }
-static_assert(codes_count_from_one());
+static_assert(is_row(XML_ERROR_NO_MEMORY, VQN_XML_ERROR_NO_MEMORY) &&
+              is_row(XML_ERROR_TAG_MISMATCH, VQN_XML_ERROR_TAG_MISMATCH) &&
+              is_row(XML_ERROR_UNKNOWN_ENCODING, VQN_XML_ERROR_UNKNOWN_ENCODING) &&
+              is_row(XML_ERROR_UNBOUND_PREFIX, VQN_XML_ERROR_UNBOUND_PREFIX));
+static_assert(std::size(kKinds) == XML_ERROR_UNBOUND_PREFIX + 1);
 
 }  // namespace
 
 void xml_init_errors() {
-  Fw_msg_CreateError(VQN_XML_ERROR, fwErrorRoot, FW_TREE_LINK_LAST,
-                     FWT("XML parsing error in %[0]t %[1]s"));
-  for (const KIND& kind : kKinds)
-    Fw_msg_CreateError(kind.error, VQN_XML_ERROR, FW_TREE_LINK_LAST, FWT(kind.format));
+  make_kinds(kKinds);
 }
 
 FwError* x2fwerr(int code) {
-  if (code < 1 || code > static_cast<int>(std::size(kKinds))) return nullptr;
-  return kKinds[code - 1].error;
+  if (code < 1 || code >= static_cast<int>(std::size(kKinds))) return nullptr;
+  return kKinds[code].kind;
 }
 
 int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser) {

@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
+#include "fckind.h"
 #include "fcpp.h"
 #include "fwstring.h"
 #include "fwstrprf.h"
-#include "fwtree.h"
 #include "vqnexpat.h"
 
 FwError whErrorNoValue[1];
@@ -31,15 +31,8 @@ int wh_errors = 0;
 
 namespace {
 
-struct KIND {
-  FwError* error;
-  FwError* parent;
-  const char* format;
-};
-
-// In the order of creation; each becomes the last child of its parent. Texts are exact, double
-// blanks included.
-const KIND kKinds[] = {
+// Texts are exact, double blanks included.
+constexpr ErrorRow kKinds[] = {
     {whErrorNoValue, fwErrorRoot, "Error: %[0]t %[1]s is not defined in %[2]t %[3]s"},
     {whErrorMissing, fwErrorRoot, "Error: %[0]t %[1]s is missing from %[2]t %[3]s"},
     {whErrorCancel, fwErrorRoot, "Installation cancelled"},
@@ -73,8 +66,7 @@ const KIND kKinds[] = {
 
 void wh_init_errors() {
   xml_init_errors();
-  for (const KIND& kind : kKinds)
-    Fw_msg_CreateError(kind.error, kind.parent, FW_TREE_LINK_LAST, FWT(kind.format));
+  make_kinds(kKinds);
 }
 
 void report_error(FwErrorState* err) {

@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "fcboot.h"
 #include "fcfile.h"
 #include "fcpp.h"
 #include "fpfile.h"

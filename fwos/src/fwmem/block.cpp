@@ -18,8 +18,6 @@ FcMemDbgFreeFn* pfnFcMemDbgFree = FcMemFree_DBGLEV_NONE;
 
 namespace {
 
-constexpr uint32 kBootLevel = 4;
-
 struct LevelFunctions {
   FcMemDbgAllocFn* pfnAlloc;
   FcMemDbgFreeFn* pfnFree;
@@ -76,7 +74,7 @@ void FwMemExitMemoryExhausted() {
 }
 
 void* FcMemAlloc_INTERNAL(uint32 cbSize, FwMemAllocFlag AllocFlags, char* pszFile, uint32 nLine) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   FwAssert(cbSize != 0, "Won't allocate 0 size block");
   FcMemCheckFlags(AllocFlags);
   FwAssert(pszFile != nullptr, "No filename");
@@ -93,7 +91,7 @@ void* FcMemAlloc_INTERNAL(uint32 cbSize, FwMemAllocFlag AllocFlags, char* pszFil
 }
 
 void FcMemFree_INTERNAL(void* pvBlock, char* pszFile, uint32 nLine) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   FwAssert(pvBlock != nullptr, "No block to free");
   FwAssert(pszFile != nullptr, "No filename");
   FwAssert(IsAligned(pvBlock), "Unaligned block to free");
@@ -102,7 +100,7 @@ void FcMemFree_INTERNAL(void* pvBlock, char* pszFile, uint32 nLine) {
 }
 
 void FcMemFreeSize_INTERNAL(void* pvBlock, uint32 cbSize, char* pszFile, uint32 nLine) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   FwAssert(pvBlock != nullptr, "No block to free");
   FwAssert(pszFile != nullptr, "No filename");
   FwAssert(IsAligned(pvBlock), "Unaligned block to free");

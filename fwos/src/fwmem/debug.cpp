@@ -14,7 +14,6 @@ FwListHead_t FcMhalListHead;
 
 namespace {
 
-constexpr uint32 kBootLevel = 4;
 constexpr uint8 kStartFence[4] = {0xDE, 0xAD, 0xBE, 0xEF};
 // Another order on purpose: the two ends can be told apart in a dump.
 constexpr uint8 kEndFence[4] = {0xEF, 0xAD, 0xDE, 0xBE};
@@ -337,19 +336,19 @@ void FcMhalIterate(fnFcMhalIterate_t* pmav, void* pvData) {
 }
 
 void FwMemReport() {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   if (nFcDebugLevel == 0) return;
   FwTrace("FwMemReport: %d allocated blocks", static_cast<int>(cFcAllocatedBlocks));
   if (nFcDebugLevel == 2) FcMhalIterate(fFcMhalDoReport, nullptr);
 }
 
 void FwMemCheckBlocks() {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   if (nFcDebugLevel == 2) FcMhalIterate(fFcMhalDoCheck, nullptr);
 }
 
 int32 fFwMemPtrValid(void* pv) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   if (nFcDebugLevel < 2) return 1;
   FcMhalValidate_t validate{static_cast<uint8*>(pv), false};
   FcMhalIterate(fFcMhalDoValidate, &validate);

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr uint32 kBootLevel = 4;
 constexpr uint32 kMaxAlignment = 8;
 
 // A raw block is a multiple of kGranule, less what allocators like to put before it.
@@ -98,7 +97,7 @@ void* FiAllocOnlyPoolAlloc(AllocOnlyPool* pPool, std::size_t cbSize) {
 
 FwMemPool* FwMemPoolCreate(uint32 nClass, uint32 cbInitialSize, uint32 cbGrowExtra,
                            uint32 alignment, FwMemAllocFlag AllocFlags) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelMemory);
   const bool fArgs = FwExpect(nClass == 0 && IsAlignmentGood(alignment), "bad args");
   FcMemCheckFlags(AllocFlags);
   if (!fArgs) return nullptr;

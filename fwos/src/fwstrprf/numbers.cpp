@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "fcpp.h"
 #include "fcreal.h"
 #include "fcstrprf.h"
 #include "fpstring.h"
@@ -18,10 +19,6 @@ namespace {
 
 // Wide enough for every number that a format ordinarily asks for; larger areas are allocated.
 constexpr std::size_t kWorkArea = 128;
-
-uint32 LengthOf(FwStrRecord* pRecord) {
-  return static_cast<uint32>(pRecord->pbTerminator - pRecord->pbz);
-}
 
 void PutRepeated(FwStrRecord* pRecord, char ch, int64 n) {
   for (; n > 0; n--) {
@@ -38,17 +35,16 @@ struct IntegerForm {
   uint32 nMagnitude;
 };
 
-bool ChooseForm(int32 value, char type, FwTextByte tbPositiveChar, int32 fOptionalForm,
-                IntegerForm* pForm) {
+bool ChooseForm(int32 value, const FcNumberFormat& format, IntegerForm* pForm) {
   *pForm = {10, "0123456789abcdef", {0, 0}, 0, static_cast<uint32>(value)};
-  switch (type) {
+  switch (format.type) {
     case 'd':
     case 'i':
       if (value < 0) {
         pForm->achPrefix[pForm->cbPrefix++] = '-';
         pForm->nMagnitude = 0u - pForm->nMagnitude;
-      } else if (tbPositiveChar != 0) {
-        pForm->achPrefix[pForm->cbPrefix++] = static_cast<char>(tbPositiveChar);
+      } else if (format.tbPositiveChar != 0) {
+        pForm->achPrefix[pForm->cbPrefix++] = static_cast<char>(format.tbPositiveChar);
       }
       return true;
     case 'u':
@@ -67,21 +63,33 @@ bool ChooseForm(int32 value, char type, FwTextByte tbPositiveChar, int32 fOption
       FwAssertFailed("Bad type");
       return false;
   }
-  if (fOptionalForm) {
-    // Kept: the prefix stands before 0 as well, unlike the C library's.
+  if (format.fOptionalForm) {
+    // Kept, as the text of the output: the prefix stands before 0 as well, unlike the C library's.
     pForm->achPrefix[pForm->cbPrefix++] = '0';
-    if (type != 'o') pForm->achPrefix[pForm->cbPrefix++] = type;
+    if (format.type != 'o') pForm->achPrefix[pForm->cbPrefix++] = format.type;
   }
   return true;
 }
 
-// A real as FwStrPrintReal decides to write it.
+// Reals are printed without the C library, whose point depends on the locale of the process and
+// whose exponents may have two digits where the interface has three.
+//
+// The magnitude is divided by a power of ten until one digit stands before its point, and half a
+// unit of the last place that is printed is added. From then on the digits are taken off the front:
+// each is the whole part, and what is left of the number is multiplied by ten.
+//
+// The error of the division, the sum and each subtraction is that of a double. So some 15 digits
+// are right; further ones are given where they are asked for, but are not those of the exact value.
+// What is below 1e-30 is zero. Nothing is buffered, so a precision may be of any size.
+constexpr double kLeastMagnitude = 1e-30;
+
 struct RealForm {
   double scaled = 0;  // below 10, its digits are the output; 0 if zero is printed
   char outputType = 0;
   bool fPrintingZero = false;
   bool fTrailingZeros = true;
   bool fAlwaysOutputDp = false;
+  int64 nPrecision = 0;
   int64 nExponent = 0;
   int64 nDigitsBeforeDp = 1;
   int64 nDigitsAfterDp = 0;
@@ -91,6 +99,26 @@ bool IsGeneral(char type) {
   return type == 'g' || type == 'G';
 }
 
+// Sets out to print a magnitude. False if the type is not one of a real.
+bool ChooseRealForm(double magnitude, const FcNumberFormat& format, RealForm* pForm) {
+  pForm->outputType = format.type;
+  pForm->nPrecision = format.nPrecision == kFcPrfNone ? 6 : format.nPrecision;
+  pForm->fAlwaysOutputDp = format.fOptionalForm;
+  pForm->fPrintingZero = magnitude < kLeastMagnitude;
+  if (!pForm->fPrintingZero) pForm->nExponent = FcWholeLog10(magnitude);
+  if (IsGeneral(format.type)) {
+    if (pForm->nPrecision < 1) pForm->nPrecision = 1;
+    bool fExponential = pForm->nExponent < -4 || pForm->nExponent >= pForm->nPrecision;
+    pForm->outputType = !fExponential ? 'f' : format.type == 'g' ? 'e' : 'E';
+    // Kept, as the text of the output: %#g keeps trailing zeros but forces no point.
+    pForm->fTrailingZeros = format.fOptionalForm;
+    pForm->fAlwaysOutputDp = false;
+  }
+  const char type = pForm->outputType;
+  return FwExpect(type == 'f' || type == 'e' || type == 'E', "Bad type");
+}
+
+// Half a unit of the place that many places behind the point.
 double RoundingValue(int64 nPower) {
   static constexpr double kValues[] = {0.5,      0.05,      0.005,      0.0005,      0.00005,
                                        0.000005, 0.0000005, 0.00000005, 0.000000005, 0.0000000005};
@@ -99,14 +127,16 @@ double RoundingValue(int64 nPower) {
 }
 
 // Scales and rounds the value, or finds that zero is to be printed.
-void RoundReal(double value, char type, int64 nPrecision, RealForm* pForm) {
+void RoundReal(double value, char type, RealForm* pForm) {
+  // With a point in its place a value below 10 can stay as it is; its first digit may be a zero.
   bool fUnscaled = pForm->outputType == 'f' && pForm->nExponent < 1;
   if (!pForm->fPrintingZero && !fUnscaled) {
     value /= FcPowerOfTen(pForm->nExponent);
   }
-  int64 nRoundingPower = nPrecision;
+  // The place to round at, counted from the digit before the point of the scaled value.
+  int64 nRoundingPower = pForm->nPrecision;
   if (IsGeneral(type)) {
-    nRoundingPower = nPrecision - 1;
+    nRoundingPower--;
     if (fUnscaled) nRoundingPower -= pForm->nExponent;
   } else if (type == 'f' && pForm->nExponent >= 1) {
     nRoundingPower += pForm->nExponent;
@@ -119,6 +149,7 @@ void RoundReal(double value, char type, int64 nPrecision, RealForm* pForm) {
     return;
   }
   pForm->scaled = value + roundingValue;
+  // A carry into a new digit. Kept, as the text of the output: a tenth of the half is added again.
   if (pForm->scaled >= 10.0) {
     pForm->scaled = pForm->scaled / 10 + roundingValue / 10;
     pForm->nExponent++;
@@ -126,9 +157,9 @@ void RoundReal(double value, char type, int64 nPrecision, RealForm* pForm) {
 }
 
 // How many digits stand before the point and behind it.
-void CountDigits(char type, int64 nPrecision, RealForm* pForm) {
+void CountDigits(char type, RealForm* pForm) {
   int64 nExponent = pForm->nExponent;
-  int64 nDigits = nPrecision;
+  int64 nDigits = pForm->nPrecision;
   int64 nBefore = 1;
   if (pForm->fPrintingZero) {
     if (!IsGeneral(type)) nDigits++;
@@ -163,6 +194,7 @@ void CountDigits(char type, int64 nPrecision, RealForm* pForm) {
   pForm->nDigitsAfterDp = nAfter;
 }
 
+// Takes n digits off the front of the number.
 void PutDigits(FwStrRecord* pRecord, double* pScaled, int64 n) {
   for (; n > 0; n--) {
     int nDigit = static_cast<int>(*pScaled);
@@ -171,24 +203,54 @@ void PutDigits(FwStrRecord* pRecord, double* pScaled, int64 n) {
   }
 }
 
+constexpr int kExponentDigits = 3;
+
+void PutExponent(FwStrRecord* pRecord, const RealForm& form) {
+  FwStrPutRawByte(pRecord, static_cast<FwRawByte>(form.outputType));
+  FwStrPutRawByte(pRecord, form.nExponent < 0 ? '-' : '+');
+  const int64 nExponent = std::llabs(form.nExponent);
+  for (int64 nPower = 100; nPower > 0; nPower /= 10) {
+    FwStrPutRawByte(pRecord, static_cast<FwRawByte>('0' + nExponent / nPower % 10));
+  }
+}
+
+void PutReal(FwStrRecord* pRecord, bool fNegative, const FcNumberFormat& format, RealForm form) {
+  const bool fExponent = form.outputType != 'f';
+  const bool fZeroPadded = format.fPadWithZero && !format.fLeftJustified;
+  // A negative value that rounds to zero has no minus sign.
+  const FwTextByte tbSign = fNegative && !form.fPrintingZero ? '-' : format.tbPositiveChar;
+  const bool fPoint = form.nDigitsAfterDp > 0 || form.fAlwaysOutputDp;
+  const int64 nPadding = format.nMinWidth - (tbSign != 0) - form.nDigitsBeforeDp -
+                         form.nDigitsAfterDp - fPoint - (fExponent ? kExponentDigits + 2 : 0);
+  if (!format.fLeftJustified && !fZeroPadded) PutRepeated(pRecord, ' ', nPadding);
+  if (tbSign != 0) FwStrPutRawByte(pRecord, tbSign);
+  if (fZeroPadded) PutRepeated(pRecord, '0', nPadding);
+  PutDigits(pRecord, &form.scaled, form.nDigitsBeforeDp);
+  if (fPoint) FwStrPutRawByte(pRecord, '.');
+  PutDigits(pRecord, &form.scaled, form.nDigitsAfterDp);
+  if (fExponent) PutExponent(pRecord, form);
+  if (format.fLeftJustified) PutRepeated(pRecord, ' ', nPadding);
+}
+
 // The C library's flags and numbers for one item.
 struct CFormat {
   char szFormat[64];
 
-  CFormat(char type, int32 nMinWidth, int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
-          FwTextByte tbPositiveChar, int32 fOptionalForm) {
+  explicit CFormat(const FcNumberFormat& format) {
     char szFlags[5];
     char* pszFlags = szFlags;
-    if (fLeftJustified) *pszFlags++ = '-';
-    if (fPadWithZero) *pszFlags++ = '0';
-    if (tbPositiveChar != 0) *pszFlags++ = static_cast<char>(tbPositiveChar);
-    if (fOptionalForm) *pszFlags++ = '#';
+    if (format.fLeftJustified) *pszFlags++ = '-';
+    if (format.fPadWithZero) *pszFlags++ = '0';
+    if (format.tbPositiveChar != 0) *pszFlags++ = static_cast<char>(format.tbPositiveChar);
+    if (format.fOptionalForm) *pszFlags++ = '#';
     *pszFlags = 0;
     char szWidth[12] = "";
-    if (nMinWidth > 0) std::snprintf(szWidth, sizeof szWidth, "%d", nMinWidth);
+    if (format.nMinWidth > 0) std::snprintf(szWidth, sizeof szWidth, "%d", format.nMinWidth);
     char szPrecision[13] = "";
-    if (nPrecision >= 0) std::snprintf(szPrecision, sizeof szPrecision, ".%d", nPrecision);
-    std::snprintf(szFormat, sizeof szFormat, "%%%s%s%s%c", szFlags, szWidth, szPrecision, type);
+    if (format.nPrecision >= 0)
+      std::snprintf(szPrecision, sizeof szPrecision, ".%d", format.nPrecision);
+    std::snprintf(szFormat, sizeof szFormat, "%%%s%s%s%c", szFlags, szWidth, szPrecision,
+                  format.type);
   }
 };
 
@@ -197,12 +259,13 @@ struct CFormat {
 uint32 FwStrPrintInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
                      int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
                      FwTextByte tbPositiveChar, int32 fUseCLocale, int32 fOptionalForm) {
-  if (!fUseCLocale && (type == 'd' || type == 'i' || type == 'u')) {
-    return FpStrPrintLocalInt(pRecord, value, type, nMinWidth, nMinDigits, fLeftJustified,
-                              fPadWithZero, tbPositiveChar, fOptionalForm);
-  }
+  const FcNumberFormat format = {
+      type,           nMinWidth,         nMinDigits, fLeftJustified != 0, fPadWithZero != 0,
+      tbPositiveChar, fOptionalForm != 0};
+  if (!fUseCLocale && (type == 'd' || type == 'i' || type == 'u'))
+    return FpStrPrintLocalInt(pRecord, value, format);
   IntegerForm form;
-  if (!ChooseForm(value, type, tbPositiveChar, fOptionalForm, &form)) return 0;
+  if (!ChooseForm(value, format, &form)) return 0;
 
   char achDigits[16];
   char* pchDigits = std::end(achDigits);
@@ -215,7 +278,7 @@ uint32 FwStrPrintInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWid
   int64 nPadding = nMinWidth - (nDigits + nZeros) - form.cbPrefix;
   if (nPadding < 0) nPadding = 0;
   if (fPadWithZero && !fLeftJustified) {
-    // Kept: a precision does not cancel the zero flag, as it does in C.
+    // Kept, as the text of the output: a precision does not cancel the zero flag, as it does in C.
     nZeros += nPadding;
     nPadding = 0;
   }
@@ -237,80 +300,34 @@ uint32 FwStrPrintInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWid
   pch += nZeros;
   std::memcpy(pch, pchDigits, static_cast<std::size_t>(nDigits));
 
-  uint32 cbBefore = LengthOf(pRecord);
+  uint32 cbBefore = record_length(pRecord);
   FwStrNPutRawString(pRecord, reinterpret_cast<FwRawByte*>(pchArea), static_cast<uint32>(cb));
   if (pchArea != achArea) FwMemFree(pchArea);
   PutRepeated(pRecord, ' ', nPadding - nLeading);
-  return LengthOf(pRecord) - cbBefore;
+  return record_length(pRecord) - cbBefore;
 }
 
 uint32 FwStrPrintReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
                       int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
                       FwTextByte tbPositiveChar, int32 fUseCLocale, int32 fOptionalForm) {
-  if (!fUseCLocale) {
-    return FpStrPrintLocalReal(pRecord, value, type, nMinWidth, nPrecision, fLeftJustified,
-                               fPadWithZero, tbPositiveChar, fOptionalForm);
-  }
+  const FcNumberFormat format = {
+      type,           nMinWidth,         nPrecision, fLeftJustified != 0, fPadWithZero != 0,
+      tbPositiveChar, fOptionalForm != 0};
+  if (!fUseCLocale) return FpStrPrintLocalReal(pRecord, value, format);
   if (!std::isfinite(value)) {
     const char* psz = std::isnan(value) ? "nan" : value < 0 ? "-inf" : "inf";
     return FcStrNPutPaddedRawByteString(pRecord, FWT(psz), static_cast<uint32>(std::strlen(psz)),
                                         nMinWidth > 0 ? static_cast<uint32>(nMinWidth) : 0,
                                         fLeftJustified != 0, ' ');
   }
-  bool fNegative = value < 0;
-  double absolute = std::fabs(value);
-  int64 nDigits = nPrecision == kFcPrfNone ? 6 : nPrecision;
-  bool fZeroPadded = fPadWithZero && !fLeftJustified;
-
+  const double magnitude = std::fabs(value);
   RealForm form;
-  form.outputType = type;
-  form.fAlwaysOutputDp = fOptionalForm != 0;
-  if (absolute < 1e-30) {
-    form.fPrintingZero = true;
-  } else {
-    form.nExponent = FcWholeLog10(absolute);
-  }
-  if (IsGeneral(type)) {
-    if (nDigits < 1) nDigits = 1;
-    bool fExponential = form.nExponent < -4 || form.nExponent >= nDigits;
-    form.outputType = !fExponential ? 'f' : type == 'g' ? 'e' : 'E';
-    // Kept: %#g keeps trailing zeros but forces no point.
-    form.fTrailingZeros = fOptionalForm != 0;
-    form.fAlwaysOutputDp = false;
-  }
-  constexpr int64 kExponentDigits = 3;
-  int64 nTrailingChars = 0;
-  if (form.outputType == 'e' || form.outputType == 'E') {
-    nTrailingChars = kExponentDigits + 2;
-  } else if (form.outputType != 'f') {
-    FwAssertFailed("Bad type");
-    return 0;
-  }
-  RoundReal(absolute, type, nDigits, &form);
-  CountDigits(type, nDigits, &form);
-  // A negative value that rounds to zero has no minus sign.
-  FwTextByte tbSign = fNegative && !form.fPrintingZero ? '-' : tbPositiveChar;
-  bool fPoint = form.nDigitsAfterDp > 0 || form.fAlwaysOutputDp;
-  int64 nPadding = nMinWidth - (tbSign != 0) - form.nDigitsBeforeDp - form.nDigitsAfterDp - fPoint -
-                   nTrailingChars;
-
-  uint32 cbBefore = LengthOf(pRecord);
-  if (!fLeftJustified && !fZeroPadded) PutRepeated(pRecord, ' ', nPadding);
-  if (tbSign != 0) FwStrPutRawByte(pRecord, tbSign);
-  if (fZeroPadded) PutRepeated(pRecord, '0', nPadding);
-  PutDigits(pRecord, &form.scaled, form.nDigitsBeforeDp);
-  if (fPoint) FwStrPutRawByte(pRecord, '.');
-  PutDigits(pRecord, &form.scaled, form.nDigitsAfterDp);
-  if (form.outputType != 'f') {
-    FwStrPutRawByte(pRecord, static_cast<FwRawByte>(form.outputType));
-    FwStrPutRawByte(pRecord, form.nExponent < 0 ? '-' : '+');
-    int64 nExponent = std::llabs(form.nExponent);
-    for (int64 nPower = 100; nPower > 0; nPower /= 10) {
-      FwStrPutRawByte(pRecord, static_cast<FwRawByte>('0' + nExponent / nPower % 10));
-    }
-  }
-  if (fLeftJustified) PutRepeated(pRecord, ' ', nPadding);
-  return LengthOf(pRecord) - cbBefore;
+  if (!ChooseRealForm(magnitude, format, &form)) return 0;
+  RoundReal(magnitude, type, &form);
+  CountDigits(type, &form);
+  const uint32 cbBefore = record_length(pRecord);
+  PutReal(pRecord, value < 0, format, form);
+  return record_length(pRecord) - cbBefore;
 }
 
 uint32 FcStrPutCFormat(FwStrRecord* pRecord, const char* pszFormat, ...) {
@@ -336,15 +353,15 @@ uint32 FcStrPutCFormat(FwStrRecord* pRecord, const char* pszFormat, ...) {
 uint32 FcStrPrintfInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
                       int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
                       FwTextByte tbPositiveChar, int32 fOptionalForm) {
-  CFormat format(type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero, tbPositiveChar,
-                 fOptionalForm);
+  const CFormat format({type, nMinWidth, nPrecision, fLeftJustified != 0, fPadWithZero != 0,
+                        tbPositiveChar, fOptionalForm != 0});
   return FcStrPutCFormat(pRecord, format.szFormat, value);
 }
 
 uint32 FcStrPrintfReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
                        int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
                        FwTextByte tbPositiveChar, int32 fOptionalForm) {
-  CFormat format(type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero, tbPositiveChar,
-                 fOptionalForm);
+  const CFormat format({type, nMinWidth, nPrecision, fLeftJustified != 0, fPadWithZero != 0,
+                        tbPositiveChar, fOptionalForm != 0});
   return FcStrPutCFormat(pRecord, format.szFormat, value);
 }

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr uint32 kBootLevel = 12;
 constexpr int32 kBufferSize = 8192;
 
 FcTranslFile* FindFile(FwTextString ptbzFileName) {
@@ -166,7 +165,7 @@ void FcTranslFreeFile(FcTranslFile* pFile) {
 
 int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, const FwClassRecord* pStreamIOClass,
                               FwErrorState* pErrState) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelTranslation);
   if (FindFile(ptbzFileName) != nullptr) {
     if (g_fTrace_fwtransl) {
       FwTrace("FwTranslLoadMessageFile: Message file '%s' already loaded, skipping...",
@@ -180,7 +179,7 @@ int32 FwTranslLoadMessageFile(FwTextString ptbzFileName, const FwClassRecord* pS
 }
 
 int32 FwTranslUnloadMessageFile(FwTextString ptbzFileName, int32 fForce, FwErrorState*) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelTranslation);
   FcTranslFile* pFile = FindFile(ptbzFileName);
   if (pFile == nullptr) {
     if (g_fTrace_fwtransl) {

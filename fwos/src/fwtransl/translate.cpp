@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr uint32 kBootLevel = 12;
-
 bool IsLineEnd(FwTextByte tb) {
   return tb == '\n' || tb == '\r';
 }
@@ -60,7 +58,7 @@ int32 FwTranslLookupFixedPair(FwTextString ptbzEnglish, FwTextString* pptbzFixed
 
 int32 FwTranslLookupFixedPairN(FwTextString ptbzEnglish, uint32 cLength,
                                FwTextString* pptbzFixedEnglish, FwTextString* pptbzFixedLocal) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelTranslation);
   if (!IsGiven(ptbzEnglish)) {
     *pptbzFixedEnglish = nullptr;
     *pptbzFixedLocal = nullptr;
@@ -75,7 +73,7 @@ int32 FwTranslLookupFixedPairN(FwTextString ptbzEnglish, uint32 cLength,
 }
 
 void FwTranslReleaseFixedPair(FwTextString ptbzFixedEnglish) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelTranslation);
   if (!IsGiven(ptbzFixedEnglish)) return;
   FcTranslNode* pNode =
       FcTranslFindFixedStringNode(&FcTranslationDatabase, ptbzFixedEnglish, kFcTranslWhole);
@@ -92,7 +90,7 @@ void FwTranslReleaseFixedPair(FwTextString ptbzFixedEnglish) {
 }
 
 int32 FwTranslMessage(FwTextString ptbzMessage, FwStrRecord* pRecOutput) {
-  FcAssertBootLevel(kBootLevel);
+  FcAssertBootLevel(kFcLevelTranslation);
   FwAssert(pRecOutput != nullptr, "NULL param");
   if (!IsGiven(ptbzMessage) || pRecOutput == nullptr) return FW_TRANSL_NONE;
   FwTextByte* ptbText = ptbzMessage;

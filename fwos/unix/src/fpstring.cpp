@@ -290,20 +290,18 @@ FwTextCharacter FpStrThousandsSeparatorChar() {
   return FirstCharacter(p->thousands_sep);
 }
 
-uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, char type, int32 nMinWidth,
-                          int32 nMinDigits, int32 fLeftJustified, int32 fPadWithZero,
-                          FwTextByte tbPositiveChar, int32 fOptionalForm) {
+uint32 FpStrPrintLocalInt(FwStrRecord* pRecord, int32 value, const FcNumberFormat& format) {
   CatchUp();
-  return FcStrPrintfInt(pRecord, value, type, nMinWidth, nMinDigits, fLeftJustified, fPadWithZero,
-                        tbPositiveChar, fOptionalForm);
+  return FcStrPrintfInt(pRecord, value, format.type, format.nMinWidth, format.nPrecision,
+                        format.fLeftJustified, format.fPadWithZero, format.tbPositiveChar,
+                        format.fOptionalForm);
 }
 
-uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, char type, int32 nMinWidth,
-                           int32 nPrecision, int32 fLeftJustified, int32 fPadWithZero,
-                           FwTextByte tbPositiveChar, int32 fOptionalForm) {
+uint32 FpStrPrintLocalReal(FwStrRecord* pRecord, double value, const FcNumberFormat& format) {
   CatchUp();
-  return FcStrPrintfReal(pRecord, value, type, nMinWidth, nPrecision, fLeftJustified, fPadWithZero,
-                         tbPositiveChar, fOptionalForm);
+  return FcStrPrintfReal(pRecord, value, format.type, format.nMinWidth, format.nPrecision,
+                         format.fLeftJustified, format.fPadWithZero, format.tbPositiveChar,
+                         format.fOptionalForm);
 }
 
 int32 fFpStrLocalIsUTF8() {
