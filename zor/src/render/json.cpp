@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "error.h"
+#include "formats/names.h"
 
 namespace zor {
 
@@ -10,24 +11,6 @@ namespace {
 
 constexpr std::string_view kDigits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// The length of the character at the head of bytes, 0 if there is none.
-std::size_t character_length(std::string_view bytes) {
-  const auto at = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
-  if (at(0) < 0x80) return 1;
-  const std::size_t length = at(0) < 0xC2   ? 0
-                             : at(0) < 0xE0 ? 2
-                             : at(0) < 0xF0 ? 3
-                             : at(0) < 0xF5 ? 4
-                                            : 0;
-  if (length == 0 || bytes.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i)
-    if ((at(i) & 0xC0) != 0x80) return 0;
-  // Longer than needed, a surrogate, or above U+10FFFF.
-  const bool bad = (at(0) == 0xE0 && at(1) < 0xA0) || (at(0) == 0xED && at(1) >= 0xA0) ||
-                   (at(0) == 0xF0 && at(1) < 0x90) || (at(0) == 0xF4 && at(1) >= 0x90);
-  return bad ? 0 : length;
-}
 
 std::string from_base64(std::string_view text) {
   std::string bytes;
@@ -48,15 +31,6 @@ std::string from_base64(std::string_view text) {
 }
 
 }  // namespace
-
-bool is_utf8(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const std::size_t length = character_length(bytes);
-    if (length == 0) return false;
-    bytes.remove_prefix(length);
-  }
-  return true;
-}
 
 std::string base64(std::string_view bytes) {
   std::string text;

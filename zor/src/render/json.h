@@ -23,9 +23,6 @@ std::string bytes_of(const Json& text);
 // The document, indented, with a line end behind it.
 std::string printed(const Json& document);
 
-// Whether the bytes are UTF-8: shortest forms, no surrogates, nothing above U+10FFFF.
-bool is_utf8(std::string_view bytes);
-
 // RFC 4648, with padding.
 std::string base64(std::string_view bytes);
 
