@@ -145,7 +145,7 @@ TEST(FwFile, HandlesBelowZeroAreOutOfRange) {
       [&](FwErrorState* err) { return static_cast<uint32>(FwFileClose(err, -1)); },
   };
   for (const auto& operation : operations) {
-    SCOPED_TRACE(operation.name);
+    SCOPED_TRACE(&operation - operations.data());
     Error err;
     EXPECT_EQ(0u, operation(err));
     EXPECT_EQ("NumericRange", Describe(err));
@@ -171,7 +171,7 @@ TEST(FwFile, NullBuffersAndRecordsAreRefused) {
       },
   };
   for (const auto& operation : operations) {
-    SCOPED_TRACE(operation.name);
+    SCOPED_TRACE(&operation - operations.data());
     Error err;
     EXPECT_EQ(0, operation(err));
     EXPECT_EQ("PointerNull", Describe(err));
