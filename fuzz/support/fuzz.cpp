@@ -19,7 +19,7 @@ namespace {
 const Allow* allowed = nullptr;
 long blocks = 0;
 
-// An input can't ask for more than this by itself: whatever does is a find.
+// An input can't ask for more than this by itself, so a larger request is a finding.
 constexpr std::size_t kLargestBlock = std::size_t{1} << 28;
 
 void* CountedAlloc(std::size_t size) {
@@ -101,7 +101,7 @@ unsigned Input::Below(unsigned limit) {
 }
 
 void Fail(const char* what, const std::string& detail) {
-  std::fprintf(stderr, "find: %s\n%s%s", what, detail.c_str(), detail.empty() ? "" : "\n");
+  std::fprintf(stderr, "finding: %s\n%s%s", what, detail.c_str(), detail.empty() ? "" : "\n");
   std::fflush(stderr);
   std::abort();
 }

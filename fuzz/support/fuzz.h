@@ -9,9 +9,9 @@
 //   }
 //
 // The framework is booted before the first input, with the warehouse's kinds of error. An assertion
-// or a trace that no Allow guard expects is a find, and so is a block that is left allocated: what
-// one input allocates is freed when Try returns. Inputs are cut at line ends, so that seeds can be
-// read and written by people.
+// or a trace that no Allow guard expects is a finding, and so is a block that is left allocated:
+// what one input allocates is freed when Try returns. Inputs are cut at line ends, so that seeds
+// can be read and written by people.
 #ifndef FUZZ_H
 #define FUZZ_H
 
@@ -54,7 +54,7 @@ const char* Locale();
 // blocks are not counted then.
 bool BootsItself();
 
-// A find: tells what and ends the process.
+// A finding: tells what and ends the process.
 [[noreturn]] void Fail(const char* what, const std::string& detail = std::string());
 
 // Lets assertions of these texts pass until the end of the scope.
@@ -100,11 +100,11 @@ std::string Take(FwTextString text);
 // Whether it is UTF-8 as it should be: shortest forms, no surrogates, nothing above U+10FFFF.
 bool WellFormed(std::string_view text);
 
-// A printable form, for the detail of a find.
+// A printable form, for the detail of a finding.
 std::string Quoted(std::string_view text);
 
 // The path of a directory of this process's own, without a trailing separator; the framework takes
-// it for the current one. Removed at the end of the process, but not after a find.
+// it for the current one. Removed at the end of the process, but not after a finding.
 const std::string& Directory();
 // Writes a file below it, anew, and makes the directories that it needs. Returns its path.
 std::string WriteFile(const std::string& relative, std::string_view content);

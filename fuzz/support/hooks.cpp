@@ -1,4 +1,4 @@
-// The hooks of the standard floor: what the target didn't announce is a find.
+// The hooks of the standard floor: a report that the target didn't announce is a finding.
 #include <cstdio>
 
 #include "fuzz.h"

@@ -1,10 +1,10 @@
-// Replays a fuzzer's corpus where libFuzzer is not at hand:
+// Replays a fuzzer's corpus without libFuzzer:
 //
 //   fuzz_NAME [--mutations=N] [--dict=FILE] FILE|DIRECTORY...
 //
 // First each file as it is, in the order of the names; then N inputs made from them by small
-// pseudo-random changes, the same in every run. A find names the input; one that no file holds is
-// written to ./find.
+// pseudo-random changes, the same in every run. The report of a finding names the input; an
+// input that is in no file is written to ./finding.
 
 #include <algorithm>
 #include <csignal>
@@ -31,7 +31,7 @@ std::string current;
 // At the end of the process, so the damage that this may do to a broken heap does not matter.
 void Tell() {
   std::fprintf(stderr, "input: %s\n%s\n", current_name.c_str(), fuzz::Quoted(current).c_str());
-  if (current_name.find('/') == std::string::npos) std::ofstream("find") << current;
+  if (current_name.find('/') == std::string::npos) std::ofstream("finding") << current;
 }
 
 void OnSignal(int signal_number) {

@@ -3,7 +3,7 @@
 //
 // A class is a constant record; it names its superclass (single inheritance) and a table of
 // methods. A message is identified by the address of its name. The method for a message is found by
-// walking from the class towards the root, through a cache of the last finds. A row with a null
+// walking from the class towards the root, through a cache of the last results. A row with a null
 // method prohibits the message: it withdraws what a superclass offers.
 //
 // An instance begins with the pointer to its class, then come the fields of each class from the
@@ -118,8 +118,8 @@ using Fw_msg_Destroy_Fn = void(FwObj* pObj);
 int32 Fw_msg_classInheritsFrom(FwObj* pObj, const FwClassRecord* pClass);
 using Fw_msg_classInheritsFrom_Fn = int32(FwObj* pObj, const FwClassRecord* pClass);
 
-// How the cache of finds does, for inspection: entries in use, finds served by it, finds that had
-// to walk the tables.
+// The cache of results, for inspection: entries in use, searches that it answered, and searches
+// that had to walk the tables.
 extern uint32 fcCacheUsed;
 extern uint32 fcCacheHits;
 extern uint32 fcCacheMisses;

@@ -11,7 +11,7 @@
 //   FwErrorClear(&err);                                  the state owns its strings
 //
 // Kinds are static objects in a tree, more general kinds above: Fw_msg_IsDescendant(ancestor, kind)
-// asks whether an error is of a kind. Test pError for null first: null is no object to ask about.
+// asks whether an error is of a kind. Test pError for null first, since null is not an object.
 // A template names the details by number, 0 and 1 for the first, 2 and 3 for the second.
 //
 // Nothing can be set before the kinds are made, at boot level 7; after that they last as long as

@@ -1,9 +1,9 @@
-// Events of the application, taken in between the steps of long work.
+// Events of the application, handled between the steps of long work.
 //
-//   FwEventBlock();            while they must not be taken in; pairs nest
+//   FwEventBlock();            while they must not be handled; pairs nest
 //   FwEventUnblock();
 //
-// Unix has no source of events: there is nothing to be handled, but blocking and waiting work.
+// Unix has no source of events: there is nothing to handle, but blocking and waiting work.
 #ifndef FWEVENT_H
 #define FWEVENT_H
 

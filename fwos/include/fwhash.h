@@ -1,7 +1,7 @@
 // Hash tables: keys and values as plain pointers, behaviour supplied by a record of functions.
 //
 // Open addressing with linear probing, at most half full, no deletion markers: a removal moves the
-// later entries of its run back. A null key marks an empty slot, so null is no key.
+// later entries of its run back. A null key marks an empty slot, so a key cannot be null.
 //
 //   slot   0     1     2     3     4     5     6        nTableSize 7, nUsedEntries 3
 //        |  -  |  -  |  A  |  B  |  -  |  -  |  C  |    hash(B) % 7 is 2, too: B is on A's run
@@ -56,8 +56,8 @@ struct FwHashFunctions {
   FwHashRemoveFn* removeFn = nullptr;    // null: nothing to release
 
   // Non-zero: the record's owner vouches that equal keys hash alike and that keys don't change
-  // while they are in the table. The checks of these promises could then report nothing, and are
-  // skipped: that of the whole table after each add makes building a table quadratic.
+  // while they are in the table. The checks of these promises would then find nothing, so they are
+  // skipped: a check of the whole table after each add makes building a table quadratic.
   int32 fConsistentPair = 0;
 };
 
@@ -93,7 +93,7 @@ int32 FwHashIsEmpty(FwHashTable* pTable);
 // Traces an inconsistent table: equivalent entries, a wrong count.
 FwHashEntry* FwHashAddEntry(FwHashTable* pTable, void* key, void* value, FwErrorState* pErrState);
 
-// The entry with an equal key, or null, which is no error.
+// The entry with an equal key, or null, which is not an error.
 FwHashEntry* FwHashLookupEntry(FwHashTable* pTable, void* key, FwErrorState* pErrState);
 
 // Removes the entry with an equal key. Non-zero if there was one.

@@ -8,9 +8,9 @@
 //
 // The debug level is chosen at boot. At level 0 a call is handed straight to the raw allocator. The
 // higher levels put a header before the caller's bytes, fill fresh bytes with B9 and freed ones
-// with C7, and complain of misuse through assertions. A block freed twice is left alone behind the
-// complaint if the raw allocator is the C library's; an application's own free gets it twice, as it
-// stands, and must cope:
+// with C7, and complain of misuse through assertions. After the complaint, a block freed twice is
+// left alone if the raw allocator is the C library's; an application's own free gets it twice and
+// must cope:
 //
 //   level 1             [magic, size][caller's bytes]
 //   level 2      [links][magic, size][line, file, DE AD BE EF][caller's bytes][EF AD DE BE]

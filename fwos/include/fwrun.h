@@ -26,7 +26,7 @@ FwFile FwDoRunPipeFromCommand(FwErrorState* pError, FwTextString command, FwText
                               int* pid);
 
 // Runs a command with its standard output unread, and returns its exit status without an error.
-// A command that writes more than a pipe holds blocks for ever, and each call loses a descriptor.
+// A command that writes more than a pipe holds blocks forever, and each call loses a descriptor.
 uint32 FwRunCommandSilent(FwErrorState* err, FwTextString command, FwTextString cwd);
 
 // Runs a program, searched along "PATH". args is an open vector of FwTextString without the

@@ -124,7 +124,7 @@ using Fw_msg_CreateStreamBuffered_Fn = FwObj*(FwObj* pObj, const FwClassRecord* 
                                               FwErrorState* pErrState, uint32 openFlags,
                                               int32 nBufferSizeInBytes, FwObj* pUnderlyingStream);
 
-// Wants memory of the caller's. Kept: given null, it returns an instance that was never
+// Needs memory of the caller's. Kept: given null, it returns an instance that was never
 // constructed; each caller gives memory.
 using Fw_msg_CreateStreamIO_Fn = FwObj*(FwObj* pObj, const FwClassRecord* pClassRecord,
                                         FwErrorState* pErrState, uint32 openFlags);

@@ -22,7 +22,7 @@
 // read through pbz at any time. A growing record never fails: running out of memory ends the
 // program.
 //
-// Text is expected to be well-formed UTF-8, but data of other origin is walked too: a byte that
+// Text is expected to be well-formed UTF-8, but other data can be walked too: a byte that
 // can't begin a character counts as a negative character of one byte, and no walk passes the
 // terminator. What the bytes of a sequence mean is fwunicod.h's business.
 //
@@ -180,7 +180,7 @@ int32 FwStrNCpy(FwTextString ptbzDest, FwTextString ptbzSrc, uint32 sizeDest);
 int32 FwStrIsWhiteSpace(FwTextCharacter tc);  // space and tab
 int32 FwStrIsDigit(FwTextCharacter tc);       // 0 to 9
 
-// The first character that is no white space, or 0. The cursor ends past that character, so one
+// The first character that is not white space, or 0. The cursor ends past that character, so one
 // past the terminator for 0.
 FwTextCharacter FwStrSkipWhiteSpace(FwTextByte** pptb);
 

@@ -40,7 +40,7 @@ extern const char _Fw_msg_PredecessorsMatching_Handle[];
 
 // Creates a node on the heap and links it under pParent, or as a root for null. pAfterThis is a
 // child of pParent, FW_TREE_LINK_LAST or FW_TREE_LINK_FIRST. Exhausted memory ends the program.
-// Asserts "Invalid tree creation" if pAfterThis is no child of pParent; no node is made then.
+// Asserts "Invalid tree creation" if pAfterThis is not a child of pParent; no node is made then.
 FwObj* Fw_msg_CreateAndLink(const FwClassRecord* pClassRecord, FwObj* pParent, FwObj* pAfterThis);
 
 // The method's signature has the memory to construct in, which the sender always gives as null.
@@ -51,7 +51,7 @@ using Fw_msg_CreateAndLink_Fn = FwObj*(FwObj* pObj, const FwClassRecord* pClassR
 FwObj* Fw_msg_GetRoot(FwObj* pObj);
 
 // 1 if pObj2 is pObj or lies below it: the receiver is the ancestor.
-// Asserts "Not tree" if pObj2 is null or no tree; 0 then.
+// Asserts "Not tree" if pObj2 is null or not a tree; 0 then.
 int32 Fw_msg_IsDescendant(FwObj* pObj, FwObj* pObj2);
 
 // The first child for a null pStartAfter, otherwise its next sibling; null at the end.

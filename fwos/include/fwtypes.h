@@ -13,7 +13,7 @@ using FwRawByte = FwByte;          // a byte of unknown or local encoding, never
 using FwString = FwByte*;          // the buffer of a string record, text or raw
 using FwTextString = FwTextByte*;  // terminated, well-formed UTF-8
 using FwRawString = FwRawByte*;    // terminated bytes
-using FwTextCharacter = int32;     // a code point; 0 ends a text, a negative value is no character
+using FwTextCharacter = int32;  // a code point; 0 ends a text, a negative value is not a character
 
 // Any instance of a class (fwclass.h). Every instance begins with its class record.
 using FwObj = void;
@@ -25,12 +25,12 @@ struct FwHashTable;
 struct FwStrRecord;
 struct FwVector;
 
-// The text of a literal. It is never to be written to, though its type allows it.
+// The text of a literal. Never write to it, though its type allows it.
 inline FwTextString FWT(const char* psz) {
   return reinterpret_cast<FwTextString>(const_cast<char*>(psz));
 }
 
-// The text as the C library wants it.
+// The text as the C library takes it.
 inline char* FWC(FwTextString ptbz) {
   return reinterpret_cast<char*>(ptbz);
 }

@@ -35,7 +35,7 @@ uint32 FwCharacterToUTF8(FwTextCharacter tc, FwTextByte* utf);
 // Following bytes aren't tested; a zero among them ends the reading, and counts as zero bits. A
 // byte that can't lead has length 0 and its value as a signed byte. Asserts "Badly encoded UTF-8
 // character (malformed header in leading byte)", "Badly encoded UTF-8 character (overly long
-// encoding)"; the value is stored all the same.
+// encoding)"; the value is stored nevertheless.
 uint32 FwUTF8ToCharacter(FwTextCharacter* tc, FwTextByte* utf);
 
 // One character, returning the number of units, 1 or 2. Reading takes all of the value from the

@@ -40,7 +40,7 @@ struct FwVector {
   void** pElements = nullptr;   // framework block; both fields stay readable after FwVectorClose
 };
 
-// Shaped as the C library's qsort wants it: receives the addresses of two slots.
+// Has the signature that the C library's qsort takes: receives the addresses of two slots.
 using FwVectorCompareFn = int(const void* ell1, const void* ell2);
 
 // Opens an uninitialized vector with room for nSize elements, at least 1.

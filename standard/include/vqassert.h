@@ -1,11 +1,12 @@
 // Assertions and traces, the way in which every floor reports a broken contract.
 //
-// An assertion reports and returns: each caller has a defined path behind it. What becomes of the
-// report is decided by the program that links this floor. It supplies the two hooks VqCustomAssert
-// and VqCustomTrace; the tool prints both on standard output, a test program records them.
+// An assertion reports and returns: each caller has a defined path behind it. The program
+// that links this floor decides what happens to the report. It supplies the two hooks
+// VqCustomAssert and VqCustomTrace; the tool prints both on standard output, a test program records
+// them.
 //
-//   FwAssert(pVector != nullptr, "NULL");      fires if the condition fails, or if vqassert_val was
-//   disturbed
+//   FwAssert(pVector != nullptr, "NULL");      fires if the condition fails or vqassert_val was
+//                                              disturbed
 //
 //   if (!FwExpect(p != nullptr, "NULL")) return 0;   fires as well, and is the condition
 //
@@ -13,7 +14,7 @@
 //   VqTrace("%d allocated blocks", n);         always in this pair; FwTrace(...) does both
 //
 // A site (file, line and message, compared as pointers) is reported once: the table of the last 256
-// sites suppresses repeats. Messages and file names must therefore be literals or live for ever.
+// sites suppresses repeats. Messages and file names must therefore be literals or last forever.
 #ifndef VQASSERT_H
 #define VQASSERT_H
 
@@ -62,12 +63,12 @@ void VqTraceSetFileAndLine(char* pszFilename, int nLine);
 void VqTrace(char* pszFormat, ...);
 
 // Supplied by the program. flag is 1 for the warning that an assertion failed while another was
-// being reported. They run before any memory can be had, so they must not allocate.
+// being reported. They may run before there is any memory, so they must not allocate.
 void VqCustomAssert(char* pszFilename, int nLine, char* pszMessage, int flag);
 void VqCustomTrace(char* pszFilename, int nLine, char* pszFormat, va_list vlist);
 
-// What FwAssert asks for. A function, so that a site has one way on when all is well and one when
-// it is not.
+// The condition of FwAssert. It is a function so that a site has two branches and no others: the
+// condition holds, or it does not.
 inline bool VqAssertHolds(bool fCondition) {
   return fCondition && vqassert_val == kVqAssertIntact;
 }
@@ -79,9 +80,9 @@ inline bool VqAssertHolds(bool fCondition) {
       VqAssert(const_cast<char*>(__FILE__), __LINE__, const_cast<char*>(text)); \
   } while (0)
 
-// What FwExpect asks for: reports as FwAssert does and returns the condition itself, so that a call
-// that fires only because vqassert_val was disturbed goes on as if all were well. A function as
-// well, so that a site has the branches of the if around it and no others.
+// The condition of FwExpect: reports as FwAssert does and returns the condition itself, so that a
+// call that fires only because vqassert_val was disturbed goes on as usual. This is a function too,
+// so that a site has the branches of the if around it and no others.
 [[nodiscard]] inline bool VqExpect(bool fCondition, char* pszFilename, int nLine,
                                    char* pszMessage) {
   if (!VqAssertHolds(fCondition)) VqAssert(pszFilename, nLine, pszMessage);

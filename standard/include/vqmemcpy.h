@@ -1,4 +1,4 @@
-// Copies that know about overlap: one refuses it, one copes with it.
+// Copies of ranges that may overlap: one refuses these, one copes with them.
 #ifndef VQMEMCPY_H
 #define VQMEMCPY_H
 

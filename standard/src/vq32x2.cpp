@@ -19,7 +19,8 @@ int32 signed_of(uint32 n) {
   return static_cast<int32>(n);
 }
 
-// The words of a magnitude. What is no magnitude gives 0, and what 64 bits can't hold all ones.
+// The words of a magnitude. A value that is not a magnitude gives 0, and one that 64 bits can't
+// hold gives all ones.
 VqU32x2 words_of(double dblMagnitude) {
   if (!(dblMagnitude >= 0)) return {};
   if (dblMagnitude >= kTwoTo32 * kTwoTo32) return {kUint32Max, kUint32Max};
@@ -150,7 +151,7 @@ void VqU32x2FromDouble(VqU32x2* p, double dbl) {
 
 double Vq32x2ToDouble(Vq32x2* p) {
   if (p->high >= 0) return magnitude_of(as_unsigned(p));
-  // Its magnitude is no value of the type.
+  // Its magnitude is not a value of the type.
   if (p->high == kInt32Min && p->low == 0) return -kTwoTo32 * 0x1p31;
   return -magnitude_of(negated(as_unsigned(p)));
 }

@@ -1,5 +1,6 @@
-// Faults on demand: allocation number k fails, or system call number k of a kind, once or from then
-// on for ever. A sweep runs the same task with k = 0, 1, 2 ... until a run meets no fault any more:
+// Faults on demand: allocation number k fails, or system call number k of a kind, once or
+// every time from then on. A sweep runs the same task with k = 0, 1, 2 ... until a run meets no
+// fault any more:
 //
 //   for (long k = 0;; ++k) {
 //     const Fault fault = {kAllocation, k, kOnce};
@@ -93,7 +94,7 @@ void LimitRoom(long long bytes);
 // How much of a write of this size there is room for; takes it. -1 if there is none.
 long long TakeRoom(int file, std::size_t size);
 
-// A raw allocator that counts and fails as told.
+// A raw allocator that counts and fails as planned.
 void* FailingAlloc(std::size_t cb);
 void FailingFree(void* pv);
 // Blocks of FailingAlloc that are not freed.

@@ -3,7 +3,7 @@
 //
 //   FrameworkSweep sweep;
 //   sweep.prepare = [] { ... lay out files ... };           in the test's process, before each run
-//   sweep.task = [] { ... return answer; };                 a string that tells all that came of it
+//   sweep.task = [] { ... return answer; };                 a string with the whole result
 //   sweep.may_answer = {"NoMemory"};                        what a fault may change the answer to
 //   sweep.Allocations();
 //   sweep.SystemCalls(kRead, EIO);
@@ -36,15 +36,15 @@ class FrameworkSweep {
   int wanted = 20;            // runs of a sampled sweep of allocations
   int wanted_calls = 4;       // and of system calls
 
-  // Fails each allocation, once and for ever. Returns how many there are.
+  // Fails each allocation, once and every time. Returns how many there are.
   long Allocations(Caller caller = Caller::Here()) {
     return Sweep({kAllocation, 0, kOnce, 0}, true, caller);
   }
-  // Fails each call of this kind, once and for ever. Returns how many there are.
+  // Fails each call of this kind, once and every time. Returns how many there are.
   long SystemCalls(FaultCall call, int error, Caller caller = Caller::Here()) {
     return Sweep({call, 0, kOnce, error}, true, caller);
   }
-  // The same, once only: for what is tried again for as long as it takes.
+  // The same, once only: for calls that are tried again until they succeed.
   long SystemCallsOnce(FaultCall call, int error, Caller caller = Caller::Here()) {
     return Sweep({call, 0, kOnce, error}, false, caller);
   }
@@ -123,7 +123,7 @@ class FrameworkSweep {
         fault.first = number;
         const ChildRun run = Run(fault);
         SCOPED_TRACE(std::string(FaultCallName(fault.call)) + " " + std::to_string(number) +
-                     (times == kOnce ? " once" : " for ever") + ", error " +
+                     (times == kOnce ? " once" : " every time") + ", error " +
                      std::to_string(fault.error));
         EXPECT_EQ(number < clean.calls, run.met);
         Judge(run, clean);

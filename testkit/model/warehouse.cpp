@@ -392,7 +392,7 @@ std::string Computation::Expand(Error& err, std::string text, const Symbols& sym
     bool expanded = false;
     const std::string output = ExpandOnce(err, text, symbols, expanded);
     if (!expanded) return output;
-    // What comes out as it went in comes out so for ever.
+    // A text that comes out as it went in would do so each time.
     if (output == text) throw Exhausted();
     text = output;
   }

@@ -88,7 +88,7 @@ bool DirectoryHasFile(const std::string& directory, const std::string& file,
     std::string path = directory;
     Append(path, file);
     struct stat facts;
-    // No name at all is no file's.
+    // No file has an empty name.
     return !path.empty() && stat(Absolute(path, current).c_str(), &facts) == 0;
   }
   for (const std::string& entry : Entries(Absolute(directory, current)))

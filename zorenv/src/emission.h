@@ -1,4 +1,4 @@
-// What comes of a run: a script of the difference between two environments, or a program started in
+// The output of a run: a script of the difference between two environments, or a program started in
 // the new one.
 //
 // The script is for the caller's shell to evaluate. Assignments come first, then removals, each in
@@ -20,8 +20,8 @@ struct print_context {
 };
 
 // Iteration functions over the entries of a table; each returns 1, so that the walk goes on. err is
-// not used. print_new writes a variable that context->env lacks or holds with another value,
-// print_del one that it lacks.
+// not used. print_new writes a variable that context->env lacks or holds with another value;
+// print_del writes the removal of a variable that context->env lacks.
 int32 print_new(FwHashEntry* entry, void* context, FwErrorState* err);
 int32 print_del(FwHashEntry* entry, void* context, FwErrorState* err);
 // printval writes "name=value" lines, for debugging.
@@ -32,8 +32,8 @@ void print_env(WH_ENVIRON* env);
 void print_bat(WH_ENVIRON* oldenv, WH_ENVIRON* newenv);
 void print_sh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv);
 void print_csh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv);
-// With two head lines that make the script run under both families of shells; they are written in
-// any case.
+// With two head lines that make the script run under both families of shells; they are written
+// even if there is no difference.
 void print_posh(WH_ENVIRON* oldenv, WH_ENVIRON* newenv);
 
 // Puts newenv into this process and runs the program there, in the directory of the start, waiting

@@ -20,8 +20,8 @@ SIGNAL_HANDLER* limit_handler = SIG_DFL;
 
 bool reported = false;
 
-// The error of the write that failed. One that an earlier write met is no more to be had if others
-// came behind it, and then the device is to blame.
+// The error of the write that failed. The number of an earlier failure is lost if other writes came
+// after it, and then the device is to blame.
 int output_error() {
   if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return 0;
   return errno ? errno : EIO;

@@ -16,7 +16,7 @@
 namespace {
 
 // One run. It has static storage because the early ends of a run leave everything to the end of the
-// process, where what is still reachable counts as held, not as lost.
+// process, and a leak checker counts memory that is still reachable as held.
 struct RUN {
   COMMAND_LINE line;
   WH_COMPUTATION computation;
@@ -28,8 +28,8 @@ bool failed(const FwErrorState& err) {
   return err.pError != nullptr;
 }
 
-// Settles what comes out, and from what. False: the options exclude each other, and the user was
-// told.
+// Settles the form of the output and the starting point. False: the options exclude each other, and
+// the user has been told.
 bool settle_modes(COMMAND_LINE* line) {
   const int output = line->sh + line->bat + line->csh + line->posh + line->execute;
   const int in_and_out = line->sys + line->user;
