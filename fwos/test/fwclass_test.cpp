@@ -174,7 +174,7 @@ TEST(FwClass, AllocatingANonHeapClassIsRefused) {
   EXPECT_EQ(nullptr, FwClassAlloc(&FwChangeClass, ALLOC_MAY_FAIL));
 }
 
-TEST(FwClass, AllocatingWhatIsNoClassIsRefused) {
+TEST(FwClass, AllocatingAnInstanceOfWhatIsNotAClassIsRefused) {
   FwClassRecord broken = FwObjectClass;
   broken.classMagicCookie = 0xdead;
   ExpectAsserts expected({"Not a class", "Not a class"});
@@ -182,7 +182,7 @@ TEST(FwClass, AllocatingWhatIsNoClassIsRefused) {
   EXPECT_EQ(nullptr, FwClassAlloc(&broken, ALLOC_MAY_FAIL));
 }
 
-TEST(FwClass, FindingAMethodOfWhatIsNoClassIsRefused) {
+TEST(FwClass, FindingAMethodOfWhatIsNotAClassIsRefused) {
   FwClassRecord broken = FwObjectClass;
   broken.classMagicCookie = 0;
   ExpectAsserts expected({"Not a class", "Not a class"});
@@ -242,7 +242,7 @@ TEST(FwClass, DestroyingANonHeapObjectLeavesItsMemoryAlone) {
   EXPECT_EQ(&FwChangeClass, change.pClassRecord);
 }
 
-TEST(FwClass, AHeapClassFreesMemoryOfTheCallersAllTheSame) {
+TEST(FwClass, AHeapClassFreesTheCallersMemoryToo) {
   // The flag is on the class: what the caller allocated is gone with the object. A leak is reported
   // if it were not.
   void* memory = FwMemAlloc(sizeof(FwObject), ALLOC_MUST_SUCCEED | INIT_NONE);
@@ -250,7 +250,7 @@ TEST(FwClass, AHeapClassFreesMemoryOfTheCallersAllTheSame) {
   Fw_msg_Destroy(memory);
 }
 
-TEST(FwClass, DestructionIsToldToObserversOfTheClass) {
+TEST(FwClass, ObserversOfTheClassHearOfADestruction) {
   DestroyedNote note;
   int observer = 0;
   void* subject = const_cast<FwClassRecord*>(&PlainClass);

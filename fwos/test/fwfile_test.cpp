@@ -190,7 +190,7 @@ TEST(FwFileOpen, GivesTheDescriptorItself) {
   EXPECT_EQ(of_name.st_ino, of_handle.st_ino);
 }
 
-TEST(FwFileOpen, WithoutAnAccessBitIsInvalidButNoError) {
+TEST(FwFileOpen, WithoutAnAccessBitIsInvalidButNotAnError) {
   TemporaryTree tree;
   Error err;
   EXPECT_EQ(-1, FwFileOpen(err, Txt(tree.Write("a", "")), 0));
@@ -584,7 +584,7 @@ TEST(FwFileSeek, CannotExtendAFileOpenForReading) {
   EXPECT_EQ(3, Value(offset));
 }
 
-TEST(FwFileSeek, GivesMinusOneWhereThePositionCannotBeTold) {
+TEST(FwFileSeek, GivesMinusOneWhereThePositionCannotBeFound) {
   Error err;
   Vq32x2 offset = Offset(0);
   EXPECT_EQ(0, FwFileSeek(err, -1, &offset, FW_SEEK_SET));

@@ -511,7 +511,7 @@ TEST(OtherDevice, ATreeIsCopiedAcrossWithItsLinksAndModes) {
 // ---------------------------------------------------------------------------------------------
 // Links
 
-TEST(Links, ADanglingSourceIsNoSource) {
+TEST(Links, ADanglingLinkIsNotASource) {
   TemporaryTree tree;
   const std::string link = tree.Link("link", "nowhere");
   Error err;
@@ -526,7 +526,7 @@ TEST(Links, ADanglingSourceIsNoSource) {
   EXPECT_EQ(Set{}, Names(tree.path()));
 }
 
-TEST(Links, ASourceThatIsALinkToADirectoryIsNoFile) {
+TEST(Links, ASourceThatIsALinkToADirectoryIsNotAFile) {
   TemporaryTree tree;
   tree.Write("dir/a", "text");
   const std::string link = tree.Link("link", "dir");
@@ -683,7 +683,7 @@ TEST(VanishedFile, ATargetThatVanishesDuringACopyIsReported) {
   EXPECT_EQ(Set{"from"}, Names(tree.path()));
 }
 
-TEST(VanishedFile, ASourceThatVanishesDuringACopyIsCopiedAllTheSame) {
+TEST(VanishedFile, ASourceThatVanishesDuringACopyIsStillCopied) {
   TemporaryTree tree;
   const std::string from = tree.Write("from", kTwoBlocks);
   Error err;

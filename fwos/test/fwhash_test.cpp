@@ -289,7 +289,7 @@ TEST(FwHash, RemovalAcrossTheEdgeMovesWhatWrapped) {
   EXPECT_EQ((Slots{29, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 13, 28}), table.Slots());
 }
 
-TEST(FwHash, RemovingAnAbsentKeyIsNoError) {
+TEST(FwHash, RemovingAnAbsentKeyIsNotAnError) {
   FwErrorState err;
   Table table(3);
   EXPECT_EQ(0, FwHashRemoveEntry(table, Key(1), &err));

@@ -273,7 +273,7 @@ TEST(FwMem, SizeZeroAssertsAndStillGivesAnAddress) {
   }
 }
 
-TEST(FwMem, AnUnknownSizeIsNoneToAllocate) {
+TEST(FwMem, AnUnknownSizeCannotBeAllocated) {
   for (uint32 level : {1u, 2u}) {
     SCOPED_TRACE(level);
     MemContext context(level);

@@ -446,7 +446,7 @@ TEST_F(FwObserv, NullArgumentsAreReported) {
   FwObserveEnd(nullptr, nullptr, nullptr);
 }
 
-TEST_F(FwObserv, AChangeClassThatIsNoClassIsReported) {
+TEST_F(FwObserv, AChangeClassThatIsNotAClassIsReported) {
   FwClassRecord broken = FwChangeClass;
   broken.classMagicCookie = 0;
   ExpectAsserts expected({"Not a class"});

@@ -8,7 +8,7 @@ FwProgressCounter* CounterOf(FwObj* obj) {
   return static_cast<FwProgressCounter*>(obj);
 }
 
-TEST(FwProgressCounter, CountsTheFilesItIsToldOf) {
+TEST(FwProgressCounter, CountsTheFilesThatAreReported) {
   FwObj* counter = Fw_msg_Create_Progress(nullptr, &FwProgressCounterClass, 12);
   ASSERT_NE(nullptr, counter);
   EXPECT_EQ(&FwProgressCounterClass, FwClassOf(counter));

@@ -324,7 +324,7 @@ TEST(FwStrChr, ANegativeCharacterAsserts) {
   EXPECT_EQ(0, FwStrChrCount(FWT("a"), -1));
 }
 
-TEST(FwStrChrMulti, FindsDelimitersAndWhatIsNone) {
+TEST(FwStrChrMulti, FindsDelimitersAndOtherCharacters) {
   struct Row {
     const char* text;
     const char* delimiters;

@@ -197,7 +197,7 @@ TEST(FcStrGetFormatSpec, TellsWhatAnItemLeavesOut) {
   EXPECT_EQ(2u, format.nLengthModifier);
 }
 
-TEST(FcStrGetFormatSpec, AssertsOfAPositionThatIsNoNumber) {
+TEST(FcStrGetFormatSpec, AssertsIfAPositionIsNotANumber) {
   FcStrFormatSpec format;
   ExpectAsserts expected({"Bad positional argument"});
   EXPECT_FALSE(FcStrGetFormatSpec(FWT("%[x]d"), &format));

@@ -174,7 +174,7 @@ TEST_F(FwTreeOfFour, TheReceiverIsTheAncestor) {
   EXPECT_EQ(0, Fw_msg_IsDescendant(d, c));
 }
 
-TEST_F(FwTreeOfFour, WhatIsNoTreeIsNoDescendant) {
+TEST_F(FwTreeOfFour, WhatIsNotATreeIsNotADescendant) {
   FwChange change;
   Fw_msg_Create(&change, &FwChangeClass);
   ExpectAsserts expected({"Not tree", "Not tree"});
@@ -192,7 +192,7 @@ TEST_F(FwTreeOfFour, EnumeratingChildrenWantsTrees) {
   EXPECT_EQ(nullptr, Fw_msg_EnumerateChildren(a, &change));
 }
 
-TEST_F(FwTreeOfFour, EnumeratingDescendantsFromWhatIsNoTreeEnds) {
+TEST_F(FwTreeOfFour, EnumeratingDescendantsFromWhatIsNotATreeEnds) {
   FwChange change;
   Fw_msg_Create(&change, &FwChangeClass);
   ExpectAsserts expected({"Message not found"});

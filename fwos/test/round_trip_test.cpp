@@ -288,7 +288,7 @@ TEST(RoundTrip, RealNumbersThatAreShownWhole) {
                    Row{"%10.3f|", "%e|"}, Row{"%G", "%+.3f"});
 }
 
-TEST(RoundTrip, WhatIsNoFiniteNumberStaysInEnglish) {
+TEST(RoundTrip, WhatIsNotAFiniteNumberStaysInEnglish) {
   const double infinity = std::numeric_limits<double>::infinity();
   for (const char* item : {"%f", "%e", "%g", "%G", "%12.3f"}) {
     SCOPED_TRACE(item);

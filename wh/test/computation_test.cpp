@@ -103,7 +103,7 @@ TEST(Computation, EachQueryBehindAFaultIsReported) {
   EXPECT_EQ(2u, reports.lines().size());
 }
 
-TEST(Computation, WhatIsMissingIsNoFaultIfItIsToBeIgnored) {
+TEST(Computation, WhatIsMissingIsNotAFaultIfItIsToBeIgnored) {
   Warehouse w;
   w.Add("B", Insert("V", "b"));
   Reports reports;

@@ -389,7 +389,7 @@ TEST_F(SelfLocation, TheProgramsOwnDirectoryIsNotLookedAt) {
   EXPECT_EQ(Twice("product.xml not found"), Locate(program, tree_ / "root/c/n/1.0/0").err);
 }
 
-TEST_F(SelfLocation, AProgramOutsideTheRootIsToldSo) {
+TEST_F(SelfLocation, AProgramOutsideTheRootIsReported) {
   std::string program = Program("elsewhere/bin");
   tree_.Directory("root");
   RunResult result = Locate(program, tree_ / "root");

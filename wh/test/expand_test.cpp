@@ -61,7 +61,7 @@ TEST_F(Expand, NullGivesNull) {
   EXPECT_EQ(nullptr, err.pError);
 }
 
-TEST_F(Expand, WhatIsNoReferenceStaysAsItIs) {
+TEST_F(Expand, WhatIsNotAReferenceStaysAsItIs) {
   Bind("X", "value");
   Bind("A", "value");
   for (const char* text :
@@ -238,7 +238,7 @@ TEST_F(Expand, AMissingFileIsAnErrorOfTheFile) {
   EXPECT_EQ("*** Error: File " + missing + " Does not exist", error_);
 }
 
-TEST_F(Expand, ADirectoryIsNoFile) {
+TEST_F(Expand, ADirectoryIsNotAFile) {
   {
     ExpectAsserts expected({"trailing directory separator when file name expected"});
     EXPECT_EQ("<>", (*this)("<%[" + tree_.path() + "/]>"));
@@ -271,7 +271,7 @@ TEST_F(Expand, BytesOfUnknownEncodingPassUnchanged) {
   }
 }
 
-TEST_F(Expand, ManyPassesAreNoMatter) {
+TEST_F(Expand, ManyPassesAreFine) {
   const int count = 200;
   for (int i = 0; i < count; i++)
     Bind(("N" + std::to_string(i)).c_str(), "%(N" + std::to_string(i + 1) + ")");

@@ -283,7 +283,7 @@ TEST_F(FaultsOfTables, VariablesThatAreMovedAreOneTablesOrTheOthers) {
   EXPECT_EQ(1u, sweep.answers().count("incomplete"));
 }
 
-TEST_F(FaultsOfTables, ARefusedVariableIsNoLoss) {
+TEST_F(FaultsOfTables, ARefusedVariableIsNotALoss) {
   ExpectTraces traces(
       {"FwHashAddEntry: NULL key", "FwHash_StringAddCopyFunction: Error - NULL value"});
   WH_ENVIRON* env = make_environ();

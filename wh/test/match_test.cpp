@@ -30,7 +30,7 @@ TEST(TestOp, EachOperatorMeansThis) {
         << row.lhs << " " << row.op << " " << row.rhs;
 }
 
-TEST(TestOp, AnUnknownOperatorIsToldOnStandardOutput) {
+TEST(TestOp, AnUnknownOperatorIsReportedOnStandardOutput) {
   for (int op : {-1, -2, 8, 1000}) {
     SCOPED_TRACE(op);
     testing::internal::CaptureStdout();

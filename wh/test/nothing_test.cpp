@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(Nothing, IsNoName) {
+TEST(Nothing, IsNotAName) {
   EXPECT_EQ(0, wh_env_compare(nullptr, nullptr));
   EXPECT_EQ(0, wh_env_compare(nullptr, FWT("A")));
   EXPECT_EQ(0, wh_env_compare(FWT("A"), nullptr));

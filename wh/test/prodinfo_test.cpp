@@ -140,7 +140,7 @@ TEST(ReadProdinfo, AnUnknownRootFailsAfterTheParserHasReadItAll) {
             product.Read("<PARTLIST>" + std::string(5000, ' ') + "</WRONG>"));
 }
 
-TEST(ReadProdinfo, AChosenThatIsNoNumberIsZero) {
+TEST(ReadProdinfo, AChosenThatIsNotANumberIsZero) {
   Product product;
   EXPECT_EQ(std::string(kHead) +
                 "variety a chosen=0  vars() seg(all-all,0)\n"
@@ -382,7 +382,7 @@ TEST(ReadProdinfo, ResultsDoNotDependOnTheBlockEdge) {
       });
 }
 
-TEST(ReadProdinfo, AHundredThousandVariablesAreNoMatter) {
+TEST(ReadProdinfo, AHundredThousandVariablesAreFine) {
   Product product;
   std::string content = "<VARIETIES><VARIETY>";
   for (int i = 0; i < 100000; ++i)

@@ -85,7 +85,7 @@ TEST(CommandLine, TwoStartingPointsExcludeEachOther) {
   }
 }
 
-TEST(CommandLine, TheSameModeTwiceIsNoClash) {
+TEST(CommandLine, TheSameModeTwiceIsNotAClash) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Tag("c"));
   Expect(Zorenv(warehouse, {"-p", "C", "--sh", "--sh"}), Tagged("c"), "", 0);

@@ -205,7 +205,7 @@ TEST_P(Completion, QuotesWhatTheShellWouldSplit) {
             Typed(warehouse, warehouse.Root(), "zorenv -p tw\tA\t1\t"));
 }
 
-TEST_P(Completion, PassesOverWhatIsNoProduct) {
+TEST_P(Completion, SkipsWhatIsNotAProduct) {
   Warehouse warehouse;
   warehouse.Product("apples/Red/1.0/7");
   warehouse.File("apples/Rotten/1.0", "README", "");

@@ -61,7 +61,7 @@ TEST(Emission, AValueThatDiffersInCaseIsAnotherValue) {
   Expect(Zorenv(warehouse, {"-p", "C", "--sh"}, {"A=x"}), "A='X'; export A\n", "", 0);
 }
 
-TEST(Emission, AnEmptyValueIsNoRemoval) {
+TEST(Emission, AnEmptyValueIsNotARemoval) {
   Warehouse warehouse;
   warehouse.Product("C/Contents/1.0/1", Remove("A", "x"));
   Expect(Zorenv(warehouse, {"-p", "C", "--sh"}, {"A=x"}), "A=''; export A\n", "", 0);

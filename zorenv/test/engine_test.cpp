@@ -156,7 +156,7 @@ TEST(OldRecipes, AreReplayedInOrder) {
 }
 
 // A malformed part is met by three walks, and each of its loads is told twice.
-TEST(Reports, AMalformedPartIsToldSixTimes) {
+TEST(Reports, AMalformedPartIsReportedSixTimes) {
   Warehouse warehouse;
   warehouse.ProductWithParts(InC("A"), "", Part("Bad"));
   warehouse.Product(InC("Bad"));
@@ -169,21 +169,21 @@ TEST(Reports, AMalformedPartIsToldSixTimes) {
   Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}), "", six, 1);
 }
 
-TEST(Reports, AnUndefinedNameInAPartIsToldThreeTimes) {
+TEST(Reports, AnUndefinedNameInAPartIsReportedThreeTimes) {
   Warehouse warehouse;
   warehouse.ProductWithParts(InC("A"), "", Part("%(NOPE)"));
   const std::string line = "*** Error: % variable NOPE is not defined in File C/A/1.0/1/env.xml\n";
   Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}), "", line + line + line, 1);
 }
 
-TEST(Reports, AnUndefinedNameInAnOperationIsToldOnce) {
+TEST(Reports, AnUndefinedNameInAnOperationIsReportedOnce) {
   Warehouse warehouse;
   warehouse.Product(InC("A"), Insert("V", "%(NOPE)") + Insert("W", "w"));
   Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}), "",
          "*** Error: % variable NOPE is not defined in File C/A/1.0/1/env.xml\n", 1);
 }
 
-TEST(Reports, AMissingPartIsNotTold) {
+TEST(Reports, AMissingPartIsNotReported) {
   Warehouse warehouse;
   warehouse.ProductWithParts(InC("A"), Insert("V", "v"), Part("None"));
   Expect(Zorenv(warehouse, {"-p", "C", "A", "--sh"}), Set("V", "v"), "", 0);

@@ -402,18 +402,18 @@ Task ReadingAll() {
   return OnExamples({"-p", "site", "-p", "tools", "quill", "-p", "tools", "weaver", "--sh"});
 }
 
-TEST(SystemCallSweep, AFileThatCannotBeOpenedIsToldByName) {
+TEST(SystemCallSweep, AFileThatCannotBeOpenedIsReportedByName) {
   for (const ErrorRow& row : error_rows)
     SweepTold(ReadingAll(), "open", row.error, ToldOf(row, Examples() + "/\\S+"));
 }
 
 // Only the handle is known then, so the name is empty.
-TEST(SystemCallSweep, AFileThatCannotBeReadIsTold) {
+TEST(SystemCallSweep, AFileThatCannotBeReadIsReported) {
   for (const ErrorRow& row : error_rows)
     SweepTold(ReadingAll(), "read", row.error, ToldOf(row, ""));
 }
 
-TEST(SystemCallSweep, AFileThatCannotBeClosedIsTold) {
+TEST(SystemCallSweep, AFileThatCannotBeClosedIsReported) {
   for (const ErrorRow& row : error_rows)
     SweepTold(ReadingAll(), "close", row.error, ToldOf(row, ""));
 }
@@ -439,13 +439,13 @@ TEST(SystemCallSweep, AShortReadIsOvercomeOrAFaultInTheFile) {
   }
 }
 
-TEST(SystemCallSweep, AStatedVersionThatCannotBeLookedAtIsTold) {
+TEST(SystemCallSweep, AStatedVersionThatCannotBeLookedAtIsReported) {
   const Task task = OnExamples({"-p", "tools", "weaver", "1.10", "1", "--sh"});
   for (const ErrorRow& row : error_rows)
     SweepTold(task, "stat", row.error, ToldOf(row, Examples() + "/tools/weaver/1\\.10(/1)?"));
 }
 
-TEST(SystemCallSweep, ADirectoryThatCannotBeSearchedIsTold) {
+TEST(SystemCallSweep, ADirectoryThatCannotBeSearchedIsReported) {
   const Task task = OnExamples({"-p", "tools", "weaver", "--sh"});
   for (const ErrorRow& row : error_rows) {
     const Told told = ToldOf(row, Examples() + "/tools/weaver/(1\\.10/)?");
@@ -459,7 +459,7 @@ TEST(SystemCallSweep, ADirectoryThatCannotBeSearchedIsTold) {
   SweepOvercome(task, "readdir", EINTR, {"once"});
 }
 
-TEST(SystemCallSweep, AProgramThatCannotBeStartedIsTold) {
+TEST(SystemCallSweep, AProgramThatCannotBeStartedIsReported) {
   for (const int error : {EAGAIN, ENOMEM, ENOSYS})
     SweepTold(ExecutingWeaver(), "fork", error, {"", "Could not call Command weaver"});
   // The child can only tell by its status.

@@ -27,7 +27,7 @@ struct Spoilt : Warehouse {
 const char* const data_files[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
                                   "unset.xml",   "env.xml",      "unenv.xml"};
 
-TEST(Faults, EachKindOfParserErrorIsTold) {
+TEST(Faults, EachKindOfParserErrorIsReported) {
   const struct {
     const char* text;
     std::string content;
@@ -88,7 +88,7 @@ TEST(Faults, AnUnknownParserErrorIsALogicError) {
   }
 }
 
-TEST(Faults, AWrongNestingIsToldInTheWordsOfItsFormat) {
+TEST(Faults, AWrongNestingIsReportedInTheWordsOfItsFormat) {
   const struct {
     const char* file;
     const char* content;
@@ -165,7 +165,7 @@ TEST(Faults, IgnoringMissingProductsDoesNotCoverTheirParts) {
          "*** Error: File " + warehouse.Path("partlist.xml") + " Does not exist\n", 1);
 }
 
-TEST(Faults, ADirectoryIsNoDataFile) {
+TEST(Faults, ADirectoryIsNotADataFile) {
   for (const char* file : data_files) {
     SCOPED_TRACE(file);
     Spoilt warehouse;

@@ -129,7 +129,7 @@ TEST_F(Scripts, SourceThatCannotBeWrittenToIsBuiltElsewhere) {
       ReadFile(tree_ / "log"));
 }
 
-TEST_F(Scripts, BuildDirectoryThatMovedIsToldInASentence) {
+TEST_F(Scripts, BuildDirectoryThatMovedIsReportedInASentence) {
   Compiler();
   const std::string top = tree_ / "source";
   tree_.Write("source/build/release/CMakeCache.txt",
@@ -148,7 +148,7 @@ TEST_F(Scripts, BuildDirectoryThatMovedIsToldInASentence) {
   EXPECT_TRUE(Contains(Run("./demo").err, ", for the source in /old: one of them was moved"));
 }
 
-TEST_F(Scripts, BuildDirectoryOfAnotherUserIsToldInASentence) {
+TEST_F(Scripts, BuildDirectoryOfAnotherUserIsReportedInASentence) {
   Compiler();
   tree_.Directory("source/build/release");
   for (const char* directory : {"", "bin", "source", "source/build/release", "source/tools"})

@@ -49,7 +49,7 @@ TEST(Output, AScriptThatCannotBeWrittenIsAFailure) {
 }
 
 // More than the buffer holds: what fails first is a write in the midst of the script.
-TEST(Output, ALongScriptThatCannotBeWrittenIsToldOnce) {
+TEST(Output, ALongScriptThatCannotBeWrittenIsReportedOnce) {
   Warehouse warehouse;
   std::string operations;
   for (int i = 0; i < 30; ++i)
@@ -83,7 +83,7 @@ TEST(Output, APipeWithoutAReaderIsAnErrorWhereItsSignalIsIgnored) {
   }
 }
 
-TEST(Output, AUsageTextThatCannotBeWrittenIsTold) {
+TEST(Output, AUsageTextThatCannotBeWrittenIsReported) {
   Warehouse warehouse;
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{}, {"--unknown"}, {"-p", "C", "--sh", "--csh"}}) {

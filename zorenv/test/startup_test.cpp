@@ -82,7 +82,7 @@ TEST(Startup, InADeletedDirectory) {
          "A='x'; export A\n", "", 0);
 }
 
-TEST(Startup, ADeletedDirectoryIsNoRoot) {
+TEST(Startup, ADeletedDirectoryIsNotARoot) {
   Warehouse warehouse;
   const std::string leave = "mkdir gone; cd gone && rmdir ../gone && exec \"$0\" \"$@\"";
   RunOptions options;
