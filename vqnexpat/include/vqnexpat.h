@@ -68,6 +68,10 @@ int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser)
 // The same for a file that is open already. It closes the file; the name is for errors.
 int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser);
 
+// Where the parser stands: the line, and the character in it, both counted from 1. In a handler it
+// is the first character of what the handler is called for.
+void xml_current_place(XML_Parser parser, int32* line, int32* column);
+
 // A new string, which the caller frees: exactly len bytes of the parser's string, or all of it, up
 // to its terminator, if len is 0.
 FwTextString xmlstrN_to_FwStr(const XML_Char* xmlstr, int len);

@@ -123,6 +123,11 @@ int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, 
   return status;
 }
 
+void xml_current_place(XML_Parser parser, int32* line, int32* column) {
+  *line = static_cast<int32>(XML_GetCurrentLineNumber(parser));
+  *column = static_cast<int32>(XML_GetCurrentColumnNumber(parser)) + 1;
+}
+
 FwTextString xmlstrN_to_FwStr(const XML_Char* xmlstr, int len) {
   return len == 0 ? FwStrDuplicate(FWT(xmlstr)) : FwStrNDuplicate(FWT(xmlstr), len);
 }

@@ -37,6 +37,7 @@ struct WH_PART {
     WH_FILE_PART* file;
   } u;
   WH_PART* next;
+  const WH_PLACE* place;  // not owned; null unless places were asked for (readdata.h)
 };
 
 struct WH_PARTSPEC {
@@ -47,6 +48,7 @@ struct WH_PARTSPEC {
 
 struct WH_PARTLIST {
   WH_PARTSPEC* partspecs;
+  FwMemPool* places;  // owned: the places in the records; null for none
 };
 
 // Reads a part list. The result belongs to the caller, who frees it with free_partlist; it is null

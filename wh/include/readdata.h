@@ -23,6 +23,19 @@ inline constexpr WH_XML_PARSE_FLAGS WH_XML_PF_DOCTYPE_MISMATCH =
     8;  // DOCTYPE isn't the root's name
 inline constexpr WH_XML_PARSE_FLAGS WH_XML_PF_ALL_CHECKS = 15;
 
+// Not a condition: the reader also stores where the records come from. For programs on this
+// library.
+inline constexpr WH_XML_PARSE_FLAGS WH_XML_PF_PLACES = 16;
+
+// Where an element begins. Operations, commands of recipes, parts, varieties and variables have one
+// if they were read with WH_XML_PF_PLACES, otherwise null. It belongs to the record of the whole
+// file and lives as long.
+struct WH_PLACE {
+  FwTextString file;  // the path as it was given to the reader
+  int32 line;         // from 1
+  int32 column;       // in characters, from 1
+};
+
 // The bracket forms that stand in a text. A percent sign always takes the character after it along,
 // so that "%%(" holds none.
 WH_XML_PARSE_FLAGS scan_for_expansions(FwTextString s);

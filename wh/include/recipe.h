@@ -151,6 +151,7 @@ struct WH_COMMAND {
     WH_JAVA* java;
     WH_MESSAGE* message;
   } u;
+  const WH_PLACE* place;  // not owned; null unless places were asked for (readdata.h)
 };
 
 struct WH_STEP {
@@ -160,7 +161,8 @@ struct WH_STEP {
 };
 
 struct WH_RECIPE {
-  FwVector steps;  // of WH_STEP*, owned
+  FwVector steps;     // of WH_STEP*, owned
+  FwMemPool* places;  // owned: the places in the records; null for none
 };
 
 // Takes what a running command writes.

@@ -46,6 +46,7 @@ struct WH_ENV_OP {
     WH_ENV_INSERT* ins;  // wh_env_insert
     WH_ENV_REMOVE* rem;  // wh_env_remove, wh_env_delete
   } u;
+  const WH_PLACE* place;  // not owned; null unless places were asked for (readdata.h)
 };
 
 struct WH_ENV_GROUP {
@@ -54,7 +55,8 @@ struct WH_ENV_GROUP {
 };
 
 struct WH_ENV_SETTINGS {
-  FwVector groups;  // of WH_ENV_GROUP*, owned, in file order
+  FwVector groups;    // of WH_ENV_GROUP*, owned, in file order
+  FwMemPool* places;  // owned: the places in the records; null for none
 };
 
 // Reads a settings file. The result belongs to the caller, who frees it with free_env_settings; it
@@ -70,9 +72,9 @@ void free_env_settings(WH_ENV_SETTINGS** settings);
 // Frees an operation, its u null or not, and nulls the pointer. A null operation is accepted.
 void free_env_op(WH_ENV_OP** op);
 
-// A new operation with all text expanded, which the caller frees with free_env_op. It is never
-// null, but after an error its u may be: the caller tests err. Errors: those of wh_expand
-// (warehouse.h).
+// A new operation with all text expanded and the same place, which the caller frees with
+// free_env_op. It is never null, but after an error its u may be: the caller tests err. Errors:
+// those of wh_expand (warehouse.h).
 WH_ENV_OP* wh_expand_env_op(FwErrorState* err, WH_ENV_OP* op, WH_SYMTAB* symtab);
 
 // The same for the two kinds of content. Null if err holds an error afterwards.

@@ -37,7 +37,9 @@
 
 #include "fwtypes.h"
 #include "fwvector.h"
+#include "readdata.h"
 
+struct FwMemPool;
 struct WH_ENV_SETTINGS;  // settings.h
 struct WH_PARTLIST;      // partlist.h
 struct WH_RECIPE;        // recipe.h
@@ -57,6 +59,7 @@ struct WH_VAR {
   FwTextString n = nullptr;
   FwTextString v = nullptr;
   WH_VAR* next = nullptr;
+  const WH_PLACE* place = nullptr;  // not owned; null unless places were asked for
 };
 
 // One alternative of a condition on varieties. All of its vars must hold; the alternatives of a
@@ -90,6 +93,7 @@ struct WH_VARIETY {
   int visited = 0;
   int packed = 0;
   FwHashTable* ancestors = nullptr;  // the varieties that include this one, and itself
+  const WH_PLACE* place = nullptr;   // as in WH_VAR
 };
 
 // Does not own its varieties.
@@ -105,6 +109,7 @@ struct WH_PRODUCT_INFO {
   WH_DESCRIPTIONS* descriptions = nullptr;
   WH_VARIETY_SEQ* varieties = nullptr;  // this one does own its varieties
   int visible = 0;
+  FwMemPool* places = nullptr;  // owned: the places in the records
 };
 
 struct WH_VARIETY_INDEX;  // private to the index
@@ -374,6 +379,9 @@ struct WH_INDEX {
   // next query for it gives null, without an error and without a call of its error function. Walks
   // over many products that name the same missing part cost no more for it.
   int missing_is_silent = 0;
+  // For the readers of the products' files (readdata.h); a reader's error makes a product fail to
+  // load. Set it before products are asked for. For programs on this library.
+  WH_XML_PARSE_FLAGS parse_flags = WH_XML_PF_NO_CHECKS;
   int has_faulty = 0;              // private: a product that exists could not be read
   FwHashTable* missing = nullptr;  // owned: the names of those found out so far; null for none
 };

@@ -30,9 +30,10 @@ void free_file_part(WH_FILE_PART** part) {
   FwMemFreeAndClear(part);
 }
 
-WH_PART* make_part(WH_PART_TYPE type) {
+WH_PART* make_part(WH_PART_TYPE type, ELEMENT* element) {
   auto* part = make<WH_PART>();
   part->type = type;
+  part->place = place_of(element->user);
   return part;
 }
 
@@ -98,7 +99,7 @@ void start_product(DFA* dfa, ELEMENT* element) {
   const OwnedText version(own_field("version", FWT("%(THIS-VERSION)"), element));
   const OwnedText rev(own_field("rev", FWT("%(THIS-REV)"), element));
   int optional = num_attr("optional", element->atts, &element->seen);
-  *dfa->part = make_part(part_product);
+  *dfa->part = make_part(part_product, element);
   (*dfa->part)->u.product =
       make_query(make_prodname(category, name, version, rev), nullptr, optional);
 }
@@ -111,7 +112,7 @@ void start_file(DFA* dfa, ELEMENT* element) {
   FwTextString file = attr("name", element->atts, &element->seen);
   FwTextString builtas = attr("built-as", element->atts, &element->seen);
   FwTextString packas = attr("pack-as", element->atts, &element->seen);
-  *dfa->part = make_part(part_file);
+  *dfa->part = make_part(part_file, element);
   (*dfa->part)->u.file = make_file_part(file, builtas, packas);
 }
 
@@ -178,12 +179,16 @@ WH_PARTLIST* read_partlist(FwErrorState* err, FwTextString file, WH_XML_PARSE_FL
   dfa.flags = flags;
   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, nullptr};
   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
+  FwMemPool* places = take_places(&dfa);
   release_reader(&dfa);
   if (!done) {
     free_partspecs(&dfa.partspecs);
+    FwMemPoolDestroy(&places);
     return nullptr;
   }
-  return make_partlist(dfa.partspecs);
+  WH_PARTLIST* partlist = make_partlist(dfa.partspecs);
+  partlist->places = places;
+  return partlist;
 }
 
 WH_PARTLIST* make_partlist(WH_PARTSPEC* partspecs) {
@@ -195,5 +200,6 @@ WH_PARTLIST* make_partlist(WH_PARTSPEC* partspecs) {
 void free_partlist(WH_PARTLIST** partlist) {
   if (*partlist == nullptr) return;
   free_partspecs(&(*partlist)->partspecs);
+  FwMemPoolDestroy(&(*partlist)->places);
   FwMemFreeAndClear(partlist);
 }

@@ -149,6 +149,7 @@ void start_variety(DFA* dfa, ELEMENT* element) {
   int chosen = num_attr("chosen", element->atts, &element->seen);
   FwTextString name = attr("name", element->atts, &element->seen);
   dfa->variety = make_variety(name, chosen, description);
+  dfa->variety->place = place_of(element->user);
   dfa->var = &dfa->variety->vars;
   dfa->seg = &dfa->variety->segs;
   dfa->platform = FWT("all-all");
@@ -227,6 +228,7 @@ WH_PRODUCT_INFO* read_prodinfo_file(FwErrorState* err, WH_PRODUCT_NAME* prodname
   dfa.flags = flags;
   PARSER parser{&dfa, start_el, end_element<kMachine>, doctype_element, text_data};
   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
+  if (done) dfa.prodinfo->places = take_places(&dfa);
   release_reader(&dfa);
   if (!done) {
     if (optional && is_ErrorNonExistent(err)) FwErrorClear(err);
@@ -258,6 +260,7 @@ void free_prodinfo(WH_PRODUCT_INFO** prodinfo) {
   free_descriptions(&info->descriptions);
   free_prodname(&info->prodname);
   free_varieties(&info->varieties);
+  FwMemPoolDestroy(&info->places);
   FwMemFreeAndClear(prodinfo);
 }
 

@@ -10,6 +10,10 @@
 
 namespace {
 
+// Bytes of the pool of places: some files have a few, some have thousands.
+constexpr uint32 kPlacesFirst = 512;
+constexpr uint32 kPlacesGrow = 4096;
+
 struct BRACKET_CHECK {
   WH_XML_PARSE_FLAGS flag;
   FwError* kind;
@@ -154,6 +158,23 @@ void release_reader(READER* reader) {
   reader->textopen = 0;
   FwMemFreeAndClear(&reader->host);
   FwMemFreeAndClear(&reader->doctype);
+  FwMemPoolDestroy(&reader->places);
+}
+
+const WH_PLACE* make_place(USERDATA* user) {
+  READER* reader = user->dfa;
+  if (!reader->places) {
+    const std::size_t size = std::strlen(FWC(reader->filename)) + 1;
+    reader->places = FwMemPoolCreate(0, kPlacesFirst, kPlacesGrow, alignof(WH_PLACE),
+                                     ALLOC_MUST_SUCCEED | INIT_NONE);
+    if (!reader->places) FwMemExitMemoryExhausted();
+    reader->placefile = static_cast<FwTextString>(std::memcpy(
+        FwMemPoolAlloc(reader->places, static_cast<uint32>(size)), reader->filename, size));
+  }
+  auto* place = static_cast<WH_PLACE*>(FwMemPoolAlloc(reader->places, sizeof(WH_PLACE)));
+  place->file = reader->placefile;
+  xml_current_place(user->parser, &place->line, &place->column);
+  return place;
 }
 
 void opentext(READER* reader) {
@@ -183,6 +204,7 @@ WH_VAR* var_entry(READER* reader, ELEMENT* element) {
   auto* entry = make<WH_VAR>();
   entry->n = attr("n", element->atts, &element->seen);
   entry->v = attr("v", element->atts, &element->seen);
+  entry->place = place_of(element->user);
   *reader->var = entry;
   return entry;
 }

@@ -41,9 +41,10 @@ void free_env_remove(WH_ENV_REMOVE** rem) {
   FwMemFreeAndClear(rem);
 }
 
-WH_ENV_OP* make_env_op(WH_ENV_OP_TYPE type) {
+WH_ENV_OP* make_env_op(WH_ENV_OP_TYPE type, const WH_PLACE* place) {
   auto* op = make<WH_ENV_OP>();
   op->type = type;
+  op->place = place;
   return op;
 }
 
@@ -100,17 +101,17 @@ void start_condition(DFA* dfa, ELEMENT* element) {
 }
 
 void start_insert(DFA* dfa, ELEMENT* element) {
-  dfa->op = make_env_op(wh_env_insert);
+  dfa->op = make_env_op(wh_env_insert, place_of(element->user));
   dfa->op->u.ins = make_env_insert(get_sep(element));
 }
 
 void start_remove(DFA* dfa, ELEMENT* element) {
-  dfa->op = make_env_op(wh_env_remove);
+  dfa->op = make_env_op(wh_env_remove, place_of(element->user));
   dfa->op->u.rem = make_env_remove(get_sep(element));
 }
 
 void start_delete(DFA* dfa, ELEMENT* element) {
-  dfa->op = make_env_op(wh_env_delete);
+  dfa->op = make_env_op(wh_env_delete, place_of(element->user));
   dfa->op->u.rem = make_env_remove(get_sep(element));
   opentext(dfa);
 }
@@ -224,6 +225,7 @@ WH_ENV_SETTINGS* read_env_settings(FwErrorState* err, FwTextString file, WH_XML_
   dfa.flags = flags;
   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, nullptr, text_data};
   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
+  if (done) dfa.settings->places = take_places(&dfa);
   release_reader(&dfa);
   if (!done) {
     free_env_op(&dfa.op);
@@ -240,6 +242,7 @@ void free_env_settings(WH_ENV_SETTINGS** settings) {
   for (WH_ENV_GROUP* group : elements<WH_ENV_GROUP>(groups))
     free_env_group(&group);
   FwVectorAbandon(groups, 0);
+  FwMemPoolDestroy(&(*settings)->places);
   FwMemFreeAndClear(settings);
 }
 
@@ -254,7 +257,7 @@ void free_env_op(WH_ENV_OP** op) {
 }
 
 WH_ENV_OP* wh_expand_env_op(FwErrorState* err, WH_ENV_OP* op, WH_SYMTAB* symtab) {
-  WH_ENV_OP* expanded = make_env_op(op->type);
+  WH_ENV_OP* expanded = make_env_op(op->type, op->place);
   expanded->name = wh_expand(err, op->name, symtab);
   if (op->type == wh_env_insert)
     expanded->u.ins = wh_expand_env_insert(err, op->u.ins, symtab);

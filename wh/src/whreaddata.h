@@ -12,7 +12,8 @@
 //   DFA dfa;
 //   dfa.flags = flags;
 //   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element,
-//   text_data}; int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
+//                 text_data};
+//   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
 //   release_reader(&dfa);                              then, if not done, what was half built
 //
 // Text between elements is dropped; the text of an element that opens its record is kept byte for
@@ -22,6 +23,7 @@
 
 #include <cstddef>
 #include <type_traits>
+#include <utility>
 
 #include "fwerror.h"
 #include "fwmem.h"
@@ -84,9 +86,11 @@ struct READER {
   FwTextString doctype = nullptr;   // owned; null without a DOCTYPE
   FwStrRecord text = {};            // open while textopen is set
   int textopen = 0;
-  FwTextString host = nullptr;     // owned; the default of the PATTERN being read
-  WH_PATTERN** pattern = nullptr;  // the link at the end of the chain being read
-  WH_VAR** var = nullptr;          // likewise
+  FwTextString host = nullptr;       // owned; the default of the PATTERN being read
+  WH_PATTERN** pattern = nullptr;    // the link at the end of the chain being read
+  WH_VAR** var = nullptr;            // likewise
+  FwMemPool* places = nullptr;       // owned until take_places
+  FwTextString placefile = nullptr;  // the file's name, in that pool
 };
 
 // An element as a start tag's action sees it.
@@ -221,8 +225,24 @@ void text_data(void* userData, const XML_Char* s, int len);
 // not mean that err is clear: it may hold a located error.
 int run_reader(FwErrorState* err, FwTextString file, PARSER* parser, int final, FwError* invalid);
 
-// Frees what a READER may own: the text, if it is still open, the host and the DOCTYPE's name.
+// Frees what a READER may own: the text, if it is still open, the host, the DOCTYPE's name and the
+// places.
 void release_reader(READER* reader);
+
+// ---- Places -------------------------------------------------------------------------------------
+
+// All places of a file lie in one pool, each of them pointing to the one copy of the file's name.
+const WH_PLACE* make_place(USERDATA* user);
+
+// Where the element in hand begins, null if nobody asked for places.
+inline const WH_PLACE* place_of(USERDATA* user) {
+  return (user->dfa->flags & WH_XML_PF_PLACES) != 0 ? make_place(user) : nullptr;
+}
+
+// Hands the places over to the record of the whole file, which destroys the pool when it is freed.
+inline FwMemPool* take_places(READER* reader) {
+  return std::exchange(reader->places, nullptr);
+}
 
 // ---- Pieces that formats share ------------------------------------------------------------------
 

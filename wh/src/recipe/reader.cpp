@@ -62,9 +62,10 @@ struct DFA : READER {
   int version = 0;
   int needhost = 0;
   WH_RECIPE* recipe = nullptr;
-  WH_STEP* step = nullptr;        // the recipe's
-  WH_COMMAND* command = nullptr;  // until it is added to the step
-  WH_DATA* data = nullptr;        // until it becomes an argument or a command
+  WH_STEP* step = nullptr;          // the recipe's
+  WH_COMMAND* command = nullptr;    // until it is added to the step
+  WH_DATA* data = nullptr;          // until it becomes an argument or a command
+  const WH_PLACE* place = nullptr;  // of the last command
 };
 
 // An attribute, the field that it fills, and what stands for it if it is absent.
@@ -162,6 +163,7 @@ RECORD* record_from(ELEMENT* element, const ATTR<RECORD> (&attrs)[N]) {
 }
 
 void add_command(DFA* dfa, WH_COMMAND* command) {
+  command->place = dfa->place;
   FwVectorAddElement(&dfa->step->commands, command);
 }
 
@@ -398,6 +400,14 @@ constexpr END_RULE<DFA> kEnds[] = {
 
 constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 
+// Each element in a step is a command.
+void start_el(void* userData, const XML_Char* name, const XML_Char** atts) {
+  auto* user = static_cast<USERDATA*>(userData);
+  auto* dfa = static_cast<DFA*>(user->dfa);
+  if (dfa->state == st_in_step) dfa->place = place_of(user);
+  start_element<kMachine>(userData, name, atts);
+}
+
 const KIND& kind_of(FwTextString file) {
   FwTextString leaf = FwFileSkipToLeafname(file);
   const KIND* kind = kKinds;
@@ -442,9 +452,10 @@ WH_RECIPE* read_recipe(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS 
   const KIND& kind = kind_of(file);
   dfa.version = kind.version;
   dfa.needhost = kind.needhost;
-  PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, text_data};
+  PARSER parser{&dfa, start_el, end_element<kMachine>, doctype_element, text_data};
   // Kept: the other readers report a fault of structure as VQN_XML_ERROR.
   int done = run_reader(err, file, &parser, kMachine.final, whErrorInvalid);
+  if (done) dfa.recipe->places = take_places(&dfa);
   release_reader(&dfa);
   if (!done) {
     free_record(&dfa.data);

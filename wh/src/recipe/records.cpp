@@ -115,6 +115,7 @@ void free_recipe(WH_RECIPE** recipe) {
   for (WH_STEP* step : elements<WH_STEP>(steps))
     free_step(&step);
   FwVectorAbandon(steps, 0);
+  FwMemPoolDestroy(&(*recipe)->places);
   FwMemFreeAndClear(recipe);
 }
 

@@ -103,11 +103,12 @@ void note_missing(WH_INDEX* index, WH_PRODUCT_NAME* prodname) {
 
 // The files behind the first, in the order of reading. A missing one is excused, but for the part
 // list.
-bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* product) {
+bool read_files_in(FwErrorState* err, FwTextString directory, WH_XML_PARSE_FLAGS flags,
+                   WH_PRODUCT* product) {
   auto path = [&](const char* file) { return FwFilenameConcatenateAlloc(directory, FWT(file)); };
 
   FwTextString file = path("partlist.xml");
-  product->partlist = read_partlist(err, file, WH_XML_PF_NO_CHECKS);
+  product->partlist = read_partlist(err, file, flags);
   FwMemFree(file);
   if (product->partlist == nullptr || err->pError != nullptr) return false;
 
@@ -121,7 +122,7 @@ bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* produc
   };
   for (const auto& recipe : kRecipes) {
     file = path(recipe.file);
-    product->*recipe.field = read_recipe(err, file, WH_XML_PF_NO_CHECKS);
+    product->*recipe.field = read_recipe(err, file, flags);
     FwMemFree(file);
     if (!excused(err)) return false;
   }
@@ -135,7 +136,7 @@ bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* produc
   };
   for (const auto& setting : kSettings) {
     file = path(setting.file);
-    product->*setting.field = read_env_settings(err, file, WH_XML_PF_NO_CHECKS);
+    product->*setting.field = read_env_settings(err, file, flags);
     FwMemFree(file);
     if (!excused(err)) return false;
   }
@@ -145,7 +146,7 @@ bool read_files_in(FwErrorState* err, FwTextString directory, WH_PRODUCT* produc
 bool read_product_files(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname,
                         WH_PRODUCT* product) {
   FwTextString directory = wh_dirpath(index->base, prodname);
-  const bool read = read_files_in(err, directory, product);
+  const bool read = read_files_in(err, directory, index->parse_flags, product);
   FwMemFree(directory);
   return read;
 }
@@ -256,7 +257,7 @@ WH_PRODUCT* index_fetch(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* pro
 
 WH_PRODUCT* index_add(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodname, int optional) {
   WH_PRODUCT_INFO* prodinfo =
-      read_prodinfo(err, prodname, index->base, optional, WH_XML_PF_NO_CHECKS);
+      read_prodinfo(err, prodname, index->base, optional, index->parse_flags);
   if (prodinfo == nullptr) return nullptr;
   WH_PRODUCT* product = new_record<WH_PRODUCT>();
   product->prodinfo = prodinfo;
