@@ -89,7 +89,7 @@ function(zor_floor_test name)
   # framework of their own.
   if(arg_CHECKED)
     add_test(NAME ${name}_checked COMMAND ${name}_test --debug-level=2
-      --gtest_filter=-*LittleTime:*.AChainOf*:*LongChain*:*HundredThousand*:*OfAnyLength*:*DeathTest*:Faults*)
+      --gtest_filter=-*LittleTime:*.AChainOf*:*LongChain*:*HundredThousand*:*OfAnyLength*:*OnRandomWarehouses:*DeathTest*:Faults*)
     zor_test_environment(${name}_checked)
   endif()
 endfunction()

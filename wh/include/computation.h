@@ -21,6 +21,8 @@
 #include "fwvector.h"
 #include "warehouse.h"
 
+struct WH_OBSERVER;  // observer.h
+
 struct WH_COMPUTATION {
   // What the caller sets. None of it is freed here.
   FwVector* group_querylists;  // of WH_PRODUCT_QUERY_LIST*, one for each group
@@ -29,6 +31,9 @@ struct WH_COMPUTATION {
   int ignore_missing;          // a product that does not exist is no error
   WH_ERROR_FUNC report;        // gets each fault and adds to wh_errors
   FwErrorState* err;           // one state for the whole computation
+  // For programs on this library, null and 0 otherwise.
+  const WH_OBSERVER* observer;  // is told what wh_computation_compute does
+  int places;                   // 1: operations and other records know where they were read
 
   // Owned by the computation from here on. oldenv is set by the caller.
   WH_ENVIRON* oldenv;
@@ -52,8 +57,9 @@ int wh_computation_find_latest(WH_COMPUTATION* all);
 int wh_computation_load(WH_COMPUTATION* all);
 
 // Computes newenv: the old recipes of all groups are replayed, then the settings of each group are
-// computed on the result of the one before. 0 if anything was reported. Exhausted memory ends the
-// program: no script is made of environments in which a variable is missing.
+// computed on the result of the one before. 0 if anything was reported, or if the observer was told
+// of a contradiction without end. Exhausted memory ends the program: no script is made of
+// environments in which a variable is missing.
 int wh_computation_compute(WH_COMPUTATION* all);
 
 // Frees all that the computation owns, whichever step it has come to.

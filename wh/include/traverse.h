@@ -31,6 +31,8 @@ struct WH_CALL_ENV {
   FwTextString source;      // a word that names the file in hand, for error messages
   WH_ERROR_FUNC errorfunc;  // may be null
   void* state;              // the caller's own
+  // The part that wh_traverse_partlist calls back for. For programs on this library.
+  const WH_PART* part = nullptr;
 };
 
 using WH_FILE_FUNC = void(WH_CALL_ENV* callenv, WH_FILE_PART* part);

@@ -5,6 +5,7 @@
 #include "computation.h"
 #include "environ.h"
 #include "glob.h"
+#include "observer.h"
 #include "partlist.h"
 #include "prodinfo.h"
 #include "readdata.h"

@@ -4,6 +4,7 @@
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwmem.h"
+#include "observer.h"
 #include "recipe.h"
 #include "wherror.h"
 
@@ -42,6 +43,23 @@ void find_latest(WH_COMPUTATION* all, WH_PRODUCT_QUERY* query) {
   }
 }
 
+// The settings of one group, on the result of the one before. 0 after a contradiction without end.
+int compute_group(WH_COMPUTATION* all, int32 i, WH_PRODUCT_SPEC_LIST* speclist) {
+  const WH_OBSERVER* observer = all->observer;
+  if (!observer) {
+    wh_change_env(all->index, &all->newenv, all->index->base, speclist, report_except_missing,
+                  all->set);
+    return 1;
+  }
+  if (observer->group) observer->group(observer->context, i);
+  WH_ENVIRON* result = wh_apply_env_observed(all->index, all->newenv, all->index->base, speclist,
+                                             report_except_missing, all->set, observer);
+  if (!result) return 0;
+  free_environ(&all->newenv);
+  all->newenv = result;
+  return 1;
+}
+
 }  // namespace
 
 int wh_computation_open(WH_COMPUTATION* all, FwTextString basedir) {
@@ -53,6 +71,7 @@ int wh_computation_open(WH_COMPUTATION* all, FwTextString basedir) {
   }
   FwFileRemoveTrailingSeparator(all->abs_basedir);
   all->index = index_open(all->abs_basedir);
+  if (all->places) all->index->parse_flags = WH_XML_PF_PLACES;
   return 1;
 }
 
@@ -89,9 +108,9 @@ int wh_computation_compute(WH_COMPUTATION* all) {
     return 0;
   }
   check_environments();
+  int32 i = 0;
   for (auto* speclist : elements<WH_PRODUCT_SPEC_LIST>(&all->group_speclists)) {
-    wh_change_env(all->index, &all->newenv, all->index->base, speclist, report_except_missing,
-                  all->set);
+    if (!compute_group(all, i++, speclist)) return 0;
     check_environments();
   }
   return wh_errors == 0;

@@ -39,6 +39,7 @@ void wh_traverse_partlist(WH_CALL_ENV* callenv, WH_PARTLIST* partlist, WH_VARIET
        partspec = partspec->next) {
     if (!matchvar(variety, partspec->pattern, nullptr)) continue;
     for (WH_PART* part = partspec->parts; part != nullptr; part = part->next) {
+      callenv->part = part;
       if (part->type == part_file) {
         if (file_func != nullptr) file_func(callenv, part->u.file);
       } else if (spec_func != nullptr) {

@@ -19,6 +19,7 @@
 #include "engine_support.h"
 #include "environ/ancestry.h"
 #include "environ/engine.h"
+#include "environ/observation.h"
 #include "recorder.h"
 
 namespace {
@@ -72,10 +73,20 @@ class Value {
       enter_removal(&val_ops_, removes_.back());
   }
 
+  // From then on an observer watches; of each operation it knows the letter.
+  void Watch(OBSERVATION* observation) {
+    observation_ = observation;
+    for (EXPANDED_OP& op : ops_) {
+      OPERATION* told = &told_.emplace_back();
+      told->number = Name(op.variety);
+      op.told = told;
+    }
+  }
+
   void Resolve(WH_ERROR_FUNC error, Caller caller = Caller::Here()) {
     const CalledFrom from(caller);
     FwHashEntry entry = {FWT("VALUE"), &val_ops_};
-    res_context context = {error, FWT("VARIABLE"), ancestry_};
+    res_context context = {error, FWT("VARIABLE"), ancestry_, observation_};
     EXPECT_EQ(1, resolve(&entry, &context, nullptr));
   }
 
@@ -130,14 +141,20 @@ class Value {
   std::string Names(const FwVector* ops) {
     std::string names;
     for (int32 i = 0; i < count_of(ops); ++i)
-      for (auto& [name, variety] : varieties_)
-        if (&variety == element_at<EXPANDED_OP>(ops, i)->variety) names += name;
+      names += Name(element_at<EXPANDED_OP>(ops, i)->variety);
     return names;
+  }
+  char Name(const WH_VARIETY* wanted) {
+    for (auto& [name, variety] : varieties_)
+      if (&variety == wanted) return name;
+    return '?';
   }
 
   std::vector<std::pair<char, char>> includes_;
   std::map<char, WH_VARIETY> varieties_;
   std::deque<EXPANDED_OP> ops_;
+  std::deque<OPERATION> told_;
+  OBSERVATION* observation_ = nullptr;
   std::vector<EXPANDED_OP*> removes_;
   VAL_OPS val_ops_;
   ANCESTRY* ancestry_;
@@ -371,6 +388,24 @@ std::set<std::pair<char, char>> RandomRelation(std::mt19937* random, char last) 
   return relation;
 }
 
+// Lets random operations of the varieties up to last arrive.
+void Arrive(std::mt19937* random, char last, std::size_t count, Value* value, Plain* plain) {
+  std::string removes;
+  for (; count > 0; --count) {
+    const char name = static_cast<char>('A' + (*random)() % static_cast<size_t>(last - 'A' + 1));
+    if ((*random)() % 2 == 0) {
+      value->Insert(name);
+      plain->ins += name;
+      plain->rem += removes;
+    } else {
+      const size_t elements = (*random)() % 4 == 0 ? (*random)() % 4 : 0;
+      value->Remove(name, static_cast<int>(elements));
+      removes += name;
+      plain->rem += std::string(plain->ins.size() + elements, name);
+    }
+  }
+}
+
 TEST(Resolve, EqualsThePlainProcedureOnWhatArrivesInAnyOrder) {
   std::mt19937 random(5);
   int ended = 0;
@@ -382,20 +417,7 @@ TEST(Resolve, EqualsThePlainProcedureOnWhatArrivesInAnyOrder) {
     const std::set<std::pair<char, char>> relation = RandomRelation(&random, last);
     Value value({relation.begin(), relation.end()});
     Plain plain = {"", "", relation};
-    std::string removes;
-    for (size_t n = random() % (round % 10 == 0 ? 40 : 12); n > 0; --n) {
-      const char name = static_cast<char>('A' + random() % static_cast<size_t>(last - 'A' + 1));
-      if (random() % 2 == 0) {
-        value.Insert(name);
-        plain.ins += name;
-        plain.rem += removes;
-      } else {
-        const size_t elements = random() % 4 == 0 ? random() % 4 : 0;
-        value.Remove(name, static_cast<int>(elements));
-        removes += name;
-        plain.rem += std::string(plain.ins.size() + elements, name);
-      }
-    }
+    Arrive(&random, last, random() % (round % 10 == 0 ? 40 : 12), &value, &plain);
     const std::string before = plain.ins + "/" + plain.rem;
     ASSERT_EQ(before, value.Lists());
     if (!plain.Run()) continue;
@@ -411,6 +433,130 @@ TEST(Resolve, EqualsThePlainProcedureOnWhatArrivesInAnyOrder) {
   EXPECT_GT(ended, 3000);
   EXPECT_GT(emptied, 1000);
   EXPECT_GT(clashed, 1000);
+}
+
+// What an observer is told of one value, letter by letter.
+struct Told {
+  std::string endless;    // insert, remove
+  std::string overruled;  // of each the loser, then the winner
+  std::string removed;
+  std::string twice;
+  std::string clash;
+
+  WH_OBSERVER Observer() {
+    WH_OBSERVER observer = {};
+    observer.context = this;
+    observer.endless = [](void* context, const WH_ELEMENT*, const WH_OPERATION* insert,
+                          const WH_OPERATION* remove) {
+      Add(&static_cast<Told*>(context)->endless, {insert, remove});
+    };
+    observer.overruled = [](void* context, const WH_ELEMENT*, const WH_OPERATION* loser,
+                            const WH_OPERATION* winner) {
+      Add(&static_cast<Told*>(context)->overruled, {loser, winner});
+    };
+    observer.removed = [](void* context, const WH_ELEMENT*, const WH_OPERATION* remove) {
+      Add(&static_cast<Told*>(context)->removed, {remove});
+    };
+    observer.inserted_twice = [](void* context, const WH_ELEMENT*, const WH_OPERATION* first,
+                                 const WH_OPERATION* second) {
+      Add(&static_cast<Told*>(context)->twice, {first, second});
+    };
+    observer.clash = [](void* context, const WH_ELEMENT*, const WH_OPERATION* insert,
+                        const WH_OPERATION* remove) {
+      Add(&static_cast<Told*>(context)->clash, {insert, remove});
+    };
+    return observer;
+  }
+  static void Add(std::string* letters, std::initializer_list<const WH_OPERATION*> operations) {
+    for (const WH_OPERATION* operation : operations)
+      *letters += static_cast<char>(operation->number);
+  }
+};
+
+TEST(Resolve, AnObserverIsToldOfAContradictionExactlyWhereThePlainProcedureStays) {
+  std::mt19937 random(6);
+  int endless = 0;
+  for (int round = 0; round < 6000; ++round) {
+    const char last = static_cast<char>('A' + random() % 8);
+    const std::set<std::pair<char, char>> relation = RandomRelation(&random, last);
+    Value value({relation.begin(), relation.end()});
+    Plain plain = {"", "", relation};
+    Arrive(&random, last, random() % 12, &value, &plain);
+    const std::string before = plain.ins + "/" + plain.rem;
+    SCOPED_TRACE(before);
+    Told told;
+    const WH_OBSERVER observer = told.Observer();
+    OBSERVATION observation;
+    observation.observer = &observer;
+    value.Watch(&observation);
+    const bool ends = plain.Run();
+    value.Resolve(nullptr);
+    ASSERT_EQ(ends, !observation.endless);
+    ASSERT_EQ(ends, told.endless.empty());
+    if (ends) {
+      ASSERT_EQ(plain.ins + "/" + plain.rem, value.Lists());
+      ASSERT_EQ(!plain.ins.empty() && !plain.rem.empty(), !told.clash.empty());
+      continue;
+    }
+    ++endless;
+    ASSERT_EQ(2u, told.endless.size());
+    ASSERT_TRUE(relation.contains({told.endless[0], told.endless[1]}));
+  }
+  EXPECT_GT(endless, 300);
+}
+
+TEST(Resolve, AnObserverIsToldWhichOperationGaveWayToWhich) {
+  const std::vector<std::pair<char, char>> chain = {{'A', 'B'}, {'A', 'C'}, {'B', 'C'}};
+  const struct {
+    const char* ins;
+    const char* rem;
+    const char* overruled;
+    const char* removed;
+    const char* twice;
+    const char* clash;
+  } rows[] = {
+      {"CBA", "", "CABA", "", "", ""},  // the one that stands itself, not the nearest
+      {"AXC", "", "CA", "", "AX", ""},
+      {"XYZ", "", "", "", "XYXZ", ""},
+      {"", "CBA", "CABA", "A", "", ""},
+      {"", "XY", "", "XY", "", ""},
+      {"A", "A", "AA", "", "", ""},  // the remove of the same variety
+      {"C", "A", "CA", "A", "", ""},
+      {"XC", "AA", "XACA", "AA", "", ""},  // the second remove takes out the insert in front
+      {"X", "Y", "", "", "", "XY"},
+      {"XC", "BY", "CB", "", "", "XB"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.ins) + "/" + row.rem);
+    Value value(chain);
+    value.Add(row.ins, row.rem);
+    Told told;
+    const WH_OBSERVER observer = told.Observer();
+    OBSERVATION observation;
+    observation.observer = &observer;
+    value.Watch(&observation);
+    value.Resolve(nullptr);
+    EXPECT_EQ(row.overruled, told.overruled);
+    EXPECT_EQ(row.removed, told.removed);
+    EXPECT_EQ(row.twice, told.twice);
+    EXPECT_EQ(row.clash, told.clash);
+    EXPECT_EQ("", told.endless);
+  }
+}
+
+TEST(Resolve, ARemoveThatIsEnteredOftenIsToldOfOnce) {
+  Value value(kAC);
+  value.Insert('C');
+  value.Remove('A', 2);
+  EXPECT_EQ("C/AAA", value.Lists());
+  Told told;
+  const WH_OBSERVER observer = told.Observer();
+  OBSERVATION observation;
+  observation.observer = &observer;
+  value.Watch(&observation);
+  value.Resolve(nullptr);
+  EXPECT_EQ("CA", told.overruled);
+  EXPECT_EQ("A", told.removed);
 }
 
 TEST(Resolve, ARemoveIsKeptOnceForAllInsertsThatItIsListedFor) {

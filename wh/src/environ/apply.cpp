@@ -2,6 +2,7 @@
 #include "constraints.h"
 #include "engine.h"
 #include "fwmem.h"
+#include "observation.h"
 #include "vqassert.h"
 #include "wherror.h"
 
@@ -20,6 +21,7 @@ struct APPLY_STATE {
   WH_ENVIRON* output_env;
   WH_ERROR_FUNC errorfunc;
   bool spent;
+  OBSERVATION* observation;
   FwErrorState err;
 };
 
@@ -74,13 +76,16 @@ int32 constrain_value(FwHashEntry* entry, void* vconstraints, FwErrorState* /*er
   return 1;
 }
 
-int32 constrain_variable(FwHashEntry* entry, void* /*vstate*/, FwErrorState* /*err*/) {
+int32 constrain_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
+  const OBSERVATION* observation = static_cast<APPLY_STATE*>(vstate)->observation;
   VAR_OPS* var_ops = var_ops_of(entry);
   if (var_ops->sep == 0) var_ops->sep = ':';
   // First all nodes, so that constraints see each other's values whatever arrived first.
   FwHashEnumerateEntries(var_ops->values, make_value_node, var_ops, nullptr);
   CONSTRAINTS constraints;
   open_constraints(&constraints, var_ops);
+  if (observation && observation->observer->constrained)
+    tell_constraints(observation, name_of(entry), var_ops, &constraints.nodes);
   FwHashEnumerateEntries(var_ops->values, constrain_value, &constraints, nullptr);
   close_constraints(&constraints);
   return 1;
@@ -118,12 +123,15 @@ int32 sort_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
   auto* state = static_cast<APPLY_STATE*>(vstate);
   VAR_OPS* var_ops = var_ops_of(entry);
   FwErrorState* err = &state->err;
+  OBSERVATION* observation = state->observation;
+  if (observation) begin_variable(observation, var_ops);
 
   for (int32 i = 0; i < FwVectorLength(&var_ops->oldorder); ++i)
-    sort_node(element_at<NODE>(&var_ops->oldorder, i), name_of(entry), var_ops, err);
+    sort_node(element_at<NODE>(&var_ops->oldorder, i), name_of(entry), var_ops, err, observation);
   const FwHashTable* nodes = var_ops->nodes;
   for (FwHashEntry* slot = nodes->pEntries; slot <= nodes->pLastEntry; ++slot)
-    if (slot->key) sort_node(static_cast<NODE*>(slot->value), name_of(entry), var_ops, err);
+    if (slot->key)
+      sort_node(static_cast<NODE*>(slot->value), name_of(entry), var_ops, err, observation);
 
   if (err->pError) {
     // Kept: without a function to call, the error stays and all later variables go the same way.
@@ -134,8 +142,12 @@ int32 sort_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
     return 1;
   }
   bool empty = var_ops->result.pbTerminator == var_ops->result.pbz;
-  if (var_ops->del && empty) return 1;
+  if (var_ops->del && empty) {
+    if (observation) tell_rebuilt(observation, name_of(entry), nullptr);
+    return 1;
+  }
   FwTextString result = FwStrRecordClose(&var_ops->result);
+  if (observation) tell_rebuilt(observation, name_of(entry), result);
   wh_set_ev(state->output_env, name_of(entry), result);
   FwMemFree(result);
   return 1;
@@ -146,11 +158,12 @@ int32 sort_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
 struct RESOLVE_STATE {
   WH_ERROR_FUNC error;
   ANCESTRY* ancestry;
+  OBSERVATION* observation;
 };
 
 int32 resolve_variable(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
   auto* state = static_cast<RESOLVE_STATE*>(vstate);
-  res_context context = {state->error, name_of(entry), state->ancestry};
+  res_context context = {state->error, name_of(entry), state->ancestry, state->observation};
   FwHashEnumerateEntries(var_ops_of(entry)->values, resolve, &context, nullptr);
   return 1;
 }
@@ -176,35 +189,48 @@ void find_all_ancestors(WH_INDEX* index, WH_PRODUCT_SPEC_LIST* speclist, ANCESTR
   }
 }
 
-// wh_apply_env; spent as in apply_ops.
-WH_ENVIRON* apply_env(WH_INDEX* index, WH_ENVIRON* input_env, bool spent, FwTextString base,
-                      WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
-  FwTextString file = FWT(set ? "env.xml" : "unenv.xml");
+// What apply_env works on; as the arguments of wh_apply_env_observed.
+struct APPLICATION {
+  WH_INDEX* index;
+  WH_ENVIRON* input_env;
+  FwTextString base;
+  WH_PRODUCT_SPEC_LIST* speclist;
+  WH_ERROR_FUNC error;
+  int set;
+  bool spent;  // as in apply_ops
+  OBSERVATION* observation;
+};
+
+WH_ENVIRON* apply_env(const APPLICATION* all) {
+  FwTextString file = FWT(all->set ? "env.xml" : "unenv.xml");
   COLLECT_STATE state;
-  state.environ = input_env;
-  state.context = make_context(make_cv(FWT("BASE-DIRECTORY"), base, nullptr));
+  state.environ = all->input_env;
+  state.context = make_context(make_cv(FWT("BASE-DIRECTORY"), all->base, nullptr));
   open_vector(&state.eops, 20);
   state.newvars = make_names_table();
-  state.set = set;
+  state.set = all->set;
+  state.observation = all->observation;
 
-  index_unvisit(index);
-  for (int32 i = 0; i < FwVectorLength(&speclist->specs); ++i)
-    wh_traverse_spec(index, element_at<WH_PRODUCT_SPEC>(&speclist->specs, i), collect_variety_ops,
-                     error, file, &state);
+  index_unvisit(all->index);
+  for (int32 i = 0; i < FwVectorLength(&all->speclist->specs); ++i)
+    wh_traverse_spec(all->index, element_at<WH_PRODUCT_SPEC>(&all->speclist->specs, i),
+                     collect_variety_ops, all->error, file, &state);
 
   FwHashTable* variables = make_names_table();
   NAMES names;
   for (int32 i = 0; i < FwVectorLength(&state.eops); ++i)
-    generate_instances(element_at<EXPANDED_OP>(&state.eops, i), input_env, state.newvars, variables,
-                       error, &names);
+    generate_instances(element_at<EXPANDED_OP>(&state.eops, i), all->input_env, state.newvars,
+                       variables, all->error, &names);
   close_names(&names);
 
   ANCESTRY* ancestry = make_ancestry();
-  find_all_ancestors(index, speclist, ancestry, state.context, file, error);
+  find_all_ancestors(all->index, all->speclist, ancestry, state.context, file, all->error);
 
-  RESOLVE_STATE resolving = {error, ancestry};
+  RESOLVE_STATE resolving = {all->error, ancestry, all->observation};
   FwHashEnumerateEntries(variables, resolve_variable, &resolving, nullptr);
-  WH_ENVIRON* output_env = apply_ops(variables, input_env, error, spent);
+  WH_ENVIRON* output_env = nullptr;
+  if (!all->observation || !all->observation->endless)
+    output_env = apply_ops(variables, all->input_env, all->error, all->spent, all->observation);
 
   for (int32 i = 0; i < FwVectorLength(&state.eops); ++i) {
     auto* eop = element_at<EXPANDED_OP>(&state.eops, i);
@@ -222,19 +248,33 @@ WH_ENVIRON* apply_env(WH_INDEX* index, WH_ENVIRON* input_env, bool spent, FwText
 
 WH_ENVIRON* wh_apply_env(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString base,
                          WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
-  return apply_env(index, input_env, false, base, speclist, error, set);
+  const APPLICATION all = {index, input_env, base, speclist, error, set, false, nullptr};
+  return apply_env(&all);
 }
 
 void wh_change_env(WH_INDEX* index, WH_ENVIRON** env, FwTextString base,
                    WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set) {
-  WH_ENVIRON* result = apply_env(index, *env, true, base, speclist, error, set);
+  const APPLICATION all = {index, *env, base, speclist, error, set, true, nullptr};
+  WH_ENVIRON* result = apply_env(&all);
   free_environ(env);
   *env = result;
 }
 
+WH_ENVIRON* wh_apply_env_observed(WH_INDEX* index, WH_ENVIRON* input_env, FwTextString base,
+                                  WH_PRODUCT_SPEC_LIST* speclist, WH_ERROR_FUNC error, int set,
+                                  const WH_OBSERVER* observer) {
+  if (!observer) return wh_apply_env(index, input_env, base, speclist, error, set);
+  OBSERVATION observation;
+  open_observation(&observation, observer, input_env);
+  const APPLICATION all = {index, input_env, base, speclist, error, set, false, &observation};
+  WH_ENVIRON* output_env = apply_env(&all);
+  close_observation(&observation);
+  return output_env;
+}
+
 WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc,
-                      bool spent) {
-  APPLY_STATE state = {variables, make_environ(), errorfunc, spent, {}};
+                      bool spent, OBSERVATION* observation) {
+  APPLY_STATE state = {variables, make_environ(), errorfunc, spent, observation, {}};
   wh_enumerate_environ(input_env, take_input, &state, nullptr);
   FwHashEnumerateEntries(variables, constrain_variable, &state, nullptr);
   FwHashEnumerateEntries(variables, sort_variable, &state, nullptr);
@@ -244,7 +284,8 @@ WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FU
 
 // A walk in depth with a stack of its own, as chains of constraints may be as long as a value. A
 // node is on the stack at most once, so its place among its predecessors is kept in itself.
-void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err) {
+void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err,
+               OBSERVATION* observation) {
   if (!meet(node, name, err)) return;
   FwVector stack;
   open_vector(&stack, 10);
@@ -252,8 +293,11 @@ void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* er
   while (int32 depth = FwVectorLength(&stack)) {
     auto* top = element_at<NODE>(&stack, depth - 1);
     if (NODE* pred = next_predecessor(top)) {
+      if (observation && pred->state == st_visiting)
+        tell_cycle(observation, name, var_ops, &stack, pred);
       if (meet(pred, name, err)) FwVectorAddElement(&stack, pred);
     } else {
+      if (observation) tell_placed(observation, name, var_ops, &stack);
       emit(top, var_ops);
       FwVectorPopElement(&stack);
     }

@@ -1,6 +1,7 @@
 // The walk that collects the operations of the chosen products and of their parts.
 #include "engine.h"
 #include "glob.h"
+#include "observation.h"
 
 namespace {
 
@@ -16,7 +17,9 @@ void collect_group(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_ENV_GROUP* grou
       continue;
     }
     int hasglob = wh_has_globs(exp_op->name);
-    FwVectorAddElement(&state->eops, make_expanded_op(exp_op, variety, hasglob));
+    EXPANDED_OP* eop = make_expanded_op(exp_op, variety, hasglob);
+    FwVectorAddElement(&state->eops, eop);
+    if (state->observation) tell_collected(state->observation, eop);
     if (!hasglob && !wh_lookup_ev(exp_op->name, state->environ))
       add_or_exit(state->newvars, exp_op->name, exp_op->name);
   }
@@ -43,12 +46,16 @@ void collect_variety_ops(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_PRODUCT* 
   auto* state = static_cast<COLLECT_STATE*>(callenv->state);
   WH_ENV_SETTINGS* settings = state->set ? product->envset : product->envunset;
   add_context(callenv->symtab, state->context);
+  if (state->observation) enter_station(state->observation, variety, product);
   wh_traverse_partlist(callenv, product->partlist, variety, nullptr, collect_part_ops);
   if (settings) collect_own_ops(callenv, variety, settings);
+  if (state->observation) leave_station(state->observation);
   remove_context(callenv->symtab, state->context);
 }
 
 void collect_part_ops(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec) {
+  if (OBSERVATION* observation = static_cast<COLLECT_STATE*>(callenv->state)->observation)
+    observation->station->next = callenv->part;
   wh_traverse_spec(callenv->index, spec, collect_variety_ops, callenv->errorfunc, callenv->source,
                    callenv->state);
 }

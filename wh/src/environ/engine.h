@@ -28,6 +28,8 @@
 
 struct ANCESTRY;
 struct MEMBER;
+struct OBSERVATION;
+struct OPERATION;
 struct SOURCE;
 
 // An operation as it is to be applied.
@@ -43,6 +45,8 @@ struct EXPANDED_OP {
   int32 pattern_count = 0;
   bool literal = false;
   bool looks = false;  // one of them looks at the disk
+
+  OPERATION* told = nullptr;  // what an observer knows it by; null without one
 };
 
 struct COLLECT_STATE {
@@ -51,6 +55,7 @@ struct COLLECT_STATE {
   FwVector eops;                   // of EXPANDED_OP*, a product's parts before itself
   FwHashTable* newvars = nullptr;  // literally named variables that the input lacks
   int set = 0;                     // env.xml, or with 0 unenv.xml
+  OBSERVATION* observation = nullptr;
 };
 
 // Private. Texts on which removes are tried, in order of arrival.
@@ -88,6 +93,7 @@ struct NODE {
   // nothing.
   int32 position = 0;
   int32 next_pred = 0;
+  bool kept = false;  // for an observer: it is in oldorder
   NODE* before = nullptr;
   NODE* after = nullptr;
   SOURCE* sources = nullptr;  // further predecessors, behind those in pred (constraints.h)
@@ -152,6 +158,7 @@ struct res_context {
   WH_ERROR_FUNC errorfunc = nullptr;
   FwTextString variable = nullptr;
   ANCESTRY* ancestry = nullptr;
+  OBSERVATION* observation = nullptr;
 };
 
 // Nonzero if there are any.
@@ -286,11 +293,12 @@ const POSITIONS* match_nodes(NODE_LIST* nodes, FwTextString pattern);
 // ---- Application (apply.cpp) ----
 
 // The output environment. spent tells that the input is not needed any more: its variables may be
-// moved, and then it is good for nothing but to be freed.
+// moved, and then it is good for nothing but to be freed. An observer still needs it.
 WH_ENVIRON* apply_ops(FwHashTable* variables, WH_ENVIRON* input_env, WH_ERROR_FUNC errorfunc,
-                      bool spent = false);
+                      bool spent = false, OBSERVATION* observation = nullptr);
 // Appends the node to the result, after all its predecessors.
-void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err);
+void sort_node(NODE* node, FwTextString name, VAR_OPS* var_ops, FwErrorState* err,
+               OBSERVATION* observation = nullptr);
 
 // ---- Tables (table.cpp) ----
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "ancestry.h"
+#include "observation.h"
 #include "wherror.h"
 
 namespace {
@@ -238,6 +239,25 @@ int64 count_overriding(const VARIETIES* removing, const MEMBER* member) {
   return count;
 }
 
+// Who is told of a contradiction without end, and of which element.
+struct CONTRADICTION {
+  OBSERVATION* observation;
+  const WH_ELEMENT* element;
+};
+
+// Tells the remove at which the plain procedure would stay: the first that the insert includes, but
+// for those that went with inserts of their own variety.
+void tell_contradiction(const CONTRADICTION* contradiction, const EXPANDED_OP* insert,
+                        const REMOVES* rem) {
+  const EXPANDED_OP* remove = nullptr;
+  for (const REMOVE_RUN* run = rem->first; run; run = run->next) {
+    if (!includes(insert->member, run->op->member)) continue;
+    if (!remove || !run->op->member->inserts) remove = run->op;
+    if (!remove->member->inserts) break;
+  }
+  tell_endless(contradiction->observation, contradiction->element, insert, remove);
+}
+
 // Kept: an insert that includes the remove takes out inserts at the position of the remove, which
 // changes nothing about its own condition. It goes on when no insert is left there: the vector says
 // once that the position is none, and the program never ends.
@@ -274,7 +294,10 @@ bool includes_any(const MEMBER* member, const VARIETIES* removing) {
 
 // An insert takes its own variety's removes away, and goes itself if a remove overrides it. No two
 // varieties that have inserts left include one another.
-void resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* removing, bool endless) {
+//
+// False if an insert includes a remove and there is an observer to be told of it.
+bool resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* removing, bool endless,
+                             const CONTRADICTION* contradiction) {
   const int32 count = count_of(ins);
   int32 kept = 0;
   for (int32 i = 0; i < count; ++i) {
@@ -285,6 +308,10 @@ void resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* remov
       member->overriding = count_overriding(removing, member);
     }
     if (endless && includes_any(member, removing)) {
+      if (contradiction) {
+        tell_contradiction(contradiction, insert, rem);
+        return false;
+      }
       std::copy(ins->pElements + i, ins->pElements + count, ins->pElements + kept);
       shorten(ins, count - (i - kept));
       never_end(ins, kept, rem);
@@ -296,14 +323,16 @@ void resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* remov
   }
   shorten(ins, kept);
   take_out(rem, [](const MEMBER* member) { return member->inserts; });
+  return true;
 }
 
-void resolve_against(FwVector* ins, REMOVES* rem, ANCESTRY* ancestry) {
-  if (count_of(ins) == 0 || count_of(rem) == 0) return;
+bool resolve_against(FwVector* ins, REMOVES* rem, ANCESTRY* ancestry,
+                     const CONTRADICTION* contradiction) {
+  if (count_of(ins) == 0 || count_of(rem) == 0) return true;
   if (op_at(ins, 0)->variety == rem->first->op->variety && of_one_variety(ins) &&
       of_one_variety(rem)) {
     *rem = REMOVES{rem->pool};
-    return;
+    return true;
   }
   VARIETIES removing;
   open_varieties(&removing, ancestry);
@@ -315,13 +344,40 @@ void resolve_against(FwVector* ins, REMOVES* rem, ANCESTRY* ancestry) {
   for (int32 i = 0; i < FwVectorLength(&removing.members) && !endless; ++i)
     endless = have_common(&element_at<MEMBER>(&removing.members, i)->set, &inserting);
 
-  resolve_inserts_against(ins, rem, &removing, endless);
+  const bool ended = resolve_inserts_against(ins, rem, &removing, endless, contradiction);
   find_common(&inserting, &inserting, [&](int32 id) {
     member_at(&removing, id)->inserts = false;
     return false;
   });
   free_bits(&inserting);
   close_varieties(&removing);
+  return ended;
+}
+
+// The same step by step, with an observer told after each. False after a contradiction without end.
+bool resolve_observed(VAL_OPS* val_ops, const WH_ELEMENT* element, const res_context* context) {
+  OBSERVATION* observation = context->observation;
+  const CONTRADICTION contradiction = {observation, element};
+  LISTED all, among, left;
+  list_operations(observation, &all, val_ops);
+  resolve_inserts(&val_ops->ins, context->ancestry);
+  resolve_removes(&val_ops->rem, context->ancestry);
+  list_operations(observation, &among, val_ops);
+  for (const FwVector* list : {&all.ins, &all.rem})
+    for (int32 i = 0; i < count_of(list); ++i)
+      member_of(context->ancestry, op_at(list, i));
+  tell_overruled_among(observation, element, &all, &among);
+  const bool ended =
+      resolve_against(&val_ops->ins, &val_ops->rem, context->ancestry, &contradiction);
+  if (ended) {
+    list_operations(observation, &left, val_ops);
+    tell_overruled_between(observation, element, &among, &left);
+    tell_outcome(observation, element, &left);
+    free_listed(&left);
+  }
+  free_listed(&among);
+  free_listed(&all);
+  return ended;
 }
 
 }  // namespace
@@ -330,9 +386,14 @@ int32 resolve(FwHashEntry* entry, void* vstate, FwErrorState* /*err*/) {
   auto* context = static_cast<res_context*>(vstate);
   auto* val_ops = static_cast<VAL_OPS*>(entry->value);
   if (count_of(&val_ops->rem) == 0 && count_of(&val_ops->ins) < 2) return 1;
-  resolve_inserts(&val_ops->ins, context->ancestry);
-  resolve_removes(&val_ops->rem, context->ancestry);
-  resolve_against(&val_ops->ins, &val_ops->rem, context->ancestry);
+  if (context->observation) {
+    const WH_ELEMENT element = {context->variable, static_cast<FwTextString>(entry->key)};
+    if (!resolve_observed(val_ops, &element, context)) return 1;
+  } else {
+    resolve_inserts(&val_ops->ins, context->ancestry);
+    resolve_removes(&val_ops->rem, context->ancestry);
+    resolve_against(&val_ops->ins, &val_ops->rem, context->ancestry, nullptr);
+  }
 
   if (count_of(&val_ops->ins) > 0 && count_of(&val_ops->rem) > 0 && context->errorfunc) {
     FwErrorState err;
