@@ -156,12 +156,16 @@ struct WH_PRODUCT_SPEC_LIST {
 // The callback through which a walk hands out an error and goes on. Null silences the reports.
 using WH_ERROR_FUNC = void (*)(FwErrorState* err);
 
-// The host's platform name, such as "linux_6_1_0-x86_64". Set once by wh_init, never freed.
+// The host's platform name, such as "linux_6_1_0-x86_64". Set by wh_init and wh_set_host_platform.
 extern FwTextString wh_host_platform;
 
 // Makes the error kinds and notes the host's platform, also as HOST-PLATFORM of the global context.
 // Must follow wh_boot_fw.
 void wh_init();
+
+// From now on the host counts as a platform of this name, of which a copy is kept. Must follow
+// wh_init.
+void wh_set_host_platform(FwTextString name);
 
 // A copy that the caller frees, null for null.
 FwTextString dup_str(FwTextString str);
@@ -298,6 +302,10 @@ FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length);
 // Text that would grow for ever ends the program as exhausted memory, which is what text of more
 // than 20 MiB counts as.
 FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab);
+
+// Gets the name of each file that %[FILE] asks for, whether or not it can be read, if it is not
+// null.
+extern void (*wh_file_observer)(FwTextString filename);
 
 // A new chain of the same shape, all strings expanded. Null for null. err holds the last error.
 WH_PATTERN* wh_expand_pattern(FwErrorState* err, WH_PATTERN* pattern, WH_SYMTAB* symtab);

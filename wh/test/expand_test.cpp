@@ -195,6 +195,27 @@ TEST_F(Expand, AnErrorFromBeforeTheCallCountsAsWell) {
   EXPECT_EQ(fwErrorOperationFailed, err.pError);
 }
 
+// The files that expansions ask for.
+std::vector<std::string> asked;
+
+void NoteAsked(FwTextString filename) {
+  asked.push_back(FWC(filename));
+}
+
+TEST_F(Expand, TheObserverGetsEachFileThatIsAskedFor) {
+  const std::string file = tree_.Write("file", "content");
+  const std::string missing = tree_ / "missing";
+  asked.clear();
+  wh_file_observer = NoteAsked;
+  EXPECT_EQ("content", (*this)("%[" + file + "]"));
+  EXPECT_EQ("", (*this)("%[" + missing + "]"));
+  // Nothing is asked for once there is an error.
+  EXPECT_EQ("U", (*this)("%(U)%[" + file + "]"));
+  wh_file_observer = nullptr;
+  EXPECT_EQ("content", (*this)("%[" + file + "]"));
+  EXPECT_EQ((std::vector<std::string>{file, missing}), asked);
+}
+
 TEST_F(Expand, OneLineEndOfAFileGoes) {
   const std::pair<std::string, std::string> rows[] = {
       {"abc\r\n", "abc"}, {"abc\n", "abc"},       {"abc\r", "abc"},   {"abc\n\n", "abc\n"},

@@ -349,4 +349,18 @@ TEST(WhInit, NotesTheHostsPlatform) {
   free_symtab(&symtab);
 }
 
+TEST(SetHostPlatform, CountsForTheGlobalNameToo) {
+  const std::string before = Str(wh_host_platform);
+  std::string name = "solaris_8-sparc";
+  wh_set_host_platform(FWT(name.data()));
+  name[0] = 'x';
+  EXPECT_EQ("solaris_8-sparc", Str(wh_host_platform));
+  WH_SYMTAB* symtab = make_symtab(FWT("x"));
+  EXPECT_EQ("solaris_8-sparc", Str(symtab_lookup(FWT("HOST-PLATFORM"), symtab, 13)));
+  free_symtab(&symtab);
+  std::string back = before;
+  wh_set_host_platform(FWT(back.data()));
+  EXPECT_EQ(before, Str(wh_host_platform));
+}
+
 }  // namespace

@@ -137,6 +137,7 @@ void expand_name(PASS* pass, FwTextByte* name, uint32 length) {
 void expand_file(PASS* pass, FwTextByte* name, uint32 length) {
   if (pass->err->pError != nullptr) return;
   FwTextString text = FwStrNDuplicate(name, static_cast<int>(length));
+  if (wh_file_observer != nullptr) wh_file_observer(text);
   if (wh_expand_with_file_contents(pass->err, text, pass->output)) pass->expanded = true;
   FwMemFree(text);
 }
@@ -182,6 +183,7 @@ void run_pass(PASS* pass, FwTextString text) {
 }  // namespace
 
 int environment_reads = 0;
+void (*wh_file_observer)(FwTextString filename) = nullptr;
 
 bool is_settled(FwTextString text) {
   for (; *text != 0; text++)

@@ -49,6 +49,13 @@ void wh_init() {
   bind_host_platform(wh_host_platform);
 }
 
+void wh_set_host_platform(FwTextString name) {
+  FwTextString before = wh_host_platform;
+  wh_host_platform = FwStrDuplicate(name);
+  bind_host_platform(wh_host_platform);
+  FwMemFree(before);
+}
+
 FwTextString dup_str(FwTextString str) {
   return str == nullptr ? nullptr : FwStrDuplicate(str);
 }
