@@ -8,7 +8,7 @@
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
-#include "render/screen.h"
+#include "render/text.h"
 #include "warehouse.h"
 
 namespace {
@@ -20,6 +20,7 @@ constexpr Command kCommands[] = {
     {"avail", "list the products that there are", zor::run_avail},
     {"env", "print the environment of products, in any dialect", zor::run_env},
     {"exec", "start a program in it", zor::run_exec},
+    {"files", "the files of a product, and those that are missing", zor::run_files},
     {"load", "load products into this shell", zor::run_load, true},
     {"unload", "take products out of it again", zor::run_unload, true},
     {"swap", "put a product in the place of another", zor::run_swap, true},
@@ -30,6 +31,10 @@ constexpr Command kCommands[] = {
     {"list", "what is loaded", zor::run_list},
     {"status", "what is loaded, and what has changed since", zor::run_status},
     {"platform", "what this host is", zor::run_platform},
+    {"search", "find products by names, descriptions and commands", zor::run_search},
+    {"shell", "start your shell in the environment of products", zor::run_shell},
+    {"show", "what a product is made of and what it sets", zor::run_show},
+    {"which", "which file a command is in an environment", zor::run_which},
 };
 
 std::string usage() {

@@ -18,26 +18,13 @@
 #include "settings.h"
 #include "vqnexpat.h"
 #include "warehouse_hooks.h"
+#include "warehouse_private.h"
 #include "wherror.h"
 #include "wqversion.h"
 
 namespace zor {
 
 namespace {
-
-// A text for the floors, which take writable ones.
-FwTextString text(std::string& string) {
-  return FWT(string.data());
-}
-
-std::string string_of(FwTextString text) {
-  return text ? FWC(text) : "";
-}
-
-template <typename T>
-T* element(const FwVector& vector, int32 i) {
-  return static_cast<T*>(FwVectorGetElement(const_cast<FwVector*>(&vector), i));
-}
 
 // ---- Faults ----
 
@@ -75,25 +62,6 @@ std::string without_prefix(std::string text) {
   constexpr std::string_view kPrefix = "Error:";
   if (!text.starts_with(kPrefix)) return text;
   return text.substr(std::min(text.size(), text.find_first_not_of(' ', kPrefix.size())));
-}
-
-void collect_error(FwErrorState* err) {
-  if (!err->pError) return;
-  Fault fault;
-  fault.kind = kind_of(err->pError);
-  for (const FwErrorItem& item : err->items)
-    if (item.name) fault.details.push_back({string_of(item.type), string_of(item.name)});
-  FwStrRecord record;
-  FwStrRecordOpen(&record);
-  const auto or_empty = [](FwTextString text) { return text ? text : FWT(""); };
-  FwStrPrintf(&record, 0, err->pError->ptbzFormat, or_empty(err->items[0].type),
-              or_empty(err->items[0].name),
-              err->items[1].name ? or_empty(err->items[1].type) : FWT(""),
-              or_empty(err->items[1].name));
-  fault.text = without_prefix(string_of(record.pbz));
-  FwStrRecordAbandon(&record);
-  ++wh_errors;
-  collect(std::move(fault));
 }
 
 // ---- Environments ----
@@ -164,15 +132,6 @@ Environment changed(const Environment& base, WH_ENVIRON* oldenv, WH_ENVIRON* new
 }
 
 // ---- Questions and answers ----
-
-WH_PRODUCT_NAME* make_name(ProductName name) {
-  return make_prodname(text(name.category), text(name.name), text(name.version), text(name.rev));
-}
-
-ProductName name_of(const WH_PRODUCT_NAME* name) {
-  return {string_of(name->category), string_of(name->name), string_of(name->version),
-          string_of(name->rev)};
-}
 
 WH_PRODUCT_QUERY* make_query(const Query& query) {
   WH_PATTERN* pattern = make_pattern();
@@ -255,15 +214,6 @@ void take_names(Answer* answer, FwVector* lists) {
   }
 }
 
-std::string string_of(FwTextCharacter character) {
-  FwStrRecord record;
-  FwStrRecordOpen(&record);
-  FwStrPutTextCharacter(&record, character);
-  std::string bytes = string_of(record.pbz);
-  FwStrRecordAbandon(&record);
-  return bytes;
-}
-
 void take_separators(Answer* answer, const WH_ENV_SETTINGS* settings) {
   for (int32 i = 0; settings && i < FwVectorLength(const_cast<FwVector*>(&settings->groups)); ++i) {
     const FwVector& operations = element<WH_ENV_GROUP>(settings->groups, i)->ops;
@@ -288,18 +238,6 @@ void take_products(Answer* answer, const WH_COMPUTATION* all) {
   }
 }
 
-// What the floors below report goes to faults while it lives.
-class Collecting {
- public:
-  explicit Collecting(std::vector<Fault>* faults) {
-    collected = faults;
-    wh_errors = 0;
-  }
-  ~Collecting() { collected = nullptr; }
-  Collecting(const Collecting&) = delete;
-  Collecting& operator=(const Collecting&) = delete;
-};
-
 // The program can't go on: memory is exhausted. Nothing has been printed yet that a shell might
 // evaluate, and nothing is from here on.
 void exit_for_ever(FwTextString message) {
@@ -310,6 +248,43 @@ void exit_for_ever(FwTextString message) {
 }
 
 }  // namespace
+
+WH_PRODUCT_NAME* make_name(ProductName name) {
+  return make_prodname(text(name.category), text(name.name), text(name.version), text(name.rev));
+}
+
+ProductName name_of(const WH_PRODUCT_NAME* name) {
+  return {string_of(name->category), string_of(name->name), string_of(name->version),
+          string_of(name->rev)};
+}
+
+void collect_error(FwErrorState* err) {
+  if (!err->pError) return;
+  Fault fault;
+  fault.kind = kind_of(err->pError);
+  for (const FwErrorItem& item : err->items)
+    if (item.name) fault.details.push_back({string_of(item.type), string_of(item.name)});
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  const auto or_empty = [](FwTextString text) { return text ? text : FWT(""); };
+  FwStrPrintf(&record, 0, err->pError->ptbzFormat, or_empty(err->items[0].type),
+              or_empty(err->items[0].name),
+              err->items[1].name ? or_empty(err->items[1].type) : FWT(""),
+              or_empty(err->items[1].name));
+  fault.text = without_prefix(string_of(record.pbz));
+  FwStrRecordAbandon(&record);
+  ++wh_errors;
+  collect(std::move(fault));
+}
+
+Collecting::Collecting(std::vector<Fault>* faults) {
+  collected = faults;
+  wh_errors = 0;
+}
+
+Collecting::~Collecting() {
+  collected = nullptr;
+}
 
 void report_assertion(const char* message, const char* file, int line) {
   collect({FaultKind::kAssertion, fmt::format("{} (at {}:{})", message, file, line), {}});

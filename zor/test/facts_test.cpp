@@ -171,10 +171,183 @@ TEST(Avail, NamesThatAreNoTextStayWhatTheyAre) {
   Expect(Zor({"avail", "-r", warehouse.Root()}), "C/x\xFF\x1By/1/1 (latest)\n", "", 0);
   EXPECT_EQ("C/x\\xff\\x1by/1/1 (latest)\n", OnTerminal(80, {"avail", "-r", warehouse.Root()}));
   const RunResult json = Zor({"avail", "--json", "-r", warehouse.Root()});
+  ExpectValid(json.out, "avail");
   // 78 FF 1B 79 in base64.
   EXPECT_NE(std::string::npos,
             json.out.find("\"name\": {\n        \"base64\": \"eP8beQ==\"\n      }"))
       << json.out;
+}
+
+// A loom with a part, files, a command and remarks of every kind.
+struct Loom : Warehouse {
+  Loom() {
+    File("craft/loom/1.9/1", "product.xml", ProductXml(Variety()));
+    File("craft/loom/1.9/1", "partlist.xml", PartListXml(""));
+    File("craft/loom/2.0/3", "product.xml",
+         "<PRODUCT-INFO name='Hand Loom' flags='visible'>"
+         "<DESCRIPTION lang='de'>Webt\n  \xC3\x84rmel.</DESCRIPTION><VARIETIES>"
+         "<VARIETY name='small' desc='For rugs'><VAR n='size' v='s'/><SEGMENT here='1'/></VARIETY>"
+         "<VARIETY name='large'><VAR n='size' v='l'/><SEGMENT host='all-all' here='0'/></VARIETY>"
+         "</VARIETIES></PRODUCT-INFO>");
+    File("craft/loom/2.0/3", "partlist.xml",
+         "<PARTLIST><PARTSPEC><PATTERN><MATCH><VAR n='size' v='s'/></MATCH></PATTERN><PARTS>"
+         "<FILE name='%(size)/bin/weave'/><FILE name='gone'/>"
+         "<PRODUCT name='shuttle' version='1' rev='1'><PATTERN/></PRODUCT>"
+         "</PARTS></PARTSPEC></PARTLIST>");
+    File("craft/loom/2.0/3", "env.xml",
+         "<ENV-SETTINGS><ENV-GROUP><PATTERN/>"
+         "<ENV-INSERT sep=';'><NAME>PATH</NAME><VALUE>%(BASE-CNVR)/%(size)/bin</VALUE>"
+         "<BEFORE>/usr/**</BEFORE></ENV-INSERT>"
+         "<ENV-REMOVE><NAME>OLD</NAME><VALUE>a*</VALUE></ENV-REMOVE>"
+         "<ENV-DELETE>GONE</ENV-DELETE></ENV-GROUP></ENV-SETTINGS>");
+    File("craft/loom/2.0/3", "prep.xml", RecipeXml(""));
+    Write("root/craft/loom/2.0/3/s/bin/weave", "#!/bin/sh\n");
+    std::filesystem::permissions(*this / "root/craft/loom/2.0/3/s/bin/weave",
+                                 std::filesystem::perms::owner_all);
+    Write("root/craft/loom/2.0/3/s/bin/weave.txt", "no program");
+    Product("craft/shuttle/1/1");
+    File("old/wheel/1/1", "product.xml", ProductXml(Variety()));
+    File("old/wheel/1/1", "partlist.xml", PartListXml(""));
+    File("old/wheel/1/1", "setup.xml",
+         RecipeXml("<SETENV op='prepend' name='PATH' value='%(BASE-CNVR)'/>"));
+  }
+  std::string Of(const std::string& path) const { return Root() + "/craft/loom/2.0/3" + path; }
+  RunResult Run(std::vector<std::string> words) const { return Zor(words, {"ZORROOT=" + Root()}); }
+};
+
+TEST(Show, TellsWhatAProductIs) {
+  const Loom loom;
+  const std::string env = "  craft/loom/2.0/3/env.xml\n";
+  Expect(loom.Run({"show", "loom"}),
+         "craft/loom/2.0/3\nHand Loom\nWebt\n  \xC3\x84rmel.\n"
+         "Versions: 1.9/1 2.0/3\n"
+         "Varieties:\n"
+         "  small: For rugs [size=s] (for this host)\n"
+         "  large [size=l] (not here: all-all)\n"
+         "Parts:\n"
+         "  %(THIS-CATEGORY)/shuttle/1/1, for [size=s]\n"
+         "Variables:\n"
+         "  PATH insert %(BASE-CNVR)/%(size)/bin before /usr/**" +
+             env + "  OLD remove a*" + env + "  GONE delete" + env +
+             "Old recipes: prep.xml\n"
+             "Files:\n  s/bin/weave\n  gone (missing)\n",
+         "", 0);
+  Expect(loom.Run({"show", "wheel"}),
+         "old/wheel/1/1\nVersions: 1/1\nVarieties:\n  (without a name) (for this host)\n"
+         "Variables:\n  PATH prepend %(BASE-CNVR)  old/wheel/1/1/setup.xml\n"
+         "Old recipes: setup.xml\n",
+         "", 0);
+}
+
+TEST(Show, GivesJson) {
+  const Loom loom;
+  const RunResult result = loom.Run({"show", "--json", "loom"});
+  EXPECT_EQ(0, result.status) << result.err;
+  ExpectValid(result.out, "show");
+  EXPECT_NE(std::string::npos, result.out.find("\"kind\": \"delete\""));
+  ExpectValid(ZorOnExamples({"show", "--json", "weaver"}).out, "show");
+}
+
+TEST(Show, TellsWhatIsWrongWithAProduct) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1");
+  warehouse.Product("C/Q/1/1");
+  warehouse.File("C/P/1/1", "env.xml", "<ENV-SETTINGS><NO/></ENV-SETTINGS>");
+  const std::string root = warehouse.Root();
+  const RunResult broken = Zor({"show", "-r", root, "C/P"});
+  EXPECT_EQ("", broken.out);
+  EXPECT_EQ("zor: XML parsing error in File " + root + "/C/P/1/1/env.xml\n", broken.err);
+  EXPECT_EQ(1, broken.status);
+  const std::string one = "zor: say which product, and only one, as in: zor show tools/weaver\n";
+  Expect(Zor({"show", "-r", root}), "", one, 2);
+  Expect(Zor({"show", "-r", root, "C/P", "C/Q"}), "", one, 2);
+  Expect(Zor({"show", "-r", root, "C/Q[a=b]"}), "",
+         "zor: C/Q[a=b]: a product is shown with all its varieties, so conditions have no place "
+         "here\n",
+         2);
+}
+
+TEST(Files, AreListedWithThoseThatAreMissing) {
+  const Loom loom;
+  Expect(loom.Run({"files", "loom"}), "s/bin/weave\ngone (missing)\n", "", 0);
+  Expect(loom.Run({"files", "-p", "craft", "loom", "1.9"}), "", "", 0);
+  const RunResult json = loom.Run({"files", "--json", "loom"});
+  ExpectValid(json.out, "files");
+  EXPECT_NE(std::string::npos, json.out.find("\"directory\": \"" + loom.Of("") + "\""));
+}
+
+TEST(Search, LooksAtNamesDescriptionsAndCommands) {
+  const Loom loom;
+  const std::string about = "craft/loom/2.0/3  Hand Loom: Webt \xC3\x84rmel.\n";
+  const std::string command = "  " + loom.Of("/s/bin/weave") + "\n";
+  Expect(loom.Run({"search", "LOOM"}), about, "", 0);
+  Expect(loom.Run({"search", "hand"}), about, "", 0);
+  Expect(loom.Run({"search", "\xC3\xA4rm"}), about, "", 0);
+  Expect(loom.Run({"search", "Weave"}), about + command, "", 0);
+  Expect(loom.Run({"search", "-a", "loom"}), "craft/loom/1.9/1\n" + about, "", 0);
+  Expect(loom.Run({"search", "qqq"}), "",
+         "zor: no product has qqq in its name, its description or its commands\n", 1);
+  Expect(loom.Run({"search"}), "", "zor: say which word to look for, as in: zor search weave\n", 2);
+  ExpectValid(loom.Run({"search", "--json", "weave"}).out, "search");
+}
+
+TEST(Search, PassesOverBrokenProducts) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1");
+  warehouse.Product("C/PP/1/1");
+  warehouse.File("C/P/1/1", "product.xml", "<NO/>");
+  const std::string root = warehouse.Root();
+  const std::string file = root + "/C/P/1/1/product.xml";
+  Expect(Zor({"search", "-r", root, "p"}), "C/PP/1/1\n",
+         "zor: passed over C/P/1/1: XML parsing error in File " + file + "\n", 0);
+}
+
+TEST(Which, FindsTheCommandInTheNewEnvironment) {
+  const Loom loom;
+  const std::string weave = loom.Of("/s/bin/weave");
+  const std::string other = loom.Write("other/weave", "#!/bin/sh\n");
+  std::filesystem::permissions(other, std::filesystem::perms::owner_all);
+  loom.Write("text/weave", "no program");
+  // The product's directory goes to the front, as its file says.
+  const std::string path = "PATH=" + (loom / "text") + ":" + (loom / "other") + ":/usr/bin";
+  const auto run = [&](std::vector<std::string> words) {
+    return Zor(words, {"ZORROOT=" + loom.Root(), path});
+  };
+  Expect(run({"which", "weave", "craft/shuttle"}), other + "\n", "", 0);
+  Expect(run({"which", "no-such-program", "loom"}), "",
+         "zor: there is no command no-such-program in that environment\n", 1);
+  Expect(run({"which"}), "",
+         "zor: say which command, and then which products: zor which weaver tools/weaver\n", 2);
+  const RunResult json = ZorOnExamples({"which", "--json", "weaver", "weaver[platform=linux-x86]"});
+  ExpectValid(json.out, "which");
+  EXPECT_NE(std::string::npos, json.out.find("\"product\": \"tools/weaver/1.10/2\"")) << json.out;
+  Expect(ZorOnExamples({"which", "-a", "weaver", "weaver[platform=linux-x86]"}),
+         Examples() + "/tools/weaver/1.10/2/linux-x86/bin/weaver\n", "", 0);
+}
+
+TEST(Shell, IsTheUsersOwnInTheEnvironment) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1", Insert("GREETING", "hello"));
+  const std::string shell = warehouse.Write("shell", "#!/bin/sh\necho $GREETING $#; exit 5\n");
+  std::filesystem::permissions(shell, std::filesystem::perms::owner_all);
+  Expect(Zor({"shell", "-r", warehouse.Root(), "C/P"}, {"SHELL=" + shell}), "hello 0\n", "", 5);
+  Expect(Zor({"shell", "-r", warehouse.Root(), "C/P"}, {"SHELL=" + (warehouse / "none")}), "",
+         "zor: " + (warehouse / "none") + ": No such file or directory\n", 127);
+  Expect(Zor({"shell", "-r", warehouse.Root(), "C/P", "--", "ls"}), "",
+         "zor: zor shell starts your shell and takes no program; zor exec does\n", 2);
+}
+
+TEST(Platform, TellsTheWordsThatIncludeTheHost) {
+  const RunResult plain = Zor({"platform"});
+  const RunResult json = Zor({"platform", "--json"});
+  ExpectValid(json.out, "platform");
+  const std::string name = plain.out.substr(0, plain.out.size() - 1);
+  EXPECT_NE(std::string::npos, json.out.find("\"platform\": \"" + name + "\""));
+  const RunResult words = Zor({"platform", "-v"});
+  EXPECT_EQ(0u, words.out.find(plain.out));
+  // Every system is one of all, and so is every architecture.
+  EXPECT_NE(std::string::npos, words.out.find(" unix all\narchitectures:")) << words.out;
+  EXPECT_TRUE(words.out.ends_with(" all\n")) << words.out;
 }
 
 }  // namespace

@@ -18,6 +18,16 @@ RunResult ZorOnExamples(const std::vector<std::string>& arguments) {
   return Zor(arguments, {"ZORROOT=" + Examples()});
 }
 
+void ExpectValid(const std::string& document, const std::string& name) {
+  const std::string source = ZOR_SOURCE_DIR;
+  RunOptions options;
+  options.input = document;
+  const RunResult result = RunProgram({"/usr/bin/python3", source + "/zor/test/validate_json.py",
+                                       source + "/share/schemas/json/" + name + ".schema.json"},
+                                      options);
+  EXPECT_EQ(0, result.status) << result.out << result.err << document;
+}
+
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();

@@ -13,6 +13,10 @@ RunResult Zor(const std::vector<std::string>& arguments, std::vector<std::string
 // On the warehouse of the examples.
 RunResult ZorOnExamples(const std::vector<std::string>& arguments);
 
+// Expects a JSON document that the schema share/schemas/json/NAME.schema.json describes, down to
+// its last member.
+void ExpectValid(const std::string& document, const std::string& name);
+
 // The root of that warehouse.
 std::string Examples();
 

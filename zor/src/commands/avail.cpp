@@ -3,7 +3,7 @@
 #include "commands/command.h"
 #include "error.h"
 #include "render/json.h"
-#include "render/screen.h"
+#include "render/text.h"
 
 namespace zor {
 

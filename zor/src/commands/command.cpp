@@ -1,9 +1,14 @@
 #include "commands/command.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>  // IWYU pragma: keep: the one header of the library
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 #include "error.h"
+#include "facts.h"
 
 namespace zor {
 
@@ -73,6 +78,35 @@ Request CommandLine::parse_request(const Context& context) {
   SplitWords split = take_request(context.words, lookup, context.environment);
   parse(split.rest);
   return std::move(split.request);
+}
+
+ProductName one_product(const Request& request) {
+  if (request.groups.size() != 1 || request.groups[0].size() != 1)
+    misuse("say which product, and only one, as in: zor show tools/weaver");
+  const NamedQuery& named = request.groups[0][0];
+  if (!named.query.conditions.empty())
+    misuse("{}: a product is shown with all its varieties, so conditions have no place here",
+           named.word);
+  return latest_of(request.root, named.query.product);
+}
+
+[[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment) {
+  const auto pointers = [](const std::vector<std::string>& texts) {
+    std::vector<char*> all;
+    all.reserve(texts.size() + 1);
+    for (const std::string& text : texts)
+      all.push_back(const_cast<char*>(text.c_str()));
+    all.push_back(nullptr);
+    return all;
+  };
+  std::vector<char*> variables = pointers(environment.texts());
+  std::vector<char*> arguments = pointers(program);
+  environ = variables.data();
+  execvp(arguments[0], arguments.data());
+  const int reason = errno;
+  environ = nullptr;
+  throw Error(fmt::format("{}: {}", program[0], std::strerror(reason)),
+              reason == ENOENT ? 127 : 126);
 }
 
 std::string explained(const Answer& answer) {

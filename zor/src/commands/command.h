@@ -33,16 +33,21 @@ struct Command {
 int run_avail(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
+int run_files(Context* context);
 int run_list(Context* context);
 int run_load(Context* context);
 int run_platform(Context* context);
 int run_purge(Context* context);
 int run_reload(Context* context);
+int run_search(Context* context);
 int run_set(Context* context);
+int run_shell(Context* context);
+int run_show(Context* context);
 int run_status(Context* context);
 int run_swap(Context* context);
 int run_undo(Context* context);
 int run_unload(Context* context);
+int run_which(Context* context);
 
 // The command line of a subcommand. Options are named "-f,--format"; where they are not given, the
 // target keeps its value.
@@ -80,6 +85,14 @@ struct Help {
 // The answer to a request, or an Error that says all that is wrong. Adds warnings to the context's
 // notes.
 Answer answer_to(const Request& request, const Environment& base, Context* context);
+
+// The one product that a request names, with the version and rev that are on disk. Throws Error if
+// it names none or several, or conditions, which a product as a whole does not have.
+ProductName one_product(const Request& request);
+
+// Replaces the process by a program, which is looked for on the PATH that it gets. Throws Error if
+// it can't be started, with the status that shells give then.
+[[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment);
 
 // A session's variables, NAME=VALUE a line, or as JSON.
 std::string variables_text(const std::vector<Binding>& variables, bool json);

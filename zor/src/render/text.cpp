@@ -1,4 +1,4 @@
-#include "render/screen.h"
+#include "render/text.h"
 
 #include <fmt/format.h>
 #include <langinfo.h>
@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -117,6 +118,28 @@ std::size_t columns_of(std::string_view text) {
     text.remove_prefix(character.length);
   }
   return columns;
+}
+
+std::string folded(std::string_view text) {
+  const Characters characters;
+  std::string all;
+  while (!text.empty()) {
+    wchar_t wide = 0;
+    std::mbstate_t state = {};
+    std::size_t length = std::mbrtowc(&wide, text.data(), text.size(), &state);
+    if (length == 0 || length > text.size()) {
+      all += text[0];
+      length = 1;
+    } else {
+      char bytes[MB_LEN_MAX];
+      state = {};
+      const std::size_t count = std::wcrtomb(
+          bytes, static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(wide))), &state);
+      if (count <= sizeof bytes) all.append(bytes, count);
+    }
+    text.remove_prefix(length);
+  }
+  return all;
 }
 
 std::string in_columns(const std::vector<std::string>& words, std::size_t width) {

@@ -1,6 +1,6 @@
 // Texts for people who look at a terminal.
-#ifndef ZOR_RENDER_SCREEN_H
-#define ZOR_RENDER_SCREEN_H
+#ifndef ZOR_RENDER_TEXT_H
+#define ZOR_RENDER_TEXT_H
 
 #include <string>
 #include <string_view>
@@ -26,6 +26,9 @@ std::string without_controls(std::string_view text, bool keep_lines = true);
 // How many columns a text without controls takes: two for a wide character, none for one that
 // combines with the one before it.
 std::size_t columns_of(std::string_view text);
+
+// Small letters in place of capital ones, for comparisons that don't care.
+std::string folded(std::string_view text);
 
 // The words in as many columns as fit into the width, sorted downwards, as lines with their ends.
 // Words that hold controls are to be made safe before.

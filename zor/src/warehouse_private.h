@@ -1,0 +1,66 @@
+// What the sources of the wrapper around the warehouse floor share among themselves.
+#ifndef ZOR_WAREHOUSE_PRIVATE_H
+#define ZOR_WAREHOUSE_PRIVATE_H
+
+#include <string>
+#include <vector>
+
+#include "fwerror.h"
+#include "fwstring.h"
+#include "fwvector.h"
+#include "warehouse.h"
+#include "wh.h"
+
+namespace zor {
+
+// A text for the floors, which take writable ones.
+inline FwTextString text(std::string& string) {
+  return FWT(string.data());
+}
+
+inline std::string string_of(FwTextString text) {
+  return text ? FWC(text) : "";
+}
+
+inline std::string string_of(FwTextCharacter character) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  FwStrPutTextCharacter(&record, character);
+  std::string bytes = string_of(record.pbz);
+  FwStrRecordAbandon(&record);
+  return bytes;
+}
+
+template <typename T>
+T* element(const FwVector& vector, int32 i) {
+  return static_cast<T*>(FwVectorGetElement(const_cast<FwVector*>(&vector), i));
+}
+
+// All elements, in order.
+template <typename T>
+std::vector<T*> elements(const FwVector& vector) {
+  std::vector<T*> all;
+  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&vector)); ++i)
+    all.push_back(element<T>(vector, i));
+  return all;
+}
+
+// Freed by free_prodname.
+WH_PRODUCT_NAME* make_name(ProductName name);
+ProductName name_of(const WH_PRODUCT_NAME* name);
+
+// The callback for the floors' errors: a fault for those who collect.
+void collect_error(FwErrorState* err);
+
+// What the floors below report goes to faults while it lives. One at a time.
+class Collecting {
+ public:
+  explicit Collecting(std::vector<Fault>* faults);
+  ~Collecting();
+  Collecting(const Collecting&) = delete;
+  Collecting& operator=(const Collecting&) = delete;
+};
+
+}  // namespace zor
+
+#endif
