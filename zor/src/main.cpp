@@ -21,6 +21,7 @@ constexpr Command kCommands[] = {
     {"env", "print the environment of products, in any dialect", zor::run_env},
     {"exec", "start a program in it", zor::run_exec},
     {"files", "the files of a product, and those that are missing", zor::run_files},
+    {"lock", "pin a request with all that it depends on", zor::run_lock},
     {"load", "load products into this shell", zor::run_load, true},
     {"unload", "take products out of it again", zor::run_unload, true},
     {"swap", "put a product in the place of another", zor::run_swap, true},

@@ -348,6 +348,7 @@ Question Request::question() const {
   question.root = root;
   question.undo = undo;
   question.ignore_missing = ignore_missing;
+  question.list_reads = list_reads;
   for (const auto& group : groups) {
     question.groups.emplace_back();
     for (const NamedQuery& named : group)

@@ -32,6 +32,7 @@ struct Request {
   std::string root;  // as given by -r, else the value of ZORROOT, else empty
   bool undo = false;
   bool ignore_missing = false;
+  bool list_reads = false;  // the answer is to tell what it depends on
   // What zorenv would have made of it: an output option of its own, or a program and its arguments.
   std::string dialect;  // "sh", "csh", "posh", "bat" or nothing
   std::vector<std::string> program;

@@ -238,6 +238,78 @@ void take_products(Answer* answer, const WH_COMPUTATION* all) {
   }
 }
 
+// ---- What an answer depends on ----
+
+constexpr const char* kDataFiles[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
+                                      "unset.xml",   "env.xml",      "unenv.xml"};
+
+// Where the names of files go that stand in %[FILE], while a computation runs that is to tell.
+std::vector<std::string>* asked_files = nullptr;
+
+void note_asked_file(FwTextString name) {
+  if (asked_files) asked_files->push_back(string_of(name));
+}
+
+// Notes them while it lives.
+class NotingFiles {
+ public:
+  explicit NotingFiles(std::vector<std::string>* files) {
+    asked_files = files;
+    if (files) wh_file_observer = note_asked_file;
+  }
+  ~NotingFiles() {
+    asked_files = nullptr;
+    wh_file_observer = nullptr;
+  }
+  NotingFiles(const NotingFiles&) = delete;
+  NotingFiles& operator=(const NotingFiles&) = delete;
+};
+
+int32 take_missing(FwHashEntry* entry, void* context, FwErrorState*) {
+  static_cast<std::vector<std::string>*>(context)->push_back(
+      name_of(static_cast<WH_PRODUCT_NAME*>(entry->key)).path());
+  return 1;
+}
+
+// Adds what was read, and what was looked for in vain, to the files that %[FILE] asked for.
+void take_reads(Answer* answer, WH_COMPUTATION* all) {
+  if (!all->index) return;
+  const std::string above = answer->root + '/';
+  for (std::string& file : answer->reads) {
+    if (!file.starts_with('/')) file = fmt::format("{}/{}", string_of(FwCurrentDir()), file);
+    if (file.starts_with(above)) file.erase(0, above.size());
+  }
+  std::vector<std::string> paths;
+  for (const ProductName& product : answer->products)
+    paths.push_back(product.path());
+  if (all->index->missing)
+    FwHashEnumerateEntries(all->index->missing, take_missing, &paths, nullptr);
+  for (const auto& group : answer->taken)
+    for (const ProductName& product : group)
+      paths.push_back(product.path());
+  for (const std::string& path : paths)
+    for (const char* file : kDataFiles)
+      answer->reads.push_back(fmt::format("{}/{}", path, file));
+  std::sort(answer->reads.begin(), answer->reads.end());
+  answer->reads.erase(std::unique(answer->reads.begin(), answer->reads.end()), answer->reads.end());
+}
+
+// Lets the host count as another platform while it lives.
+class AsPlatform {
+ public:
+  explicit AsPlatform(std::string name) : before_(host_platform_name()) {
+    if (!name.empty()) wh_set_host_platform(text(name));
+  }
+  ~AsPlatform() {
+    if (string_of(wh_host_platform) != before_) wh_set_host_platform(text(before_));
+  }
+  AsPlatform(const AsPlatform&) = delete;
+  AsPlatform& operator=(const AsPlatform&) = delete;
+
+ private:
+  std::string before_;
+};
+
 // The program can't go on: memory is exhausted. Nothing has been printed yet that a shell might
 // evaluate, and nothing is from here on.
 void exit_for_ever(FwTextString message) {
@@ -319,6 +391,8 @@ Answer compute(const Question& question, const Environment& base) {
   Answer answer;
   Collecting collecting(&answer.faults);
   AsProcess process(base);
+  AsPlatform platform(question.platform);
+  NotingFiles noting(question.list_reads ? &answer.reads : nullptr);
   QueryLists lists(question.groups);
   FwErrorState err;
   WH_COMPUTATION all = {};
@@ -336,6 +410,7 @@ Answer compute(const Question& question, const Environment& base) {
   take_choices(&answer, &all);
   take_names(&answer, lists.get());
   take_products(&answer, &all);
+  if (question.list_reads) take_reads(&answer, &all);
   if (answer.done && !question.choices_only)
     answer.environment = changed(base, all.oldenv, all.newenv);
   wh_computation_close(&all);

@@ -1,5 +1,5 @@
-// What zor needs of the warehouse floor, in types that own what they hold. No other source of zor
-// includes a header of that floor.
+// What zor needs of the warehouse floor, in types that own what they hold. Besides warehouse.cpp
+// and the sources that share its beginning no source of zor includes a header of that floor.
 //
 //   Engine engine;                                 once in a process, before anything else
 //   Answer answer = compute({root, groups}, Environment::of_process());
@@ -52,6 +52,8 @@ struct Question {
   bool undo = false;            // unenv.xml and unset.xml in place of env.xml and setup.xml
   bool ignore_missing = false;  // a product that does not exist is no fault
   bool choices_only = false;    // products are read and nothing is computed
+  std::string platform;         // what the host counts as, if not as what it is
+  bool list_reads = false;      // the answer tells what it depends on
 };
 
 enum class FaultKind {
@@ -100,6 +102,9 @@ struct Answer {
   // The separators that data files state: a variable's name, which may be a pattern, and the
   // separator.
   std::vector<Binding> separators;
+  // If asked for: the paths of all data files that were looked for, those that do not exist as
+  // well, sorted, each once. Paths below the root are relative to it.
+  std::vector<std::string> reads;
 };
 
 // Boots the floors below. There must be one object of it, at the head of main; argv is kept.

@@ -9,6 +9,8 @@
 
 #include "error.h"
 #include "facts.h"
+#include "files.h"
+#include "lock.h"
 
 namespace zor {
 
@@ -78,6 +80,14 @@ Request CommandLine::parse_request(const Context& context) {
   SplitWords split = take_request(context.words, lookup, context.environment);
   parse(split.rest);
   return std::move(split.request);
+}
+
+Answer answer_to(const Request& request, const std::string& locked, Context* context) {
+  if (locked.empty()) return answer_to(request, context->environment, context);
+  if (!request.empty()) misuse("--locked takes the place of a request, so name no product with it");
+  const Lock lock = read_lock(content_of(locked), locked);
+  context->notes += remark_on_host(lock, locked);
+  return answer_to(lock, request.root, context->environment, locked);
 }
 
 ProductName one_product(const Request& request) {

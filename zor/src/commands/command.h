@@ -36,6 +36,7 @@ int run_exec(Context* context);
 int run_files(Context* context);
 int run_list(Context* context);
 int run_load(Context* context);
+int run_lock(Context* context);
 int run_platform(Context* context);
 int run_purge(Context* context);
 int run_reload(Context* context);
@@ -85,6 +86,9 @@ struct Help {
 // The answer to a request, or an Error that says all that is wrong. Adds warnings to the context's
 // notes.
 Answer answer_to(const Request& request, const Environment& base, Context* context);
+
+// The same for the lock in a file, which takes the place of a request; an empty name is no file.
+Answer answer_to(const Request& request, const std::string& locked, Context* context);
 
 // The one product that a request names, with the version and rev that are on disk. Throws Error if
 // it names none or several, or conditions, which a product as a whole does not have.

@@ -39,6 +39,8 @@ int run_env(Context* context) {
   line.option("-f,--format", &name, "the dialect: " + format_names());
   line.flag("--full", &full, "all variables, not only what changes");
   line.flag("--changes", &changes, "only what changes; this is the default");
+  std::string locked;
+  line.option("--locked", &locked, "the lock in this file, in place of a request");
   const Request request = line.parse_request(*context);
   if (full && changes) misuse("--full and --changes exclude each other");
   if (name.empty())
@@ -46,7 +48,7 @@ int run_env(Context* context) {
   const Format* format = find_format(name);
   if (!format) misuse("there is no format {}; there are {}", name, format_names());
 
-  const Answer answer = answer_to(request, context->environment, context);
+  const Answer answer = answer_to(request, locked, context);
   std::vector<Change> result =
       difference(full ? Environment() : context->environment, answer.environment);
   if (full) context->notes += leave_out(*format, context->environment, &result);
