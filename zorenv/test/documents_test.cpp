@@ -317,7 +317,8 @@ TEST(Documents, ShowAProgramThatCompiles) {
 }
 
 TEST(Documents, AreCleanManualPages) {
-  for (const char* page : {"zorenv.1", "zorenv-warehouse.5", "zorenv-framework.3"}) {
+  for (const char* page :
+       {"zorenv.1", "zorenv-warehouse.5", "zorenv-framework.3", "zor-session.7"}) {
     SCOPED_TRACE(page);
     const RunResult result = RunProgram({"/usr/bin/mandoc", "-Tlint", "-W", "warning",
                                          std::string(ZOR_SOURCE_DIR) + "/doc/man/" + page});
