@@ -536,6 +536,49 @@ TEST(Ancestors, AQueryThatFailsIsReportedEachTimeTheListIsGoneThrough) {
             second.lines());
 }
 
+// Parts that do not exist change nothing of who includes whom, whether they are looked for each
+// time or are known to be missing.
+TEST(Ancestors, AreTheSameWithPartsThatAreMissing) {
+  std::mt19937 random(1);
+  auto below = [&](size_t n) { return random() % n; };
+  Strings all;
+  for (int i = 0; i < 14; ++i)
+    all.push_back("P" + std::to_string(i));
+  for (int round = 0; round < 6; ++round) {
+    Warehouse whole;
+    Warehouse lacking;
+    Warehouse silent;
+    silent.index()->missing_is_silent = 1;
+    for (size_t i = 0; i < all.size(); ++i) {
+      // Parts behind the product, and now and then one before it, for circles.
+      Strings parts;
+      for (size_t j = 0; j < all.size(); ++j)
+        if (below(j > i ? 4 : 40) == 0) parts.push_back(all[j]);
+      whole.Add(all[i], "", parts);
+      for (size_t n = below(3); n > 0; --n)
+        parts.insert(parts.begin() + static_cast<ptrdiff_t>(below(parts.size() + 1)),
+                     "NO" + std::to_string(below(4)));
+      lacking.Add(all[i], "", parts);
+      silent.Add(all[i], "", parts);
+    }
+    for (int call = 0; call < 3; ++call) {
+      const Strings chosen = {all[below(4)], all[below(all.size())]};
+      for (const Warehouse* w : {&whole, &lacking, &silent}) {
+        Environment input;
+        Environment output(w->Apply(chosen, input, 1, [](FwErrorState* err) {
+          EXPECT_NE(0, is_ErrorNonExistent(err));
+          FwErrorClear(err);
+        }));
+      }
+      for (const std::string& name : all) {
+        const Strings expected = Ancestors(whole, name, all);
+        EXPECT_EQ(expected, Ancestors(lacking, name, all)) << round << " " << name;
+        EXPECT_EQ(expected, Ancestors(silent, name, all)) << round << " " << name;
+      }
+    }
+  }
+}
+
 TEST(Ancestors, TheBaseDirectoryIsBoundForTheTopProductOnly) {
   Warehouse w;
   w.Add("A", "", {"%(BASE-DIRECTORY)"});
