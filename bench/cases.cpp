@@ -329,7 +329,7 @@ Job lay_out_layers(Warehouse* warehouse, int layers, int width, int missing) {
 
 void add_usual_cases(std::vector<Case>* cases) {
   using namespace std::placeholders;
-  cases->push_back({"one product", 1, 1.5, lay_out_usual});
+  cases->push_back({"one product", 1, 1.25, lay_out_usual});
   cases->push_back({"one product, the latest", 1, 0, lay_out_latest});
   cases->push_back({"one product undone", 1, 0, lay_out_undone});
   for (int n : {10, 100, 500, 2000})

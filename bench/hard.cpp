@@ -25,8 +25,10 @@ Job lay_out_products(Warehouse* warehouse, int count,
 // The list of all these, which a variable holds.
 std::string list(const char* format, int count) {
   std::string all;
-  for (int i = 0; i < count; ++i)
-    all += (i ? ":" : "") + text(format, i);
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) all += ':';
+    all += text(format, i);
+  }
   return all;
 }
 
