@@ -88,6 +88,9 @@ const RealCase kReals[] = {
     {"%.0f", 2.5, "3"},
     {"%.0f", 0.4, "0"},
     {"%.0f", 0.5, "1"},
+    // rounded to just ten, from which one digit more is made
+    {"%.0f", 9.5, "10"},
+    {"%.0f", -9.5, "-10"},
     {"%#.0f", 1.0, "1."},
     {"%.3f", 1e-10, "0.000"},
     {"%.1f", 9.96, "10.0"},
@@ -111,6 +114,7 @@ const RealCase kReals[] = {
     {"%.3e", 12345.678, "1.235e+004"},
     {"%.2e", 0.00123, "1.23e-003"},
     {"%.0e", 9.9, "1e+001"},
+    {"%.0e", 9.5, "1e+001"},
     {"%#.0e", 2.0, "2.e+000"},
     {"%e", 1e-31, "0.000000e+000"},
     {"%.32f", 9e-31, "0.00000000000000000000000000000000"},
@@ -122,6 +126,8 @@ const RealCase kReals[] = {
     // general
     {"%g", 0.0, "0"},
     {"%g", 1.5, "1.5"},
+    {"%.2g", 1.0, "1"},
+    {"%.2g", 1.5, "1.5"},
     {"%g", -0.5, "-0.5"},
     {"%g", 100000.0, "100000"},
     {"%g", 1000000.0, "1e+006"},
@@ -287,6 +293,16 @@ TEST(FcStrPrintfReal, BuildsTheCLibrarysFormat) {
                     c.fPadWithZero, c.tbPositiveChar, c.fOptionalForm);
     EXPECT_EQ(c.pszExpected, Taken(&record));
   }
+}
+
+TEST(FcStrPutCFormat, PutsNothingOfWhatTheCLibraryRefuses) {
+  FwStrRecord record;
+  FwStrRecordOpen(&record);
+  FwStrPutTextString(&record, FWT("a"));
+  // More bytes than an int counts.
+  const std::string format = "%2147483648d";
+  EXPECT_EQ(0u, FcStrPutCFormat(&record, format.c_str(), 1));
+  EXPECT_EQ("a", Taken(&record));
 }
 
 TEST(FcStrPrintfInt, HoldsWidthsOfAnySize) {

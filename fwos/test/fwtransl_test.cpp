@@ -214,6 +214,11 @@ TEST(FcTranslKeys, KeyHoldsTheFirstSixBytes) {
   EXPECT_STREQ("5% of ", FWC(abKey));
   EXPECT_EQ(nHash, FcTranslCalculateMessageKey(FWT("5%% of %s"), abKey, 1));
   EXPECT_STREQ("5% of ", FWC(abKey));
+  // A doubled sign takes two of the bytes given, and what stands behind it is still read.
+  FcTranslCalculateMessageKey(FWT("%%ab"), 3, abKey, 1);
+  EXPECT_STREQ("%a", FWC(abKey));
+  FcTranslCalculateMessageKey(FWT("%%ab"), 4, abKey, 1);
+  EXPECT_STREQ("%ab", FWC(abKey));
   EXPECT_EQ(Lines{}, log.Take());
 }
 

@@ -167,8 +167,7 @@ void FcStrRecordResize(FwStrRecord* pRecord, size_t cbSize) {
   if (cbLength >= cbNew) {
     FwTextByte* ptbStraddling = nullptr;
     cbLength = cbNew - 1;
-    if (!fFcStrNWellTerminated(pRecord->pbz, static_cast<uint32>(cbLength), &ptbStraddling) &&
-        ptbStraddling != nullptr)
+    if (!fFcStrNWellTerminated(pRecord->pbz, static_cast<uint32>(cbLength), &ptbStraddling))
       cbLength = static_cast<size_t>(ptbStraddling - pRecord->pbz);
   }
   std::memcpy(pbNew, pRecord->pbz, cbLength);
