@@ -6,6 +6,7 @@
 #include <set>
 
 #include "error.h"
+#include "formats/names.h"
 #include "render/json.h"
 #include "sha256.h"
 
