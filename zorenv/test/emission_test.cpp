@@ -142,7 +142,7 @@ TEST(RecordOrder, NamesThatCollideKeepTheOrderOfTheirArrival) {
   warehouse.Product("C/Contents/1.0/1", Insert("x??", "more"));
   const std::vector<std::string> orders[] = {{"xab", "xbR"}, {"xbR", "xab"}};
   for (const auto& names : orders) {
-    SCOPED_TRACE(names.option);
+    SCOPED_TRACE(names[0]);
     RunOptions options;
     options.environment = {names[0] + "=1", names[1] + "=1"};
     const std::string record0 = names[0] + "='1:more'; export " + names[0] + "\n";

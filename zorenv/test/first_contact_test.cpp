@@ -313,11 +313,11 @@ std::string CshLine(const std::string& document, const std::string& begin, const
                     Caller caller = Caller::Here()) {
   const CalledFrom from(caller);
   const std::string text = ReadFile(kSource + "/" + document);
-  const std::size_t from = text.find(begin);
-  EXPECT_NE(std::string::npos, from) << document;
-  const std::size_t to = text.find(end, from);
-  EXPECT_NE(std::string::npos, to) << document;
-  return text.substr(from, to - from);
+  const std::size_t first = text.find(begin);
+  EXPECT_NE(std::string::npos, first) << document;
+  const std::size_t last = text.find(end, first);
+  EXPECT_NE(std::string::npos, last) << document;
+  return text.substr(first, last - first);
 }
 
 // It sources a file of a name that nobody can foresee, asks for the status first, and leaves
