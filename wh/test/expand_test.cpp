@@ -128,6 +128,20 @@ TEST_F(Expand, APrefixOfANameIsNotTheName) {
   EXPECT_EQ(NotDefined("NAMES"), error_);
 }
 
+// The name looked up last is remembered; each of these stands behind another that is like it.
+TEST_F(Expand, EachNameHasItsOwnValueWhateverStandsBeforeIt) {
+  Bind("A", "1");
+  Bind("AB", "2");
+  Bind("B", "3");
+  Bind("ON", "%(A)%(B)%(A)%(A)");
+  EXPECT_EQ((*this)("%(A)%(A)%(AB)%(A)%(B)%(A)%(B)%(B)%(AB)"), "112131332");
+  EXPECT_EQ(error_, "");
+  EXPECT_EQ((*this)("%(ON)%(A)%(ON)%(B)"), "1311113113");
+  EXPECT_EQ(error_, "");
+  EXPECT_EQ((*this)("%(A)%(C)%(C)%(A)%(D)"), "1CC1D");
+  EXPECT_EQ(error_, NotDefined("D"));
+}
+
 TEST_F(Expand, WorkGoesOnAfterAnErrorAndTheLastOneStands) {
   Bind("B", "x");
   EXPECT_EQ("U1xU2x", (*this)("%(U1)%(B)%(U2)%(B)"));

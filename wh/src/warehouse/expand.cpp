@@ -27,6 +27,12 @@ struct PASS {
   WH_SYMTAB* symtab;
   FwStrRecord* output;
   bool expanded;  // something was replaced
+
+  // The name that was looked up last, in the text that the pass reads, and what was found. Text
+  // that has grown by references holds the same one over and over.
+  FwTextByte* name;
+  uint32 length;
+  FwTextString value;
 };
 
 // Characters of several bytes are stepped over by the framework, so that bytes of unknown encoding
@@ -123,8 +129,14 @@ int wh_expand_with_file_contents(FwErrorState* pErr, FwTextString ptbzFileName,
 
 // %(NAME). A name without a value stays in the text, bare.
 void expand_name(PASS* pass, FwTextByte* name, uint32 length) {
-  if (FwTextString value = symtab_lookup(name, pass->symtab, length)) {
-    put_value(pass, value);
+  if (pass->name == nullptr || length != pass->length ||
+      std::memcmp(name, pass->name, length) != 0) {
+    pass->name = name;
+    pass->length = length;
+    pass->value = symtab_lookup(name, pass->symtab, length);
+  }
+  if (pass->value != nullptr) {
+    put_value(pass, pass->value);
     return;
   }
   put_bytes(pass->output, name, length);
@@ -227,7 +239,7 @@ FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab) {
   for (int passes = 1;; passes++) {
     FwStrRecord* output = &outputs[passes % 2];
     FwStrRecordShorten(output, 0);
-    PASS pass = {err, symtab, output, false};
+    PASS pass = {err, symtab, output, false, nullptr, 0, nullptr};
     run_pass(&pass, text);
     const bool unchanged = std::strcmp(FWC(output->pbz), FWC(text)) == 0;
     text = output->pbz;
