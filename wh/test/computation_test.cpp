@@ -38,6 +38,7 @@ class Computation {
   }
   ~Computation() {
     wh_computation_close(&all_);
+    EXPECT_EQ(nullptr, err_.pError);
     for (int32 i = 0; i < FwVectorLength(&lists_); ++i) {
       auto* list = static_cast<WH_PRODUCT_QUERY_LIST*>(FwVectorGetElement(&lists_, i));
       free_querylist(&list);
