@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
