@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstring>
+#include <utility>
 
 #include "computation.h"
 #include "error.h"
@@ -15,6 +16,7 @@
 #include "fwstring.h"
 #include "fwstrprf.h"
 #include "glob.h"
+#include "observer.h"
 #include "settings.h"
 #include "vqnexpat.h"
 #include "warehouse_hooks.h"
@@ -30,6 +32,9 @@ namespace {
 
 // Where the floors' reports go while a computation runs; their callbacks carry no context.
 std::vector<Fault>* collected = nullptr;
+
+// The places of the fault that is reported next.
+std::vector<Location> noted;
 
 void collect(Fault fault) {
   if (!collected) return;
@@ -62,6 +67,49 @@ std::string without_prefix(std::string text) {
   constexpr std::string_view kPrefix = "Error:";
   if (!text.starts_with(kPrefix)) return text;
   return text.substr(std::min(text.size(), text.find_first_not_of(' ', kPrefix.size())));
+}
+
+// ---- What the engine tells ----
+
+Location place_of(const WH_OPERATION* operation) {
+  const WH_PLACE* place = operation->op->place;
+  return {name_of(operation->origin->product->prodinfo->prodname), string_of(place->file),
+          place->line, place->column};
+}
+
+void note_clash(void*, const WH_ELEMENT*, const WH_OPERATION* insert, const WH_OPERATION* remove) {
+  noted = {place_of(insert), place_of(remove)};
+}
+
+void note_cycle(void*, const WH_CONSTRAINT* constraints, int32 count) {
+  noted.clear();
+  for (int32 i = 0; i < count; ++i)
+    noted.push_back(place_of(constraints[i].operation));
+}
+
+void collect_endless(void*, const WH_ELEMENT* element, const WH_OPERATION* insert,
+                     const WH_OPERATION* remove) {
+  Fault fault;
+  fault.kind = FaultKind::kEndless;
+  fault.places = {place_of(insert), place_of(remove)};
+  fault.details = {{"value", string_of(element->value)},
+                   {"environment variable", string_of(element->variable)}};
+  const Location& inserting = fault.places[0];
+  const Location& removing = fault.places[1];
+  fault.text = fmt::format(
+      "environment variable {}: {} inserts {} (at {}:{}), which its part {} removes (at {}:{}); "
+      "nothing settles this, so one of the two has to go",
+      fault.details[1].value, inserting.product.path(), fault.details[0].value, inserting.file,
+      inserting.line, removing.product.path(), removing.file, removing.line);
+  collect(std::move(fault));
+}
+
+WH_OBSERVER collecting_observer() {
+  WH_OBSERVER observer = {};
+  observer.clash = note_clash;
+  observer.cycle = note_cycle;
+  observer.endless = collect_endless;
+  return observer;
 }
 
 // ---- Environments ----
@@ -344,6 +392,7 @@ void collect_error(FwErrorState* err) {
               err->items[1].name ? or_empty(err->items[1].type) : FWT(""),
               or_empty(err->items[1].name));
   fault.text = without_prefix(string_of(record.pbz));
+  fault.places = std::exchange(noted, {});
   FwStrRecordAbandon(&record);
   ++wh_errors;
   collect(std::move(fault));
@@ -402,6 +451,9 @@ Answer compute(const Question& question, const Environment& base) {
   all.ignore_missing = question.ignore_missing ? 1 : 0;
   all.report = collect_error;
   all.err = &err;
+  const WH_OBSERVER observer = collecting_observer();
+  all.observer = &observer;
+  all.places = 1;
   all.oldenv = wh_get_process_env(&err);
   std::string root = question.root;
   answer.done = wh_computation_open(&all, root.empty() ? FwCurrentDir() : text(root)) &&

@@ -59,6 +59,7 @@ struct Question {
 enum class FaultKind {
   kClash,       // a value both inserted and removed
   kCycle,       // order constraints in a circle
+  kEndless,     // a product inserts what one of its parts removes: nothing settles the two
   kSeparators,  // two separators for one variable
   kUndefined,   // a name that nothing defines
   kMissing,     // a file or directory that does not exist
@@ -67,12 +68,25 @@ enum class FaultKind {
   kOther,
 };
 
+// An operation in a data file.
+struct Location {
+  ProductName product;
+  std::string file;  // its path
+  int line = 0;      // from 1
+  int column = 0;    // in characters, from 1
+
+  auto operator<=>(const Location&) const = default;
+};
+
 // A fault, once however often the computation met it.
 struct Fault {
   FaultKind kind = FaultKind::kOther;
   std::string text;  // the engine's words, without "Error:" in front of them
   // The details in it, each a word for what it is ("File", "environment variable") and its name.
   std::vector<Binding> details;
+  // The insert and the remove of a clash and of what has no end; the operations of a circle, each
+  // of which wants its element in front of that of the next.
+  std::vector<Location> places = {};
 
   bool operator==(const Fault&) const = default;
 };
