@@ -1,9 +1,8 @@
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 
 #include "fwboot.h"
+#include "platform.h"
 #include "whbootfw.h"
 
 namespace {
@@ -20,8 +19,7 @@ FwBootContext boot_context;
   for (const char* piece : pieces)
     for (; *piece && length < sizeof text; ++piece)
       text[length++] = *piece;
-  [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, length);
-  _exit(1);
+  write_and_exit(text, length);
 }
 
 void fw_error(FwTextString mes) {

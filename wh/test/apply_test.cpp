@@ -8,7 +8,11 @@
 #include <vector>
 
 #include "engine_support.h"
-#include "environ/engine.h"
+#include "environ/apply.h"
+#include "environ/dump.h"
+#include "environ/generate.h"
+#include "environ/names_table.h"
+#include "environ/table.h"
 #include "recorder.h"
 
 namespace {

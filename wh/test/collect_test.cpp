@@ -10,7 +10,11 @@
 
 #include "caller.h"
 #include "engine_support.h"
-#include "environ/engine.h"
+#include "environ/ancestors.h"
+#include "environ/collect.h"
+#include "environ/generate.h"
+#include "environ/names_table.h"
+#include "fcpp.h"
 #include "fwhash.h"
 #include "glob.h"
 #include "recorder.h"
@@ -30,7 +34,7 @@ std::string Short(const EXPANDED_OP* eop) {
                      Str(op->name) + "=";
   if (op->type == wh_env_insert) return text + Str(op->u.ins->value);
   for (int32 i = 0; i < FwVectorLength(&op->u.rem->values); ++i)
-    text += (i ? "," : "") + Str(element_at<FwTextByte>(&op->u.rem->values, i));
+    text += (i ? "," : "") + Str(nth<FwTextByte>(&op->u.rem->values, i));
   return text;
 }
 
@@ -54,7 +58,7 @@ class Removes {
 Strings Shorts(const FwVector* eops) {
   Strings list;
   for (int32 i = 0; i < count_of(eops); ++i)
-    list.push_back(Short(element_at<EXPANDED_OP>(eops, i)));
+    list.push_back(Short(nth<EXPANDED_OP>(eops, i)));
   return list;
 }
 
@@ -71,19 +75,19 @@ class Steps {
     index_unvisit(warehouse.index());
     WH_PRODUCT_SPEC_LIST* specs = warehouse.Query(products);
     for (int32 i = 0; i < FwVectorLength(&specs->specs); ++i)
-      wh_traverse_spec(warehouse.index(), element_at<WH_PRODUCT_SPEC>(&specs->specs, i),
+      wh_traverse_spec(warehouse.index(), nth<WH_PRODUCT_SPEC>(&specs->specs, i),
                        collect_variety_ops, Reports::Collect,
                        set ? FWT("env.xml") : FWT("unenv.xml"), &state_);
     free_speclist(&specs);
     variables_ = make_names_table();
     for (int32 i = 0; i < FwVectorLength(&state_.eops); ++i)
-      generate_instances(element_at<EXPANDED_OP>(&state_.eops, i), input_, state_.newvars,
-                         variables_, Reports::Collect);
+      generate_instances(nth<EXPANDED_OP>(&state_.eops, i), input_, state_.newvars, variables_,
+                         Reports::Collect);
   }
   ~Steps() {
     free_variables(&variables_);
     for (int32 i = 0; i < FwVectorLength(&state_.eops); ++i) {
-      auto* eop = element_at<EXPANDED_OP>(&state_.eops, i);
+      auto* eop = nth<EXPANDED_OP>(&state_.eops, i);
       free_expanded_op(&eop);
     }
     FwVectorAbandon(&state_.eops, 0);
@@ -143,8 +147,8 @@ TEST(Collect, PartsComeBeforeTheProductThatIncludesThem) {
   EXPECT_EQ(nullptr, steps.value("PATH", "/usr/bin"));
   EXPECT_EQ(':', steps.variable("PATH")->sep);
   EXPECT_EQ(0, steps.variable("TOOLS")->sep);
-  EXPECT_EQ(':', element_at<EXPANDED_OP>(&steps.list(), 3)->op->u.ins->sep);
-  EXPECT_EQ(0, element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.ins->sep);
+  EXPECT_EQ(':', nth<EXPANDED_OP>(&steps.list(), 3)->op->u.ins->sep);
+  EXPECT_EQ(0, nth<EXPANDED_OP>(&steps.list(), 0)->op->u.ins->sep);
   EXPECT_EQ(Strings{}, reports.lines());
 }
 
@@ -237,7 +241,7 @@ TEST(Generate, ARemoveOfAnAbsentVariableLeavesTheSeparatorOpen) {
   w.Add("A", Remove("V", {"x"}));
   Steps steps(w, {"A"}, {});
   EXPECT_EQ(0, steps.variable("V")->sep);
-  EXPECT_EQ(0, element_at<EXPANDED_OP>(&steps.list(), 0)->op->u.rem->sep);
+  EXPECT_EQ(0, nth<EXPANDED_OP>(&steps.list(), 0)->op->u.rem->sep);
 }
 
 TEST(Generate, ARemoveOfAPresentVariableSettlesTheDefaultSeparator) {
@@ -374,7 +378,7 @@ class ManyOperations : public testing::Test {
     std::vector<int> positions;
     for (int32 n = 0; n < count_of(found); ++n)
       for (int32 i = 0; i < FwVectorLength(&steps_.list()); ++i)
-        if (element_at<EXPANDED_OP>(&steps_.list(), i) == element_at<EXPANDED_OP>(found, n))
+        if (nth<EXPANDED_OP>(&steps_.list(), i) == nth<EXPANDED_OP>(found, n))
           positions.push_back(i);
     return positions;
   }

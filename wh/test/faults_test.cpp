@@ -7,7 +7,7 @@
 
 #include "caller.h"
 #include "environ.h"
-#include "environ/engine.h"
+#include "environ/table.h"
 #include "faults.h"
 #include "fwerror.h"
 #include "glob.h"

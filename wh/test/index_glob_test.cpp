@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "engine_support.h"
+#include "environ/apply.h"
 #include "environ/constraints.h"
+#include "environ/names_table.h"
 #include "glob.h"
 #include "glob/index.h"
 #include "wherror.h"

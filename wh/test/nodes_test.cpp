@@ -6,7 +6,8 @@
 #include <random>
 
 #include "engine_support.h"
-#include "environ/engine.h"
+#include "environ/names_table.h"
+#include "environ/node_list.h"
 #include "glob.h"
 
 namespace {

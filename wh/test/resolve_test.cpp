@@ -17,9 +17,10 @@
 
 #include "caller.h"
 #include "engine_support.h"
-#include "environ/ancestry.h"
-#include "environ/engine.h"
+#include "environ/ancestors.h"
 #include "environ/observation.h"
+#include "environ/resolve.h"
+#include "fcpp.h"
 #include "recorder.h"
 
 namespace {
@@ -141,7 +142,7 @@ class Value {
   std::string Names(const FwVector* ops) {
     std::string names;
     for (int32 i = 0; i < count_of(ops); ++i)
-      names += Name(element_at<EXPANDED_OP>(ops, i)->variety);
+      names += Name(nth<EXPANDED_OP>(ops, i)->variety);
     return names;
   }
   char Name(const WH_VARIETY* wanted) {

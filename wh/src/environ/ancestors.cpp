@@ -24,11 +24,12 @@
 // chain would fill memory there: beyond ancestors_stored_in_full entries a table holds only the
 // including varieties next to it, from whose tables the rest follows. The entry of the variety
 // itself says so, by having no value.
-#include "ancestry.h"
+#include "ancestors.h"
 
 #include <algorithm>
 #include <bit>
 
+#include "fcpp.h"
 #include "fwmem.h"
 #include "warehouse/private.h"
 
@@ -144,23 +145,6 @@ MEMBER* get_member(ANCESTRY* ancestry, WH_VARIETY* variety) {
   return member;
 }
 
-struct LOADING {
-  ANCESTRY* ancestry;
-  MEMBER* member;
-  FwVector pending;  // of WH_VARIETY*: those whose tables are to be added
-  bool complete;     // the table in hand
-};
-
-int32 load_ancestor(FwHashEntry* entry, void* context, FwErrorState* /*err*/) {
-  auto* loading = static_cast<LOADING*>(context);
-  auto* variety = static_cast<WH_VARIETY*>(entry->key);
-  MEMBER* ancestor = get_member(loading->ancestry, variety);
-  if (ancestor == loading->member || test_bit(&loading->member->set, ancestor->id)) return 1;
-  set_bit(&loading->member->set, ancestor->id);
-  if (!loading->complete) FwVectorAddElement(&loading->pending, variety);
-  return 1;
-}
-
 // Takes over what an earlier call has found about the member.
 void load(ANCESTRY* ancestry, MEMBER* member) {
   if (member->loaded) return;
@@ -168,17 +152,19 @@ void load(ANCESTRY* ancestry, MEMBER* member) {
   WH_VARIETY* variety = member->variety;
   if (!variety->ancestors) return;
   member->known = true;
-  LOADING loading = {ancestry, member, {}, true};
-  FwVectorOpen(&loading.pending, 4);
-  FwVectorAddElement(&loading.pending, variety);
-  for (int32 i = 0; i < FwVectorLength(&loading.pending); ++i) {
-    auto* source = element_at<WH_VARIETY>(&loading.pending, i);
+  LocalVector pending(4, Elements::kKept);  // those whose tables are to be added
+  FwVectorAddElement(&pending, variety);
+  for (WH_VARIETY* source : elements<WH_VARIETY>(&pending)) {
     if (!source->ancestors) continue;
     FwHashEntry* self = FwHashLookupEntry(source->ancestors, source, nullptr);
-    loading.complete = self && self->value;
-    FwHashEnumerateEntries(source->ancestors, load_ancestor, &loading, nullptr);
+    const bool complete = self && self->value;
+    for (const FwHashEntry& entry : entries(source->ancestors)) {
+      const MEMBER* ancestor = get_member(ancestry, static_cast<WH_VARIETY*>(entry.key));
+      if (ancestor == member || test_bit(&member->set, ancestor->id)) continue;
+      set_bit(&member->set, ancestor->id);
+      if (!complete) FwVectorAddElement(&pending, entry.key);
+    }
   }
-  FwVectorAbandon(&loading.pending, 0);
 }
 
 // The parts of a list that apply to the variety, not yet asked for.
@@ -260,7 +246,7 @@ void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC
   const FwVector* varieties = &spec->varieties->seq;
   open_vector(&edge->varieties, FwVectorLength(varieties));
   for (int32 i = 0; i < FwVectorLength(varieties); ++i) {
-    auto* variety = element_at<WH_VARIETY>(varieties, i);
+    auto* variety = nth<WH_VARIETY>(varieties, i);
     if (wh_variety_is_complete(variety))
       FwVectorAddElement(&edge->varieties, get_member(ancestry, variety));
   }
@@ -301,7 +287,7 @@ FRAME* step(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC err
     frame->variety = 0;
     return frame;
   }
-  auto* member = element_at<MEMBER>(&edge->varieties, frame->variety++);
+  auto* member = nth<MEMBER>(&edge->varieties, frame->variety++);
   if (!enter(ancestry, member, frame->member)) return frame;
   FRAME* above = push_frame(frame, member, edges_part, edge->product->partlist);
   above->prodname = edge->product->prodinfo->prodname;
@@ -310,7 +296,7 @@ FRAME* step(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC err
 
 // Not the variety itself, whose entry is there.
 void store_ancestor(ANCESTRY* ancestry, const MEMBER* member, int32 id) {
-  WH_VARIETY* ancestor = element_at<MEMBER>(&ancestry->by_id, id)->variety;
+  WH_VARIETY* ancestor = nth<MEMBER>(&ancestry->by_id, id)->variety;
   if (ancestor != member->variety) add_identity(member->variety->ancestors, ancestor, ancestor);
 }
 
@@ -343,7 +329,7 @@ bool teach_parts(ANCESTRY* ancestry, const MEMBER* member) {
   for (const EDGES& edges : member->edges)
     for (const EDGE* edge = edges.first; edge; edge = edge->next)
       for (int32 i = 0; edge->answered && i < FwVectorLength(&edge->varieties); ++i)
-        news |= teach(ancestry, element_at<MEMBER>(&edge->varieties, i), member);
+        news |= teach(ancestry, nth<MEMBER>(&edge->varieties, i), member);
   return news;
 }
 
@@ -356,7 +342,7 @@ void settle(ANCESTRY* ancestry) {
   while (news) {
     news = false;
     for (int32 i = FwVectorLength(walked) - 1; i >= 0; --i) {
-      auto* member = element_at<MEMBER>(walked, i);
+      auto* member = nth<MEMBER>(walked, i);
       know(ancestry, member);
       news |= teach_parts(ancestry, member) && ancestry->circular;
     }
@@ -423,9 +409,9 @@ void free_ancestry(ANCESTRY** ancestry) {
   const FwVector* by_id = &(*ancestry)->by_id;
   int32 stored = 0;
   for (int32 i = 0; i < FwVectorLength(by_id); ++i)
-    store_member(*ancestry, element_at<MEMBER>(by_id, i), &stored);
+    store_member(*ancestry, nth<MEMBER>(by_id, i), &stored);
   for (int32 i = 0; i < FwVectorLength(by_id); ++i)
-    free_member(element_at<MEMBER>(by_id, i));
+    free_member(nth<MEMBER>(by_id, i));
   FwVectorAbandon(&(*ancestry)->by_id, 0);
   FwVectorAbandon(&(*ancestry)->walked, 0);
   FwHashFreeTable(&(*ancestry)->members);

@@ -1,7 +1,11 @@
 // The walk that collects the operations of the chosen products and of their parts.
-#include "engine.h"
+#include "collect.h"
+
+#include "fcpp.h"
 #include "glob.h"
+#include "names_table.h"
 #include "observation.h"
+#include "op.h"
 
 namespace {
 
@@ -10,8 +14,7 @@ void collect_group(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_ENV_GROUP* grou
                    FwErrorState* err) {
   auto* state = static_cast<COLLECT_STATE*>(callenv->state);
   for (int32 i = 0; i < FwVectorLength(&group->ops); ++i) {
-    WH_ENV_OP* exp_op =
-        wh_expand_env_op(err, element_at<WH_ENV_OP>(&group->ops, i), callenv->symtab);
+    WH_ENV_OP* exp_op = wh_expand_env_op(err, nth<WH_ENV_OP>(&group->ops, i), callenv->symtab);
     if (!rep_clear(err, callenv->errorfunc)) {
       free_env_op(&exp_op);
       continue;
@@ -32,7 +35,7 @@ void collect_group(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_ENV_GROUP* grou
   WH_CONTEXT* context = context_from_variety(variety);
   add_context(callenv->symtab, context);
   for (int32 i = 0; i < FwVectorLength(&settings->groups); ++i) {
-    auto* group = element_at<WH_ENV_GROUP>(&settings->groups, i);
+    auto* group = nth<WH_ENV_GROUP>(&settings->groups, i);
     if (matchvar(variety, group->pattern, nullptr)) collect_group(callenv, variety, group, &err);
   }
   remove_context(callenv->symtab, context);

@@ -104,7 +104,7 @@ NODE_SET* kept_set(CONSTRAINTS* constraints, FwTextString pattern) {
     return constraints->last;
   constraints->last = nullptr;
   if (const POSITIONS* found = find_literal(&constraints->patterns, pattern)) {
-    constraints->last = element_at<NODE_SET>(&constraints->sets, found->list[0]);
+    constraints->last = nth<NODE_SET>(&constraints->sets, found->list[0]);
     // The positions that the list of nodes remembers are not those of the last pattern now.
     constraints->nodes.pattern = nullptr;
   }
@@ -221,7 +221,7 @@ void close_constraints(CONSTRAINTS* constraints) {
 
 void constrain_before(CONSTRAINTS* constraints, NODE* node, const FwVector* patterns) {
   for (int32 p = 0; p < FwVectorLength(patterns); ++p) {
-    auto* pattern = element_at<FwTextByte>(patterns, p);
+    auto* pattern = nth<FwTextByte>(patterns, p);
     const POSITIONS* found = nullptr;
     if (!is_shared(constraints)) {
       note(constraints, node, pattern, note_before);
@@ -239,7 +239,7 @@ void constrain_before(CONSTRAINTS* constraints, NODE* node, const FwVector* patt
 void constrain_after(CONSTRAINTS* constraints, NODE* node, const FwVector* patterns) {
   FwMemPool* pool = constraints->nodes.var_ops->pool;
   for (int32 p = 0; p < FwVectorLength(patterns); ++p) {
-    auto* pattern = element_at<FwTextByte>(patterns, p);
+    auto* pattern = nth<FwTextByte>(patterns, p);
     const POSITIONS* found = nullptr;
     if (!is_shared(constraints)) {
       note(constraints, node, pattern, note_after);
@@ -259,8 +259,7 @@ void constrain_after(CONSTRAINTS* constraints, NODE* node, const FwVector* patte
 }
 
 NODE* next_predecessor(NODE* node) {
-  if (node->next_pred < count_of(&node->pred))
-    return element_at<NODE>(&node->pred, node->next_pred++);
+  if (node->next_pred < count_of(&node->pred)) return nth<NODE>(&node->pred, node->next_pred++);
   while (SOURCE* top = node->sources) {
     if (top->kind == SOURCE::kStandings) {
       STANDING* standing = next_standing(top, node);

@@ -15,7 +15,10 @@
 #ifndef ENVIRON_CONSTRAINTS_H
 #define ENVIRON_CONSTRAINTS_H
 
-#include "engine.h"
+#include "fwvector.h"
+#include "glob/literals.h"
+#include "node_list.h"
+#include "values.h"
 
 struct NODE_SET;
 

@@ -1,7 +1,10 @@
 // Diagnostics of the two-level index, for a debugger's use.
+#include "dump.h"
+
 #include <cstdio>
 
-#include "engine.h"
+#include "fcpp.h"
+#include "values.h"
 
 namespace {
 
@@ -15,7 +18,7 @@ const char* text(const void* string) {
 
 void print_ops(const char* word, const FwVector* ops) {
   for (int32 i = 0; i < count_of(ops); ++i) {
-    auto* eop = element_at<EXPANDED_OP>(ops, i);
+    auto* eop = nth<EXPANDED_OP>(ops, i);
     std::printf("      %s %lx, variety %lx\n", word, address(eop), address(eop->variety));
   }
 }
@@ -29,13 +32,12 @@ int32 dumpinst(FwHashEntry* entry, void* /*context*/, FwErrorState* err) {
   std::printf("   insert\n      ......tbd\n");
   std::printf("   remove\n");
   for (int32 i = 0; i < FwVectorLength(&var_ops->removes); ++i) {
-    auto* eop = element_at<EXPANDED_OP>(&var_ops->removes, i);
+    auto* eop = nth<EXPANDED_OP>(&var_ops->removes, i);
     std::printf("      REMOVE elements from rempat %lx, op %lx, ", address(eop), address(eop->op));
     dumpvariety(eop->variety);
     const FwVector* values = &eop->op->u.rem->values;
     for (int32 v = 0; v < FwVectorLength(values); ++v)
-      std::printf("          %s: %s\n", text(eop->op->name),
-                  text(element_at<FwTextByte>(values, v)));
+      std::printf("          %s: %s\n", text(eop->op->name), text(nth<FwTextByte>(values, v)));
   }
   std::printf("   delete: %d\n", var_ops->del);
   return 1;

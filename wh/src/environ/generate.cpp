@@ -1,5 +1,7 @@
 // Spreads the operations over the variables and the values that they touch.
-#include "engine.h"
+#include "generate.h"
+
+#include "fcpp.h"
 #include "fwmem.h"
 #include "wherror.h"
 
@@ -49,7 +51,7 @@ void enter_remove(VAR_OPS* var_ops, FwTextString value, EXPANDED_OP* remeop) {
 // are tried on each text, as cutting all texts up for good has to pay.
 void find_subjects(SUBJECTS* subjects, const GLOB* pattern, POSITIONS* hits) {
   const int32 count = FwVectorLength(&subjects->texts);
-  auto text = [&](int32 i) { return element_at<FwTextByte>(&subjects->texts, i); };
+  auto text = [&](int32 i) { return nth<FwTextByte>(&subjects->texts, i); };
   if (pattern->key) {
     if (!subjects->index.table) open_literals(&subjects->index);
     for (; subjects->indexed < count; ++subjects->indexed)
@@ -80,9 +82,8 @@ void look_for_inserts(VAR_OPS* var_ops, EXPANDED_OP* remeop) {
   const FwVector* values = &var_ops->inserted.texts;  // each as it was inserted first
   int32 next = 0;
   for (int32 i = 0; i < FwVectorLength(&var_ops->inserts); ++i) {
-    FwTextString value = element_at<EXPANDED_OP>(&var_ops->inserts, i)->op->u.ins->value;
-    const bool first =
-        next < FwVectorLength(values) && element_at<FwTextByte>(values, next) == value;
+    FwTextString value = nth<EXPANDED_OP>(&var_ops->inserts, i)->op->u.ins->value;
+    const bool first = next < FwVectorLength(values) && nth<FwTextByte>(values, next) == value;
     if (first) ++next;
     if (accepts(remeop, value) && first) enter_remove(var_ops, value, remeop);
   }
@@ -92,7 +93,7 @@ void look_for_inserts(VAR_OPS* var_ops, EXPANDED_OP* remeop) {
 void look_again(VAR_OPS* var_ops, FwTextString value) {
   if (!var_ops->looks) return;
   for (int32 i = 0; i < FwVectorLength(&var_ops->removes); ++i) {
-    const auto* remeop = element_at<EXPANDED_OP>(&var_ops->removes, i);
+    const auto* remeop = nth<EXPANDED_OP>(&var_ops->removes, i);
     if (remeop->looks) accepts(remeop, value);
   }
 }
@@ -103,7 +104,7 @@ void try_remove(VAR_OPS* var_ops, SUBJECTS* subjects, EXPANDED_OP* remeop) {
   int32 count = FwVectorLength(&subjects->texts);
   if (remeop->looks || count < kIndexFrom) {
     for (int32 i = 0; i < count; ++i)
-      add_rem_reqs(var_ops, element_at<FwTextByte>(&subjects->texts, i), remeop);
+      add_rem_reqs(var_ops, nth<FwTextByte>(&subjects->texts, i), remeop);
     return;
   }
   POSITIONS hits;
@@ -111,7 +112,7 @@ void try_remove(VAR_OPS* var_ops, SUBJECTS* subjects, EXPANDED_OP* remeop) {
     find_subjects(subjects, &remeop->patterns[i], &hits);
   if (remeop->pattern_count > 1) sort_positions(&hits);
   for (int32 i = 0; i < hits.count; ++i)
-    enter_remove(var_ops, element_at<FwTextByte>(&subjects->texts, hits.list[i]), remeop);
+    enter_remove(var_ops, nth<FwTextByte>(&subjects->texts, hits.list[i]), remeop);
   free_positions(&hits);
 }
 
@@ -119,7 +120,7 @@ void try_remove(VAR_OPS* var_ops, SUBJECTS* subjects, EXPANDED_OP* remeop) {
 void file_removes(VAR_OPS* var_ops) {
   if (!var_ops->remove_keys.table) open_literals(&var_ops->remove_keys);
   for (; var_ops->filed < FwVectorLength(&var_ops->removes); ++var_ops->filed) {
-    const auto* remeop = element_at<EXPANDED_OP>(&var_ops->removes, var_ops->filed);
+    const auto* remeop = nth<EXPANDED_OP>(&var_ops->removes, var_ops->filed);
     if (remeop->looks) add_any_pattern(&var_ops->remove_globs, var_ops->filed);
     for (int32 i = 0; i < remeop->pattern_count; ++i) {
       const GLOB* pattern = &remeop->patterns[i];
@@ -144,7 +145,7 @@ void try_removes(VAR_OPS* var_ops, FwTextString value) {
   int32 count = FwVectorLength(&var_ops->removes);
   if (count < kIndexFrom) {
     for (int32 i = 0; i < count; ++i)
-      add_rem_reqs(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, i));
+      add_rem_reqs(var_ops, value, nth<EXPANDED_OP>(&var_ops->removes, i));
     return;
   }
   file_removes(var_ops);
@@ -162,9 +163,9 @@ void try_removes(VAR_OPS* var_ops, FwTextString value) {
   for (int32 i = 0, j = 0; i < literal->count || j < others.count;) {
     if (j == others.count || (i < literal->count && literal->list[i] <= others.list[j])) {
       if (j < others.count && literal->list[i] == others.list[j]) ++j;
-      enter_remove(var_ops, value, element_at<EXPANDED_OP>(&var_ops->removes, literal->list[i++]));
+      enter_remove(var_ops, value, nth<EXPANDED_OP>(&var_ops->removes, literal->list[i++]));
     } else {
-      auto* remeop = element_at<EXPANDED_OP>(&var_ops->removes, others.list[j++]);
+      auto* remeop = nth<EXPANDED_OP>(&var_ops->removes, others.list[j++]);
       if (accepts(remeop, &tokens, value)) enter_remove(var_ops, value, remeop);
     }
   }

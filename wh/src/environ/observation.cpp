@@ -2,7 +2,8 @@
 
 #include <new>
 
-#include "ancestry.h"
+#include "ancestors.h"
+#include "fcpp.h"
 #include "fwmem.h"
 #include "glob.h"
 
@@ -17,7 +18,7 @@ T* new_in(FwMemPool* pool, const T& value) {
 }
 
 EXPANDED_OP* op_at(const FwVector* ops, int32 i) {
-  return element_at<EXPANDED_OP>(ops, i);
+  return nth<EXPANDED_OP>(ops, i);
 }
 
 // ---- Operations on one value ----
@@ -84,7 +85,7 @@ VAL_OPS* val_ops_of(VAR_OPS* var_ops, FwTextString value) {
 
 bool accepts_any(const FwVector* patterns, FwTextString value) {
   for (int32 i = 0; i < FwVectorLength(patterns); ++i)
-    if (wh_glob_matches(element_at<FwTextByte>(patterns, i), value)) return true;
+    if (wh_glob_matches(nth<FwTextByte>(patterns, i), value)) return true;
   return false;
 }
 
@@ -118,7 +119,7 @@ struct CONSTRAINING {
 void tell_constraints_of(const CONSTRAINING* state, const FwVector* patterns, bool before) {
   const WH_OBSERVER* observer = state->observation->observer;
   for (int32 p = 0; p < FwVectorLength(patterns); ++p) {
-    const POSITIONS* found = match_nodes(state->nodes, element_at<FwTextByte>(patterns, p));
+    const POSITIONS* found = match_nodes(state->nodes, nth<FwTextByte>(patterns, p));
     for (int32 i = 0; i < found->count; ++i) {
       const NODE* that = node_at(state->nodes, found->list[i]);
       if (that == state->node) continue;
@@ -254,7 +255,7 @@ void tell_constraints(const OBSERVATION* observation, FwTextString variable, VAR
 void begin_variable(OBSERVATION* observation, VAR_OPS* var_ops) {
   observation->position = 0;
   for (int32 i = 0; i < FwVectorLength(&var_ops->oldorder); ++i)
-    element_at<NODE>(&var_ops->oldorder, i)->kept = true;
+    nth<NODE>(&var_ops->oldorder, i)->kept = true;
 }
 
 void tell_placed(OBSERVATION* observation, FwTextString variable, VAR_OPS* var_ops,
@@ -262,7 +263,7 @@ void tell_placed(OBSERVATION* observation, FwTextString variable, VAR_OPS* var_o
   const WH_OBSERVER* observer = observation->observer;
   if (!observer->placed) return;
   const int32 depth = FwVectorLength(stack);
-  const auto* node = element_at<NODE>(stack, depth - 1);
+  const auto* node = nth<NODE>(stack, depth - 1);
   WH_POSITION position = {};
   position.element = {variable, node->value};
   position.position = observation->position++;
@@ -270,8 +271,7 @@ void tell_placed(OBSERVATION* observation, FwTextString variable, VAR_OPS* var_o
   const VAL_OPS* val_ops = val_ops_of(var_ops, node->value);
   if (val_ops && count_of(&val_ops->ins) > 0) position.insert = op_at(&val_ops->ins, 0)->told;
   if (depth > 1)
-    position.constraint =
-        constraint_between(variable, var_ops, node, element_at<NODE>(stack, depth - 2));
+    position.constraint = constraint_between(variable, var_ops, node, nth<NODE>(stack, depth - 2));
   observer->placed(observer->context, &position);
 }
 
@@ -280,7 +280,7 @@ void tell_cycle(const OBSERVATION* observation, FwTextString variable, VAR_OPS* 
   const WH_OBSERVER* observer = observation->observer;
   if (!observer->cycle) return;
   int32 bottom = FwVectorLength(stack) - 1;
-  while (element_at<NODE>(stack, bottom) != node)
+  while (nth<NODE>(stack, bottom) != node)
     --bottom;
   // The node comes before the top, the top before the one below it, and so on down to the node.
   const int32 count = FwVectorLength(stack) - bottom;
@@ -288,7 +288,7 @@ void tell_cycle(const OBSERVATION* observation, FwTextString variable, VAR_OPS* 
       static_cast<size_t>(count) * sizeof(WH_CONSTRAINT), ALLOC_MUST_SUCCEED | INIT_NONE));
   const NODE* first = node;
   for (int32 i = 0; i < count; ++i) {
-    const auto* second = element_at<NODE>(stack, bottom + count - 1 - i);
+    const auto* second = nth<NODE>(stack, bottom + count - 1 - i);
     ::new (&constraints[i]) WH_CONSTRAINT(constraint_between(variable, var_ops, first, second));
     first = second;
   }

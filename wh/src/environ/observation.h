@@ -3,8 +3,11 @@
 #ifndef ENVIRON_OBSERVATION_H
 #define ENVIRON_OBSERVATION_H
 
-#include "engine.h"
+#include "fwmem.h"
+#include "fwvector.h"
+#include "node_list.h"
 #include "observer.h"
+#include "values.h"
 
 struct STATION : WH_STATION {
   const WH_PART* next;  // the part that is being gone through

@@ -8,16 +8,20 @@
 // so, all its operations go. As inclusion hands itself on, each variety is one or the other. Only
 // where a product includes other things when it is chosen than when it is a part, it may be
 // neither: then the operations are weighed one by one.
+#include "resolve.h"
+
 #include <algorithm>
 
-#include "ancestry.h"
+#include "ancestors.h"
+#include "fcpp.h"
 #include "observation.h"
+#include "platform.h"
 #include "wherror.h"
 
 namespace {
 
 EXPANDED_OP* op_at(const FwVector* ops, int32 i) {
-  return element_at<EXPANDED_OP>(ops, i);
+  return nth<EXPANDED_OP>(ops, i);
 }
 
 void shorten(FwVector* ops, int32 count) {
@@ -50,7 +54,7 @@ void open_varieties(VARIETIES* varieties, ANCESTRY* ancestry) {
 
 void close_varieties(VARIETIES* varieties) {
   for (int32 i = 0; i < FwVectorLength(&varieties->members); ++i) {
-    auto* member = element_at<MEMBER>(&varieties->members, i);
+    auto* member = nth<MEMBER>(&varieties->members, i);
     member->place = 0;
     member->removes = 0;
     member->stands = member->settled = false;
@@ -68,7 +72,7 @@ void add_variety(VARIETIES* varieties, EXPANDED_OP* eop) {
 }
 
 MEMBER* member_at(const VARIETIES* varieties, int32 id) {
-  return element_at<MEMBER>(&varieties->ancestry->by_id, id);
+  return nth<MEMBER>(&varieties->ancestry->by_id, id);
 }
 
 bool stands(const VARIETIES* varieties, const MEMBER* member) {
@@ -86,7 +90,7 @@ VERDICT judge(const VARIETIES* varieties) {
   BITS standing;
   bool all = true;
   for (int32 i = 0; i < count; ++i) {
-    auto* member = element_at<MEMBER>(&varieties->members, i);
+    auto* member = nth<MEMBER>(&varieties->members, i);
     member->stands = stands(varieties, member);
     if (member->stands)
       set_bit(&standing, member->id);
@@ -95,7 +99,7 @@ VERDICT judge(const VARIETIES* varieties) {
   }
   bool told = true;
   for (int32 i = 0; i < count && told; ++i) {
-    const auto* member = element_at<MEMBER>(&varieties->members, i);
+    const auto* member = nth<MEMBER>(&varieties->members, i);
     told = member->stands || have_common(&member->set, &standing);
   }
   free_bits(&standing);
@@ -288,7 +292,7 @@ void tell_contradiction(const CONTRADICTION* contradiction, const EXPANDED_OP* i
 
 bool includes_any(const MEMBER* member, const VARIETIES* removing) {
   for (int32 i = 0; i < FwVectorLength(&removing->members); ++i)
-    if (includes(member, element_at<MEMBER>(&removing->members, i))) return true;
+    if (includes(member, nth<MEMBER>(&removing->members, i))) return true;
   return false;
 }
 
@@ -342,7 +346,7 @@ bool resolve_against(FwVector* ins, REMOVES* rem, ANCESTRY* ancestry,
     set_bit(&inserting, member_of(ancestry, op_at(ins, i))->id);
   bool endless = false;
   for (int32 i = 0; i < FwVectorLength(&removing.members) && !endless; ++i)
-    endless = have_common(&element_at<MEMBER>(&removing.members, i)->set, &inserting);
+    endless = have_common(&nth<MEMBER>(&removing.members, i)->set, &inserting);
 
   const bool ended = resolve_inserts_against(ins, rem, &removing, endless, contradiction);
   find_common(&inserting, &inserting, [&](int32 id) {

@@ -1,11 +1,8 @@
 // The platform's half of environments.
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 
 #include "environ.h"
-#include "environ/engine.h"
 #include "fwstring.h"
 
 uint32 wh_env_hash(void* key) {
@@ -50,9 +47,4 @@ int wh_putenv(FwErrorState* /*err*/, FwTextString name, FwTextString value) {
 
 int wh_delenv(FwErrorState* /*err*/, FwTextString var) {
   return putenv(FWC(var)) == 0;
-}
-
-void wait_for_ever() {
-  for (;;)
-    pause();
 }

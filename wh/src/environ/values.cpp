@@ -1,7 +1,11 @@
-// The records that the steps of the engine share.
-#include <cstring>
+#include "values.h"
 
-#include "engine.h"
+#include <cstring>
+#include <new>
+
+#include "environ.h"
+#include "fcpp.h"
+#include "names_table.h"
 
 namespace {
 
@@ -11,37 +15,6 @@ constexpr uint32 kPoolGrow = 8192;
 
 // Elements: their texts live as long as the table.
 constexpr FwHashFunctions kElementFunctions = {wh_env_hash, wh_env_compare, nullptr, nullptr, 1};
-
-int32 StringAddCopyKeyFunction(FwHashEntry* entry, void* key, void* value, int32 fNew,
-                               FwErrorState* err) {
-  if (fNew) {
-    FwTextString copy = FwStrDuplicateFailNull(static_cast<FwTextString>(key));
-    if (!copy) {
-      if (err) FwErrorSet(err, fwErrorNoMemory, 0);
-      return 0;
-    }
-    entry->key = copy;
-  }
-  entry->value = value;
-  return 1;
-}
-
-void StringRemoveCopyKeyFunction(FwHashEntry* entry) {
-  FwMemFree(entry->key);
-  entry->key = nullptr;
-}
-
-FwHashTable* make_table(const FwHashFunctions* functions) {
-  FwHashTable* table = FwHashCreateTable(13, functions, nullptr);
-  if (!table) FwMemExitMemoryExhausted();
-  return table;
-}
-
-template <class T>
-T* find_in(FwHashTable* table, FwTextString key) {
-  FwHashEntry* entry = FwHashLookupEntry(table, key, nullptr);
-  return entry ? static_cast<T*>(entry->value) : nullptr;
-}
 
 template <class T>
 T* new_in(FwMemPool* pool) {
@@ -62,22 +35,12 @@ NODE* add_node(VAR_OPS* var_ops, FwTextString text) {
   return node;
 }
 
-int32 free_value(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
-  auto* val_ops = static_cast<VAL_OPS*>(entry->value);
-  abandon_list(&val_ops->ins);
-  return 1;
-}
-
-int32 free_node(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
-  abandon_list(&static_cast<NODE*>(entry->value)->pred);
-  return 1;
-}
-
-int32 free_variable(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/) {
-  auto* var_ops = static_cast<VAR_OPS*>(entry->value);
-  FwHashEnumerateEntries(var_ops->values, free_value, nullptr, nullptr);
+void free_variable(VAR_OPS* var_ops) {
+  for (const FwHashEntry& entry : entries(var_ops->values))
+    abandon_list(&static_cast<VAL_OPS*>(entry.value)->ins);
   FwHashFreeTable(&var_ops->values);
-  FwHashEnumerateEntries(var_ops->nodes, free_node, nullptr, nullptr);
+  for (const FwHashEntry& entry : entries(var_ops->nodes))
+    abandon_list(&static_cast<NODE*>(entry.value)->pred);
   FwHashFreeTable(&var_ops->nodes);
   FwVectorAbandon(&var_ops->inserts, 0);
   FwVectorAbandon(&var_ops->removes, 0);
@@ -89,59 +52,9 @@ int32 free_variable(FwHashEntry* entry, void* /*context*/, FwErrorState* /*err*/
   close_patterns(&var_ops->remove_globs);
   FwMemPoolDestroy(&var_ops->pool);
   FwMemFree(var_ops);
-  return 1;
 }
 
 }  // namespace
-
-const FwHashFunctions hash_functions = {wh_env_hash, wh_env_compare, StringAddCopyKeyFunction,
-                                        StringRemoveCopyKeyFunction, 1};
-
-FwHashTable* make_names_table() {
-  return make_table(&hash_functions);
-}
-
-bool add_in_order(FwHashTable* table, void* key, void* value) {
-  const uint32 size = table->nTableSize;
-  const bool grows = size <= uint64{2} * table->nUsedEntries;
-  const bool added = FwHashAddEntry(table, key, value, nullptr) != nullptr;
-  return added && !(grows && table->nTableSize == size);
-}
-
-void add_or_exit(FwHashTable* table, void* key, void* value) {
-  if (!add_in_order(table, key, value)) FwMemExitMemoryExhausted();
-}
-
-EXPANDED_OP* make_expanded_op(WH_ENV_OP* op, WH_VARIETY* variety, int hasglob) {
-  auto* eop = FwMemNew<EXPANDED_OP>(ALLOC_MUST_SUCCEED | INIT_ZERO);
-  eop->op = op;
-  eop->variety = variety;
-  eop->hasglob = hasglob;
-  if (op->type == wh_env_insert) return eop;
-
-  const FwVector* values = &op->u.rem->values;
-  eop->literal = true;
-  eop->pattern_count = FwVectorLength(values);
-  if (eop->pattern_count == 0) return eop;
-  eop->patterns = static_cast<GLOB*>(FwMemAlloc(
-      static_cast<size_t>(eop->pattern_count) * sizeof(GLOB), ALLOC_MUST_SUCCEED | INIT_NONE));
-  for (int32 i = 0; i < eop->pattern_count; ++i) {
-    GLOB* glob = ::new (&eop->patterns[i]) GLOB;
-    open_glob(glob, element_at<FwTextByte>(values, i));
-    if (!glob->key) eop->literal = false;
-    if (looks_at_disk(glob)) eop->looks = true;
-  }
-  return eop;
-}
-
-void free_expanded_op(EXPANDED_OP** eop) {
-  if (!*eop) return;
-  for (int32 i = 0; i < (*eop)->pattern_count; ++i)
-    close_glob(&(*eop)->patterns[i]);
-  FwMemFreeAndClear(&(*eop)->patterns);
-  free_env_op(&(*eop)->op);
-  FwMemFreeAndClear(eop);
-}
 
 VAR_OPS* make_var_ops() {
   auto* var_ops = FwMemNew<VAR_OPS>(ALLOC_MUST_SUCCEED | INIT_ZERO);
@@ -158,12 +71,13 @@ VAR_OPS* make_var_ops() {
 }
 
 void free_variables(FwHashTable** variables) {
-  FwHashEnumerateEntries(*variables, free_variable, nullptr, nullptr);
+  for (const FwHashEntry& entry : entries(*variables))
+    free_variable(static_cast<VAR_OPS*>(entry.value));
   FwHashFreeTable(variables);
 }
 
 VAR_OPS* get_var_ops(FwHashTable* variables, FwTextString name) {
-  auto* var_ops = find_in<VAR_OPS>(variables, name);
+  auto* var_ops = value_of<VAR_OPS>(variables, name);
   if (var_ops) return var_ops;
   var_ops = make_var_ops();
   add_or_exit(variables, name, var_ops);
@@ -171,7 +85,7 @@ VAR_OPS* get_var_ops(FwHashTable* variables, FwTextString name) {
 }
 
 VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value) {
-  auto* val_ops = find_in<VAL_OPS>(var_ops->values, value);
+  auto* val_ops = value_of<VAL_OPS>(var_ops->values, value);
   if (val_ops) return val_ops;
   val_ops = new_in<VAL_OPS>(var_ops->pool);
   val_ops->value = copy_in(var_ops->pool, value);
@@ -181,7 +95,7 @@ VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value) {
 }
 
 NODE* find_node(VAR_OPS* var_ops, FwTextString value) {
-  return find_in<NODE>(var_ops->nodes, value);
+  return value_of<NODE>(var_ops->nodes, value);
 }
 
 NODE* get_node(VAR_OPS* var_ops, FwTextString value) {

@@ -4,9 +4,11 @@
 // small ones. Nearly all elements are their own literal keys: a literal pattern then finds its one
 // node in the table of nodes. For a pattern with * or ? there is an index of what the texts are
 // made of (glob/index.h).
+#include "node_list.h"
+
 #include <cstring>
 
-#include "engine.h"
+#include "fcpp.h"
 
 namespace {
 
@@ -17,14 +19,6 @@ constexpr int32 kTriedPlainly = 4;
 
 FwTextString text_at(const NODE_LIST* nodes, int32 position) {
   return node_at(nodes, position)->value;
-}
-
-int32 list_node(FwHashEntry* entry, void* vnodes, FwErrorState* /*err*/) {
-  auto* nodes = static_cast<NODE_LIST*>(vnodes);
-  auto* node = static_cast<NODE*>(entry->value);
-  node->position = FwVectorLength(&nodes->list);
-  FwVectorAddElement(&nodes->list, node);
-  return 1;
 }
 
 // Files the nodes whose texts are not their own keys, once.
@@ -80,7 +74,11 @@ void match_glob(NODE_LIST* nodes, const GLOB* glob) {
 void open_nodes(NODE_LIST* nodes, VAR_OPS* var_ops) {
   nodes->var_ops = var_ops;
   open_vector(&nodes->list, static_cast<int32>(var_ops->nodes->nUsedEntries));
-  FwHashEnumerateEntries(var_ops->nodes, list_node, nodes, nullptr);
+  for (const FwHashEntry& entry : entries(var_ops->nodes)) {
+    auto* node = static_cast<NODE*>(entry.value);
+    node->position = FwVectorLength(&nodes->list);
+    FwVectorAddElement(&nodes->list, node);
+  }
 }
 
 void close_nodes(NODE_LIST* nodes) {

@@ -1,11 +1,14 @@
-// What is known of the varieties while settings are applied: which include which. Found by
-// ancestors.cpp, used by the resolution.
-#ifndef ENVIRON_ANCESTRY_H
-#define ENVIRON_ANCESTRY_H
+// The third step: which varieties include which. The resolution asks for it.
+#ifndef ENVIRON_ANCESTORS_H
+#define ENVIRON_ANCESTORS_H
 
 #include <bit>
 
-#include "engine.h"
+#include "fwhash.h"
+#include "fwvector.h"
+#include "glob/literals.h"
+#include "partlist.h"
+#include "warehouse.h"
 
 // A growing set of small numbers. Only the words between the first and the last in use are there,
 // so a set of a few numbers near each other is small wherever they lie.
@@ -79,5 +82,17 @@ struct ANCESTRY {
 
 // The member of a variety, its set complete.
 MEMBER* know_member(ANCESTRY* ancestry, WH_VARIETY* variety);
+
+// How many entries one call stores in the tables of the varieties before it stores only what the
+// rest follows from. Tests lower it.
+extern int32 ancestors_stored_in_full;
+
+ANCESTRY* make_ancestry();
+// Stores what was found in the ancestors tables of the varieties.
+void free_ancestry(ANCESTRY** ancestry);
+// Finds all that the variety includes and tells each what includes it. symtab is that of its
+// product, with BASE-DIRECTORY; it may be null if the part list is empty.
+void find_ancestors(WH_VARIETY* variety, WH_INDEX* index, ANCESTRY* ancestry, WH_PARTLIST* partlist,
+                    WH_SYMTAB* symtab, WH_ERROR_FUNC errorfunc);
 
 #endif
