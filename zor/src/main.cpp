@@ -8,6 +8,7 @@
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
+#include "init/init.h"
 #include "render/text.h"
 #include "warehouse.h"
 
@@ -21,6 +22,7 @@ constexpr Command kCommands[] = {
     {"env", "print the environment of products, in any dialect", zor::run_env},
     {"exec", "start a program in it", zor::run_exec},
     {"files", "the files of a product, and those that are missing", zor::run_files},
+    {"init", "print the function zor for a shell", zor::run_init},
     {"lock", "pin a request with all that it depends on", zor::run_lock},
     {"load", "load products into this shell", zor::run_load, true},
     {"unload", "take products out of it again", zor::run_unload, true},
@@ -41,7 +43,7 @@ constexpr Command kCommands[] = {
 std::string usage() {
   std::string text = "usage: zor COMMAND [REQUEST] [OPTION]...\n\n";
   for (const Command& command : kCommands)
-    text += fmt::format("  {:<10} {}\n", command.name, command.summary);
+    if (command.summary) text += fmt::format("  {:<10} {}\n", command.name, command.summary);
   return text +
          "\nzor COMMAND --help tells more of one. Before COMMAND stand, for the function that\n"
          "zor init makes: --shell DIALECT, and --timeout SECONDS.\n";
@@ -56,7 +58,7 @@ const Command* find_command(const std::string& name) {
 [[noreturn]] void fail_unknown(const std::string& name) {
   std::vector<std::string> names;
   for (const Command& command : kCommands)
-    names.emplace_back(command.name);
+    if (command.summary) names.emplace_back(command.name);
   const std::vector<std::string> near = zor::nearest(name, names, 1);
   zor::misuse(
       "there is no command {}{}", name,
@@ -92,7 +94,8 @@ std::size_t take_options(Context* context, const std::vector<std::string>& words
   return at;
 }
 
-int run(Context* context, const std::vector<std::string>& all) {
+int run(Context* context, std::vector<std::string> all) {
+  if (const auto status = zor::take_csh_step(context, &all)) return *status;
   const std::vector<std::string> words(all.begin() + static_cast<long>(take_options(context, all)),
                                        all.end());
   if (words.empty()) {
@@ -124,21 +127,36 @@ int run_guarded(Context* context, const std::vector<std::string>& words) {
   }
 }
 
+// Writes what a run came to. Gives the exit status.
+int finish(Context* context, int status) {
+  const bool for_shell = !context->shell.empty();
+  const bool in_file = !context->script_file.empty();
+  // The function runs such words once more, without asking for a script.
+  if (status == zor::kDone && context->script.empty() && !context->out.empty() &&
+      zor::has_function(context->shell))
+    return zor::kRunsDirectly;
+  if (!context->notes.empty()) write_all(STDERR_FILENO, zor::without_controls(context->notes));
+  // The shell would evaluate text as well.
+  if (for_shell) write_all(STDERR_FILENO, zor::without_controls(context->out));
+  std::string& out = for_shell ? context->script : context->out;
+  if (status != zor::kDone) out.clear();
+  const int fd = in_file ? zor::open_csh_file(context->script_file) : STDOUT_FILENO;
+  if (fd < 0 || !write_all(fd, out)) {
+    tell(fmt::format("{}: {}", in_file ? context->script_file : "standard output",
+                     std::strerror(errno)));
+    status = zor::kTrouble;
+  }
+  if (in_file && status != zor::kDone) zor::remove_csh_file(context->script_file);
+  return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   Context context;
   context.environment = zor::Environment::of_process();
+  context.commands = kCommands;
   zor::Engine engine(argc, argv);
   const int status = run_guarded(&context, {argv + 1, argv + argc});
-  if (!context.notes.empty()) write_all(STDERR_FILENO, zor::without_controls(context.notes));
-  std::string& out = context.shell.empty() ? context.out : context.script;
-  if (status != zor::kDone) out.clear();
-  // The shell would evaluate text as well.
-  if (!context.shell.empty()) write_all(STDERR_FILENO, zor::without_controls(context.out));
-  if (!write_all(STDOUT_FILENO, out)) {
-    tell(fmt::format("standard output: {}", std::strerror(errno)));
-    return zor::kTrouble;
-  }
-  return status;
+  return finish(&context, status);
 }

@@ -3,6 +3,7 @@
 #define ZOR_COMMANDS_COMMAND_H
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,8 @@
 
 namespace zor {
 
+struct Command;
+
 // What a subcommand works with. It prints nothing itself: out is written once it has come to its
 // end, so that a command that fails leaves not half a script behind.
 struct Context {
@@ -18,14 +21,16 @@ struct Context {
   Environment environment;         // that in which zor was started
   std::string shell;               // the dialect of the shell that evaluates script, if one does
   std::string timeout = "10";      // seconds
+  std::span<const Command> commands;
   std::string out;
-  std::string script;  // what that shell is to evaluate
-  std::string notes;   // for standard error, lines with their ends
+  std::string script;       // what that shell is to evaluate
+  std::string script_file;  // where it goes, if not to standard output
+  std::string notes;        // for standard error, lines with their ends
 };
 
 struct Command {
   const char* name;
-  const char* summary;
+  const char* summary;           // null for what people don't type
   int (*run)(Context* context);  // gives the exit status, or throws Error
   bool makes_script = false;     // the environment of the shell that asks is changed
 };
@@ -34,6 +39,7 @@ int run_avail(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
 int run_files(Context* context);
+int run_init(Context* context);
 int run_list(Context* context);
 int run_load(Context* context);
 int run_lock(Context* context);

@@ -5,6 +5,7 @@
 #include "deadline.h"
 #include "error.h"
 #include "formats/format.h"
+#include "init/init.h"
 #include "session/digests.h"
 #include "session/session.h"
 
@@ -208,7 +209,7 @@ void take_step(const Session& session, Contents contents, const std::string& roo
   write_history(&next, session.contents, undone);
   for (const Change& text : session_texts(next))
     put(&target, text.name, text.value);
-  context->script = written(*format, difference(context->environment, target));
+  context->script = shell_script(*format, difference(context->environment, target));
 }
 
 void require_shell(const Context& context, const std::string& verb) {

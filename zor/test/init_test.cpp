@@ -1,0 +1,497 @@
+// The function that zor init defines, in the real shells.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <sstream>
+
+#include "zor.h"
+
+namespace {
+
+using Variables = std::map<std::string, std::string>;
+
+enum Family { kSh, kFish, kCsh, kElvish, kXonsh };
+
+struct Shell {
+  const char* name;  // as zor init takes it
+  std::vector<std::string> argv;
+  Family family;
+};
+
+const Shell shells[] = {
+    {"bash", {"/bin/bash", "--norc"}, kSh},
+    {"zsh", {"/bin/zsh", "-f"}, kSh},
+    {"dash", {"/bin/dash"}, kSh},
+    {"ksh", {"/bin/ksh93"}, kSh},
+    {"mksh", {"/bin/mksh"}, kSh},
+    {"busybox", {"/bin/busybox", "sh"}, kSh},
+    {"fish", {"/usr/bin/fish", "--no-config"}, kFish},
+    {"tcsh", {"/bin/tcsh", "-f"}, kCsh},
+    {"elvish", {"/usr/bin/elvish", "-norc"}, kElvish},
+    {"xonsh", {"/usr/bin/xonsh", "--no-rc"}, kXonsh},
+};
+
+std::string Idiom(const Shell& shell, const std::string& program) {
+  const std::string init = program + " init " + shell.name;
+  switch (shell.family) {
+    case kSh:
+      return "eval \"$(" + init + ")\"\n";
+    case kFish:
+      return init + " | source\n";
+    case kCsh:
+      return "eval \"`" + init + "`\"\n";
+    case kElvish:
+      return "var zor~ = $nop~\neval (" + init + " | slurp) &on-end={|ns| set zor~ = $ns[zor~]}\n";
+    case kXonsh:
+      return "execx($(" + init + "))\n";
+  }
+  return "";
+}
+
+// A word that comes from a variable of the environment.
+std::string FromVariable(const Shell& shell, const std::string& name) {
+  switch (shell.family) {
+    case kSh:
+    case kFish:
+      return "\"$" + name + "\"";
+    case kCsh:
+      return "$" + name + ":q";
+    case kElvish:
+      return "$E:" + name;
+    case kXonsh:
+      return "@(${...}['" + name + "'])";
+  }
+  return "";
+}
+
+Variables VariablesIn(const std::string& texts) {
+  Variables variables;
+  for (std::size_t at = 0; at < texts.size();) {
+    const std::size_t end = std::min(texts.find('\0', at), texts.size());
+    const std::string text = texts.substr(at, end - at);
+    variables[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
+    at = end + 1;
+  }
+  return variables;
+}
+
+// An insert of exactly this value, with a separator that it does not hold.
+std::string Verbatim(std::string_view name, std::string_view value) {
+  return "<ENV-INSERT sep=\"&#x394;\"><NAME>" + std::string(name) + "</NAME><VALUE><![CDATA[" +
+         std::string(value) + "]]></VALUE></ENV-INSERT>";
+}
+
+class Init : public testing::TestWithParam<Shell> {
+ protected:
+  void SetUp() override {
+    const std::string& path = GetParam().argv[0];
+    if (access(path.c_str(), X_OK) != 0) GTEST_SKIP() << path << " is not installed";
+  }
+
+  bool Is(Family family) const { return GetParam().family == family; }
+  bool IsNamed(std::string_view name) const { return GetParam().name == name; }
+
+  // Adds a line that runs the words of zor, a line that keeps the status, and one that keeps the
+  // environment.
+  void Step(const std::string& words) {
+    const std::string number = std::to_string(++steps_);
+    const std::string line = "zor " + words;
+    const std::string status = warehouse_ / ("status." + number);
+    switch (GetParam().family) {
+      case kSh:
+        script_ += line + "\necho $? >" + status + "\n";
+        break;
+      case kFish:
+      case kCsh:
+        script_ += line + "\necho $status >" + status + "\n";
+        break;
+      case kElvish:
+        script_ += "try { " + line + "; echo 0 >" + status +
+                   " } catch e { try { echo $e[reason][exit-status] >" + status +
+                   " } catch { echo 1 >" + status + " } }\n";
+        break;
+      case kXonsh:
+        script_ += "_r = ![" + line + "]\nopen('" + status + "', 'w').write(str(_r.rtn) + '\\n')\n";
+        break;
+    }
+    Keep(number);
+  }
+
+  void Keep(const std::string& number) {
+    script_ += "/usr/bin/env -0 >" + warehouse_ / ("environment." + number) + "\n";
+  }
+
+  // Runs what was added, behind the idiom and these lines.
+  void Run(const std::string& before = "") {
+    const std::string file = warehouse_.Write(Is(kXonsh) ? "script.xsh" : "script",
+                                              before + Idiom(GetParam(), program_) + script_);
+    RunOptions options;
+    options.environment = environment_;
+    options.directory = warehouse_.Directory("work");
+    options.limit = std::chrono::seconds(60);
+    std::vector<std::string> argv = GetParam().argv;
+    argv.push_back(file);
+    result_ = RunProgram(argv, options);
+    EXPECT_EQ(0, result_.status) << result_.out << result_.err;
+    EXPECT_FALSE(std::filesystem::exists(warehouse_ / "work/ran")) << "a word or value was run";
+  }
+
+  std::string StatusOf(int step) {
+    return ReadFile(warehouse_ / ("status." + std::to_string(step)));
+  }
+
+  // Behind a step, without what shells keep in it for themselves; step 0 is before the first.
+  Variables Behind(int step) {
+    Variables all = VariablesIn(ReadFile(warehouse_ / ("environment." + std::to_string(step))));
+    for (const char* own : {"_", "SHLVL", "OLDPWD"})
+      all.erase(own);
+    return all;
+  }
+
+  // The same without the session's own.
+  Variables Computed(int step) {
+    Variables all = Behind(step);
+    std::erase_if(all, [](const auto& entry) { return entry.first.starts_with("ZOR_SESSION"); });
+    return all;
+  }
+
+  Warehouse warehouse_;
+  std::string program_ = ZOR_PROGRAM;
+  std::vector<std::string> environment_ = {"A=here:there",
+                                           "GONE=x",
+                                           "HOME=" + warehouse_.Directory("home"),
+                                           "LC_ALL=C.UTF-8",
+                                           "PATH=/usr/bin:/bin",
+                                           "TMPDIR=" + warehouse_.Directory("tmp"),
+                                           "XDG_CONFIG_HOME=" + warehouse_.Directory("home"),
+                                           "XDG_DATA_HOME=" + warehouse_.Directory("home"),
+                                           "ZORROOT=" + warehouse_.Root()};
+  std::string script_;
+  int steps_ = 0;
+  RunResult result_;
+};
+
+const char odd[] =
+    "a b\t $HOME ${HOME} `touch ran` $(touch ran); touch ran # \"x\" it's & | > * ? ~ [a] "
+    "{b,c} (d) ! !! !x \\! \\\\! \\n \\\\ %% ^a^b \u00fcn\u00ef \u65e5\u672c\n\n first\nunset A "
+    ";\n\\\n'q' \\'\n";
+
+struct Loaded {
+  std::string name, version;
+};
+
+// The environment of a list of products as the tool computes it from what the shell started with.
+Variables Model(const Variables& start, const std::string& root, const std::vector<Loaded>& list) {
+  if (list.empty()) return start;
+  std::vector<std::string> arguments = {"-r", root};
+  for (const Loaded& product : list)
+    arguments.insert(arguments.end(), {"-p", "C", product.name, product.version, "1"});
+  arguments.insert(arguments.end(), {"--exec", "/usr/bin/env", "-0"});
+  RunOptions options;
+  options.environment.emplace();
+  for (const auto& [name, value] : start)
+    options.environment->push_back(name + '=' + value);
+  const RunResult result = Zorenv(arguments, options);
+  EXPECT_EQ("", result.err);
+  return VariablesIn(result.out);
+}
+
+TEST_P(Init, FortyStepsGiveWhatTheToolComputesAndPurgeTheStart) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string version : {"1.0", "2.0"}) {
+    const auto at = [&](const std::string& name) { return "C/" + name + '/' + version + "/1"; };
+    warehouse_.Product(at("a"), Insert("PATH", "/opt/a" + version, Before("/usr/bin")) +
+                                    Insert("A", "shared") + Verbatim("ODD", odd));
+    warehouse_.Product(at("b"), Insert("A", "shared") + Insert("A", "b" + version, After("here")) +
+                                    Insert("ONLY_B", version));
+    warehouse_.Product(at("c"), Delete("GONE") + Insert("PATH", "/opt/c" + version));
+    warehouse_.Product(at("d"), Remove("A", "there") + Insert("D", "") + Verbatim("E", "it's"));
+  }
+  warehouse_.Product("C/bad/1.0/1", Insert("F", "1") + Insert("A-B", "1"));
+  std::mt19937 random(11);
+  std::vector<Loaded> list;
+  std::vector<std::vector<Loaded>> lists = {{}};
+  std::vector<std::string> statuses = {""};
+  Keep("0");
+  for (int i = 1; i <= 40; ++i) {
+    const std::string name = names[random() % names.size()];
+    const std::string version = random() % 2 == 0 ? "1.0" : "2.0";
+    const auto place = std::find_if(list.begin(), list.end(),
+                                    [&](const Loaded& loaded) { return loaded.name == name; });
+    std::string status = "0\n";
+    if (i % 13 == 0) {
+      Step("purge");
+      list.clear();
+    } else if (i % 9 == 0) {
+      Step("load C/bad");
+      status = "1\n";
+    } else if (place == list.end()) {
+      Step("load C/" + name + '/' + version);
+      list.push_back({name, version});
+    } else if (random() % 2 == 0) {
+      Step("swap C/" + name + '/' + version);
+      place->version = version;
+    } else {
+      Step("unload " + name);
+      list.erase(place);
+    }
+    lists.push_back(list);
+    statuses.push_back(status);
+  }
+  Step("purge");
+  Run();
+  const Variables start = Behind(0);
+  EXPECT_EQ("x", start.at("GONE"));
+  for (int i = 1; i <= 40; ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(statuses[static_cast<std::size_t>(i)], StatusOf(i)) << result_.err;
+    const std::vector<Loaded>& loaded = lists[static_cast<std::size_t>(i)];
+    EXPECT_EQ(Model(start, warehouse_.Root(), loaded), Computed(i)) << result_.err;
+  }
+  EXPECT_EQ(start, Behind(41));
+  EXPECT_TRUE(std::filesystem::is_empty(warehouse_ / "tmp"));
+}
+
+// A word that was evaluated again would be another one in the message, or leave a file.
+TEST_P(Init, WordsArriveAsTheyAreAndAreNotRun) {
+  const std::string words[] = {
+      "w; touch ran", "$(touch ran)", "`touch ran`", "(touch ran)", "a!b",           "#c",    "*",
+      "d  e",         "it's",         "\"f",         "g\\",         "h & touch ran", "$HOME", "~",
+      "{i,j}",        "k > ran"};
+  for (const std::string& word : words) {
+    environment_.push_back("W" + std::to_string(++steps_) + '=' + word);
+    --steps_;
+    Step("load " + FromVariable(GetParam(), "W" + std::to_string(steps_ + 1)));
+  }
+  Run();
+  int step = 0;
+  for (const std::string& word : words) {
+    SCOPED_TRACE(word);
+    EXPECT_EQ("1\n", StatusOf(++step));
+    EXPECT_EQ("here:there", Behind(step).at("A"));
+    EXPECT_NE(std::string::npos, result_.err.find("there is no product " + word + " in "))
+        << result_.err;
+  }
+}
+
+TEST_P(Init, WhatChangesNothingIsRunAsItStands) {
+  warehouse_.Product("C/a/1.0/1", Insert("NEW", "1"));
+  Step("avail");
+  Step("load --help");
+  Step("load C/a");
+  Step("set");
+  Step("nonsense");
+  if (!Is(kElvish)) Step("env C/a --format json | /bin/cat");
+  Run();
+  EXPECT_EQ("0\n", StatusOf(1));
+  EXPECT_EQ("0\n", StatusOf(2));
+  EXPECT_EQ("0\n", StatusOf(4));
+  EXPECT_EQ("2\n", StatusOf(5));
+  EXPECT_EQ(0u, result_.out.find("C/a/1.0/1")) << result_.out;
+  EXPECT_NE(std::string::npos, result_.out.find("zor load tools/weaver\n"));
+  EXPECT_NE(std::string::npos, result_.err.find("zor: there is no command nonsense"))
+      << result_.err;
+}
+
+// A value of this size takes the shells of before half a minute.
+TEST_P(Init, LongValuesArriveWhole) {
+  const std::string value(100000, '\'');
+  warehouse_.Product("C/a/1.0/1", Verbatim("LONG", value));
+  Step("load C/a");
+  Run();
+  EXPECT_EQ("0\n", StatusOf(1));
+  EXPECT_EQ(value, Behind(1)["LONG"]) << result_.err;
+}
+
+TEST_P(Init, NothingIsLeftBehind) {
+  if (!Is(kSh)) GTEST_SKIP() << "only the sh family lists its variables so";
+  warehouse_.Product("C/a/1.0/1", Insert("B", "1"));
+  script_ = "set >before\n";
+  Step("load C/a");
+  Step("purge");
+  script_ += "set | sed -n '/^zor[_A-Z]/p;/^_*zor_[a-z]*=/p'\n";
+  Run();
+  EXPECT_EQ("", result_.out);
+}
+
+class InitOfShFamily : public Init {};
+
+TEST_P(InitOfShFamily, ReadOnlyVariablesAreRefusedBeforeAnythingIsSet) {
+  warehouse_.Product("C/a/1.0/1", Insert("FIRST", "1") + Insert("KEPT", "2") + Insert("LAST", "1"));
+  warehouse_.Product("C/b/1.0/1", Insert("FIRST", "1") + Delete("GONE") + Insert("LAST", "1"));
+  Step("load C/a");
+  Step("load C/b");
+  Run("KEPT=1\nreadonly KEPT\nreadonly GONE\n");
+  for (const int step : {1, 2}) {
+    EXPECT_EQ("1\n", StatusOf(step));
+    EXPECT_EQ(0u, Behind(step).count("FIRST"));
+    EXPECT_EQ("x", Behind(step).at("GONE"));
+  }
+  EXPECT_NE(
+      std::string::npos,
+      result_.err.find("zor: this shell refuses one of the variables; nothing was changed\n"));
+}
+
+TEST_P(InitOfShFamily, OptionsAndAliasesOfTheUserDoNoHarm) {
+  warehouse_.Product("C/a/1.0/1", Verbatim("ODD", odd) + Delete("GONE"));
+  std::vector<std::string> all = {
+      "set -eu\nIFS=zo-u:\n", "set -f\n", "set -C\n", "set -a\n",
+      "alias zor=false set=false eval=false return=false unalias=false case=false\n"};
+  if (IsNamed("bash")) {
+    all.emplace_back("set -o posix\n");
+    all.emplace_back("shopt -s expand_aliases failglob\nalias zor=false eval=false set=false\n");
+  }
+  if (IsNamed("zsh")) {
+    all.emplace_back(
+        "setopt CSH_JUNKIE_QUOTES RC_QUOTES KSH_ARRAYS WARN_CREATE_GLOBAL GLOB_SUBST NOMATCH "
+        "IGNORE_BRACES\n");
+    all.emplace_back("setopt SH_WORD_SPLIT NO_EQUALS ERR_EXIT ERR_RETURN NO_UNSET ALL_EXPORT\n");
+    all.emplace_back("setopt NO_GLOBAL_EXPORT POSIX_BUILTINS POSIX_IDENTIFIERS\n");
+  }
+  for (const std::string& before : all) {
+    SCOPED_TRACE(before);
+    script_.clear();
+    steps_ = 0;
+    script_ = "zor load C/a\n";
+    Keep("1");
+    Run(before);
+    EXPECT_EQ("", result_.err);
+    EXPECT_EQ(odd, Behind(1)["ODD"]);
+    EXPECT_EQ(0u, Behind(1).count("GONE"));
+  }
+}
+
+class InitOfShellsWithNumbers : public Init {};
+
+// These calculate what is assigned to a number, and so run what a subscript holds.
+TEST_P(InitOfShellsWithNumbers, VariablesThatAreNoTextsAreRefused) {
+  warehouse_.Product("C/a/1.0/1", Insert("FIRST", "1") + Verbatim("N", "a[$(touch ran)]"));
+  for (const std::string kind : {"-i", "-u", "-r"}) {
+    SCOPED_TRACE(kind);
+    script_.clear();
+    steps_ = 0;
+    Step("load C/a");
+    Run("typeset " + kind + " N\n");
+    EXPECT_EQ("1\n", StatusOf(1));
+    EXPECT_EQ(0u, Behind(1).count("FIRST"));
+    EXPECT_EQ(
+        "zor: N is no plain variable of this shell\n"
+        "zor: this shell refuses one of the variables; nothing was changed\n",
+        result_.err);
+  }
+}
+
+class InitOfShellsThatCapture : public Init {
+ protected:
+  // Puts a program in the place of zor, which prints the file of its last word and ends with the
+  // status in the one beside it.
+  void Instead() {
+    const std::string definition = Zor({"init", GetParam().name}).out;
+    std::string text = definition;
+    const std::string stand_in = warehouse_ / "instead";
+    for (std::size_t at = 0; (at = text.find(ZOR_PROGRAM, at)) != text.npos; at += stand_in.size())
+      text.replace(at, std::string(ZOR_PROGRAM).size(), stand_in);
+    const std::string file = warehouse_.Write("definition", text);
+    program_ = warehouse_.Write(
+        "instead", "#!/bin/sh\ncase $1 in\ninit) cat " + file + " ;;\n--shell) cat \"" +
+                       warehouse_.path() + "/printed.$4\"; read status <\"" + warehouse_.path() +
+                       "/ends.$4\"; case $status in kill) kill $$ ;; *) exit $status ;; esac ;;\n"
+                       "*) exit 7 ;;\nesac\n");
+    ASSERT_EQ(0, chmod(program_.c_str(), 0755));
+  }
+};
+
+TEST_P(InitOfShellsThatCapture, NothingIsEvaluatedButAWholeScriptOfADoneProgram) {
+  warehouse_.Product("C/a/1.0/1", Insert("FIRST", "1") + Insert("LAST", "1"));
+  const std::string script =
+      Zor({"--shell", GetParam().name, "load", "C/a"}, {"ZORROOT=" + warehouse_.Root()}).out;
+  ASSERT_NE("", script);
+  const std::size_t last = script.find("LAST", script.find('\n'));
+  const struct {
+    std::string printed, ends;
+    const char* status;
+  } rows[] = {
+      {"Bad thing at 12\n" + script, "0", "1\n"},
+      {script + "Bad thing at 12\n", "0", "1\n"},
+      {script.substr(0, script.size() - 2), "0", "1\n"},
+      {script.substr(0, last), "0", "1\n"},
+      {script.substr(script.find('\n')), "0", "1\n"},
+      {"", "0", "1\n"},
+      {script.substr(0, last), "kill", nullptr},
+      {script, "3", nullptr},
+      {"", "3", "3\n"},
+      {script, "0", "0\n"},
+  };
+  int number = 0;
+  for (const auto& row : rows) {
+    const std::string name = std::to_string(++number);
+    warehouse_.Write("printed." + name, row.printed);
+    warehouse_.Write("ends." + name, row.ends + "\n");
+    Step("load " + name);
+  }
+  Instead();
+  Run();
+  number = 0;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(++number);
+    const bool done = row.printed == script && row.ends == "0";
+    if (row.status) {
+      EXPECT_EQ(row.status, StatusOf(number));
+    } else {
+      EXPECT_NE("0\n", StatusOf(number));
+    }
+    EXPECT_EQ(done ? 1u : 0u, Behind(number).count("FIRST"));
+    EXPECT_EQ(done ? 1u : 0u, Behind(number).count("LAST"));
+  }
+}
+
+class InitOfCsh : public Init {};
+
+TEST_P(InitOfCsh, AnotherQuotingIsRefused) {
+  warehouse_.Product("C/a/1.0/1", Insert("FIRST", "1"));
+  for (const char* setting : {"set backslash_quote\n", "set histchars = '+^'\n"}) {
+    script_ = setting;
+    steps_ = 0;
+    Step("load C/a");
+    Run();
+    EXPECT_NE("0\n", StatusOf(1)) << setting;
+    EXPECT_EQ(0u, Behind(1).count("FIRST"));
+    EXPECT_NE(std::string::npos, result_.err.find("nothing was changed")) << result_.err;
+  }
+}
+
+TEST(InitProgram, TellsWhichShellsThereAre) {
+  const std::string names =
+      "bash, zsh, sh, dash, busybox, ksh, mksh, fish, csh, tcsh, elvish, xonsh, nushell, "
+      "powershell\n";
+  Expect(Zor({"init"}), "", "zor: say for which shell: " + names, 2);
+  Expect(Zor({"init", "cmd"}), "", "zor: there is no shell cmd; there are " + names, 2);
+}
+
+std::string NameOf(const testing::TestParamInfo<Shell>& shell) {
+  return shell.param.name;
+}
+
+std::vector<Shell> Chosen(std::initializer_list<std::string_view> names) {
+  std::vector<Shell> chosen;
+  for (const Shell& shell : shells)
+    if (std::find(names.begin(), names.end(), shell.name) != names.end()) chosen.push_back(shell);
+  return chosen;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Init, testing::ValuesIn(shells), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, InitOfShFamily, testing::ValuesIn(shells, shells + 6), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, InitOfShellsWithNumbers,
+                         testing::ValuesIn(Chosen({"bash", "zsh", "ksh", "mksh"})), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, InitOfShellsThatCapture,
+                         testing::ValuesIn(Chosen({"bash", "zsh", "dash", "ksh", "mksh", "busybox",
+                                                   "fish", "elvish", "xonsh"})),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(All, InitOfCsh, testing::ValuesIn(Chosen({"tcsh"})), NameOf);
+
+}  // namespace
