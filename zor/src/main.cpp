@@ -38,6 +38,7 @@ constexpr Command kCommands[] = {
     {"shell", "start your shell in the environment of products", zor::run_shell},
     {"show", "what a product is made of and what it sets", zor::run_show},
     {"which", "which file a command is in an environment", zor::run_which},
+    {"complete", nullptr, zor::run_complete},  // for the functions that zor init prints
 };
 
 std::string usage() {

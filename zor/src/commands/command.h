@@ -36,6 +36,7 @@ struct Command {
 };
 
 int run_avail(Context* context);
+int run_complete(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
 int run_files(Context* context);

@@ -1,0 +1,159 @@
+// The Tab key behind zor: what the program offers, and what becomes of it in the real shells.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "terminal.h"
+#include "zor.h"
+
+namespace {
+
+// What is offered for these words in a shell that shows descriptions; the last is at the cursor.
+std::string Offered(std::vector<std::string> words, const std::string& shell = "zsh",
+                    std::vector<std::string> more = {}) {
+  words.insert(words.begin(), {"complete", shell, "--"});
+  more.push_back("ZORROOT=" + Examples());
+  const RunResult result = Zor(words, more);
+  EXPECT_EQ("", result.err);
+  EXPECT_EQ(0, result.status);
+  return result.out;
+}
+
+TEST(Complete, OffersSubcommandsWithWhatTheyDo) {
+  EXPECT_EQ("platform\twhat this host is\n", Offered({"pl"}));
+  EXPECT_EQ("", Offered({"complet"}));
+  EXPECT_EQ("", Offered({"nonsense", ""}));
+}
+
+TEST(Complete, OffersPathsOfTheWarehouse) {
+  EXPECT_EQ("libs/\nsite/\nstudio/\ntools/\n", Offered({"load", ""}));
+  EXPECT_EQ("tools/weaver/\n", Offered({"env", "tools/w"}));
+  EXPECT_EQ("tools/weaver/1.10/\ntools/weaver/1.9/\n", Offered({"env", "tools/weaver/"}));
+  EXPECT_EQ("tools/weaver/1.10/1\ntools/weaver/1.10/2\n", Offered({"env", "tools/weaver/1.10/"}));
+  EXPECT_EQ("libs/graphics/\n", Offered({"avail", "libs/"}));
+  EXPECT_EQ("", Offered({"load", "nowhere/"}));
+  EXPECT_EQ("", Offered({"exec", "tools/weaver", "--", "w"}));
+}
+
+TEST(Complete, OffersTheFieldsOfZorenvsForm) {
+  EXPECT_EQ("tools\n", Offered({"env", "-p", "to"}));
+  EXPECT_EQ("libs/graphics\n", Offered({"env", "-p", "libs/"}));
+  EXPECT_EQ("weaver\n", Offered({"env", "-p", "tools", "w"}));
+  EXPECT_EQ("1.10\n1.9\n", Offered({"env", "-p", "tools", "weaver", "1"}));
+  EXPECT_EQ("quill\n", Offered({"env", "-p", "site", "--and", "-p", "tools", "q"}));
+  EXPECT_EQ("tools/\n", Offered({"env", "-r", Examples(), "to"}, "zsh", {"ZORROOT=/nowhere"}));
+}
+
+TEST(Complete, OffersOptionsAndTheirValues) {
+  EXPECT_EQ("--full\tall variables, not only what changes\n", Offered({"env", "--fu"}));
+  EXPECT_EQ("fish\tfish\n", Offered({"env", "--format", "fi"}));
+  EXPECT_EQ("--format=fish\tfish\n", Offered({"env", "--format=fi"}));
+  EXPECT_EQ("fish\tfish\n", Offered({"env", "-f", "fi"}));
+  EXPECT_EQ("xonsh\n", Offered({"init", "x"}));
+}
+
+TEST(Complete, OffersWhatIsLoaded) {
+  const RunResult loaded = Zor({"--shell", "env0", "load", "tools/weaver/1.9[platform=linux-x86]"},
+                               {"ZORROOT=" + Examples()});
+  const std::size_t at = loaded.out.find("ZOR_SESSION=");
+  ASSERT_NE(std::string::npos, at) << loaded.err;
+  const std::string session = loaded.out.substr(at, loaded.out.find('\0', at) - at);
+  EXPECT_EQ("weaver\t1.9/1\n", Offered({"unload", "w"}, "zsh", {session}));
+  EXPECT_EQ("tools/weaver\t1.9/1\n", Offered({"unload", "t"}, "zsh", {session}));
+  EXPECT_EQ("", Offered({"unload", "w"}));
+  EXPECT_EQ("", Offered({"unload", "w"}, "zsh", {"ZOR_SESSION=nonsense"}));
+}
+
+// bash hands the words over with their quotes, and makes words of their own of some characters.
+TEST(Complete, TakesTheWordsOfEachShellAsTheyCome) {
+  EXPECT_EQ("fish\n", Offered({"env", "--format", "=", "fi"}, "bash"));
+  EXPECT_EQ("tools/weaver/\n", Offered({"env", "\"tools/w"}, "bash"));
+  EXPECT_EQ("tools/weaver/\n", Offered({"env", "tools/\\w"}, "fish"));
+  EXPECT_EQ("tools/weaver/\n", Offered({}, "tcsh", {"COMMAND_LINE=zor load 'tools'/w"}));
+  EXPECT_EQ("", Offered({"env", ";$(touch ran)"}, "bash"));
+}
+
+TEST(Complete, QuotesForBash) {
+  Warehouse warehouse;
+  warehouse.Product("two words/A $HOME;b/1.0/1");
+  const std::vector<std::string> more = {"ZORROOT=" + warehouse.Root()};
+  EXPECT_EQ("two\\ words/\n", Zor({"complete", "bash", "--", "load", "tw"}, more).out);
+  EXPECT_EQ("two\\ words/A\\ \\$HOME\\;b/\n",
+            Zor({"complete", "bash", "--", "load", "two\\ words/"}, more).out);
+}
+
+struct Shell {
+  const char* name;
+  std::vector<std::string> argv;
+  const char* start_file;
+  const char* start;  // makes zor tell its words, once the completion is there
+};
+
+const Shell shells[] = {
+    {"bash",
+     {"/bin/bash", "--noprofile", "--rcfile", "start", "-i"},
+     "start",
+     "bind 'set enable-bracketed-paste off'\neval \"$($PROGRAM init bash)\"\nPS1='READ''Y> '\n"
+     "zor() { printf 'TOL''D'; printf '<%s>' \"$@\"; echo EN''D; }\n"},
+    {"zsh",
+     {"/bin/zsh", "-d", "-i"},
+     ".zshrc",
+     "autoload -Uz compinit && compinit -u -d $HOME/dump\neval \"$($PROGRAM init zsh)\"\n"
+     "unsetopt zle_bracketed_paste prompt_sp\nPS1='READ''Y> '\n"
+     "zor() { printf 'TOL''D'; printf '<%s>' \"$@\"; echo EN''D; }\n"},
+    {"fish",
+     {"/usr/bin/fish", "--no-config", "-i", "-C", "source start"},
+     "start",
+     "$PROGRAM init fish | source\nset fish_greeting\nfunction fish_prompt; echo -n READ'Y> '; "
+     "end\n"
+     "function zor; printf TOL'D'; printf '<%s>' $argv; echo EN'D'; end\n"},
+    {"tcsh",
+     {"/bin/tcsh"},
+     ".tcshrc",
+     "eval \"`$PROGRAM init tcsh`\"\nset prompt = 'READ''Y> '\n"
+     "alias zor 'printf TOL\"\"D; printf \"<%s>\" \\!*; echo EN\"\"D'\n"},
+};
+
+class CompleteInShell : public testing::TestWithParam<Shell> {
+ protected:
+  void SetUp() override {
+    const std::string& path = GetParam().argv[0];
+    if (access(path.c_str(), X_OK) != 0) GTEST_SKIP() << path << " is not installed";
+  }
+
+  // What a command line is, once these keys were typed.
+  std::string Typed(const std::string& root, const std::string& keys) {
+    Warehouse warehouse;
+    warehouse.Write(GetParam().start_file, GetParam().start);
+    Terminal terminal(
+        GetParam().argv,
+        PlainEnvironment({"TERM=xterm", "HOME=" + warehouse.path(), "ZDOTDIR=" + warehouse.path(),
+                          std::string("PROGRAM=") + ZOR_PROGRAM, "ZORROOT=" + root}),
+        warehouse.path());
+    terminal.ReadUntil("READY> ");
+    terminal.Type(keys + "\r");
+    terminal.ReadUntil("TOLD");
+    std::string told = terminal.ReadUntil("END");
+    return told.substr(0, told.size() - 3);
+  }
+};
+
+TEST_P(CompleteInShell, PutsInWhatIsOffered) {
+  // tcsh is told one ending for all, so it adds no blank.
+  const std::string blank = GetParam().name == std::string("tcsh") ? " " : "";
+  EXPECT_EQ("<load><tools/weaver/1.9/1><site/Contents/1/1>",
+            Typed(Examples(), "zor loa\t" + blank + "to\twea\t1.9\t1\t" + blank + "sit\t\t\t\t"));
+  EXPECT_EQ("<env><--format><fish><libs/graphics/>",
+            Typed(Examples(), "zor env --form\t" + blank + "fis\t" + blank + "li\t\t"));
+}
+
+TEST_P(CompleteInShell, QuotesWhatTheShellWouldSplit) {
+  if (GetParam().name == std::string("tcsh")) GTEST_SKIP() << "tcsh's own quoting is not ours";
+  Warehouse warehouse("/tmp/quotes");
+  warehouse.Product("two words/A $HOME;b/1.0/1");
+  EXPECT_EQ("<load><two words/A $HOME;b/1.0/1>", Typed(warehouse.Root(), "zor load tw\tA\t1\t1\t"));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CompleteInShell, testing::ValuesIn(shells),
+                         [](const auto& shell) { return std::string(shell.param.name); });
+
+}  // namespace
