@@ -35,6 +35,7 @@ constexpr Command kCommands[] = {
     {"status", "what is loaded, and what has changed since", zor::run_status},
     {"platform", "what this host is", zor::run_platform},
     {"search", "find products by names, descriptions and commands", zor::run_search},
+    {"setup", "what the start-up files of all users need", zor::run_setup},
     {"shell", "start your shell in the environment of products", zor::run_shell},
     {"show", "what a product is made of and what it sets", zor::run_show},
     {"which", "which file a command is in an environment", zor::run_which},

@@ -49,6 +49,7 @@ int run_purge(Context* context);
 int run_reload(Context* context);
 int run_search(Context* context);
 int run_set(Context* context);
+int run_setup(Context* context);
 int run_shell(Context* context);
 int run_show(Context* context);
 int run_status(Context* context);
