@@ -68,31 +68,23 @@ add_custom_target(uninstall
   COMMAND sh ${PROJECT_SOURCE_DIR}/cmake/uninstall.sh ${PROJECT_BINARY_DIR}
   COMMENT "Uninstalling what was installed last from ${PROJECT_BINARY_DIR}" VERBATIM USES_TERMINAL)
 
-# The tool.
+# The tool and the front end.
 set(completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 zor_install_directories(tool
   ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man5 ${completions} ${ZOR_ZSH_DIR}
-  ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${zor_share}/shell ${zor_doc}/doc ${zor_doc}/share/schemas
+  ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${zor_doc}/doc ${zor_doc}/share/schemas
   ${zor_doc}/examples)
-install(TARGETS zorenv RUNTIME COMPONENT tool)
+install(TARGETS zorenv zor RUNTIME COMPONENT tool)
 zor_install_page(tool 1 zorenv)
 zor_install_page(tool 5 zorenv-warehouse)
 
-# A shell that loads completions by the command's name finds those of the function zor under the second one.
+# The completion of zor comes with the function that "zor init" prints.
 install(FILES share/completions/zorenv.bash RENAME zorenv
   DESTINATION ${completions} COMPONENT tool)
-file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/completions)
-file(CREATE_LINK zorenv ${PROJECT_BINARY_DIR}/completions/zor SYMBOLIC)
-install(FILES ${PROJECT_BINARY_DIR}/completions/zor
-  DESTINATION ${completions} COMPONENT tool)
 install(FILES share/completions/_zorenv DESTINATION ${ZOR_ZSH_DIR} COMPONENT tool)
-file(CREATE_LINK zorenv.fish ${PROJECT_BINARY_DIR}/completions/zor.fish SYMBOLIC)
-install(FILES share/completions/zorenv.fish ${PROJECT_BINARY_DIR}/completions/zor.fish
+install(FILES share/completions/zorenv.fish
   DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 
-install(FILES share/shell/zor.sh share/shell/zor.csh share/shell/zor.fish
-  DESTINATION ${zor_share}/shell COMPONENT tool)
-install(PROGRAMS share/shell/zor-translate DESTINATION ${zor_share}/shell COMPONENT tool)
 install(DIRECTORY share/schemas DESTINATION ${zor_share} COMPONENT tool PATTERN README.md EXCLUDE)
 
 # The documents lie to each other as in the source, so that their links hold.

@@ -48,9 +48,9 @@ edited as text but computed as a set of elements with order constraints: a
 product that includes another overrules it, a real conflict is an error, and
 on an error nothing changes.
 
-With the program come a function for sh, bash, zsh, csh and fish that puts
-the settings into the running shell, completions for bash, zsh and fish,
-schemas of the data files, and an example warehouse.")
+With it come zor, a front end for people, which puts the settings into a
+running shell of nearly any kind and takes them out again, completions for
+bash, zsh and fish, schemas of the data files, and an example warehouse.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libfwos-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

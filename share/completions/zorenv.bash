@@ -1,4 +1,4 @@
-# zorenv.bash (zorenv 1.0.0): completion of zorenv and zor for bash. Source it, or put it where bash-completion looks.
+# zorenv.bash (zorenv 1.0.0): completion of zorenv for bash. Source it, or put it where bash-completion looks.
 #
 # Products are completed from the warehouse itself: -r or ZORROOT, else the current directory. A level of directories is
 # one pattern, and no program is started.
@@ -18,10 +18,9 @@ _zorenv() {
 _zorenv_complete() {
   local cur=${COMP_WORDS[COMP_CWORD]} root=${ZORROOT:-.} want='' variable='' word i
   cur=${cur//[\\\"\']/}
-  # The fields of the product that the cursor's word may belong to; the mark none: there is no product yet.
+  # The fields of the product that the cursor's word may belong to.
   local -a fields=() found=()
-  local open='' leading=''
-  [[ ${COMP_WORDS[0]##*/} == zor ]] && leading=1
+  local open=''
   for ((i = 1; i < COMP_CWORD; i++)); do
     word=${COMP_WORDS[i]//[\\\"\']/}
     case $want in
@@ -31,19 +30,17 @@ _zorenv_complete() {
       category) fields=("$word") open=1 want='' && continue ;;
     esac
     case $word in
-      -p*) want=category leading= ;;
+      -p*) want=category ;;
       -r*) want=root ;;
       -v*) want=variable ;;
       -X* | --exec) want=program && break ;;
       -*) open= ;;
       *)
-        [[ -n $leading ]] && fields=() open=1 leading=
         [[ -n $open ]] && fields+=("$word")
         ;;
     esac
     [[ $word == -* ]] && open=
   done
-  [[ -n $leading && -z $want && $cur != -* ]] && want=category
   # shellcheck disable=SC2088 # a tilde that the shell has not expanded
   case $root in
     '~/'*) root=$HOME/${root#??} ;;
@@ -80,8 +77,7 @@ _zorenv_complete() {
 }
 
 _zorenv_options() {
-  found=(-p -v -r -u --and --ignore-missing)
-  [[ ${COMP_WORDS[0]##*/} == zor ]] || found+=(--exec --sh --csh --posh --bat --proc --user --system)
+  found=(-p -v -r -u --and --ignore-missing --exec --sh --csh --posh --bat --proc --user --system)
 }
 
 # A category holds names with versions with revisions. It may be deeper.
@@ -179,4 +175,4 @@ _zorenv_variables() {
   done
 }
 
-complete -F _zorenv zorenv zor
+complete -F _zorenv zorenv

@@ -1,5 +1,5 @@
-# zorenv.fish (zorenv 1.0.0): completion of zorenv and zor for fish. Source it from config.fish, or put it into a
-# directory of fish_complete_path, with a link of the name zor.fish.
+# zorenv.fish (zorenv 1.0.0): completion of zorenv for fish. Source it from config.fish, or put it into a
+# directory of fish_complete_path.
 #
 # Products are completed from the warehouse itself: -r or ZORROOT, else the current directory. A level of directories is
 # one pattern, and no program is started.
@@ -13,8 +13,6 @@ function __zorenv_candidates
     set -l variable
     set -l fields
     set -l open
-    set -l leading
-    string match -q -r '(^|/)zor$' -- $tokens[1]; and set leading 1
     for word in $tokens[2..]
         switch "$want"
             case root
@@ -39,7 +37,6 @@ function __zorenv_candidates
         switch $word
             case '-p*'
                 set want category
-                set leading
             case '-r*'
                 set want root
             case '-v*'
@@ -48,17 +45,9 @@ function __zorenv_candidates
                 set want program
             case '-*'
             case '*'
-                if set -q leading[1]
-                    set fields
-                    set open 1
-                    set leading
-                end
                 set -q open[1]; and set -a fields $word
         end
         string match -q -- '-*' $word; and set open
-    end
-    if set -q leading[1]; and test -z "$want"; and not string match -q -- '-*' $cur
-        set want category
     end
 
     set -l numeric '^([0-9].*|\+)$'
@@ -113,9 +102,7 @@ function __zorenv_candidates
             end
         case '*'
             if string match -q -- '-*' $cur
-                printf '%s\n' -p -v -r -u --and --ignore-missing
-                string match -q -r '(^|/)zor$' -- $tokens[1]
-                or printf '%s\n' --exec --sh --csh --posh --bat --proc --user --system
+                printf '%s\n' -p -v -r -u --and --ignore-missing --exec --sh --csh --posh --bat --proc --user --system
             else if set -q open[1]
                 set -l base $root/$fields[1]
                 switch (count $fields)
@@ -168,4 +155,3 @@ function __zorenv_revisions
 end
 
 complete -c zorenv -f -a '(__zorenv_candidates)'
-complete -c zor -f -a '(__zorenv_candidates)'

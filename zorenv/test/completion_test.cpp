@@ -17,8 +17,7 @@ struct Shell {
 
 const char sh_start[] =
     "PS1='READ''Y> '\n"
-    "zorenv() { printf 'TOL''D'; printf '<%s>' \"$@\"; echo EN''D; }\n"
-    "zor() { zorenv \"$@\"; }\n";
+    "zorenv() { printf 'TOL''D'; printf '<%s>' \"$@\"; echo EN''D; }\n";
 
 const Shell shells[] = {
     {"/bin/bash",
@@ -35,8 +34,7 @@ const Shell shells[] = {
      "start",
      "source $SHARE/completions/zorenv.fish\nset fish_greeting\n"
      "function fish_prompt; echo -n READ'Y> '; end\n"
-     "function zorenv; printf TOL'D'; printf '<%s>' $argv; echo EN'D'; end\n"
-     "function zor; zorenv $argv; end\n"},
+     "function zorenv; printf TOL'D'; printf '<%s>' $argv; echo EN'D'; end\n"},
 };
 
 class Completion : public testing::TestWithParam<Shell> {
@@ -86,10 +84,6 @@ TEST_P(Completion, OffersWhatIsInTheWarehouse) {
       {"zorenv -p tools quill --an\t-p stu\tpr\t", "<-p><tools><quill><--and><-p><studio><proof>"},
       {"zorenv --ig\t--sy\t", "<--ignore-missing><--system>"},
       {"zorenv -p tools weaver --exec printe\tpri", "<-p><tools><weaver><--exec><printenv><pri>"},
-      {"zor to\tsu\t", "<tools><suite>"},
-      {"zor -u to\tsu\t1\t", "<-u><tools><suite><1.0>"},
-      {"zor -u --ig\tsi\t--an\t-p to\tq\t",
-       "<-u><--ignore-missing><site><--and><-p><tools><quill>"},
       // Nothing fits.
       {"zorenv -p nowhe\t", "<-p><nowhe>"},
       {"zorenv -p tools nowhe\t", "<-p><tools><nowhe>"},

@@ -163,6 +163,7 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   if (GetParam().elsewhere) {
     path.insert(0, directory.Directory("bin") + ":");
     directory.Link("bin/zorenv", ZORENV_PROGRAM);
+    directory.Link("bin/zor", ZOR_PROGRAM);
   } else {
     script += "zorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n";
   }
@@ -179,7 +180,6 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
                          std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
   options.directory = GetParam().elsewhere ? directory.Directory("work") : root;
   script = Replace(script, stated_root, root);
-  script = Replace(script, "/usr/share/zorenv/shell", source + "/share/shell");
   const RunResult result = RunProgram({"/bin/sh", "-c", script}, options);
   std::string rest = Replace(result.out, root, stated_root);
   if (GetParam().elsewhere) rest = Replace(rest, directory / "bin:", "");

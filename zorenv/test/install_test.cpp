@@ -1,6 +1,6 @@
 // What this build tree installs works where it was put, and where it was moved after that: the tool
-// on the installed example, the shell functions and completions from their usual places, and the
-// framework for programs that other people build, by CMake and by pkg-config.
+// on the installed example, the front end's functions, the completions from their usual places, and
+// the framework for programs that other people build, by CMake and by pkg-config.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -114,9 +114,9 @@ TEST_F(Installed, DemoShowsItsPieces) {
       result.err);
 }
 
-TEST_F(Installed, ShellFunctionsFindWhatBelongsToThem) {
-  Expect(RunInSh(". $SHARE/zorenv/shell/zor.sh; zor site; echo $SITE_NAME; zor -u site; "
-                 "echo \"[$SITE_NAME]\"",
+TEST_F(Installed, FunctionsOfTheFrontEndFindTheProgramThatPrintedThem) {
+  Expect(RunInSh("eval \"$(zor init sh)\"; PATH=/usr/bin:/bin; zor load site; echo $SITE_NAME; "
+                 "zor unload site; echo \"[${SITE_NAME-}]\"",
                  Environment()),
          "Mill Street\n[]\n", "", 0);
   if (Exists("/usr/bin/fish")) {
@@ -124,30 +124,25 @@ TEST_F(Installed, ShellFunctionsFindWhatBelongsToThem) {
     environment.push_back("XDG_DATA_HOME=" + *tree_ / "data");
     environment.push_back("XDG_CONFIG_HOME=" + *tree_ / "config");
     Expect(Start({"/usr/bin/fish", "--no-config", "-c",
-                  "source $SHARE/zorenv/shell/zor.fish; zor site; echo $SITE_NAME"},
+                  "zor init fish | source; zor load site; echo $SITE_NAME"},
                  environment),
            "Mill Street\n", "", 0);
   }
   if (Exists("/bin/tcsh"))
     Expect(Start({"/bin/tcsh", "-f", "-c",
-                  "set zor_directory = $SHARE/zorenv/shell\nsource $zor_directory/zor.csh\n"
-                  "zor site\necho $SITE_NAME"},
+                  "eval \"`zor init tcsh`\"\nzor load site\necho $SITE_NAME"},
                  Environment()),
            "Mill Street\n", "", 0);
 }
 
 TEST_F(Installed, CompletionsLieWhereShellsLookByTheCommandsName) {
   const std::string share = Prefix() + "/share/";
-  for (const char* command : {"zorenv", "zor"}) {
-    SCOPED_TRACE(command);
-    Expect(Start({"/bin/bash", "-c", ". $SHARE/bash-completion/completions/$0; complete -p $0",
-                  command},
-                 Environment()),
-           std::string("complete -F _zorenv ") + command + "\n", "", 0);
-  }
-  EXPECT_EQ(ReadFile(share + "fish/vendor_completions.d/zorenv.fish"),
-            ReadFile(share + "fish/vendor_completions.d/zor.fish"));
-  EXPECT_EQ(0u, ReadFile(share + "zsh/site-functions/_zorenv").find("#compdef zorenv zor\n"));
+  Expect(Start({"/bin/bash", "-c", ". $SHARE/bash-completion/completions/$0; complete -p $0",
+                "zorenv"},
+               Environment()),
+         "complete -F _zorenv zorenv\n", "", 0);
+  EXPECT_TRUE(Exists(share + "fish/vendor_completions.d/zorenv.fish"));
+  EXPECT_EQ(0u, ReadFile(share + "zsh/site-functions/_zorenv").find("#compdef zorenv\n"));
 }
 
 TEST_F(Installed, PagesSchemasAndDocumentsAreThere) {
@@ -189,7 +184,7 @@ TEST_F(Installed, NothingKnowsWhereItWasMade) {
   for (const std::string& file : Files(Prefix())) {
     const std::string content = ReadFile(Prefix() + "/" + file);
     // Debugging information names the directory of the compiler's run.
-    if (file != "bin/zorenv" && file.find("/libfwos") == std::string::npos) {
+    if (file != "bin/zorenv" && file != "bin/zor" && file.find("/libfwos") == std::string::npos) {
       EXPECT_EQ(std::string::npos, content.find(ZOR_SOURCE_DIR)) << file;
     }
     EXPECT_EQ(std::string::npos, content.find(*tree_ / "first")) << file;
