@@ -42,6 +42,35 @@ bool fits_make_line(std::string_view value) {
          value.find_first_of("#\\") == std::string_view::npos;
 }
 
+// Whether it is more than one that CMake reads between quotes for sure: where a project asks for no
+// newer policies, the parser of such arguments has a stack of 50,000 tokens.
+bool is_long(std::string_view value) {
+  return value.size() > 10000;
+}
+
+void append_cmake_quoted(std::string* text, std::string_view value) {
+  *text += '"';
+  for (const char c : value) {
+    if (c == '"' || c == '\\' || c == '$' || c == '@') *text += '\\';
+    if (const char letter = escape_letter(c)) {
+      *text += '\\';
+      *text += letter;
+    } else {
+      *text += c;
+    }
+  }
+  *text += '"';
+}
+
+// Between brackets everything is itself, but that a line end behind the first is left out, and that
+// a carriage return is lost in front of one.
+void append_cmake_bracket(std::string* text, std::string_view value) {
+  std::string marks = "=";
+  while ((std::string(value) + ']').find(']' + marks + ']') != std::string::npos)
+    marks += '=';
+  *text += '[' + marks + "[\n" + std::string(value) + ']' + marks + ']';
+}
+
 }  // namespace
 
 std::string refuse_for_make(const Change& change) {
@@ -74,7 +103,10 @@ void write_make(std::string* text, const Change& change) {
 
 std::string refuse_for_cmake(const Change& change) {
   if (!is_identifier(change.name)) return kNoName;
-  if (change.value && change.value->empty()) return "is empty, which removes it in CMake";
+  if (!change.value) return {};
+  if (change.value->empty()) return "is empty, which removes it in CMake";
+  if (is_long(*change.value) && change.value->find('\r') != std::string::npos)
+    return "is long and holds a carriage return, which CMake can't read";
   return {};
 }
 
@@ -83,17 +115,12 @@ void write_cmake(std::string* text, const Change& change) {
     *text += "unset(ENV{" + change.name + "})\n";
     return;
   }
-  *text += "set(ENV{" + change.name + "} \"";
-  for (const char c : *change.value) {
-    if (c == '"' || c == '\\' || c == '$' || c == '@') *text += '\\';
-    if (const char letter = escape_letter(c)) {
-      *text += '\\';
-      *text += letter;
-    } else {
-      *text += c;
-    }
-  }
-  *text += "\")\n";
+  *text += "set(ENV{" + change.name + "} ";
+  if (is_long(*change.value))
+    append_cmake_bracket(text, *change.value);
+  else
+    append_cmake_quoted(text, *change.value);
+  *text += ")\n";
 }
 
 }  // namespace zor

@@ -42,6 +42,10 @@ std::string refuse_for_fish(const Change& change) {
   if (!is_identifier(change.name)) return "is not a valid name for a variable of a shell";
   if (change.name.starts_with("fish_") || change.name.starts_with("__fish_"))
     return "is kept for itself by fish";
+  // Lists of other names come out as they went in.
+  if ((change.name == "PATH" || change.name == "CDPATH") && change.value &&
+      (':' + *change.value + ':').find("::") != std::string::npos)
+    return "has an empty element, which fish writes as '.'";
   return reason_of_keepers({&kFish}, change.name);
 }
 

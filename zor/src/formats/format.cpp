@@ -13,9 +13,9 @@ namespace {
 constexpr Format kFormats[] = {
     {"sh", "sh, dash, busybox sh, and what all shells of that family read", refuse_for_sh,
      write_sh},
-    {"bash", "bash", refuse_for_bash, write_dollar_quoted},
-    {"zsh", "zsh", refuse_for_zsh, write_dollar_quoted},
-    {"ksh", "ksh93 and mksh", refuse_for_ksh, write_dollar_quoted},
+    {"bash", "bash", refuse_for_bash, write_bash},
+    {"zsh", "zsh", refuse_for_zsh, write_ksh},
+    {"ksh", "ksh93 and mksh", refuse_for_ksh, write_ksh},
     {"fish", "fish", refuse_for_fish, write_fish},
     {"csh", "csh and tcsh", refuse_for_csh, write_csh},
     {"elvish", "elvish", refuse_for_elvish, write_elvish},

@@ -104,7 +104,8 @@ constexpr std::string_view kZshNumbers[] = {"BAUD",
                                             "SHLVL",
                                             "TMOUT",
                                             "TRY_BLOCK_ERROR",
-                                            "TRY_BLOCK_INTERRUPT"};
+                                            "TRY_BLOCK_INTERRUPT",
+                                            "ZLE_RPROMPT_INDENT"};
 constexpr std::string_view kZshRuns[] = {"MAILPATH",    "NULLCMD", "PROMPT",   "PROMPT2", "PROMPT3",
                                          "PROMPT4",     "PS1",     "PS2",      "PS3",     "PS4",
                                          "READNULLCMD", "RPROMPT", "RPROMPT2", "RPS1",    "RPS2",

@@ -1,4 +1,5 @@
 // Languages whose literals know any byte: Perl, Ruby, Lua, Tcl, R.
+#include <algorithm>
 #include <string_view>
 
 #include "formats/names.h"
@@ -42,6 +43,10 @@ void append_for_lua(std::string* text, std::string_view value) {
 
 void append_for_r(std::string* text, std::string_view value) {
   append_quoted(text, value, "", append_octal);
+}
+
+bool is_continuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
 // Each byte a character: the script is read while Tcl takes the environment for ISO 8859-1. What
@@ -97,15 +102,35 @@ void write_tcl(std::string* text, const Change& change) {
   *text += '\n';
 }
 
+// R reads lines of some thousand bytes at most when it runs a file, so a long value is put together
+// of pieces.
 void write_r(std::string* text, const Change& change) {
-  *text += change.value ? "Sys.setenv(" : "invisible(Sys.unsetenv(";
-  append_for_r(text, change.name);
-  *text += change.value ? " = " : "))";
-  if (change.value) {
-    append_for_r(text, *change.value);
-    *text += ')';
+  constexpr std::size_t kPiece = 900;
+  std::string name;
+  append_for_r(&name, change.name);
+  if (!change.value) {
+    *text += "invisible(Sys.unsetenv(" + name + "))\n";
+    return;
   }
-  *text += '\n';
+  std::string_view value = *change.value;
+  if (value.size() <= kPiece) {
+    *text += "Sys.setenv(" + name + " = ";
+    append_for_r(text, value);
+    *text += ")\n";
+    return;
+  }
+  *text += ".zor <- character()\n";
+  for (std::size_t piece = 1; !value.empty(); ++piece) {
+    std::size_t size = std::min(kPiece, value.size());
+    // Not within a character of UTF-8, which has four bytes at most.
+    for (int i = 0; i < 3 && size < value.size() && is_continuation(value[size]); ++i)
+      --size;
+    *text += ".zor[" + std::to_string(piece) + "] <- ";
+    append_for_r(text, value.substr(0, size));
+    *text += '\n';
+    value.remove_prefix(size);
+  }
+  *text += "Sys.setenv(" + name + " = paste(.zor, collapse = \"\"))\nrm(.zor)\n";
 }
 
 }  // namespace zor

@@ -16,9 +16,11 @@ std::string refuse_for_text(const Change& change);
 std::string refuse_for_sh(const Change& change);
 void write_sh(std::string* text, const Change& change);
 std::string refuse_for_bash(const Change& change);
+void write_bash(std::string* text, const Change& change);
 std::string refuse_for_zsh(const Change& change);
 std::string refuse_for_ksh(const Change& change);
-void write_dollar_quoted(std::string* text, const Change& change);
+// This writes for zsh as well.
+void write_ksh(std::string* text, const Change& change);
 
 std::string refuse_for_fish(const Change& change);
 void write_fish(std::string* text, const Change& change);

@@ -1,4 +1,6 @@
 // Shells of the sh family.
+#include <algorithm>
+#include <clocale>
 #include <string_view>
 
 #include "formats/kept.h"
@@ -50,6 +52,50 @@ void append_dollar_quoted(std::string* text, std::string_view value) {
   *text += '\'';
 }
 
+// For values of very many single quotes: each pair of quotes costs bash a look at all that follows.
+// Between double ones these four need a backslash, which may not stand behind a byte outside ASCII,
+// as there it may be taken for a part of the character.
+void append_double_quoted(std::string* text, std::string_view value) {
+  *text += '"';
+  bool after_ascii = true;
+  for (const char c : value) {
+    const bool special = c == '"' || c == '\\' || c == '$' || c == '`';
+    const bool digit = c >= '0' && c <= '9';
+    if (!after_ascii && (special || digit)) *text += "\"\"";
+    if (special) *text += '\\';
+    *text += c;
+    after_ascii = static_cast<unsigned char>(c) < 0x80;
+  }
+  *text += '"';
+}
+
+bool has_many_quotes(std::string_view value) {
+  return value.size() > 1000 && std::count(value.begin(), value.end(), '\'') > 1000;
+}
+
+void append_for_bash(std::string* text, std::string_view value) {
+  if (has_many_quotes(value))
+    append_double_quoted(text, value);
+  else if (is_printable(value))
+    append_single_quoted(text, value);
+  else
+    append_dollar_quoted(text, value);
+}
+
+void append_for_sh(std::string* text, std::string_view value) {
+  if (has_many_quotes(value))
+    append_double_quoted(text, value);
+  else
+    append_single_quoted(text, value);
+}
+
+void append_for_ksh(std::string* text, std::string_view value) {
+  if (is_printable(value))
+    append_single_quoted(text, value);
+  else
+    append_dollar_quoted(text, value);
+}
+
 void write_assignment(std::string* text, const Change& change,
                       void (*append_value)(std::string* text, std::string_view value)) {
   if (!change.value) {
@@ -59,6 +105,15 @@ void write_assignment(std::string* text, const Change& change,
   *text += change.name + '=';
   append_value(text, *change.value);
   *text += "; export " + change.name + ";\n";
+}
+
+// ksh93 keeps the old value then.
+bool is_unknown_locale(const Change& change) {
+  if (!change.value || change.value->empty()) return false;
+  if (!change.name.starts_with("LC_") && change.name != "LANG") return false;
+  const locale_t locale = newlocale(LC_ALL_MASK, change.value->c_str(), nullptr);
+  if (locale) freelocale(locale);
+  return !locale;
 }
 
 std::string refuse(const Change& change, std::initializer_list<const Keeper*> keepers) {
@@ -74,7 +129,7 @@ std::string refuse_for_sh(const Change& change) {
 }
 
 void write_sh(std::string* text, const Change& change) {
-  write_assignment(text, change, append_single_quoted);
+  write_assignment(text, change, append_for_sh);
 }
 
 std::string refuse_for_bash(const Change& change) {
@@ -86,12 +141,16 @@ std::string refuse_for_zsh(const Change& change) {
 }
 
 std::string refuse_for_ksh(const Change& change) {
+  if (is_unknown_locale(change)) return "is a locale that ksh93 doesn't know here";
   return refuse(change, {&kKsh93, &kMksh});
 }
 
-void write_dollar_quoted(std::string* text, const Change& change) {
-  const bool plain = !change.value || is_printable(*change.value);
-  write_assignment(text, change, plain ? append_single_quoted : append_dollar_quoted);
+void write_bash(std::string* text, const Change& change) {
+  write_assignment(text, change, append_for_bash);
+}
+
+void write_ksh(std::string* text, const Change& change) {
+  write_assignment(text, change, append_for_ksh);
 }
 
 }  // namespace zor
