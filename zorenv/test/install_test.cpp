@@ -129,10 +129,10 @@ TEST_F(Installed, FunctionsOfTheFrontEndFindTheProgramThatPrintedThem) {
            "Mill Street\n", "", 0);
   }
   if (Exists("/bin/tcsh"))
-    Expect(Start({"/bin/tcsh", "-f", "-c",
-                  "eval \"`zor init tcsh`\"\nzor load site\necho $SITE_NAME"},
-                 Environment()),
-           "Mill Street\n", "", 0);
+    Expect(
+        Start({"/bin/tcsh", "-f", "-c", "eval \"`zor init tcsh`\"\nzor load site\necho $SITE_NAME"},
+              Environment()),
+        "Mill Street\n", "", 0);
 }
 
 TEST_F(Installed, CompletionsLieWhereShellsLookByTheCommandsName) {
