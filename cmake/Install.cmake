@@ -71,12 +71,16 @@ add_custom_target(uninstall
 # The tool and the front end.
 set(completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 zor_install_directories(tool
-  ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man5 ${completions} ${ZOR_ZSH_DIR}
+  ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man5 ${CMAKE_INSTALL_MANDIR}/man7
+  ${completions} ${ZOR_ZSH_DIR}
   ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${zor_doc}/doc ${zor_doc}/share/schemas
   ${zor_doc}/examples)
 install(TARGETS zorenv zor RUNTIME COMPONENT tool)
 zor_install_page(tool 1 zorenv)
+zor_install_page(tool 1 zor)
 zor_install_page(tool 5 zorenv-warehouse)
+zor_install_page(tool 7 zor-formats)
+zor_install_page(tool 7 zor-session)
 
 # The completion of zor comes with the function that "zor init" prints.
 install(FILES share/completions/zorenv.bash RENAME zorenv

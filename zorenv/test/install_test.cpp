@@ -147,9 +147,11 @@ TEST_F(Installed, CompletionsLieWhereShellsLookByTheCommandsName) {
 
 TEST_F(Installed, PagesSchemasAndDocumentsAreThere) {
   for (const char* file :
-       {"man/man1/zorenv.1", "man/man5/zorenv-warehouse.5", "man/man3/zorenv-framework.3",
-        "zorenv/schemas/env.rng", "zorenv/schemas/xsd/env.xsd", "doc/zorenv/README.md",
-        "doc/zorenv/doc/guide.md", "doc/zorenv/doc/daily-use.md", "doc/zorenv/doc/sharp-edges.md",
+       {"man/man1/zorenv.1", "man/man1/zor.1", "man/man5/zorenv-warehouse.5",
+        "man/man7/zor-formats.7", "man/man7/zor-session.7", "man/man3/zorenv-framework.3",
+        "zorenv/schemas/json/avail.schema.json", "zorenv/schemas/env.rng",
+        "zorenv/schemas/xsd/env.xsd", "doc/zorenv/README.md", "doc/zorenv/doc/guide.md",
+        "doc/zorenv/doc/daily-use.md", "doc/zorenv/doc/sharp-edges.md",
         "doc/zorenv/doc/cookbook.md", "doc/zorenv/share/README.md",
         "doc/libfwos-dev/doc/framework.md"})
     EXPECT_TRUE(Exists(Prefix() + "/share/" + file)) << file;
