@@ -386,23 +386,23 @@ TEST(Apply, TheOutputIsFilledInTheOrderOfSlots) {
 // The environment of one group gives its variables away to that of the next.
 TEST(Apply, GroupsInPlaceGiveWhatEachGivesByItself) {
   Warehouse w;
-  for (int i = 0; i < 40; ++i) {
+  for (int i = 0; i < 12; ++i) {
     const std::string n = std::to_string(i);
     w.Add("P" + n, Insert("OWN" + n, "x") + Insert("LIST", n) + Delete("VAR" + n) +
                        Remove("VAR1" + n, {"v"}) + Insert("NEXT" + std::to_string(i % 5), n));
   }
   std::mt19937 random(1);
-  for (const int count : {0, 60, 62, 63, 64, 130}) {
+  for (const int count : {0, 62, 63, 130}) {
     Pairs variables;
     for (int i = 0; i < count; ++i)
       variables.emplace_back("VAR" + std::to_string(i * 7), "v");
     Environment start(variables);
     WH_ENVIRON* in_place = dup_environ(start);
     WH_ENVIRON* expected = dup_environ(start);
-    for (int group = 0; group < 30; ++group) {
+    for (int group = 0; group < 8; ++group) {
       Strings products;
       for (size_t n = random() % 4; n > 0; --n)
-        products.push_back("P" + std::to_string(random() % 40));
+        products.push_back("P" + std::to_string(random() % 12));
       WH_PRODUCT_SPEC_LIST* specs = w.Query(products);
       Reports reports;
       WH_ENVIRON* next =

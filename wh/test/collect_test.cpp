@@ -547,9 +547,9 @@ TEST(Ancestors, AreTheSameWithPartsThatAreMissing) {
   std::mt19937 random(1);
   auto below = [&](size_t n) { return random() % n; };
   Strings all;
-  for (int i = 0; i < 14; ++i)
+  for (int i = 0; i < 9; ++i)
     all.push_back("P" + std::to_string(i));
-  for (int round = 0; round < 6; ++round) {
+  for (int round = 0; round < 4; ++round) {
     Warehouse whole;
     Warehouse lacking;
     Warehouse silent;
@@ -558,7 +558,7 @@ TEST(Ancestors, AreTheSameWithPartsThatAreMissing) {
       // Parts behind the product, and now and then one before it, for circles.
       Strings parts;
       for (size_t j = 0; j < all.size(); ++j)
-        if (below(j > i ? 4 : 40) == 0) parts.push_back(all[j]);
+        if (below(j > i ? 3 : 25) == 0) parts.push_back(all[j]);
       whole.Add(all[i], "", parts);
       for (size_t n = below(3); n > 0; --n)
         parts.insert(parts.begin() + static_cast<ptrdiff_t>(below(parts.size() + 1)),
