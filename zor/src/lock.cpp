@@ -5,9 +5,9 @@
 #include <cstring>
 #include <set>
 
+#include "config.h"
 #include "error.h"
 #include "formats/names.h"
-#include "render/json.h"
 #include "sha256.h"
 
 namespace zor {
@@ -337,6 +337,15 @@ std::string written(const Lock& lock) {
 
 Lock read_lock(std::string_view text, const std::string& name) {
   return Reader(text, name).read();
+}
+
+std::string saved_path(const std::string& name, const Environment& environment) {
+  if (name.empty() || name[0] == '.' || name.find('/') != std::string::npos)
+    misuse("'{}' can't be the name of a saved set: it must hold no slash and not begin with a dot",
+           name);
+  const std::string directory = user_directory(environment);
+  if (directory.empty()) fail("neither HOME nor XDG_CONFIG_HOME says where sets are saved");
+  return fmt::format("{}/saved/{}.lock", directory, name);
 }
 
 std::vector<std::string> changes_since(const Lock& lock, const std::string& root) {

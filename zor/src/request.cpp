@@ -5,6 +5,8 @@
 
 #include "catalogue.h"
 #include "error.h"
+#include "files.h"
+#include "lock.h"
 
 namespace zor {
 
@@ -189,27 +191,41 @@ std::string listed(const std::vector<ProductName>& products) {
   fail("there is no product {} in {}\n{}", word, root.empty() ? "." : root, hint);
 }
 
-ProductName resolve(const std::string& word, const std::string& path,
-                    const std::string& given_root) {
+// What stands for the word's first element, in place of it.
+std::vector<std::string> without_alias(std::vector<std::string> elements, const Config& config) {
+  if (elements.empty()) return elements;
+  const auto alias = config.aliases.find(elements[0]);
+  if (alias == config.aliases.end()) return elements;
+  std::vector<std::string> all = path_elements(alias->second);
+  all.insert(all.end(), elements.begin() + 1, elements.end());
+  return all;
+}
+
+ProductName resolve(const std::string& word, const std::string& path, const std::string& given_root,
+                    const Config& config) {
   const std::string root = given_root.empty() ? "." : given_root;
-  const std::vector<std::string> elements = path_elements(path);
+  const std::vector<std::string> elements = without_alias(path_elements(path), config);
   if (elements.empty()) misuse("'{}' names no product", word);
   std::vector<ProductName> found = readings(elements, root);
   if (found.empty()) {
-    const Catalogue catalogue = read_catalogue(root);
+    Catalogue catalogue = read_catalogue(root);
+    hide(config, &catalogue);
     found = readings_by_name(elements, catalogue);
     if (found.size() == 1 && !product_exists(root, found[0])) found.clear();
     if (found.empty()) fail_unknown(word, elements, catalogue, root);
   }
   if (found.size() > 1) fail("{} may be any of these; say which:\n{}", word, listed(found));
-  return found[0];
+  const bool asks_for_latest =
+      std::find(elements.begin(), elements.end(), kLatest) != elements.end();
+  return asks_for_latest ? found[0] : with_default_version(config, found[0]);
 }
 
 // ---- The whole line ----
 
 class Splitter {
  public:
-  Splitter(const OptionLookup& options, const Environment& environment) : options_(options) {
+  Splitter(const OptionLookup& options, const Environment& environment)
+      : options_(options), environment_(environment) {
     if (const auto root = environment.find("ZORROOT")) split_.request.root = *root;
     split_.request.groups.emplace_back();
   }
@@ -220,11 +236,13 @@ class Splitter {
       take(&words);
     while (!words.done())
       split_.request.program.push_back(words.take());
-    // Only now is the root known.
-    for (const auto& [group, place, word] : short_words_) {
-      NamedQuery& named = split_.request.groups[group][place];
-      named = {read_word(word, split_.request.root), word, false};
-    }
+    // Only now is the root known, and with it the settings.
+    split_.request.config =
+        std::make_shared<Config>(load_config(split_.request.root, environment_));
+    std::vector<std::vector<NamedQuery>> groups;
+    for (auto& group : split_.request.groups)
+      read_short_words(&group, &groups);
+    split_.request.groups = std::move(groups);
     return std::move(split_);
   }
 
@@ -243,10 +261,58 @@ class Splitter {
   }
 
   void take_short(const std::string& word) {
-    auto& group = split_.request.groups.back();
-    short_words_.push_back({split_.request.groups.size() - 1, group.size(), word});
-    group.push_back({});
+    split_.request.groups.back().push_back({{}, word, false});
     conditions_ = nullptr;
+  }
+
+  // Appends a group with the queries that short words mean in place of them. One that was saved may
+  // bring further groups.
+  void read_short_words(std::vector<NamedQuery>* group,
+                        std::vector<std::vector<NamedQuery>>* groups) {
+    const Config& config = *split_.request.config;
+    const std::string& root = split_.request.root;
+    groups->emplace_back();
+    for (NamedQuery& named : *group) {
+      if (named.exact) {
+        groups->back().push_back(std::move(named));
+      } else if (!named.word.starts_with('@')) {
+        groups->back().push_back({read_word(named.word, root, config), named.word, false});
+      } else if (!take_saved(named.word, groups)) {
+        for (const std::string& word : words_in_set(named.word.substr(1), config))
+          groups->back().push_back({read_word(word, root, config), word, false});
+      }
+    }
+  }
+
+  // Whether something was saved under that name. Its products come with the versions that they had;
+  // data files that have changed since are told.
+  bool take_saved(const std::string& word, std::vector<std::vector<NamedQuery>>* groups) {
+    if (user_directory(environment_).empty()) return false;
+    const std::string path = saved_path(word.substr(1), environment_);
+    const auto text = content_if_there(path);
+    if (!text) return false;
+    const Lock lock = read_lock(*text, path);
+    if (lock.undo) split_.request.undo = true;
+    for (std::size_t i = 0; i < lock.groups.size(); ++i) {
+      if (i > 0) groups->emplace_back();
+      for (const LockedProduct& product : lock.groups[i])
+        groups->back().push_back({product.query, word, false});
+    }
+    if (split_.request.root.empty()) split_.request.root = lock.root;
+    for (const std::string& line : changes_since(lock, absolute_root(split_.request.root)))
+      split_.request.notes += fmt::format("zor: {}: since it was saved, {}\n", word, line);
+    return true;
+  }
+
+  static std::vector<std::string> words_in_set(const std::string& name, const Config& config) {
+    const auto set = config.sets.find(name);
+    if (set != config.sets.end()) return set->second;
+    std::vector<std::string> names;
+    for (const auto& entry : config.sets)
+      names.push_back('@' + entry.first);
+    const std::vector<std::string> near = nearest('@' + name, names);
+    fail("there is no set @{}{}", name,
+         near.empty() ? "" : fmt::format("; did you mean {}?", join(near, " or ")));
   }
 
   // Options that the request has in common with zorenv, which knows the short ones by their second
@@ -293,15 +359,9 @@ class Splitter {
     if (form == OptionForm::kTakesValue && !words->done()) split_.rest.push_back(words->take());
   }
 
-  struct ShortWord {
-    std::size_t group;
-    std::size_t place;
-    std::string word;
-  };
-
   const OptionLookup& options_;
+  const Environment& environment_;
   SplitWords split_;
-  std::vector<ShortWord> short_words_;
   NamedQuery* conditions_ = nullptr;  // the product that a -v belongs to
   bool ended_ = false;                // the rest is a program and its arguments
 };
@@ -362,10 +422,46 @@ SplitWords take_request(const std::vector<std::string>& words, const OptionLooku
   return Splitter(options, environment).split(words);
 }
 
-Query read_word(const std::string& word, const std::string& root) {
+namespace {
+
+// A default request. Where broken ones are to be left out, the faults of its data files count as
+// well, before they spoil the others.
+Request default_request(const std::string& word, bool thoroughly, const Environment& environment) {
+  const OptionLookup no_options = [](const std::string&) { return OptionForm::kUnknown; };
+  Request request = take_request({word}, no_options, environment).request;
+  if (!thoroughly) return request;
+  const Answer answer = compute(request.question(), environment);
+  if (!answer.done) fail("{}", answer.faults.empty() ? "no answer" : answer.faults[0].text);
+  return request;
+}
+
+}  // namespace
+
+Request with_defaults(Request request, const Environment& environment) {
+  Environment at_root = environment;
+  if (!request.root.empty()) at_root.set("ZORROOT", request.root);
+  const bool skips = request.config->skip_broken_defaults;
+  auto& groups = request.groups;
+  for (const std::string& word : request.config->defaults) {
+    Request one;
+    try {
+      one = default_request(word, skips, at_root);
+    } catch (const Error& error) {
+      if (!skips) throw;
+      request.notes += fmt::format("zor: {}, a default, is left out: {}\n", word, error.what());
+      continue;
+    }
+    request.notes += one.notes;
+    groups.back().insert(groups.back().end(), one.groups[0].begin(), one.groups[0].end());
+    groups.insert(groups.end(), one.groups.begin() + 1, one.groups.end());
+  }
+  return request;
+}
+
+Query read_word(const std::string& word, const std::string& root, const Config& config) {
   Query query;
   const std::string path = without_conditions(word, &query);
-  query.product = resolve(word, path, root);
+  query.product = resolve(word, path, root, config);
   return query;
 }
 

@@ -6,6 +6,7 @@
 //   zor env -p tools weaver 1.9 -v platform x --and -p site
 //                                        as on a line of zorenv, which means the same here
 //   zor env tools/weaver // site         "//" or "--and" begins a group that overrides
+//   zor env @weaving                     what was saved under that name, or a set of zor.toml
 //
 // How the elements of a path are meant is decided by what is on disk; two readings that both exist
 // are an error that names both.
@@ -13,9 +14,11 @@
 #define ZOR_REQUEST_H
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "config.h"
 #include "warehouse.h"
 
 namespace zor {
@@ -33,6 +36,8 @@ struct Request {
   bool undo = false;
   bool ignore_missing = false;
   bool list_reads = false;  // the answer is to tell what it depends on
+  std::shared_ptr<const Config> config;
+  std::string notes;  // what the user is to hear of it, as lines
   // What zorenv would have made of it: an output option of its own, or a program and its arguments.
   std::string dialect;  // "sh", "csh", "posh", "bat" or nothing
   std::vector<std::string> program;
@@ -56,8 +61,12 @@ struct SplitWords {
 SplitWords take_request(const std::vector<std::string>& words, const OptionLookup& options,
                         const Environment& environment);
 
+// The default requests of the settings, for a request that names nothing. Those that can't be met
+// are left out if the settings say so, and told of in its notes. Throws Error as above.
+Request with_defaults(Request request, const Environment& environment);
+
 // One short word, such as "tools/weaver/1.9[platform=x]". Throws Error as above.
-Query read_word(const std::string& word, const std::string& root);
+Query read_word(const std::string& word, const std::string& root, const Config& config = Config());
 
 // What the user should hear of choices that give nothing: a line for each product of which no
 // variety meets the conditions, or none that does is complete.

@@ -1,6 +1,7 @@
 // zor avail: what lies in the warehouse.
 #include "catalogue.h"
 #include "commands/command.h"
+#include "config.h"
 #include "error.h"
 #include "render/json.h"
 #include "render/text.h"
@@ -37,6 +38,22 @@ void add_lines(const CatalogueProduct& product, std::vector<std::string>* lines)
     }
 }
 
+// With the marks of the latest in green.
+std::string coloured(std::string text, bool wanted) {
+  constexpr std::string_view kMark = "(latest)";
+  if (!wanted) return text;
+  std::string all;
+  std::string_view rest = text;
+  for (std::size_t at; (at = rest.find(kMark)) != std::string_view::npos;) {
+    all += rest.substr(0, at);
+    all += "\x1b[32m";
+    all += kMark;
+    all += "\x1b[m";
+    rest.remove_prefix(at + kMark.size());
+  }
+  return all.append(rest);
+}
+
 bool is_wanted(const CatalogueProduct& product, const std::string& pattern) {
   return pattern.empty() || product.name == pattern ||
          pattern_matches(pattern, product.category + '/' + product.name);
@@ -58,7 +75,9 @@ int run_avail(Context* context) {
   line.flag("--json", &json, "as JSON");
   line.parse(context->words);
   if (root.empty()) root = context->environment.find("ZORROOT").value_or(".");
+  const Config config = load_config(root, context->environment);
   Catalogue catalogue = read_catalogue(root);
+  hide(config, &catalogue);
   std::erase_if(catalogue.products,
                 [&](const CatalogueProduct& product) { return !is_wanted(product, pattern); });
   if (json) {
@@ -86,7 +105,7 @@ int run_avail(Context* context) {
   }
   for (std::string& each : lines)
     each = without_controls(each, false);
-  context->out += in_columns(lines, screen.width);
+  context->out += coloured(in_columns(lines, screen.width), screen.has_colour && config.colour);
   return kDone;
 }
 

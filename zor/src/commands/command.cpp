@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "catalogue.h"
 #include "error.h"
 #include "facts.h"
 #include "files.h"
@@ -82,6 +83,16 @@ Request CommandLine::parse_request(const Context& context) {
   return std::move(split.request);
 }
 
+void check_deprecated(const Request& request, Context* context) {
+  if (!request.config || request.config->deprecated.empty()) return;
+  std::vector<ProductName> products;
+  for (const auto& group : request.groups)
+    for (const NamedQuery& named : group)
+      if (product_exists(request.root.empty() ? "." : request.root, named.query.product))
+        products.push_back(latest_of(request.root, named.query.product));
+  context->notes += deprecation_notes(*request.config, products, context->environment);
+}
+
 Answer answer_to(const Request& request, const std::string& locked, Context* context) {
   if (locked.empty()) return answer_to(request, context->environment, context);
   if (!request.empty()) misuse("--locked takes the place of a request, so name no product with it");
@@ -127,6 +138,7 @@ std::string explained(const Answer& answer) {
 }
 
 Answer answer_to(const Request& request, const Environment& base, Context* context) {
+  context->notes += request.notes;
   if (request.empty()) misuse("say which product, as in: zor env tools/weaver");
   Answer answer = compute(request.question(), base);
   if (!answer.done) {
@@ -146,6 +158,7 @@ Answer answer_to(const Request& request, const Environment& base, Context* conte
   // A line of zorenv means here what it means there, though not without a word.
   if (!lines.empty() && !exact) throw Error(lines);
   if (!lines.empty()) context->notes += lines + '\n';
+  check_deprecated(request, context);
   return answer;
 }
 

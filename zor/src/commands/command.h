@@ -95,6 +95,10 @@ struct Help {
 // notes.
 Answer answer_to(const Request& request, const Environment& base, Context* context);
 
+// Adds a warning to the notes for each product of a request that is deprecated. Throws Error if one
+// is refused by now.
+void check_deprecated(const Request& request, Context* context);
+
 // The same for the lock in a file, which takes the place of a request; an empty name is no file.
 Answer answer_to(const Request& request, const std::string& locked, Context* context);
 

@@ -4,6 +4,8 @@
 #include "commands/command.h"
 #include "deadline.h"
 #include "error.h"
+#include "facts.h"
+#include "log.h"
 #include "session/session.h"
 
 namespace zor {
@@ -51,6 +53,24 @@ void note_further_versions(const Contents& contents, const std::vector<std::vect
                                   other.named.query.product.path(), pin.named.word);
 }
 
+// What the settings want told once a step has come to its end: the site of the products that were
+// named, and the user of the news.
+void tell_site(const char* command, const Request& request, const std::string& root,
+               Context* context) {
+  if (!request.config) return;
+  context->notes += unseen_news(*request.config, context->environment);
+  if (!is_logging(*request.config)) return;
+  std::vector<ProductName> products;
+  for (const auto& group : request.groups)
+    for (const NamedQuery& named : group)
+      try {
+        products.push_back(latest_of(root, named.query.product));
+      } catch (const Error&) {
+        // It has gone since it was read. A log is no reason for a load to fail.
+      }
+  log_load(*request.config, command, root, products, context->environment);
+}
+
 }  // namespace
 
 int run_load(Context* context) {
@@ -59,8 +79,12 @@ int run_load(Context* context) {
   line.flag("--over", &over, "override what is loaded, in place of joining it");
   const Deadline deadline(line.time_limit(*context));
   const Session session = read_session(context->environment);
-  const Request request = request_in(session, *context, &line);
+  Request request = request_in(session, *context, &line);
+  if (request.empty() && request.config && !request.config->defaults.empty())
+    request = with_defaults(request, base_of(session, context->environment));
+  context->notes += request.notes;
   if (request.empty()) misuse("say which product, as in: zor load tools/weaver");
+  check_deprecated(request, context);
   require_shell(*context, "load");
   Contents contents = session.contents;
   std::vector<std::vector<Pin>> groups = pins_of(session, request, *context);
@@ -70,7 +94,9 @@ int run_load(Context* context) {
     add_pins(&contents.groups.back(), std::move(groups[i]), &context->notes);
   }
   std::erase_if(contents.groups, [](const auto& group) { return group.empty(); });
+  const std::string root = absolute_root(root_for(session, request));
   take_step(session, std::move(contents), root_for(session, request), context);
+  tell_site("load", request, root, context);
   return kDone;
 }
 
@@ -107,6 +133,8 @@ int run_swap(Context* context) {
     words.erase(words.begin());
   }
   const Request request = request_in(session, *context, &line);
+  context->notes += request.notes;
+  check_deprecated(request, context);
   std::vector<std::vector<Pin>> groups = pins_of(session, request, *context);
   if (groups.size() != 1 || groups[0].size() != 1)
     misuse("say what for what, as in: zor swap weaver tools/weaver/1.9");
@@ -118,6 +146,7 @@ int run_swap(Context* context) {
   for (const Place& place : find_loaded(contents, old))
     contents.groups[place.group][place.index] = pin;
   take_step(session, std::move(contents), session.root, context);
+  tell_site("swap", request, session.root, context);
   return kDone;
 }
 

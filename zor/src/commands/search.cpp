@@ -7,6 +7,7 @@
 
 #include "catalogue.h"
 #include "commands/command.h"
+#include "config.h"
 #include "error.h"
 #include "facts.h"
 #include "render/json.h"
@@ -119,7 +120,9 @@ int run_search(Context* context) {
   if (root.empty()) root = context->environment.find("ZORROOT").value_or(".");
   const std::string wanted = folded(word);
   Json list = Json::array();
-  for (const ProductName& name : revisions_in(read_catalogue(root), all)) {
+  Catalogue catalogue = read_catalogue(root);
+  hide(load_config(root, context->environment), &catalogue);
+  for (const ProductName& name : revisions_in(catalogue, all)) {
     Hit hit;
     try {
       hit.facts = read_product(root, name);

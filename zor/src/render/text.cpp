@@ -80,8 +80,9 @@ Screen Screen::of_output(const Environment& environment) {
   Screen screen;
   screen.is_terminal = isatty(STDOUT_FILENO) != 0;
   if (!screen.is_terminal) return screen;
+  const std::string_view type = environment.find("TERM").value_or("");
   screen.has_colour =
-      environment.find("NO_COLOR").value_or("").empty() && environment.find("TERM") != "dumb";
+      environment.find("NO_COLOR").value_or("").empty() && !type.empty() && type != "dumb";
   winsize size = {};
   const int columns = std::atoi(std::string(environment.find("COLUMNS").value_or("")).c_str());
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
@@ -121,8 +122,13 @@ std::size_t columns_of(std::string_view text) {
 }
 
 std::string folded(std::string_view text) {
-  const Characters characters;
   std::string all;
+  if (is_plain(text)) {
+    for (const char c : text)
+      all += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    return all;
+  }
+  const Characters characters;
   while (!text.empty()) {
     wchar_t wide = 0;
     std::mbstate_t state = {};

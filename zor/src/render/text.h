@@ -13,7 +13,7 @@ namespace zor {
 // What standard output leads to.
 struct Screen {
   bool is_terminal = false;
-  bool has_colour = false;  // a terminal, and neither NO_COLOR nor TERM=dumb
+  bool has_colour = false;  // a terminal that TERM names, but not as dumb, and no NO_COLOR
   std::size_t width = 80;   // in columns
 
   static Screen of_output(const Environment& environment);
