@@ -34,6 +34,8 @@ constexpr Command kCommands[] = {
     {"list", "what is loaded", zor::run_list},
     {"status", "what is loaded, and what has changed since", zor::run_status},
     {"platform", "what this host is", zor::run_platform},
+    {"restore", "load what was saved under a name", zor::run_restore, true},
+    {"save", "save what is loaded under a name", zor::run_save},
     {"search", "find products by names, descriptions and commands", zor::run_search},
     {"setup", "what the start-up files of all users need", zor::run_setup},
     {"shell", "start your shell in the environment of products", zor::run_shell},

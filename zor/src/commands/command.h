@@ -47,6 +47,8 @@ int run_lock(Context* context);
 int run_platform(Context* context);
 int run_purge(Context* context);
 int run_reload(Context* context);
+int run_restore(Context* context);
+int run_save(Context* context);
 int run_search(Context* context);
 int run_set(Context* context);
 int run_setup(Context* context);
