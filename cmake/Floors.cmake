@@ -48,16 +48,20 @@ function(zor_common_options target)
 endfunction()
 
 # zor_floor(NAME [DEPENDS lib...] [LIBRARIES lib...]): a static library of all sources below src and unix/src of the
-# current directory, with include as its public face and src for itself and its tests. Every public header is compiled
-# alone by the target all_verify_interface_header_sets.
+# current directory, with include and unix/include as its public face and src for itself and its tests. Every public
+# header is compiled alone by the target all_verify_interface_header_sets.
 function(zor_floor name)
   cmake_parse_arguments(arg "" "" "DEPENDS;LIBRARIES" ${ARGN})
   set(here ${CMAKE_CURRENT_SOURCE_DIR})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${here}/src/*.cpp ${here}/unix/src/*.cpp)
-  file(GLOB headers CONFIGURE_DEPENDS ${here}/include/*.h)
+  file(GLOB headers CONFIGURE_DEPENDS ${here}/include/*.h ${here}/unix/include/*.h)
+  set(faces ${here}/include)
+  if(IS_DIRECTORY ${here}/unix/include)
+    list(APPEND faces ${here}/unix/include)
+  endif()
   add_library(${name} STATIC ${sources})
   zor_options(${name})
-  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${here}/include FILES ${headers})
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${faces} FILES ${headers})
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERIFY_INTERFACE_HEADER_SETS ON)
   target_include_directories(${name} PRIVATE ${here}/src ${here}/unix/src)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE ${arg_LIBRARIES})

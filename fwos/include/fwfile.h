@@ -28,15 +28,11 @@
 #ifndef FWFILE_H
 #define FWFILE_H
 
-#include <dirent.h>
-#include <sys/stat.h>
-#include <sys/types.h>
-
+#include "fwplatform.h"  // IWYU pragma: export
 #include "fwtypes.h"
 #include "vq32x2.h"
 
 struct FwMemPool;
-struct statfs;
 
 // ---------------------------------------------------------------------------------------------
 // Records and flags
@@ -54,10 +50,6 @@ inline constexpr uint32 FW_OPEN_CREAT = 0x10;       // create if absent
 inline constexpr uint32 FW_OPEN_TRUNC = 0x20;       // truncate on open
 inline constexpr uint32 FW_OPEN_EXCL = 0x40;        // lock the whole file, without waiting
 inline constexpr uint32 FW_OPEN_COPYSOURCE = 0x80;  // the source of a copy; no effect here
-
-struct FwPlatformFileOpenExtras {
-  int32 unused;
-};
 
 struct FwFileOpenExtras {
   uint32 nFork;  // the fork to open; must be 0
@@ -78,18 +70,11 @@ inline constexpr uint32 FW_FILE_TYPE_OTHER = 7;
 // The owner's write permission, the one attribute that this layer reads.
 inline constexpr uint32 FW_FILE_ATTR_WRITABLE = 0x80;
 
-// A file time holds seconds since the epoch in high and nanoseconds in low, which stay 0 here.
-struct FwPlatformFileInfo {
-  VqU32x2 changedTime;
-  VqU32x2 accessTime;
-  struct stat status;
-};
-
 struct FwFileInfo {
-  uint32 type;        // FW_FILE_TYPE_...
-  uint32 attributes;  // the whole mode word, file type bits included
-  VqU32x2 modifiedTime;
-  VqU32x2 size[1];  // length of each fork in bytes
+  uint32 type;           // FW_FILE_TYPE_...
+  uint32 attributes;     // the whole mode word, file type bits included
+  VqU32x2 modifiedTime;  // seconds since the epoch in high, nanoseconds in low, which stay 0 here
+  VqU32x2 size[1];       // length of each fork in bytes
   FwPlatformFileInfo platform;
 };
 
@@ -122,10 +107,6 @@ inline constexpr uint32 FW_DIR_EXISTS_OK = 0x20000;
 
 // FwFileSetInfoTree
 inline constexpr uint32 FW_TREE_MAKE_WRITABLE = 0x1;
-
-struct FpDir {
-  DIR* handle;  // null once closed
-};
 
 // An entry of a snapshot. The name is stored behind the link, in one piece of the pool.
 struct FwDirEntry {
@@ -352,21 +333,7 @@ int32 FwFileDiskFree(FwErrorState* pErrState, FwTextString ptbzFilename,
 int FwFileDiskFreeEx(FwErrorState* err, FwTextString path, FwFileDiskFreeInfo* diskfree);
 
 // ---------------------------------------------------------------------------------------------
-// The C library's functions of these names, for UTF-8 names: they pass the name in the local
-// encoding. errno is the function's own.
-
-int open_UTF8(FwTextString path, int flags, mode_t mode = 0);
-int lstat_UTF8(FwTextString path, struct stat* status);
-int stat_UTF8(FwTextString path, struct stat* status);
-ssize_t readlink_UTF8(FwTextString path, char* buffer, size_t size);
-int symlink_UTF8(FwTextString target, FwTextString path);
-int rename_UTF8(FwTextString oldpath, FwTextString newpath);
-int rmdir_UTF8(FwTextString path);
-int chmod_UTF8(FwTextString path, mode_t mode);
-int mkdir_UTF8(FwTextString path, mode_t mode);
-DIR* opendir_UTF8(FwTextString path);
-int statfs_UTF8(FwTextString path, struct statfs* status);
-int unlink_UTF8(FwTextString path);
+// The process. These pass names in the local encoding, as those of fwplatform.h do.
 
 // New strings owned by the caller, or null. The name given to getenv is not converted.
 FwTextString realpath_UTF8(FwTextString path);

@@ -124,8 +124,8 @@ using Fw_msg_CreateStreamBuffered_Fn = FwObj*(FwObj* pObj, const FwClassRecord* 
                                               FwErrorState* pErrState, uint32 openFlags,
                                               int32 nBufferSizeInBytes, FwObj* pUnderlyingStream);
 
-// Needs memory of the caller's. Kept: given null, it returns an instance that was never
-// constructed; each caller gives memory.
+// Needs memory of the caller's. Kept, as the defined result: given null, it returns an instance
+// that was never constructed.
 using Fw_msg_CreateStreamIO_Fn = FwObj*(FwObj* pObj, const FwClassRecord* pClassRecord,
                                         FwErrorState* pErrState, uint32 openFlags);
 using Fw_msg_CreateStreamIOFile_Fn = FwObj*(FwObj* pObj, const FwClassRecord* pClassRecord,

@@ -37,6 +37,15 @@ int32 FpFileGetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileIn
                     uint32 flags);
 int32 FpFileSetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileInfo* pInfo,
                     uint32 flags);
+
+// Which file it is that a FwFileInfo tells of.
+struct FpFileId {
+  uint64 device;
+  uint64 number;
+  bool operator==(const FpFileId&) const = default;
+};
+FpFileId FpFileIdOf(const FwFileInfo& info);
+
 int32 FpFilenamesReferToSameFile(FwErrorState* pErrState, FwTextString ptbzFilename1,
                                  FwTextString ptbzFilename2);
 int32 FpFilenamesReferToSameDisk(FwErrorState* pErrState, FwTextString ptbzFilename1,

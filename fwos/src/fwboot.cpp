@@ -111,7 +111,8 @@ void FcDefaultExitErrorf(FwTextString) {
 }
 
 void FcDefaultLogf(const char*, ...) {
-  // Kept: also the booted framework's, when the application gives no function to log with.
+  // Kept, as the text of the output: also the booted framework says so, when the application gives
+  // no function to log with.
   FwAssertFailed("Cannot call FC_LOGF when framework not booted");
 }
 

@@ -70,8 +70,8 @@ void FcObject_method_Destroy(FwObj* pObj) {
   const FwClassRecord* pClassRecord = FwClassOf(pObj);
   const auto address = reinterpret_cast<std::uintptr_t>(pObj);
   if ((pClassRecord->flags & FW_CLASS_NON_HEAP) == 0) FwMemFree(pObj);
-  // Kept: the memory is gone before anyone hears of it, so no observer can hold on to the object.
-  // From here on the address is only a value.
+  // Kept, as part of the interface: the memory is gone before anyone hears of it, so no observer
+  // can hold on to the object. From here on the address is only a value.
   FwObj* pGone = reinterpret_cast<FwObj*>(address);
   FwNotifyChangeDestroy(const_cast<FwClassRecord*>(pClassRecord), pGone);
   FwObserveEndDestroyed(pGone);

@@ -112,7 +112,7 @@ constexpr ErrorRow kKinds[] = {
 FwObj* FcError_method_Create(FwObj* pObj, FwObj* pParent, FwObj* pAfterThis,
                              FwTextString ptbzFormat) {
   auto* create = FcSuperMethod<Fw_msg_CreateAndLink_Fn>(_Fw_msg_CreateAndLink_Handle, FwErrorClass);
-  // No memory of the caller's is no kind: kinds are static objects.
+  // Memory allocated for the caller could not be a kind: kinds are static objects.
   FwObj* pCreated = create(pObj, &FwErrorClass, pParent, pAfterThis);
   if (!FwExpect(pCreated != nullptr, "Failed to add error")) return nullptr;
   static_cast<FwError*>(pCreated)->ptbzFormat = ptbzFormat;
@@ -224,8 +224,7 @@ void FwErrorCopy(FwErrorState* pState, FwErrorState* pLocalState) {
   }
   FwAssert(pState->fAlloc == 0 || pLocalState->fAlloc != 0,
            "not returning full error information to caller");
-  // Kept: the platform's number stays behind. It belongs to the call that failed, and callers
-  // compare states by kind.
+  // Kept, as part of the interface: the platform's number stays behind.
   const FwErrorItem* items = pLocalState->items;
   FwErrorSet(pState, pLocalState->pError, kMaxStrings, items[0].type, items[0].name, items[1].type,
              items[1].name);

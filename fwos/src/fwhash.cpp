@@ -229,8 +229,8 @@ FwHashEntry* FwHashAddEntry(FwHashTable* pTable, void* key, void* value, FwError
     SetError(pErrState, fwErrorPointerNull);
     return nullptr;
   }
-  // Kept: tested before it is known whether the key is new. Slot order is printed output, so the
-  // moment of growing matters. In 64 bits, as twice the count may not fit in 32.
+  // Kept, as the order of the output: tested before it is known whether the key is new. In 64 bits,
+  // as twice the count may not fit in 32.
   if (pTable->nTableSize <= uint64{2} * pTable->nUsedEntries) FcHashGrowTable(pTable);
 
   const uint32 hash = Hash(pTable, key);
@@ -345,7 +345,7 @@ void FwHashRehashTable(FwHashTable* pTable, FwHashRehashFn* rehashFn, void* pCon
     int32 fEmpty = 0;
     FwHashEntry* pEntry = FcHashFindEntry(&rehashed, newKey, hash, &fEmpty);
     if (pEntry == nullptr) {
-      // Kept, as part of the interface: the text names the growing function.
+      // Kept, as the text of the output: it names the growing function.
       FwAssertFailed("FcHashGrowTable: Rehashed table will not hold all entries of old table");
     } else if (fEmpty == 0) {
       FwAssertFailed(

@@ -119,7 +119,7 @@ void InsertAfter(pFwListEntry_t plseExistingItem, pFwListEntry_t plseNewItem) {
   if (plseExistingItem == nullptr || plseNewItem == nullptr) return;
   FwAssert(HasBothLinks(plseExistingItem),
            "Tried to insert after in list with existing item not in list");
-  // Kept: the text says "before", as its sibling's does.
+  // Kept, as the text of the output: it says "before", as its sibling's does.
   FwAssert(IsOnNoList(plseNewItem), "Tried to insert before in list with new item already in list");
   if (!HasBothLinks(plseExistingItem) || !IsOnNoList(plseNewItem)) return;
   Insert(plseExistingItem, plseNewItem, plseExistingItem->plseNext);
@@ -141,7 +141,8 @@ pFwListEntry_t GetNext(pFwListHead_t plshList, pFwListEntry_t plseItem) {
   FwAssert(plshList != nullptr, "Tried to get next item from list with NULL head pointer");
   FwAssert(plseItem != nullptr, "Tried to get next item from list with NULL item pointer");
   if (plshList == nullptr || plseItem == nullptr) return nullptr;
-  // Kept: only plseNext tells whether the item is on a list at all, plsePrev isn't looked at.
+  // Kept, as part of the interface: only plseNext tells whether the item is on a list at all,
+  // plsePrev isn't looked at.
   FwAssert(plseItem->plseNext != nullptr, "Tried to get next item of item not in any list");
   const bool fInList = fFcListItemInList_(plshList, plseItem) != 0;
   FwAssert(fInList, "Tried to get next item from wrong list");
@@ -152,7 +153,8 @@ pFwListEntry_t GetPrevious(pFwListHead_t plshList, pFwListEntry_t plseItem) {
   FwAssert(plshList != nullptr, "Tried to get previous item from list with NULL head pointer");
   FwAssert(plseItem != nullptr, "Tried to get previous item from list with NULL item pointer");
   if (plshList == nullptr || plseItem == nullptr) return nullptr;
-  // Kept: only plseNext tells whether the item is on a list at all, plsePrev isn't looked at.
+  // Kept, as part of the interface: only plseNext tells whether the item is on a list at all,
+  // plsePrev isn't looked at.
   FwAssert(plseItem->plseNext != nullptr, "Tried to get previous item of item not in any list");
   const bool fInList = fFcListItemInList_(plshList, plseItem) != 0;
   FwAssert(fInList, "Tried to get previous item from wrong list");
@@ -280,7 +282,7 @@ void FcListInsertAfter_(pFwListEntry_t plseExistingItem, pFwListEntry_t plseNewI
 pFwListEntry_t plseFcListGetFirst_(pFwListHead_t plshList) {
   if (TracesCalls()) FwTrace("plseFcListGetFirst_ entered: plshList %x", Low(plshList));
   const pFwListEntry_t plseFirst = GetFirst(plshList);
-  // Kept: an older name of the operation.
+  // Kept, as the text of the output: another name of the operation.
   if (TracesCalls()) FwTrace("plseFwListGetFirst_ exited: plseFirst %x", Low(plseFirst));
   return plseFirst;
 }
@@ -355,7 +357,7 @@ int32 fFcListItemInList_(pFwListHead_t plshList, pFwListEntry_t plseItem) {
 }
 
 int32 fFcListElementValid_(pFwListHead_t plshList, pFwListEntry_t plse) {
-  // Kept: an older name of the operation, and without the list.
+  // Kept, as the text of the output: another name of the operation, and without the list.
   if (TracesCalls()) FwTrace("fFwListElementValid entered: plse %x", Low(plse));
   const int32 fValid = ElementValid(plshList, plse);
   if (TracesCalls()) FwTrace("fFwListElementValid exited: fValid %x", fValid);

@@ -174,8 +174,8 @@ const FwClassRecord FwChangeRemoveClass = {
 const FwClassRecord FwChangeDestroyClass = {
     FW_CLASS_COOKIE, "ChangeDestroyClass", sizeof(FwChangeDestroy), &FwChangeRemoveClass,
     nullptr,         FW_CLASS_NON_HEAP};
-// Kept: the printable name is that of another class. It is what users of the name see, and nothing
-// is looked up by it.
+// Kept, as the text of the output: the printable name is that of another class. Nothing is looked
+// up by it.
 const FwClassRecord FwChangeMemberValueClass = {
     FW_CLASS_COOKIE, "ChangeMemberShipClass", sizeof(FwChangeMemberValue), &FwChangeMembersClass,
     nullptr,         FW_CLASS_NON_HEAP};

@@ -122,7 +122,7 @@ FwObj* FcTree_method_EnumerateDescendants(FwObj* pObj, FwObj* pStartAfter) {
   FwObj* pCurrent = pStartAfter == nullptr ? pObj : pStartAfter;
   FwObj* pChild = Fw_msg_EnumerateChildren(pCurrent, nullptr);
   if (pChild != nullptr) return pChild;
-  // A start that is no node of this tree ends above its own root.
+  // A start that is not a node of this tree ends above its own root.
   while (pCurrent != pObj && IsTree(pCurrent)) {
     FwTree* pParent = Node(pCurrent)->pParent;
     FwObj* pSibling = pParent == nullptr ? nullptr : Fw_msg_EnumerateChildren(pParent, pCurrent);

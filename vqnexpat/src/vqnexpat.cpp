@@ -110,10 +110,12 @@ int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, 
   while (!last) {
     uint32 length = FwFileRead(err, file, block, kXmlBlockSize);
     last = length < kXmlBlockSize;
-    // Kept: the status stays 1; the reader sees the error, and a state that isn't final.
+    // Kept, as part of the interface: the status stays 1; the reader sees the error, and a state
+    // that isn't final.
     if (err->pError != nullptr) break;
     if (XML_Parse(parser, block, static_cast<int>(length), last) == XML_STATUS_ERROR) {
-      // Kept: a code without a kind is asserted against and becomes fwErrorBug.
+      // Kept, as the defined result: a code without a kind is asserted against and becomes
+      // fwErrorBug.
       FwErrorSet(err, x2fwerr(XML_GetErrorCode(parser)), 2, FWT("File"), filename);
       status = 0;
       break;

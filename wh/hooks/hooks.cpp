@@ -1,3 +1,4 @@
+// The tool's hooks for assertions and traces: they print.
 #include <cstdio>
 
 #include "vqassert.h"

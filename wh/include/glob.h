@@ -25,6 +25,8 @@ int wh_glob_matches(FwTextString pattern, FwTextString string);
 // 1 if the text has *, ? or |.
 int wh_has_globs(FwTextString pattern);
 
+// The searches are for programs on this library; the tools look nothing up by pattern.
+//
 // Adds to results the paths below dir that match, each beginning with dir, directories with a
 // trailing separator; sorts all of results and removes duplicates. The caller owns the strings.
 // 1 if it added any. An absolute pattern sets fwErrorStringSyntax; directories that can't be read

@@ -192,8 +192,8 @@ void free_recipe(WH_RECIPE** recipe);
 // each; every other CR and LF is a line end of its own, so that CR LF gives two.
 void wh_convert_eol(FwTextString string, FwStrRecord* rec, FwTextString style);
 
-// A zeroed record with a copy of ui and an empty table, and its release, which nulls the pointer
-// and accepts null.
+// For programs on this library: a zeroed record with a copy of ui and an empty table, and its
+// release, which nulls the pointer and accepts null.
 WH_RECIPE_DATA* make_recipe_data(FwTextString ui);
 void free_recipe_data(WH_RECIPE_DATA** data);
 
@@ -218,8 +218,8 @@ FwFileShortcut* wh_expand_shortcut(FwErrorState* err, FwFileShortcut* shortcut, 
 WH_JAVA* wh_expand_java(FwErrorState* err, WH_JAVA* java, WH_SYMTAB* symtab);
 WH_MESSAGE* wh_expand_message(FwErrorState* err, WH_MESSAGE* message, WH_SYMTAB* symtab);
 
-// 1 if a step of one user interface is to be run under the other: either is null, or both are
-// equal.
+// For programs on this library: 1 if a step of one user interface is to be run under the other,
+// because either is null or both are equal.
 int ui_matches(FwTextString ui1, FwTextString ui2);
 
 // Replays the SETENV commands of the products that have neither env.xml nor unenv.xml, and of all

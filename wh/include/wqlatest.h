@@ -29,6 +29,8 @@ WQ_PARSED_VERSION* wq_find_latest_platform(FwErrorState* err, FwStrRecord* path,
 int wq_version_or_rev_contains_platform(FwErrorState* err, FwTextString root,
                                         FwTextString platform);
 
+// For programs on this library, down to free_vr.
+//
 // The latest version of component in the directory place, and the latest rev in that, the whole
 // path going to rec. If place is null or either step finds nothing, both results are null; in the
 // latter case rec is emptied and the error is in err. The caller owns the results.

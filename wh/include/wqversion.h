@@ -35,7 +35,8 @@ void wq_put_parsed_version(FwStrRecord* rec, WQ_PARSED_VERSION* pv);
 // Frees a parse and sets *pv to null. A null *pv is accepted.
 void free_parsed_version(WQ_PARSED_VERSION** pv);
 
-// -1, 0 or 1 for two texts; the second compares revisions if the versions are equal.
+// -1, 0 or 1 for two texts. The second, for programs on this library, compares revisions if the
+// versions are equal.
 int wq_compare_versions(FwTextString v1, FwTextString v2);
 int wq_compare_ver_rev(FwTextString ver1, FwTextString rev1, FwTextString ver2, FwTextString rev2);
 

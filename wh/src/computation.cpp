@@ -17,7 +17,7 @@ bool failed(const WH_COMPUTATION* all) {
   return all->err->pError != nullptr;
 }
 
-// The callback of the passes that walk products: a file missing there is no fault.
+// The callback of the passes that walk products, for which a missing file is not a fault.
 void report_except_missing(FwErrorState* err) {
   if (is_ErrorNonExistent(err)) {
     FwErrorClear(err);
@@ -82,8 +82,8 @@ int wh_computation_find_latest(WH_COMPUTATION* all) {
   return all->errors == 0;
 }
 
-// Kept: the state isn't cleared between queries; behind a fault each further query is reported as
-// failing too, and users are told of each.
+// Kept, as the text of the output: the state isn't cleared between queries, so behind a fault each
+// further query is reported as failing too.
 int wh_computation_load(WH_COMPUTATION* all) {
   all->context = make_context(make_cv(FWT("BASE-DIRECTORY"), all->abs_basedir, nullptr));
   FwVectorOpen(&all->group_speclists, 2);

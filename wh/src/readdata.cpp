@@ -1,3 +1,5 @@
+// What readdata.h and whreaddata.h declare: attributes, the run of a reader, and the pieces that
+// formats share.
 #include "readdata.h"
 
 #include <cstring>

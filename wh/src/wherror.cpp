@@ -41,7 +41,7 @@ constexpr ErrorRow kKinds[] = {
      "Error:  %[0]t %[1]s is both inserted and removed in %[2]t %[3]s"},
     {whErrorEnvCycle, whErrorEnv, "Error:  %[0]t %[1]s has cyclic constraints in %[2]t %[3]s"},
     {whErrorMixedSetup, whErrorEnv, "Error:  %[0]t %[1]s has both old and new setup files"},
-    // Kept: the closing bracket is missing in the text.
+    // Kept, as the text of the output: the closing bracket is missing.
     {whErrorEnvTooBig, whErrorEnv,
      "Error:  %[0]t %[1]s is too long (over 2K characters, or over 1K characters on versions of "
      "Windows older than Windows XP Service Pack 2"},

@@ -158,7 +158,7 @@ struct MACHINE {
   RULE_TABLE<END_RULE<DFA>, E> ends;
   int error;
   int final;
-  int checks;  // 0 if the brackets of attributes are no matter for this format
+  int checks;  // 0 if this format does not check its attributes for brackets
 
   constexpr MACHINE(const START_RULE<DFA> (&start_rows)[S], const END_RULE<DFA> (&end_rows)[E],
                     int error_state, int final_state, int bracket_checks)

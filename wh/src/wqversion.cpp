@@ -49,7 +49,7 @@ bool begins_with_digit(FwTextString group) {
 
 int compare_groups(FwTextString group1, FwTextString group2) {
   if (begins_with_digit(group1) && begins_with_digit(group2)) {
-    // Kept: a group too long for 32 bits reads as 0.
+    // Kept, as the defined result: a group too long for 32 bits reads as 0.
     uint32 number1 = 0;
     uint32 number2 = 0;
     FwStrToUL(&group1, 10, &number1);
@@ -59,8 +59,8 @@ int compare_groups(FwTextString group1, FwTextString group2) {
   for (;;) {
     FwTextCharacter tc1 = FwStrGetTextCharacter(&group1);
     FwTextCharacter tc2 = FwStrGetTextCharacter(&group2);
-    // Kept: only equality is blind to case. What differs otherwise is ordered as it stands, so B is
-    // below a.
+    // Kept, as part of the interface: only equality is blind to case. What differs otherwise is
+    // ordered as it stands, so B is below a.
     if (tc1 == 0 || tc2 == 0 || FwStrToUpper(tc1) != FwStrToUpper(tc2)) return sign_of(tc1, tc2);
   }
 }

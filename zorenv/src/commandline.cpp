@@ -10,8 +10,8 @@
 
 namespace {
 
-// Kept: "--sys" stands in the first lines though only --system is accepted, and the fields of a
-// product stand in another order than they are read in.
+// Kept, as the text of the output: "--sys" stands in the first lines though only --system is
+// accepted, and the fields of a product stand in another order than they are read in.
 const char kUsageText[] =
     "usage:\n       %s [-r root] [-u] <product>... [--and <product>...]...\n"
     "[--user|--sys|--proc] [--bat|--sh|--csh|--posh|--exec program [args]]\n"

@@ -21,8 +21,8 @@ struct DIALECT {
 const DIALECT kBatDialect = {"", "set %s=%s\n", "set %s=\n"};
 const DIALECT kShDialect = {"", "%s='%s'; export %s\n", "unset %s ;\n"};
 const DIALECT kCshDialect = {"", "setenv %s '%s' ;\n", "unsetenv %s ;\n"};
-// Kept: under a shell of the sh family the assignment runs through eval, so its value is parsed
-// twice.
+// Kept, as the text of the output: under a shell of the sh family the assignment runs through eval,
+// so its value is parsed twice.
 const DIALECT kPoshDialect = {
     "test $?shell = 1 && set setcmd=setenv && set eq=' ' && set unsetcmd=unsetenv;\n"
     "test $?shell != 1 && setcmd=eval && eq== && unsetcmd=unset;\n",

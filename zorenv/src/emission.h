@@ -24,7 +24,7 @@ struct print_context {
 // print_del writes the removal of a variable that context->env lacks.
 int32 print_new(FwHashEntry* entry, void* context, FwErrorState* err);
 int32 print_del(FwHashEntry* entry, void* context, FwErrorState* err);
-// printval writes "name=value" lines, for debugging.
+// For debugging, in programs on the library: printval writes "name=value", print_env all of them.
 int32 printval(FwHashEntry* entry, void* context, FwErrorState* err);
 void print_env(WH_ENVIRON* env);
 

@@ -34,7 +34,7 @@ void report(int error) {
   OpenRecord record;
   FwStrPutTextString(&record, FWT("*** "));
   FwStrPrintf(&record, 0, kind->ptbzFormat, FWT("File"), FWT(kOutputName), FWT(""), FWT(""));
-  // Many a kind has no place for a name.
+  // Many kinds have no place for a name.
   const bool named = std::strstr(FWC(record.pbz), kOutputName) != nullptr;
   std::fprintf(stderr, "%s%s%s (%s)\n", FWC(record.pbz), named ? "" : ": ",
                named ? "" : kOutputName, std::strerror(error));

@@ -1,3 +1,5 @@
+// The run of the tool, step by step: the command line, the environment to start from, the
+// computation, and what comes out.
 #include <cstdio>
 
 #include "commandline.h"
@@ -45,7 +47,7 @@ bool settle_modes(COMMAND_LINE* line) {
   return true;
 }
 
-// The environment to start from. Areas that this platform lacks give way to the process's own.
+// The environment to start from: the process's own where this platform lacks the area asked for.
 bool take_old_environment(RUN* run) {
   COMMAND_LINE* line = &run->line;
   run->computation.oldenv = line->oldenv;

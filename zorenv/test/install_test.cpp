@@ -7,8 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <regex>
 
 #include "caller.h"
+#include "process.h"
 #include "tool.h"
 
 namespace {
@@ -296,6 +298,16 @@ TEST_F(Installed, UninstallTakesOutWhatWasInstalledLast) {
   EXPECT_TRUE(Exists(tree / "root/opt/zor/bin/zorenv"));
   EXPECT_EQ(0, Start(uninstall).status);
   EXPECT_FALSE(Exists(tree / "root"));
+}
+
+// A program for any platform can use the rest.
+TEST_F(Installed, OnlyOneHeaderOfTheFrameworkNeedsHeadersOfTheSystem) {
+  const std::regex include("#include <[^>]*\\.h>");
+  std::vector<std::string> found;
+  for (const std::string& file : Files(Prefix() + "/include/fwos"))
+    if (std::regex_search(ReadFile(Prefix() + "/include/fwos/" + file), include))
+      found.push_back(file);
+  EXPECT_EQ(std::vector<std::string>{"fwplatform.h"}, found);
 }
 
 // One component each for users and for programmers, and a packager's root before the prefix.

@@ -191,8 +191,7 @@ bool IsLinkOntoItsTarget(FwTextString ptbzOld, const FwFileInfo& followed, FwTex
   FwFileInfo oldInfo;
   FwFileInfo newInfo;
   return FwFileGetInfo(&err, ptbzNew, &newInfo, FW_INFO_NOFOLLOW) &&
-         newInfo.platform.status.st_dev == followed.platform.status.st_dev &&
-         newInfo.platform.status.st_ino == followed.platform.status.st_ino &&
+         FpFileIdOf(newInfo) == FpFileIdOf(followed) &&
          FwFileGetInfo(&err, ptbzOld, &oldInfo, FW_INFO_NOFOLLOW) &&
          oldInfo.type == FW_FILE_TYPE_LINK;
 }

@@ -1,3 +1,4 @@
+// Directories: enumerating, creating and deleting them, and the space on their device.
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -222,7 +223,8 @@ int32 FwDirCreate(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   constexpr uint32 kFlags = FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK;
   if (!fFiFileState(pErrState)) return 0;
   FwAssert(!(flags & ~kFlags), "bad arg");
-  // Kept: flags and names that are refused give 1, and only the state tells.
+  // Kept, as part of the interface: flags and names that are refused give 1, and only the state
+  // tells.
   if (!fFiFileFlags(pErrState, flags, kFlags)) return 1;
   FwTextString ptbzAbsolute =
       FiFileCoerceFilename(pErrState, ptbzDirname, kCoerceDirectory | kCoerceRoot);
@@ -241,7 +243,8 @@ int32 FwDirDelete(FwErrorState* pErrState, FwTextString ptbzDirname, uint32 flag
   FwAssert(!(flags & ~kFlags), "bad arg");
   if (!fFiFileFlags(pErrState, flags, kFlags)) return 0;
   if ((flags & FW_DELETE_FORCE) && !MakeDirectoryWritable(pErrState, ptbzDirname)) return 0;
-  // Kept: links are followed, so what a link to a directory leads to is deleted too.
+  // Kept, as part of the interface: links are followed, so what a link to a directory leads to is
+  // deleted too.
   if (!DeleteEntries(pErrState, ptbzDirname, flags)) return 0;
   return FwFileDelete(pErrState, ptbzDirname, flags & FW_DELETE_DEFER);
 }

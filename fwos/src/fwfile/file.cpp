@@ -1,3 +1,5 @@
+// Open files, and what the system knows of a file. Arguments are checked here and the work is
+// handed to the platform half.
 #include <algorithm>
 #include <cstring>
 
@@ -261,8 +263,8 @@ int32 FwFileGetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileIn
   FwAssert(!(flags & ~FW_INFO_NOFOLLOW), "bad arg");
   if (!fFiFileFlags(pErrState, flags, FW_INFO_NOFOLLOW)) return 0;
   if (!fFiFileCanBeAbsolute(pErrState, ptbzFilename)) return 0;
-  // Kept: only that the name can be made absolute counts. The platform gets it as it stands, so a
-  // relative one is looked up in the real current directory.
+  // Kept, as part of the interface: only that the name can be made absolute counts. The platform
+  // gets it as it stands, so a relative one is looked up in the real current directory.
   return FpFileGetInfo(pErrState, ptbzFilename, pInfo, flags);
 }
 

@@ -1,3 +1,4 @@
+// Path names as text, the gate that makes them absolute, and the directories of the process.
 #include <cstring>
 
 #include "fcboot.h"
@@ -210,7 +211,8 @@ int32 FwFileRemoveTrailingSeparator(FwTextString ptbzFilename) {
   return 1;
 }
 
-// Kept: without the test for the root that the string form makes, so "/" becomes empty.
+// Kept, as part of the interface: without the test for the root that the string form makes, so "/"
+// becomes empty.
 int32 FwFileRemoveTrailingSeparatorRec(FwStrRecord* pRecord) {
   if (!FwExpect(pRecord, "NULL") || !EndsWithSeparator(pRecord)) return 0;
   FwStrRecordShorten(pRecord, record_length(pRecord) - 1);
@@ -271,8 +273,8 @@ FwTextString FiFileCoerceFilename(FwErrorState* pErrState, FwTextString ptbzFile
 
   bool fRefused = false;
   if (!FwFileEndsWithSeparator(ptbzAbsolute)) {
-    // Kept: tested against both bits together, so a directory name without its separator passes
-    // where the root is welcome.
+    // Kept, as part of the interface: tested against both bits together, so a directory name
+    // without its separator passes where the root is welcome.
     if (!(flags & (kCoerceFile | kCoerceRoot))) {
       FwAssertFailed("directory name missing trailing directory separator ");
       fRefused = true;
@@ -314,14 +316,14 @@ FwTextString FwFilenameContainsFilename(FwErrorState* pErrState, FwTextString pt
   if (std::strcmp(FWC(ptbzFilename1), FWC(ptbzFilename2)) == 0)
     return FwStrDuplicate(ptbzFilename2);
 
-  // Kept: the caller's own string loses its separator.
+  // Kept, as part of the interface: the caller's own string loses its separator.
   FwFileRemoveTrailingSeparator(ptbzFilename1);
 
   OpenRecord head;
   FwTextString ptbzTail = FwFileCopyRoot(&head, ptbzFilename2);
   ptbzTail = FwFileCopyPathElement(&head, ptbzTail);
-  // Kept: the loop ends with the last element copied, so the whole of the second name is compared
-  // as text only, above.
+  // Kept, as part of the interface: the loop ends with the last element copied, so the whole of the
+  // second name is compared as text only, above.
   while (*ptbzTail) {
     if (FwFilenamesReferToSameFile(pErrState, ptbzFilename1, head.pbz)) return head.take();
     if (*ptbzTail == kSeparator) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "fcpp.h"
+#include "fpfile.h"
 #include "fwerror.h"
 #include "fwfile.h"
 #include "fwfile/coerce.h"
@@ -19,8 +20,7 @@ namespace {
 
 // A directory that is being filled, with the one around it.
 struct Filled {
-  dev_t device;
-  ino_t inode;
+  FpFileId id;
   const Filled* pOuter;
 };
 
@@ -62,8 +62,7 @@ uint32 FiFileAppleName(FwStrRecord* out, FwTextString path) {
 // Copying
 
 bool IsSame(const FwFileInfo& info1, const FwFileInfo& info2) {
-  return info1.platform.status.st_dev == info2.platform.status.st_dev &&
-         info1.platform.status.st_ino == info2.platform.status.st_ino;
+  return FpFileIdOf(info1) == FpFileIdOf(info2);
 }
 
 // As FwFileGetInfo, with what goes wrong left unsaid.
@@ -182,11 +181,6 @@ void CopyEntries(FwErrorState* err, FwErrorState* errEntry, FwDir* pDir, FwStrRe
   }
 }
 
-bool IsSameDirectory(const Filled& filled, const FwFileInfo& info) {
-  return filled.device == info.platform.status.st_dev &&
-         filled.inode == info.platform.status.st_ino;
-}
-
 void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpath,
                     FwFileInfo* newinfo, const TreeCopy& copy) {
   if (err->pError) return;
@@ -194,15 +188,14 @@ void FiFileCopyTree(FwErrorState* err, FwStrRecord* oldpath, FwStrRecord* newpat
   FwFileEnsureTrailingSeparator(newpath);
   // A link in the target may lead back into the source.
   for (const Filled* p = copy.pInnermost; p; p = p->pOuter)
-    if (IsSameDirectory(*p, *newinfo)) return RefuseTarget(err, newpath->pbz);
+    if (p->id == FpFileIdOf(*newinfo)) return RefuseTarget(err, newpath->pbz);
   FwDirCreate(err, newpath->pbz, FW_DIR_CREATE_PARENTS | FW_DIR_EXISTS_OK);
   if (err->pError) return;
   FwFileInfo target;
   if (!FwFileGetInfo(err, newpath->pbz, &target, 0)) return;
   if (IsSame(target, *newinfo)) return RefuseTarget(err, newpath->pbz);
   if (!Report(err, copy.progress, newpath->pbz)) return;
-  const Filled filled = {target.platform.status.st_dev, target.platform.status.st_ino,
-                         copy.pInnermost};
+  const Filled filled = {FpFileIdOf(target), copy.pInnermost};
   FwDir* pDir = FwDirOpen(err, oldpath->pbz, 0);
   if (!pDir) return;
   LocalError errEntry;

@@ -60,7 +60,8 @@ void FcMemCheckFlags(FwMemAllocFlag AllocFlags) {
   constexpr FwMemAllocFlag kAlloc = ALLOC_MAY_FAIL | ALLOC_MUST_SUCCEED;
   constexpr FwMemAllocFlag kInit = INIT_ZERO | INIT_NONE;
   FwAssert(AllocFlags <= (kAlloc | kInit), "Bad flag");
-  // Kept: only both pairs doubled together are refused, either pair alone is let through.
+  // Kept, as part of the interface: only both pairs doubled together are refused, either pair alone
+  // is let through.
   FwAssert((AllocFlags & kAlloc) != kAlloc || (AllocFlags & kInit) != kInit, "Duplicate flags");
   FwAssert((AllocFlags & kAlloc) != 0, "Unspecified ALLOC_ flag");
   FwAssert((AllocFlags & kInit) != 0, "Unspecified INIT_ flag");

@@ -33,7 +33,7 @@ struct FcMhalValidate_t {
 };
 
 // The address of a complaint's text tells it from others in the history of assertions, so each gets
-// memory of its own, for ever.
+// memory of its own that is never freed.
 char* KeepText(const char* pszText) {
   const std::size_t cb = std::strlen(pszText) + 1;
   void* pv = std::malloc(cb);
@@ -61,7 +61,7 @@ void FcMemWarning_(const BlockMessageInfo_t& info, bool fFatal, const char* pszM
     FwTrace("%s", szText);
 }
 
-// With the C library as the raw allocator a freed block's header is no more to be read, and a
+// With the C library as the raw allocator a freed block's header may no longer be read, and a
 // second release would end the process. So the last freed blocks are remembered by their addresses.
 // An application's own allocator is trusted to cope with both.
 bool RawIsCLibrary() {
@@ -92,7 +92,7 @@ bool CheckSize(uint32 cbSize) {
   return cbSize != kFcMemUnknownSize;
 }
 
-// A block of size 0, asserted by now, takes a byte all the same: the caller gets an address.
+// A block of size 0, asserted by now, still takes a byte: the caller gets an address.
 std::size_t BytesFor(uint32 cbSize) {
   return cbSize != 0 ? cbSize : 1;
 }

@@ -289,8 +289,8 @@ int32 FcStreamBuffered_method_Flush(FwObj* pObj, FwErrorState* pErrState) {
 // ---------------------------------------------------------------------------------------------
 // Positions
 
-// Kept: in both directions the buffered bytes are taken off, also those that are still to be
-// written. Positions are asked for while reading.
+// Kept, as part of the interface: in both directions the buffered bytes are taken off, also those
+// that are still to be written. Positions are asked for while reading.
 void FcStreamBuffered_method_GetBufferRealPosition(FwObj* pObj, Vq32x2* pPosition) {
   FwStreamBuffered* pBuff = Buffered(pObj);
   Vq32x2SubtractInt32(pPosition, &pBuff->positionInStream, BytesPending(pBuff));

@@ -8,7 +8,7 @@ namespace {
 
 FwObj* Refuse(FwObj* pObj, FwErrorState* pErrState, FwError* pError) {
   SetStreamError(pErrState, pError);
-  // Kept: the instance goes even if it came from the caller. Subclasses count on it.
+  // Kept, as part of the interface: the instance goes even if it came from the caller.
   FwMemFree(pObj);
   return nullptr;
 }

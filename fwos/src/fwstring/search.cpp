@@ -153,7 +153,8 @@ int32 FwStrEndsWith(FwTextByte* ptb1, FwTextByte* ptb2) {
   if (cb2 > cb1) return 0;
   ptb1 += cb1 - cb2;
   for (; *ptb2 != 0; ptb1++, ptb2++) {
-    // Kept: a signed byte against an unsigned one, so that no suffix beyond ASCII matches.
+    // Kept, as part of the interface: a signed byte against an unsigned one, so that no suffix
+    // beyond ASCII matches.
     const int32 nSigned = *ptb1 < 0x80 ? *ptb1 : *ptb1 - 0x100;
     if (nSigned != *ptb2) return 0;
   }

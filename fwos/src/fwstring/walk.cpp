@@ -41,7 +41,7 @@ FwTextCharacter FwStrGetTextCharacter(FwTextByte** pptb) {
   while (n < nLength && ptb[n] != 0)
     n++;
   *pptb = ptb + n;
-  // An overlong zero is no terminator: what stands behind it belongs to the text.
+  // An overlong zero is not a terminator: what follows it belongs to the text.
   return tc != 0 ? tc : *ptb - 0x100;
 }
 

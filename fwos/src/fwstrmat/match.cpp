@@ -96,7 +96,7 @@ bool PrintTranslation(const FcMatContext& ctmat, FcMatBinding* bdl, uint32 cbdNu
     FwAssertFailed("Too many formats");
     return false;
   }
-  // A template that wants other types prints nothing; it was matched all the same.
+  // A template that wants other types prints nothing, though it matched.
   FcPrfPrintArgList(prcdTranslated, ptbzTranslatedTemplate, &list);
   uint32 cbIgnorable = Distance(ctmat.pbzEnglishIgnorableStart, ctmat.pbzEnglishEnd);
   FwStrNPutTextString(prcdTranslated, ctmat.pbzEnglishIgnorableStart, cbIgnorable);
@@ -133,7 +133,8 @@ bool fFcMatScanArgList(FcMatContext* pctmat, FcMatBinding* bdl, uint32 cbdNumElt
     if (fFcMatScanArgList(pctmat, bdl + 1, cbdNumElts - 1, ptbEnglishNow, ptbTemplateNow)) {
       return true;
     }
-    // Kept: a known word and then all plain strings are more candidates than there are tries.
+    // Kept, as part of the interface: a known word and then all plain strings are more candidates
+    // than there are tries.
     if (n + 1 == nTries) FwAssertFailed("Infinite loop entered?");
   }
   FcMatUnbind(pbd);

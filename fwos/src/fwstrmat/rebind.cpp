@@ -32,7 +32,8 @@ bool fFcMatRebindBasedUInt32(FcMatContext* pctmat, FcMatBinding* pbd, uint32 nBa
                              FwTextByte** pptbEnglish) {
   if (pbd->ptbzEnglish == *pptbEnglish) return false;
   FwTextByte* ptb = SkipSpaces(pbd, *pptbEnglish, pctmat->pbzEnglishEnd);
-  // Kept: the scan is signed, so a value from 0x80000000 on does not bind.
+  // Kept, as part of the interface: the scan is signed, so a value from 0x80000000 on does not
+  // bind.
   int32 value = 0;
   if (!FwStrToL(&ptb, nBase, &value) || ptb > pctmat->pbzEnglishEnd) return false;
   pbd->Arg.Value.uint32_ = static_cast<uint32>(value);
@@ -166,7 +167,7 @@ bool fFcMatRebindCharacter(FcMatContext* pctmat, FcMatBinding* pbd, FwTextByte**
 
 bool fFcMatRebindBranchList(FcMatContext*, FcMatBinding* pbd, FwTextByte** pptbEnglish,
                             FwTextByte** pptbTemplate) {
-  // Kept: a list of one alternative never binds.
+  // Kept, as part of the interface: a list of one alternative never binds.
   if (pbd->iCurrent >= pbd->iLast) {
     FcMatUnbind(pbd);
     return false;

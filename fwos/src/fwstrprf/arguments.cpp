@@ -139,7 +139,8 @@ bool FcPrfScanFormats(FcPrfContext* pctpr) {
     if (!FcStrGetFormatSpec(pctpr->paptbPercent[iFormat], pFormat)) return false;
     pctpr->cNumFormats = iFormat + 1;
     if (iFormat == 0) {
-      // Kept: the first item decides alone. A format that begins with %% is not positional.
+      // Kept, as part of the interface: the first item decides alone. A format that begins with %%
+      // is not positional.
       fPositional = pFormat->nPosition != -1;
       if (fPositional) pctpr->fCanUsePrintf = 0;
     }

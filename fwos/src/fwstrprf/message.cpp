@@ -9,8 +9,8 @@ namespace {
 void FcPrfReplaceUnprintable(FcPrfContext* pctpr) {
   FwTextByte* ptb = pctpr->RecordFormat.pbz;
   while (*ptb != 0) {
-    // Kept: the byte behind the bad character is replaced, where the cursor stands, and not the
-    // character. A terminator stays.
+    // Kept, as the text of the output: the byte behind the bad character is replaced, where the
+    // cursor stands, and not the character. A terminator stays.
     if (FwStrGetTextCharacter(&ptb) < 0 && *ptb != 0) *ptb = '?';
   }
 }

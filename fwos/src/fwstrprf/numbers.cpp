@@ -17,7 +17,7 @@
 
 namespace {
 
-// Wide enough for every number that a format ordinarily asks for; larger areas are allocated.
+// Wide enough for the numbers of ordinary formats; larger areas are allocated.
 constexpr std::size_t kWorkArea = 128;
 
 void PutRepeated(FwStrRecord* pRecord, char ch, int64 n) {

@@ -60,8 +60,8 @@ uint32 FcStrNPutPaddedRawByteString(FwStrRecord* pRecord, FwTextByte* ptb, uint3
   uint32 cbString = MeasureUpTo(ptb, cbStringLength);
   uint32 cbPadding = cbWidth > cbString ? cbWidth - cbString : 0;
   uint32 cbAdded = 0;
-  // Kept: the pad character is used as given, on either side, so a left-aligned string may end in
-  // zeros.
+  // Kept, as the text of the output: the pad character is used as given, on either side, so a
+  // left-aligned string may end in zeros.
   if (!fLeftAlign) cbAdded += FcStrMultiPutTextCharacter(pRecord, tbPadChar, cbPadding);
   cbAdded += FwStrNPutRawString(pRecord, ptb, cbString);
   if (fLeftAlign) cbAdded += FcStrMultiPutTextCharacter(pRecord, tbPadChar, cbPadding);
@@ -143,8 +143,8 @@ bool FcPrfProcessDoubleArg(FcPrfContext* pctpr, FcStrFormatSpec* pFormat, FwStrR
 
 bool FcPrfProcessPointerArg(FcPrfContext* pctpr, FcStrFormatSpec* pFormat, FwStrRecord* pRecord) {
   if (!FwExpect(pFormat->cbFormatSpecLength <= kFcPrfMaxPointerItem, "Overflow")) return true;
-  // Kept: the item goes to the C library as it stands, though that knows neither %P nor positions.
-  // Such text it copies to its output.
+  // Kept, as the text of the output: the item goes to the C library as it stands, though that knows
+  // neither %P nor positions. Such text it copies to its output.
   if (pFormat->bTypeName != 'p' || pFormat->nPosition != -1) {
     pctpr->cbOutput +=
         FwStrNPutRawString(pRecord, pFormat->ptbLocation, pFormat->cbFormatSpecLength);

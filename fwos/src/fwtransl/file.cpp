@@ -202,8 +202,8 @@ int32 FwTranslUnloadMessageFile(FwTextString ptbzFileName, int32 fForce, FwError
   }
   *ppFile = pFile->pNext;
   FcTranslFreeNodeBlocks(pFile);
-  // Kept: the address of the field is given up and not the string, which the debugging levels of
-  // the memory manager complain of. No allocator gets to see it.
+  // Kept, as the text of the output: the address of the field is given up and not the string, of
+  // which the debugging levels of the memory manager complain. No allocator gets to see it.
   if (pFile->locale.ptbzFontName != nullptr) {
     FcMemReportStray(&pFile->locale.ptbzFontName, const_cast<char*>(__FILE__), __LINE__);
   }

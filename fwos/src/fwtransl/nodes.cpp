@@ -11,8 +11,8 @@ namespace {
 
 constexpr FwByte kLockLimit = 255;
 
-// A node whose text can't be had equals none. Nodes that share a chain are compared when they are
-// added, so of an entry read on demand the text is read then.
+// A node whose text can't be read equals no other. Nodes that share a chain are compared when they
+// are added, so of an entry read on demand the text is read then.
 bool SameEnglish(FcTranslNode* pNode1, FcTranslNode* pNode2) {
   if (!FcTranslEnsureData(pNode1) || !FcTranslEnsureData(pNode2)) return false;
   return FwStrCompare(FcTranslNodeEnglish(pNode1), FcTranslNodeEnglish(pNode2)) == 0;

@@ -1,3 +1,4 @@
+// Programs run as children, by fork and exec; how they end becomes a status.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -140,11 +141,12 @@ FwFile FwDoRunPipeFromCommand(FwErrorState* pError, FwTextString command, FwText
 
 uint32 FwRunCommandSilent(FwErrorState* err, FwTextString command, FwTextString cwd) {
   int pid = 0;
-  // Kept: the read end is neither read nor closed.
+  // Kept, as part of the interface: the read end is neither read nor closed.
   if (FwDoRunPipeFromCommand(err, command, cwd, &pid) == FW_FILE_INVALID)
     return static_cast<uint32>(kCouldNotRun);
   int nStatus = 0;
-  // Kept: not repeated when interrupted, and a death by a signal is not told from an exit.
+  // Kept, as part of the interface: not repeated when interrupted, and a death by a signal is not
+  // told from an exit.
   ::waitpid(pid, &nStatus, 0);
   return static_cast<uint32>((nStatus >> 8) & 0xff);
 }

@@ -96,7 +96,7 @@ int path_matches(const TOKEN* pattern, const TOKEN* input, FwTextString original
   }
   while (pattern->type == T_ANY)
     ++pattern;
-  // Kept: what follows T_EXISTS in the pattern is not looked at any more.
+  // Kept, as part of the interface: what follows T_EXISTS in the pattern is not looked at any more.
   if (pattern->type == T_EXISTS) return dir_has_file(original, pattern->string);
   return pattern->type == T_END;
 }

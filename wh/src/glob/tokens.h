@@ -44,11 +44,11 @@ void parse(TOKENS* tokens, FwTextString str);
 
 void free_tokens(TOKENS* tokens);
 
-// Prints a token for debugging, on standard output.
+// For programs on this library: prints a token for debugging, on standard output.
 void print_token(const TOKEN* token);
 
 // 1 if two characters are the same but for case: the comparison for a platform whose file names
-// fold case. This one's don't, so the matcher does not use it.
+// fold case, and for programs on this library. This platform's names don't fold.
 int tc_equal_folded(FwTextCharacter tc1, FwTextCharacter tc2);
 
 // 1 if an element matches a pattern of characters, * and ?. Characters are compared by their bytes,

@@ -1,3 +1,4 @@
+// The expansion of recipes: copies of commands, their texts expanded.
 #include "fcpp.h"
 #include "recipe/records.h"
 
@@ -81,7 +82,7 @@ WH_DATA* wh_expand_data(FwErrorState* err, WH_DATA* data, WH_SYMTAB* symtab) {
   return expand_record(err, data, symtab);
 }
 
-// Kept: ifempty goes over as it stands, without expansion.
+// Kept, as part of the interface: ifempty goes over as it stands, without expansion.
 WH_DELETE* wh_expand_delete(FwErrorState* err, WH_DELETE* del, WH_SYMTAB* symtab) {
   WH_DELETE* expanded = expand_record(err, del, symtab);
   expanded->ifempty = dup_str(del->ifempty);
@@ -100,7 +101,7 @@ WH_SETREG* wh_expand_setreg(FwErrorState* err, WH_SETREG* setreg, WH_SYMTAB* sym
   return expand_record(err, setreg, symtab);
 }
 
-// Kept: defaulticon is left unset.
+// Kept, as part of the interface: defaulticon is left unset.
 FwFileShortcut* wh_expand_shortcut(FwErrorState* err, FwFileShortcut* shortcut, WH_SYMTAB* symtab) {
   return expand_record(err, shortcut, symtab);
 }

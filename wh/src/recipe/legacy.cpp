@@ -20,8 +20,8 @@ void remove_equal(FwVector* list, FwTextString value) {
   }
 }
 
-// The list operations. Without a value nothing is taken out or put in, but the variable is split
-// and joined all the same.
+// The list operations. Without a value nothing is taken out or put in, but the variable is still
+// split and joined.
 void edit_list(WH_SETENV* setenv, SETENV_OP op, WH_ENVIRON* env) {
   FwTextString current = wh_lookup_ev(setenv->name, env);
   LocalVector list(kElementsRoom, Elements::kFreed);
@@ -130,7 +130,8 @@ void old_setenv_in_spec(WH_CALL_ENV* callenv, WH_PRODUCT_SPEC* spec) {
 
 void wh_legacy_setenv(WH_INDEX* index, WH_ENVIRON* environ, WH_PRODUCT_SPEC_LIST* speclist,
                       WH_CONTEXT* context, WH_ERROR_FUNC error, int set) {
-  // Kept: the word names the newer files, though the older ones are read; messages show it.
+  // Kept, as the text of the output: the word names the newer files, though the older ones are
+  // read.
   FwTextString word = FWT(set ? "env.xml" : "unenv.xml");
   SETENV_STATE state{environ, context, set, environ != nullptr ? open_lists(environ) : nullptr};
   index_unvisit(index);

@@ -243,7 +243,8 @@ void edit_in_lists(LISTS* lists, WH_SETENV* setenv) {
   const SETENV_OP op = op_of(setenv);
   LIST* list = nullptr;
   if (setenv->name != nullptr && (op == op_set || op == op_delete)) {
-    // Kept: a variable can't be set without a value, so it stays what it was.
+    // Kept, as the defined result: a variable can't be set without a value, so it stays what it
+    // was.
     if (lists->by_name != nullptr && (op == op_delete || setenv->value != nullptr))
       drop_list(lists->by_name, setenv->name);
   } else if (setenv->name != nullptr) {

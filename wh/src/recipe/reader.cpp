@@ -1,3 +1,4 @@
+// The reader of recipes: one machine for files of all names, which differ in what they may hold.
 #include <cstring>
 
 #include "fwfile.h"
@@ -255,8 +256,8 @@ void start_data(DFA* dfa, ELEMENT* element) {
   opentext(dfa);
 }
 
-// Kept: a bracket in the DATA of a RUN asks for a host first, a word made for another fault. The
-// bracket's own report follows and replaces it.
+// Kept, as part of the interface: a bracket in the DATA of a RUN asks for a host first, a word made
+// for another fault. The bracket's own report follows and replaces it.
 void start_run_data(DFA* dfa, ELEMENT* element) {
   start_data(dfa, element);
   if (element->seen & dfa->flags) host_needed(dfa);
@@ -315,7 +316,8 @@ void start_setenv(DFA* dfa, ELEMENT* element) {
     dfa->state = st_error;
 }
 
-// Kept: a file that may hold no SETENV refuses it at its end, not at its start.
+// Kept, as part of the interface: a file that may hold no SETENV refuses it at its end, not at its
+// start.
 void end_setenv(DFA* dfa) {
   if (dfa->version != 3) dfa->state = st_error;
 }
@@ -438,7 +440,8 @@ void wh_convert_eol(FwTextString string, FwStrRecord* rec, FwTextString style) {
     if (length > 0) FwStrNPutTextString(rec, string, length);
     string += length;
     if (*string == 0) break;
-    // Kept: it is a CR behind an LF, at any distance, that is swallowed; CR LF gives two line ends.
+    // Kept, as part of the interface: it is a CR behind an LF, at any distance, that is swallowed;
+    // CR LF gives two line ends.
     bool swallowed = *string == '\r' && after_lf;
     after_lf = *string == '\n';
     if (!swallowed) FwStrPutTextString(rec, eol);
@@ -453,7 +456,8 @@ WH_RECIPE* read_recipe(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS 
   dfa.version = kind.version;
   dfa.needhost = kind.needhost;
   PARSER parser{&dfa, start_el, end_element<kMachine>, doctype_element, text_data};
-  // Kept: the other readers report a fault of structure as VQN_XML_ERROR.
+  // Kept, as the text of the output: the other readers report a fault of structure as
+  // VQN_XML_ERROR.
   int done = run_reader(err, file, &parser, kMachine.final, whErrorInvalid);
   if (done) dfa.recipe->places = take_places(&dfa);
   release_reader(&dfa);

@@ -1,3 +1,4 @@
+// The platform half of directories.
 #include <cerrno>
 #include <cstring>
 

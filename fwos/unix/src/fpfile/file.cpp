@@ -1,3 +1,4 @@
+// The platform half of files: flags and records translated, one call of the system each.
 #include <fcntl.h>
 #include <sys/vfs.h>
 #include <unistd.h>
@@ -83,7 +84,7 @@ FwFile FpFileOpenExtended(FwErrorState* pErrState, FwTextString ptbzFilename, ui
   else if (flags & FW_OPEN_RDWR)
     nOpen = O_RDWR;
   else
-    return FW_FILE_INVALID;  // Kept: no error is set.
+    return FW_FILE_INVALID;  // Kept, as part of the interface: no error is set.
   if (flags & FW_OPEN_CREAT) nOpen |= O_CREAT;
   if (flags & FW_OPEN_TRUNC) nOpen |= O_TRUNC;
   if (flags & FW_OPEN_APPEND) nOpen |= O_APPEND;
@@ -101,7 +102,7 @@ FwFile FpFileOpenExtended(FwErrorState* pErrState, FwTextString ptbzFilename, ui
     return FW_FILE_INVALID;
   }
   if (fLock && ::lockf(nHandle, F_TLOCK, 0) != 0) {
-    // Kept: the descriptor stays open.
+    // Kept, as part of the interface: the descriptor stays open.
     FpFileSetSystemError(pErrState, ptbzFilename);
     return FW_FILE_INVALID;
   }
@@ -160,7 +161,7 @@ int32 FpFileSeek(FwErrorState* pErrState, FwFile Handle, Vq32x2* pOffset, uint32
 }
 
 int32 FpFileExtent(FwErrorState* pErrState, FwFile Handle, Vq32x2* pExtent) {
-  // Kept: the failure value is not -1 as a number of 64 bits.
+  // Kept, as part of the interface: the failure value is not -1 as a number of 64 bits.
   pExtent->low = 0xffffffff;
   pExtent->high = 0;
   struct stat status;
@@ -200,8 +201,8 @@ int32 FpFileCopyLink(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextSt
     FpFileSetSystemError(pErrState, ptbzOldname);
     return 0;
   }
-  // Kept: the mode is compared whole, so this never fires for a link, nor for anything else that
-  // has a permission bit.
+  // Kept, as part of the interface: the mode is compared whole, so this never fires for a link, nor
+  // for anything else that has a permission bit.
   FwAssert(status.st_mode != 0xa000, "Not a link");
 
   char szTarget[4096];
@@ -221,7 +222,8 @@ int32 FpFileCopyLink(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextSt
 int32 FpFileRename(FwErrorState* pErrState, FwTextString ptbzOldname, FwTextString ptbzNewname,
                    uint32 flags) {
   if (!(flags & FW_FILE_OVERWRITE) && Exists(ptbzNewname)) {
-    // Kept: a file renamed to itself stays, and the result is 0 without an error.
+    // Kept, as part of the interface: a file renamed to itself stays, and the result is 0 without
+    // an error.
     if (!IsSameFile(ptbzOldname, ptbzNewname))
       FwErrorSet(pErrState, fwErrorAlreadyExists, 2, FWT("File"), ptbzNewname);
     return 0;
@@ -255,7 +257,7 @@ int32 FpFileDelete(FwErrorState* pErrState, FwTextString ptbzFilename, uint32, i
     FwErrorSet(pErrState, fwErrorOperationDenied, 2, FWT("File"), ptbzFilename);
     return 0;
   }
-  // Kept: the name goes to the system unconverted.
+  // Kept, as part of the interface: the name goes to the system unconverted.
   if (::unlink(FWC(ptbzFilename)) == 0) return 1;
   FpFileSetSystemError(pErrState, ptbzFilename);
   return 0;
@@ -313,7 +315,7 @@ int32 FpFileSetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileIn
     struct utimbuf times;
     times.modtime = pModified->modifiedTime.high;
     times.actime = pAccess->platform.accessTime.high;
-    // Kept: the name goes to the system unconverted.
+    // Kept, as part of the interface: the name goes to the system unconverted.
     if (::utime(FWC(ptbzFilename), &times) != 0) {
       FpFileSetSystemError(pErrState, ptbzFilename);
       fSuccess = 0;
@@ -322,14 +324,17 @@ int32 FpFileSetInfo(FwErrorState* pErrState, FwTextString ptbzFilename, FwFileIn
   return fSuccess;
 }
 
+FpFileId FpFileIdOf(const FwFileInfo& info) {
+  return {info.platform.status.st_dev, info.platform.status.st_ino};
+}
+
 int32 FpFilenamesReferToSameFile(FwErrorState* pErrState, FwTextString ptbzFilename1,
                                  FwTextString ptbzFilename2) {
   FwFileInfo info1;
   FwFileInfo info2;
   return FwFileGetInfo(pErrState, ptbzFilename1, &info1, 0) &&
          FwFileGetInfo(pErrState, ptbzFilename2, &info2, 0) &&
-         info1.platform.status.st_dev == info2.platform.status.st_dev &&
-         info1.platform.status.st_ino == info2.platform.status.st_ino;
+         FpFileIdOf(info1) == FpFileIdOf(info2);
 }
 
 int32 FpFilenamesReferToSameDisk(FwErrorState* pErrState, FwTextString ptbzFilename1,

@@ -1,3 +1,4 @@
+// Where the program lies and where it was started.
 #include <cstdlib>
 #include <cstring>
 
@@ -54,7 +55,8 @@ void FpFileInit() {
         ptbzProgram, static_cast<std::size_t>(FwFileSkipToLeafname(ptbzProgram) - ptbzProgram));
   }
   if (const OwnedText once(getcwd_UTF8()); once) {
-    // Kept: getcwd_UTF8 has converted the name already, and it is converted again.
+    // Kept, as part of the interface: getcwd_UTF8 has converted the name already, and it is
+    // converted again.
     FcCurrentDir = FwStrLocalToUTF8(FWC(once));
     FwFileEnsureTrailingSeparatorRealloc(&FcCurrentDir);
   }
