@@ -193,7 +193,7 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Documents,
-                         testing::Values(Document{"README.md", "examples/warehouse"},
+                         testing::Values(Document{"README.md", "examples/warehouse", true},
                                          Document{"examples/warehouse/README.md",
                                                   "examples/warehouse"},
                                          Document{"doc/guide.md", nullptr},
