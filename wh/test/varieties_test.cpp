@@ -18,14 +18,14 @@ class ProductVarieties : public testing::Test {
   ProductVarieties() { Start(); }
 
   void Start() {
-    product_ = new_record<WH_PRODUCT>();
-    product_->prodinfo = new_record<WH_PRODUCT_INFO>();
+    product_ = make<WH_PRODUCT>();
+    product_->prodinfo = make<WH_PRODUCT_INFO>();
     product_->prodinfo->varieties = make_variety_seq();
   }
   ~ProductVarieties() override { free_product(&product_); }
 
   void Add(const Pairs& vars) {
-    auto* variety = new_record<WH_VARIETY>();
+    auto* variety = make<WH_VARIETY>();
     WH_VAR** tail = &variety->vars;
     for (const auto& [n, v] : vars) {
       Text name(n), value(v);

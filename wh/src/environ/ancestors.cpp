@@ -1,19 +1,20 @@
 // Which varieties include which.
 //
-// Each variety learns what includes it: the including variety hands on all that it has itself, to
-// each variety of each of its parts, and goes there if that was news. So circles of parts come to
-// an end, and a variety is gone to as often as it can learn something.
+// The idea: an including variety hands on all that includes itself to each variety of each of its
+// parts, and the walk goes into those for which that was news. So circles of parts come to an end,
+// and a variety is entered as often as it can learn something.
 //
-// What comes of it is plain: the set of a variety is itself and the sets of all that include it. So
-// as long as every query has an answer, each part list is gone through once, and the sets are
-// worked out when they are first asked for, includers first. That a product does not exist is an
-// answer if nothing is to be heard of it. Another query that gives nothing may report,
-// and is asked as often as the walk comes by, as the number of reports is not for this step to
-// change: from then on the walk above is done as told.
+// The result does not depend on the walk: the set of a variety is itself and the sets of all that
+// include it. So as long as every query has an answer, each part list is gone through once, and the
+// sets are worked out when they are first asked for, includers first. A product that does not exist
+// is an answer, too, if nobody is to hear of it. Any other query without a result may report, and
+// reports are counted: each time the walk comes by it has to be asked again. From the first such
+// query on the walk is therefore done as described above (given_up).
 //
-// Chains of parts may be long. So the answers of the queries are kept, the sets are bit sets over
-// the varieties met, and the walk has a stack of its own. That a variety is in its own set goes
-// without saying, so most sets are empty.
+// The bound: n varieties have sets of up to n members. A set is one bit for each variety met, and
+// only the words between its first and its last member are there. Chains of parts may be long, so
+// the walk has a stack of its own. That a variety is in its own set is not stored, so most sets are
+// empty.
 //
 //   MEMBER  variety, id ------ set  [..1.11.]   ids of those that include it
 //              |
@@ -226,7 +227,7 @@ FRAME* pop_frame(ANCESTRY* ancestry, FRAME* frame) {
 
 // Asks for a part.
 void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC errorfunc) {
-  // Kept: the file that an error names is env.xml also if the other file is being applied.
+  // Kept: it is the text of the output. An error names env.xml also if unenv.xml is being applied.
   if (!frame->symtab) frame->symtab = symtab_from_prodname(frame->prodname, FWT("env.xml"));
   if (!frame->context) {
     frame->context = context_from_variety(frame->member->variety);

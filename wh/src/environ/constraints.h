@@ -9,9 +9,13 @@
 //   /opt/b  BEFORE /usr/**  --+->  NODE_SET /usr/**  <--+--  /usr/sbin
 //   /opt/c  BEFORE /usr/**  --+                         +--  /usr/lib
 //
-// A node goes through its predecessors in the order in which they were noted, so each is numbered,
-// and the references of a node (SOURCE) are merged by number as the sort asks for the next one.
-// What is visited has no effect any more, so a list is gone through from where all before it are.
+// The order in which a node goes through its predecessors decides the result, and it is the order
+// in which they were noted. So each constraint is numbered, and the references of a node (SOURCE)
+// lie in a heap by the number of the next constraint of each: the sort takes them as from one list.
+//
+// The bound: a constraint on a node that is visited has no effect, and nodes stay visited. So each
+// list remembers how far all its nodes are visited, and no walk begins in front of that. Memory
+// grows with the inserts and the elements, not with their pairs.
 #ifndef ENVIRON_CONSTRAINTS_H
 #define ENVIRON_CONSTRAINTS_H
 

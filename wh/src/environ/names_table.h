@@ -11,8 +11,8 @@ extern const FwHashFunctions hash_functions;
 FwHashTable* make_table(const FwHashFunctions* functions);
 FwHashTable* make_names_table();
 
-// Adds to a table whose slot order shows in the result. False if memory is exhausted, be it that
-// the table could not grow: it works on, but in another order.
+// Adds to a table whose slot order shows in the result. False if memory is exhausted. The entry may
+// still be there, where only the table could not grow, but then the order is another.
 bool add_in_order(FwHashTable* table, void* key, void* value);
 // The same, but exhausted memory ends the program: an entry would be lost without a word.
 void add_or_exit(FwHashTable* table, void* key, void* value);

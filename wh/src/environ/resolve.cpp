@@ -262,9 +262,10 @@ void tell_contradiction(const CONTRADICTION* contradiction, const EXPANDED_OP* i
   tell_endless(contradiction->observation, contradiction->element, insert, remove);
 }
 
-// Kept: an insert that includes the remove takes out inserts at the position of the remove, which
-// changes nothing about its own condition. It goes on when no insert is left there: the vector says
-// once that the position is none, and the program never ends.
+// Kept: it is the defined result of a contradiction that nothing settles. An insert that includes
+// the remove takes out inserts at the position of the remove, which changes nothing about its own
+// condition. It goes on when no insert is left there: the vector says once that there is no such
+// position, and the program never ends.
 [[noreturn]] void insert_over_remove(FwVector* ins, int32 j) {
   while (j < count_of(ins))
     FwVectorRemoveElement(ins, j);
@@ -321,8 +322,8 @@ bool resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* remov
       never_end(ins, kept, rem);
     }
     ins->pElements[kept++] = insert;
-    // Kept: the walk through the removes goes on with an insert that is gone, so a second remove
-    // that overrides it takes out the insert in front of it, if there is one.
+    // Kept: it is the interface. The walk through the removes goes on with an insert that is gone,
+    // so a second remove that overrides it takes out the insert in front of it, if there is one.
     kept -= static_cast<int32>(std::min(int64{kept}, member->overriding));
   }
   shorten(ins, kept);

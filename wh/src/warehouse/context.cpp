@@ -1,14 +1,12 @@
-// What names mean: the global context, those of a product and of a variety, and the way in which a
-// program finds the product that it belongs to.
-#include <cstdio>
+// What names mean: the global context, those of a product and of a variety, and the tables that are
+// stacks of them.
+#include <cstring>
 #include <iterator>
 
-#include "fwfile.h"
 #include "fwhash.h"
 #include "fwstring.h"
 #include "private.h"
 #include "vqosarch.h"
-#include "wherror.h"
 #include "wqmem.h"
 
 namespace {
@@ -153,92 +151,6 @@ void make_by_name(WH_CONTEXT* context) {
   return value;
 }
 
-// ---- Self-location
-
-WH_PRODUCT_NAME* myProdName = nullptr;
-FwTextString myVariant = nullptr;
-bool done = false;
-
-int not_located(FwErrorState* err, const char* why) {
-  FwErrorSet(err, whErrorCouldNotReadWarehouse, 1, FWT(why));
-  return 0;
-}
-
-// The warehouse's root in storage that may be written to, null if there is none.
-FwTextString warehouse_root() {
-  FwTextString root = getenv_UTF8(FWT("ZORROOT"));
-  return root != nullptr ? root : dup_str(FwCurrentDir());
-}
-
-// Looks for "product.xml" in dir and in the directories on the way from there along rdir, and
-// stops at the first. Not in the last one, where rdir is used up: that is the program's own.
-// Gives 1 with dir being the file's path.
-int find_product_file(FwStrRecord* dir, FwStrRecord* rdir) {
-  FwErrorState myErr;
-  while (*rdir->pbz != 0) {
-    FwFilenameConcatenate(dir, FWT("product.xml"));
-    const int32 found = FwFileGetInfo(&myErr, dir->pbz, nullptr, 0);
-    FwErrorClear(&myErr);
-    if (found) return 1;
-    FwFileRemoveLastPathElement(dir);
-    FwStrRecord element;
-    FwStrRecordOpen(&element);
-    FwFileCopyPathElement(&element, rdir->pbz);
-    FwFilenameConcatenate(dir, element.pbz);
-    FwStrRecordAbandon(&element);
-    FwFileRemoveFirstPathElement(rdir);
-  }
-  return 0;
-}
-
-// myroot is the part of exedir that denotes the warehouse's root.
-int locate_below(FwErrorState* err, FwTextString myroot, FwTextString exedir) {
-  FwStrRecord dir;
-  FwStrRecord rdir;
-  FwStrRecordOpen(&dir);
-  FwStrRecordOpen(&rdir);
-  FwStrPutTextString(&dir, myroot);
-  FwTextString behind = exedir + std::strlen(FWC(myroot));
-  if (*behind == '/') behind++;
-  FwStrPutTextString(&rdir, behind);
-  FwFileRemoveTrailingSeparatorRec(&rdir);
-
-  int located = 0;
-  if (!find_product_file(&dir, &rdir)) {
-    not_located(err, "product.xml not found");
-  } else {
-    FwFileRemoveLastPathElement(&dir);
-    FwTextString path = dir.pbz + std::strlen(FWC(myroot));
-    if (*path == '/') path++;
-    myProdName = name_from_path(path);
-    if (myProdName == nullptr)
-      not_located(err, "Could not read product information from product.xml");
-    else
-      located = 1;
-  }
-  FwStrRecordAbandon(&rdir);
-  FwStrRecordAbandon(&dir);
-  return located;
-}
-
-int init_myPCNVR(FwErrorState* err) {
-  if (done) return 1;
-  FwTextString zorroot = warehouse_root();
-  if (zorroot == nullptr) {
-    std::printf("zorroot unset");
-    return not_located(err, "$ZORROOT unset");
-  }
-  FwTextString exedir = FwAppDir();
-  // An empty root can't be compared as a file.
-  FwTextString myroot = *zorroot == 0 ? nullptr : FwFilenameContainsFilename(err, zorroot, exedir);
-  FwMemFree(zorroot);
-  if (myroot == nullptr)
-    return not_located(err, "$ZORROOT is not set correctly  - executable is not inside $ZORROOT");
-  done = locate_below(err, myroot, exedir) != 0;
-  FwMemFree(myroot);
-  return done;
-}
-
 }  // namespace
 
 WH_CONTEXT global_context = {&global_chain.vals[0]};
@@ -251,7 +163,7 @@ void bind_host_platform(FwTextString name) {
 
 WH_CONTEXT_VALUE* make_cv(FwTextString name, FwTextString value, WH_CONTEXT_VALUE* next) {
   if (value == nullptr) return next;
-  WH_CONTEXT_VALUE* cv = new_record<WH_CONTEXT_VALUE>();
+  auto* cv = make<WH_CONTEXT_VALUE>();
   cv->n = dup_str(name);
   cv->v = FwStrDuplicate(value);
   cv->next = next;
@@ -269,7 +181,7 @@ void free_cv_list(WH_CONTEXT_VALUE** cv) {
 }
 
 WH_CONTEXT* make_context(WH_CONTEXT_VALUE* cvlist) {
-  WH_CONTEXT* context = new_record<WH_CONTEXT>();
+  auto* context = make<WH_CONTEXT>();
   context->vals = cvlist;
   int count = 0;
   for (; cvlist != nullptr && count <= kFewBindings; cvlist = cvlist->next)
@@ -315,7 +227,7 @@ WH_CONTEXT_VALUE* cv_from_var_list(WH_VAR* var) {
 // ---- Symbol tables
 
 WH_SYMTAB* make_symtab(FwTextString source) {
-  WH_SYMTAB* symtab = new_record<WH_SYMTAB>();
+  auto* symtab = make<WH_SYMTAB>();
   symtab->source = dup_str(source);
   FwVectorOpen(&symtab->contexts, 4);
   FwVectorAddElement(&symtab->contexts, &global_context);
@@ -370,20 +282,4 @@ FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length) 
         return cv->v;
   }
   return nullptr;
-}
-
-// ---- The product that the program belongs to
-
-WH_PRODUCT_NAME* wh_getCNVR(FwErrorState* err) {
-  return init_myPCNVR(err) ? myProdName : nullptr;
-}
-
-FwTextString wh_getVariant(FwErrorState* /*err*/) {
-  return myVariant;
-}
-
-void wh_setVariant(FwTextString variant) {
-  FwTextString copy = dup_str(variant);
-  wh_free(myVariant);
-  myVariant = copy;
 }

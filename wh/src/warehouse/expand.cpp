@@ -92,7 +92,8 @@ void set_no_value(PASS* pass, FwTextString name) {
 }
 
 // Removes one line end, of any of the three kinds.
-// Kept: it looks at all of output, so an empty file takes away a line end that stood before it.
+// Kept: it is the text of the output. This looks at all that was put in, so an empty file takes
+// away a line end that stood before it.
 void strip_line_end(FwStrRecord* output) {
   const std::size_t length = static_cast<std::size_t>(output->pbTerminator - output->pbz);
   std::size_t cut = 0;
@@ -262,7 +263,7 @@ WH_PATTERN* wh_expand_pattern(FwErrorState* err, WH_PATTERN* pattern, WH_SYMTAB*
     alternative->host = wh_expand(err, pattern->host, symtab);
     WH_VAR** tail = &alternative->vars;
     for (WH_VAR* var = pattern->vars; var != nullptr; var = var->next) {
-      *tail = new_record<WH_VAR>();
+      *tail = make<WH_VAR>();
       (*tail)->n = wh_expand(err, var->n, symtab);
       (*tail)->v = wh_expand(err, var->v, symtab);
       tail = &(*tail)->next;
@@ -276,7 +277,7 @@ WH_PATTERN* wh_expand_pattern(FwErrorState* err, WH_PATTERN* pattern, WH_SYMTAB*
 // As make_prodname does, of the expanded category.
 WH_PRODUCT_NAME* wh_expand_prodname(FwErrorState* err, WH_PRODUCT_NAME* prodname,
                                     WH_SYMTAB* symtab) {
-  WH_PRODUCT_NAME* expanded = new_record<WH_PRODUCT_NAME>();
+  auto* expanded = make<WH_PRODUCT_NAME>();
   expanded->category = wh_expand(err, prodname->category, symtab);
   expanded->name = wh_expand(err, prodname->name, symtab);
   expanded->version = wh_expand(err, prodname->version, symtab);

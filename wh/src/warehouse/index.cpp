@@ -2,6 +2,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "cache.h"
 #include "fwfile.h"
 #include "fwhash.h"
 #include "partlist.h"
@@ -31,18 +32,18 @@ uint32 name_hash(WH_PRODUCT_NAME* prodname) {
 }
 
 // The slot that holds the product of that name, or the empty one where it belongs.
-WH_INDEX_SLOT* name_slot(WH_INDEX* index, WH_PRODUCT_NAME* prodname, uint32 hash) {
-  const uint32 mask = index->by_name_size - 1;
-  WH_INDEX_SLOT* slot = &index->by_name[hash & mask];
-  for (uint32 i = hash + 1; slot->product != nullptr; slot = &index->by_name[i++ & mask])
+NAME_SLOT* name_slot(WH_INDEX* index, WH_PRODUCT_NAME* prodname, uint32 hash) {
+  const uint32 mask = index->cache->by_name_size - 1;
+  NAME_SLOT* slot = &index->cache->by_name[hash & mask];
+  for (uint32 i = hash + 1; slot->product != nullptr; slot = &index->cache->by_name[i++ & mask])
     if (slot->hash == hash && equal_prodnames(slot->product->prodinfo->prodname, prodname)) break;
   return slot;
 }
 
 void make_name_slots(WH_INDEX* index, uint32 size) {
-  index->by_name = static_cast<WH_INDEX_SLOT*>(
-      FwMemAlloc(size * sizeof(WH_INDEX_SLOT), ALLOC_MUST_SUCCEED | INIT_ZERO));
-  index->by_name_size = size;
+  index->cache->by_name =
+      static_cast<NAME_SLOT*>(FwMemAlloc(size * sizeof(NAME_SLOT), ALLOC_MUST_SUCCEED | INIT_ZERO));
+  index->cache->by_name_size = size;
 }
 
 WH_PRODUCT* entry(WH_INDEX* index, int i) {
@@ -52,19 +53,19 @@ WH_PRODUCT* entry(WH_INDEX* index, int i) {
 // Enters a product under its name, unless one of that name is there already.
 void enter_name(WH_INDEX* index, WH_PRODUCT* product) {
   const uint32 hash = name_hash(product->prodinfo->prodname);
-  WH_INDEX_SLOT* slot = name_slot(index, product->prodinfo->prodname, hash);
+  NAME_SLOT* slot = name_slot(index, product->prodinfo->prodname, hash);
   if (slot->product == nullptr) *slot = {product, hash};
 }
 
 void add_entry(WH_INDEX* index, WH_PRODUCT* product) {
   FwVectorAddElement(&index->entries, product);
   const int count = FwVectorLength(&index->entries);
-  if (static_cast<uint32>(count) <= index->by_name_size / 2) {
+  if (static_cast<uint32>(count) <= index->cache->by_name_size / 2) {
     enter_name(index, product);
     return;
   }
-  FwMemFree(index->by_name);
-  make_name_slots(index, index->by_name_size * 2);
+  FwMemFree(index->cache->by_name);
+  make_name_slots(index, index->cache->by_name_size * 2);
   for (int i = 0; i < count; i++)
     enter_name(index, entry(index, i));
 }
@@ -216,9 +217,10 @@ bool is_settled(const WH_PATTERN* pattern) {
 }  // namespace
 
 WH_INDEX* index_open(FwTextString base) {
-  WH_INDEX* index = new_record<WH_INDEX>();
+  auto* index = make<WH_INDEX>();
   FwVectorOpen(&index->entries, 20);
   index->base = dup_str(base);
+  index->cache = make<WH_INDEX_CACHE>();
   make_name_slots(index, kFirstNameSlots);
   return index;
 }
@@ -229,13 +231,13 @@ void index_close(WH_INDEX* index) {
     free_product(&product);
   }
   FwVectorAbandon(&index->entries, 0);
-  while (WH_PRODUCT_SPEC* spare = index->spare_specs) {
-    index->spare_specs = spare->next_spare;
+  for (WH_PRODUCT_SPEC* spare : index->cache->spares)
     free_spec(&spare);
-  }
-  FwMemFree(index->by_name);
+  index->cache->spares.release();
+  FwMemFree(index->cache->by_name);
   if (index->missing != nullptr) FwHashFreeTable(&index->missing);
   wh_free(index->base);
+  FwMemFree(index->cache);
   FwMemFree(index);
 }
 
@@ -250,7 +252,7 @@ WH_PRODUCT* index_fetch(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* pro
   if (product == nullptr && clear && (err->pError == nullptr || is_ErrorNonExistent(err))) {
     if (index->missing_is_silent) note_missing(index, prodname);
   } else if (product == nullptr) {
-    index->has_faulty = 1;
+    index->cache->has_faulty = 1;
   }
   return product;
 }
@@ -259,7 +261,7 @@ WH_PRODUCT* index_add(FwErrorState* err, WH_INDEX* index, WH_PRODUCT_NAME* prodn
   WH_PRODUCT_INFO* prodinfo =
       read_prodinfo(err, prodname, index->base, optional, index->parse_flags);
   if (prodinfo == nullptr) return nullptr;
-  WH_PRODUCT* product = new_record<WH_PRODUCT>();
+  auto* product = make<WH_PRODUCT>();
   product->prodinfo = prodinfo;
   if (!read_product_files(err, index, prodname, product)) {
     free_product(&product);
@@ -280,6 +282,22 @@ void free_product(WH_PRODUCT** product) {
   free_variety_index(&(*product)->by_value);
   free_prodinfo(&(*product)->prodinfo);
   FwMemFreeAndClear(product);
+}
+
+WH_PRODUCT_SPEC* take_spec(WH_INDEX* index, WH_PRODUCT* product) {
+  auto& spares = index->cache->spares;
+  if (spares.count == 0) return make_spec(product, make_variety_seq());
+  WH_PRODUCT_SPEC* spec = spares[--spares.count];
+  spec->product = product;
+  spec->toplevel = 0;
+  return spec;
+}
+
+void give_back_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec) {
+  FwVector* varieties = &spec->varieties->seq;
+  while (FwVectorLength(varieties) > 0)
+    FwVectorPopElement(varieties);
+  index->cache->spares.add(spec);
 }
 
 void index_unvisit(WH_INDEX* index) {
@@ -375,9 +393,9 @@ WH_PRODUCT_SPEC* query_part(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB*
     exp_query.pattern = wh_expand_pattern(&err, query->pattern, symtab);
     if (!report(&err, errorfunc)) {
       spec = query_product(&err, index, &exp_query, errorfunc);
-      // Kept: what query_product has reported is reported once more, as nobody clears the state.
+      // Kept: it is the output. What query_product has reported is reported once more.
       report(&err, errorfunc);
-      *missing = spec == nullptr && !index->has_faulty && environment_reads == reads &&
+      *missing = spec == nullptr && !index->cache->has_faulty && environment_reads == reads &&
                  is_missing(index, exp_query.prodname);
     }
   }

@@ -2,8 +2,8 @@
 #ifndef WAREHOUSE_PRIVATE_H
 #define WAREHOUSE_PRIVATE_H
 
-#include <cstring>
-
+#include "base.h"
+#include "fcpp.h"
 #include "fwerror.h"
 #include "fwmem.h"
 #include "warehouse.h"
@@ -12,27 +12,6 @@
 extern WH_CONTEXT global_context;
 // Gives HOST-PLATFORM of the global context its value, which is kept and not copied.
 void bind_host_platform(FwTextString name);
-
-// A zeroed record.
-template <class T>
-T* new_record() {
-  return FwMemNew<T>(ALLOC_MUST_SUCCEED | INIT_ZERO);
-}
-
-// Whether both are the same text. A null string equals no other.
-inline bool same_text(FwTextString a, FwTextString b) {
-  return a == b || (a != nullptr && b != nullptr && std::strcmp(FWC(a), FWC(b)) == 0);
-}
-
-// If err holds no error: 0. Otherwise hands it to errorfunc and gives 1; the error stays set. The
-// opposite sense of rep_clear.
-int report(FwErrorState* err, WH_ERROR_FUNC errorfunc);
-
-// Clears an error of the kind fwErrorNonExistent. Whether err is now clear: so 1 without an error.
-int excused(FwErrorState* err);
-
-// Turns each '\' and ':' of path into '/', in place.
-void standardize_separators(FwTextString path);
 
 // Whether expansion would change nothing in the text and find nothing amiss.
 bool is_settled(FwTextString text);
@@ -59,9 +38,6 @@ constexpr int kFewBindings = 32;
 
 // Whether a variable of that name compares as a platform.
 bool is_platform_name(FwTextString name);
-
-// A folding multiplicative hash, 0 to 7392.
-int hash(FwTextString key);
 
 // Takes ownership of varieties.
 WH_PRODUCT_SPEC* make_spec(WH_PRODUCT* product, WH_VARIETY_SEQ* varieties);

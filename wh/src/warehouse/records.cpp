@@ -1,25 +1,14 @@
 // The records that name and describe products: constructors, destructors and path names.
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <initializer_list>
 
 #include "fwfile.h"
 #include "fwstring.h"
-#include "hostplat.h"
 #include "private.h"
-#include "wherror.h"
 #include "wqmem.h"
 
-FwTextString wh_host_platform = nullptr;
-
 namespace {
-
-constexpr int kHostNameSize = 640;
-static_assert(kHostNameSize >= kHostPlatformSize);
-
-constexpr double kHashFactor = 0.6180339887498949;
-constexpr double kHashSlots = 7393.0;
 
 // Frees what a sequence's vector holds of its own, then the record.
 template <class Record>
@@ -41,75 +30,10 @@ void open_path(FwStrRecord* path, FwTextString dir, WH_PRODUCT_NAME* prodname,
 
 }  // namespace
 
-void wh_init() {
-  wh_init_errors();
-  char name[kHostNameSize];
-  host_platform(name);
-  wh_host_platform = FwStrDuplicate(FWT(name));
-  bind_host_platform(wh_host_platform);
-}
-
-void wh_set_host_platform(FwTextString name) {
-  FwTextString before = wh_host_platform;
-  wh_host_platform = FwStrDuplicate(name);
-  bind_host_platform(wh_host_platform);
-  FwMemFree(before);
-}
-
-FwTextString dup_str(FwTextString str) {
-  return str == nullptr ? nullptr : FwStrDuplicate(str);
-}
-
-void open_vector(FwVector* vector, int32 size) {
-  vector->state = FW_VECTOR_UNINITIALIZED;
-  FwVectorOpen(vector, size == 0 ? 1 : size);
-}
-
-void recycle_vector(FwVector* vector, int32 free_elements, int32 size) {
-  FwVectorAbandon(vector, free_elements);
-  FwVectorReUse(vector);
-  FwVectorOpen(vector, size);
-}
-
-int report(FwErrorState* err, WH_ERROR_FUNC errorfunc) {
-  if (err->pError == nullptr) return 0;
-  if (errorfunc != nullptr) errorfunc(err);
-  return 1;
-}
-
-int rep_clear(FwErrorState* err, WH_ERROR_FUNC errorfunc) {
-  if (err->pError == nullptr) return 1;
-  if (errorfunc != nullptr) errorfunc(err);
-  FwErrorClear(err);
-  return 0;
-}
-
-int is_ErrorNonExistent(FwErrorState* err) {
-  return err->pError != nullptr && Fw_msg_IsDescendant(fwErrorNonExistent, err->pError) != 0;
-}
-
-int excused(FwErrorState* err) {
-  if (is_ErrorNonExistent(err)) FwErrorClear(err);
-  return err->pError == nullptr;
-}
-
-void standardize_separators(FwTextString path) {
-  for (; *path != 0; path++)
-    if (*path == '\\' || *path == ':') *path = '/';
-}
-
-int hash(FwTextString key) {
-  uint32 folded = 0;
-  for (uint32 shift = 0; *key != 0; key++, shift = (shift + 8) % 32)
-    folded ^= static_cast<uint32>(*key) << shift;
-  double whole = 0;
-  return static_cast<int>(std::modf(folded * kHashFactor, &whole) * kHashSlots);
-}
-
 // ---- Bindings and patterns
 
 WH_VAR* make_var(FwTextString n, FwTextString v) {
-  WH_VAR* var = new_record<WH_VAR>();
+  auto* var = make<WH_VAR>();
   var->n = dup_str(n);
   var->v = dup_str(v);
   return var;
@@ -127,7 +51,7 @@ void free_vars(WH_VAR** var) {
 }
 
 WH_PATTERN* make_pattern() {
-  return new_record<WH_PATTERN>();
+  return make<WH_PATTERN>();
 }
 
 void free_pattern(WH_PATTERN** pattern) {
@@ -143,7 +67,7 @@ void free_pattern(WH_PATTERN** pattern) {
 // ---- Varieties
 
 WH_VARIETY_SEQ* make_variety_seq() {
-  WH_VARIETY_SEQ* varieties = new_record<WH_VARIETY_SEQ>();
+  auto* varieties = make<WH_VARIETY_SEQ>();
   FwVectorOpen(&varieties->seq, 20);
   return varieties;
 }
@@ -158,7 +82,7 @@ void free_variety_seq(WH_VARIETY_SEQ** varieties) {
 
 WH_VARIETY_SEQ* dup_variety_seq(WH_VARIETY_SEQ* varieties) {
   const int count = FwVectorLength(&varieties->seq);
-  WH_VARIETY_SEQ* dup = new_record<WH_VARIETY_SEQ>();
+  auto* dup = make<WH_VARIETY_SEQ>();
   open_vector(&dup->seq, count);
   for (int i = 0; i < count; i++)
     FwVectorAddElement(&dup->seq, FwVectorGetElement(&varieties->seq, i));
@@ -176,7 +100,7 @@ int wh_variety_is_complete(WH_VARIETY* variety) {
 WH_PRODUCT_NAME* make_prodname(FwTextString category, FwTextString name, FwTextString version,
                                FwTextString rev) {
   standardize_separators(category);
-  WH_PRODUCT_NAME* prodname = new_record<WH_PRODUCT_NAME>();
+  auto* prodname = make<WH_PRODUCT_NAME>();
   prodname->category = dup_str(category);
   prodname->name = dup_str(name);
   prodname->version = dup_str(version);
@@ -201,7 +125,7 @@ int equal_prodnames(WH_PRODUCT_NAME* p1, WH_PRODUCT_NAME* p2) {
 // ---- Queries and specs
 
 WH_PRODUCT_QUERY* make_query(WH_PRODUCT_NAME* prodname, WH_PATTERN* pattern, int optional) {
-  WH_PRODUCT_QUERY* query = new_record<WH_PRODUCT_QUERY>();
+  auto* query = make<WH_PRODUCT_QUERY>();
   query->prodname = prodname;
   query->pattern = pattern;
   query->optional = optional;
@@ -223,7 +147,7 @@ void free_query(WH_PRODUCT_QUERY** query) {
 }
 
 WH_PRODUCT_QUERY_LIST* make_querylist() {
-  WH_PRODUCT_QUERY_LIST* querylist = new_record<WH_PRODUCT_QUERY_LIST>();
+  auto* querylist = make<WH_PRODUCT_QUERY_LIST>();
   FwVectorOpen(&querylist->queries, 5);
   return querylist;
 }
@@ -243,7 +167,7 @@ void free_querylist(WH_PRODUCT_QUERY_LIST** querylist) {
 }
 
 WH_PRODUCT_SPEC* make_spec(WH_PRODUCT* product, WH_VARIETY_SEQ* varieties) {
-  WH_PRODUCT_SPEC* spec = new_record<WH_PRODUCT_SPEC>();
+  auto* spec = make<WH_PRODUCT_SPEC>();
   spec->product = product;
   spec->varieties = varieties;
   return spec;
@@ -261,26 +185,8 @@ WH_PRODUCT_SPEC* dup_spec(WH_PRODUCT_SPEC* spec) {
   return dup;
 }
 
-WH_PRODUCT_SPEC* take_spec(WH_INDEX* index, WH_PRODUCT* product) {
-  WH_PRODUCT_SPEC* spec = index->spare_specs;
-  if (spec == nullptr) return make_spec(product, make_variety_seq());
-  index->spare_specs = spec->next_spare;
-  spec->product = product;
-  spec->toplevel = 0;
-  spec->next_spare = nullptr;
-  return spec;
-}
-
-void give_back_spec(WH_INDEX* index, WH_PRODUCT_SPEC* spec) {
-  FwVector* varieties = &spec->varieties->seq;
-  while (FwVectorLength(varieties) > 0)
-    FwVectorPopElement(varieties);
-  spec->next_spare = index->spare_specs;
-  index->spare_specs = spec;
-}
-
 WH_PRODUCT_SPEC_LIST* make_speclist() {
-  WH_PRODUCT_SPEC_LIST* speclist = new_record<WH_PRODUCT_SPEC_LIST>();
+  auto* speclist = make<WH_PRODUCT_SPEC_LIST>();
   FwVectorOpen(&speclist->specs, 5);
   return speclist;
 }

@@ -97,7 +97,7 @@ bool add_candidates(POSITIONS* candidates, WH_VARIETY_INDEX* index, const WH_VAR
 bool choose(POSITIONS* candidates, WH_PRODUCT* product, const WH_PATTERN* pattern) {
   const WH_VARIETY_SEQ* varieties = product->prodinfo->varieties;
   const int count = FwVectorLength(&varieties->seq);
-  if (product->by_value == nullptr) product->by_value = new_record<WH_VARIETY_INDEX>();
+  if (product->by_value == nullptr) product->by_value = make<WH_VARIETY_INDEX>();
   WH_VARIETY_INDEX* index = product->by_value;
   if (++index->queries <= kFewQueries) return false;
   if (index->count == 0) index->varieties = count;
