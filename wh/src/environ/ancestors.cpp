@@ -227,7 +227,7 @@ FRAME* pop_frame(ANCESTRY* ancestry, FRAME* frame) {
 
 // Asks for a part.
 void query_edge(ANCESTRY* ancestry, FRAME* frame, WH_INDEX* index, WH_ERROR_FUNC errorfunc) {
-  // Kept: it is the text of the output. An error names env.xml also if unenv.xml is being applied.
+  // Kept, as the text of the output: an error names env.xml also if unenv.xml is being applied.
   if (!frame->symtab) frame->symtab = symtab_from_prodname(frame->prodname, FWT("env.xml"));
   if (!frame->context) {
     frame->context = context_from_variety(frame->member->variety);

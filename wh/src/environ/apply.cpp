@@ -130,8 +130,8 @@ void sort_variable(FwTextString name, VAR_OPS* var_ops, SORT* sort) {
     sort_node(static_cast<NODE*>(entry.value), name, var_ops, err, observation);
 
   if (err->pError) {
-    // Kept: without a function to call, the error stays and all later variables go the same way.
-    // It is the defined result of a cycle that nobody hears of.
+    // Kept, as part of the interface: without a function to call, the error stays and all later
+    // variables go the same way. It is the defined result of a cycle that nobody hears of.
     if (sort->errorfunc) {
       sort->errorfunc(err);
       FwErrorClear(err);

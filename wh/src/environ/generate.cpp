@@ -201,8 +201,8 @@ void add_remove(EXPANDED_OP* eop, FwTextString name, VAR_OPS* var_ops, WH_ENVIRO
   if (!value) return;
   if (rem->sep == 0) rem->sep = var_ops->sep = ':';
   split_input(var_ops, value, rem->sep);
-  // Kept: it is the interface. An element that is in the input more than once lists the remove as
-  // often.
+  // Kept, as part of the interface: an element that is in the input more than once lists the remove
+  // as often.
   try_remove(var_ops, &var_ops->elements, eop);
 }
 

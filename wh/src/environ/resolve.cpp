@@ -262,7 +262,7 @@ void tell_contradiction(const CONTRADICTION* contradiction, const EXPANDED_OP* i
   tell_endless(contradiction->observation, contradiction->element, insert, remove);
 }
 
-// Kept: it is the defined result of a contradiction that nothing settles. An insert that includes
+// Kept, as the defined result of a contradiction that nothing settles: an insert that includes
 // the remove takes out inserts at the position of the remove, which changes nothing about its own
 // condition. It goes on when no insert is left there: the vector says once that there is no such
 // position, and the program never ends.
@@ -322,8 +322,9 @@ bool resolve_inserts_against(FwVector* ins, REMOVES* rem, const VARIETIES* remov
       never_end(ins, kept, rem);
     }
     ins->pElements[kept++] = insert;
-    // Kept: it is the interface. The walk through the removes goes on with an insert that is gone,
-    // so a second remove that overrides it takes out the insert in front of it, if there is one.
+    // Kept, as part of the interface: the walk through the removes goes on with an insert that is
+    // gone, so a second remove that overrides it takes out the insert in front of it, if there is
+    // one.
     kept -= static_cast<int32>(std::min(int64{kept}, member->overriding));
   }
   shorten(ins, kept);

@@ -33,14 +33,14 @@ void put_name(FwStrRecord* name, FwTextString* text) {
       FwStrNPutRawString(name, *text, ascii);
       *text += ascii;
     } else {
-      // Kept: it is the interface: a byte from 0x80 up is taken as a character of that number, so
-      // it becomes two bytes of the name. Both environments of a comparison are read alike.
+      // Kept, as part of the interface: a byte from 0x80 up is taken as a character of that number,
+      // so it becomes two bytes of the name. Both environments of a comparison are read alike.
       FwStrPutTextCharacter(name, *(*text)++);
     }
   }
 }
 
-// Kept: it is the order of the output. The comparison tells equal names from others and is not an
+// Kept, as the order of the output: the comparison tells equal names from others and is not an
 // order. Names in a table differ, so all rank as equal and stay in slot order. A platform whose
 // comparison is an order gets its entries sorted.
 int sortvar(const void* ell1, const void* ell2) {

@@ -92,7 +92,7 @@ void set_no_value(PASS* pass, FwTextString name) {
 }
 
 // Removes one line end, of any of the three kinds.
-// Kept: it is the text of the output. This looks at all that was put in, so an empty file takes
+// Kept, as the text of the output: this looks at all that was put in, so an empty file takes
 // away a line end that stood before it.
 void strip_line_end(FwStrRecord* output) {
   const std::size_t length = static_cast<std::size_t>(output->pbTerminator - output->pbz);

@@ -393,7 +393,7 @@ WH_PRODUCT_SPEC* query_part(WH_INDEX* index, WH_PRODUCT_QUERY* query, WH_SYMTAB*
     exp_query.pattern = wh_expand_pattern(&err, query->pattern, symtab);
     if (!report(&err, errorfunc)) {
       spec = query_product(&err, index, &exp_query, errorfunc);
-      // Kept: it is the output. What query_product has reported is reported once more.
+      // Kept, as the text of the output: what query_product has reported is reported once more.
       report(&err, errorfunc);
       *missing = spec == nullptr && !index->cache->has_faulty && environment_reads == reads &&
                  is_missing(index, exp_query.prodname);

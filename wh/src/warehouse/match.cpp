@@ -128,7 +128,7 @@ int wh_test_op(FwTextString lhs, int op, FwTextString rhs) {
   }
 }
 
-// Kept: it is the interface. A comma means "or" for every operator, so "ne" with two different
+// Kept, as part of the interface: a comma means "or" for every operator, so "ne" with two different
 // versions always holds.
 int wh_test_op_multi(FwTextString lhs, int op, FwTextString rhs) {
   if (rhs == nullptr || std::strchr(FWC(rhs), ',') == nullptr) return wh_test_op(lhs, op, rhs);
