@@ -440,7 +440,7 @@ void ReadDotenv(Reader& in, Settings* settings) {
   if (quote != '\'' && quote != '"') throw Refused();
   std::string value;
   for (char c; (c = in.Next()) != quote;) {
-    if (c == '\r' || (c == '\\' && IsOneOf(in.Peek(), "\\'\""))) throw Refused();
+    if (c == '\r' || (c == '\\' && IsOneOf(in.Peek(), "\\'"))) throw Refused();
     if (quote == '"' && IsOneOf(c, "\\$`\n")) throw Refused();
     value += c;
   }
