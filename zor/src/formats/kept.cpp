@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view kReadOnly = "is read-only in";
 constexpr std::string_view kNumber = "is a number that would be calculated by";
 constexpr std::string_view kRun = "holds what is run or expanded by";
-constexpr std::string_view kOwn = "is kept for itself by";
+constexpr std::string_view kOwned = "is kept for itself by";
 constexpr std::string_view kUser = "changes the user or group of root's";
 
 // --- bash ---
@@ -66,7 +66,7 @@ constexpr std::string_view kBashOwn[] = {"BASH",
                                          "histchars",
                                          "ignoreeof"};
 constexpr KeptNames kBashKept[] = {
-    {kReadOnly, kBashReadOnly}, {kNumber, kBashNumbers}, {kRun, kBashRuns}, {kOwn, kBashOwn}};
+    {kReadOnly, kBashReadOnly}, {kNumber, kBashNumbers}, {kRun, kBashRuns}, {kOwned, kBashOwn}};
 
 // --- zsh ---
 
@@ -195,7 +195,7 @@ constexpr KeptNames kZshKept[] = {{kReadOnly, kZshReadOnly},
                                   {kUser, kZshUser},
                                   {kNumber, kZshNumbers},
                                   {kRun, kZshRuns},
-                                  {kOwn, kZshOwn}};
+                                  {kOwned, kZshOwn}};
 
 // --- ksh93, mksh ---
 
@@ -207,7 +207,7 @@ constexpr std::string_view kKsh93Own[] = {"HISTFILE", "IFS",       "KSH_VERSION"
                                           "OPTARG",   "PWD",       "_",           "_AST_FEATURES",
                                           "REPLY",    "SH_OPTIONS"};
 constexpr KeptNames kKsh93Kept[] = {
-    {kNumber, kKsh93Numbers}, {kRun, kKsh93Runs}, {kOwn, kKsh93Own}};
+    {kNumber, kKsh93Numbers}, {kRun, kKsh93Runs}, {kOwned, kKsh93Own}};
 
 constexpr std::string_view kMkshNumbers[] = {
     "BASHPID",    "COLUMNS", "EPOCHREALTIME", "ERRNO",   "HISTSIZE", "KSHEGID",
@@ -217,14 +217,14 @@ constexpr std::string_view kMkshRuns[] = {"MAILPATH", "PS1", "PS2", "PS4"};
 constexpr std::string_view kMkshOwn[] = {"CATEGORY",  "EXECSHELL",   "HISTFILE", "IFS",
                                          "KSH_MATCH", "KSH_VERSION", "OLDPWD",   "OPTARG",
                                          "PATHSEP",   "PWD",         "REPLY",    "_"};
-constexpr KeptNames kMkshKept[] = {{kNumber, kMkshNumbers}, {kRun, kMkshRuns}, {kOwn, kMkshOwn}};
+constexpr KeptNames kMkshKept[] = {{kNumber, kMkshNumbers}, {kRun, kMkshRuns}, {kOwned, kMkshOwn}};
 
 // --- dash, busybox ---
 
 constexpr std::string_view kDashNumbers[] = {"HISTSIZE", "LINENO", "OPTIND", "PPID"};
 constexpr std::string_view kDashRuns[] = {"MAILPATH", "PS1", "PS2", "PS4"};
 constexpr std::string_view kDashOwn[] = {"ATTY", "IFS", "OLDPWD", "OPTARG", "PWD", "_"};
-constexpr KeptNames kDashKept[] = {{kNumber, kDashNumbers}, {kRun, kDashRuns}, {kOwn, kDashOwn}};
+constexpr KeptNames kDashKept[] = {{kNumber, kDashNumbers}, {kRun, kDashRuns}, {kOwned, kDashOwn}};
 
 constexpr std::string_view kBusyboxNumbers[] = {"EPOCHREALTIME", "EPOCHSECONDS", "HISTFILESIZE",
                                                 "LINENO",        "OPTIND",       "PPID",
@@ -232,7 +232,7 @@ constexpr std::string_view kBusyboxNumbers[] = {"EPOCHREALTIME", "EPOCHSECONDS",
 constexpr std::string_view kBusyboxOwn[] = {"FUNCNAME", "HISTFILE", "IFS", "OPTARG",
                                             "OLDPWD",   "PWD",      "_"};
 constexpr KeptNames kBusyboxKept[] = {
-    {kNumber, kBusyboxNumbers}, {kRun, kDashRuns}, {kOwn, kBusyboxOwn}};
+    {kNumber, kBusyboxNumbers}, {kRun, kDashRuns}, {kOwned, kBusyboxOwn}};
 
 // --- the other shells ---
 
@@ -242,15 +242,15 @@ constexpr std::string_view kFishReadOnly[] = {
     "version"};
 constexpr std::string_view kFishOwn[] = {"CMD_DURATION", "COLUMNS", "IFS",     "LINES", "OLDPWD",
                                          "argv",         "dirprev", "dirnext", "umask"};
-constexpr KeptNames kFishKept[] = {{kReadOnly, kFishReadOnly}, {kOwn, kFishOwn}};
+constexpr KeptNames kFishKept[] = {{kReadOnly, kFishReadOnly}, {kOwned, kFishOwn}};
 
 constexpr std::string_view kCshOwn[] = {"COLUMNS", "LINES",       "LSCOLORS", "LS_COLORS",
                                         "OLDPWD",  "PWD",         "SHLVL",    "TERMCAP",
                                         "_",       "COMMAND_LINE"};
-constexpr KeptNames kCshKept[] = {{kOwn, kCshOwn}};
+constexpr KeptNames kCshKept[] = {{kOwned, kCshOwn}};
 
 constexpr std::string_view kElvishOwn[] = {"OLDPWD", "PWD", "SHLVL"};
-constexpr KeptNames kElvishKept[] = {{kOwn, kElvishOwn}};
+constexpr KeptNames kElvishKept[] = {{kOwned, kElvishOwn}};
 
 constexpr std::string_view kXonshOwn[] = {"ALIAS_COMPLETIONS_OPTIONS_BY_DEFAULT",
                                           "ALIAS_COMPLETIONS_OPTIONS_LONGEST",
@@ -328,7 +328,7 @@ constexpr std::string_view kXonshOwn[] = {"ALIAS_COMPLETIONS_OPTIONS_BY_DEFAULT"
                                           "VC_HG_SHOW_BRANCH",
                                           "VI_MODE",
                                           "_"};
-constexpr KeptNames kXonshKept[] = {{kOwn, kXonshOwn}};
+constexpr KeptNames kXonshKept[] = {{kOwned, kXonshOwn}};
 
 constexpr std::string_view kNushellOwn[] = {"CMD_DURATION_MS",
                                             "CURRENT_FILE",
@@ -343,19 +343,19 @@ constexpr std::string_view kNushellOwn[] = {"CMD_DURATION_MS",
                                             "PWD",
                                             "SHLVL",
                                             "config"};
-constexpr KeptNames kNushellKept[] = {{kOwn, kNushellOwn}};
+constexpr KeptNames kNushellKept[] = {{kOwned, kNushellOwn}};
 
 constexpr std::string_view kRcOwn[] = {"CDPATH",  "apid",   "apids",  "bqstatus", "cdpath",
                                        "history", "home",   "ifs",    "nl",       "path",
                                        "pid",     "prompt", "status", "tab",      "version"};
-constexpr KeptNames kRcKept[] = {{kOwn, kRcOwn}};
+constexpr KeptNames kRcKept[] = {{kOwned, kRcOwn}};
 
 constexpr std::string_view kMakeOwn[] = {
     "CURDIR",        "GNUMAKEFLAGS", "MAKE",          "MAKECMDGOALS",  "MAKEFILES",
     "MAKEFILE_LIST", "MAKEFLAGS",    "MAKELEVEL",     "MAKEOVERRIDES", "MAKESHELL",
     "MAKE_COMMAND",  "MAKE_HOST",    "MAKE_RESTARTS", "MAKE_TERMERR",  "MAKE_TERMOUT",
     "MAKE_VERSION",  "MFLAGS",       "SHELL",         "SUFFIXES",      "VPATH"};
-constexpr KeptNames kMakeKept[] = {{kOwn, kMakeOwn}};
+constexpr KeptNames kMakeKept[] = {{kOwned, kMakeOwn}};
 
 }  // namespace
 
