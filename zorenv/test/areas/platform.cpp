@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 
@@ -88,9 +86,4 @@ int wh_putenv(FwErrorState* /*err*/, FwTextString name, FwTextString value) {
 
 int wh_delenv(FwErrorState* /*err*/, FwTextString var) {
   return unsetenv(FWC(var)) == 0;
-}
-
-void wait_for_ever() {
-  for (;;)
-    pause();
 }
