@@ -74,10 +74,12 @@ zor_install_directories(tool
   ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man5 ${CMAKE_INSTALL_MANDIR}/man7
   ${completions} ${ZOR_ZSH_DIR}
   ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${zor_doc}/doc ${zor_doc}/share/schemas
+  ${zor_share}/schemas/json ${zor_share}/schemas/xsd
   ${zor_doc}/examples)
 install(TARGETS zorenv zor RUNTIME COMPONENT tool)
 zor_install_page(tool 1 zorenv)
 zor_install_page(tool 1 zor)
+zor_install_page(tool 5 zor.toml)
 zor_install_page(tool 5 zorenv-warehouse)
 zor_install_page(tool 7 zor-formats)
 zor_install_page(tool 7 zor-session)

@@ -311,7 +311,8 @@ TEST(Documents, ShowAProgramThatCompiles) {
   const RunResult result =
       RunProgram({"/usr/bin/env", "c++", "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra",
                   "-Wconversion", "-fno-exceptions", "-fno-rtti", "-I" + source + "/fwos/include",
-                  "-I" + source + "/standard/include", tree.Write("twice.cpp", program)});
+                  "-I" + source + "/fwos/unix/include", "-I" + source + "/standard/include",
+                  tree.Write("twice.cpp", program)});
   EXPECT_EQ("", result.err);
   EXPECT_EQ(0, result.status);
 }

@@ -62,7 +62,6 @@ TEST(Faults, EachKindOfParserErrorIsReported) {
        "<?xml version=\"1.0\" encoding=\"UTF-16\"?><VARIETIES/>"},
       {"unclosed CDATA section", "<VARIETIES><![CDATA[x</VARIETIES>"},
   };
-  Spoilt warehouse;
   for (const char* file : data_files) {
     Spoilt fresh;
     for (const auto& row : rows) {

@@ -82,7 +82,8 @@ TEST_F(Scripts, BootstrapNamesThePackagesOfOtherSystems) {
   EXPECT_EQ("", result.out);
   EXPECT_EQ(0u,
             result.err.find("bootstrap: missing here: a C++ compiler (c++), CMake 3.25, ninja, "
-                            "Expat's header (expat.h), tcsh, CLI11, {fmt}, JSON for Modern C++\n"
+                            "Expat's header (expat.h), tcsh, CLI11, {fmt}, JSON for Modern C++, "
+                            "toml++, zstd's header (zstd.h)\n"
                             "bootstrap: This is not Debian"));
   for (const char* line : {"\n  Fedora  dnf install gcc-c++ ", "\n  Arch    pacman -S gcc ",
                            "\n  Alpine  apk add g++ "})
@@ -124,9 +125,9 @@ TEST_F(Scripts, SourceThatCannotBeWrittenToIsBuiltElsewhere) {
        "esac");
   Run("./demo -B '../my build'");
   const std::string tree = tree_ / "source/../my build/release";
-  EXPECT_EQ(
-      "--preset release -B " + tree + " -DZOR_TESTS=OFF\n--build " + tree + " --target zorenv\n",
-      ReadFile(tree_ / "log"));
+  EXPECT_EQ("--preset release -B " + tree + " -DZOR_TESTS=OFF\n--build " + tree +
+                " --target zorenv zor\n",
+            ReadFile(tree_ / "log"));
 }
 
 TEST_F(Scripts, BuildDirectoryThatMovedIsReportedInASentence) {
