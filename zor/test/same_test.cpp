@@ -3,13 +3,13 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
 
 #include "model/generator.h"
 #include "model/model.h"
 #include "process.h"
+#include "session.h"
 
 namespace {
 
@@ -44,14 +44,6 @@ std::set<std::string> Faults(const std::string& err) {
     faults.insert(line);
   }
   return faults;
-}
-
-void LayOut(const model::Case& run) {
-  for (const auto& [name, content] : model::Layout(run)) {
-    const std::filesystem::path path = run.base + "/" + name;
-    std::filesystem::create_directories(content ? path.parent_path() : path);
-    if (content) std::ofstream(path, std::ios::binary) << *content;
-  }
 }
 
 // The request alone: without what says what is to become of it.

@@ -49,7 +49,7 @@ void note_further_versions(const Contents& contents, const std::vector<std::vect
       for (const auto& group : contents.groups)
         for (const Pin& other : group)
           if (same_product(pin, other) && pin.asked != other.asked)
-            *notes += fmt::format("zor: {} is loaded as well; zor swap {} puts one in its place\n",
+            *notes += fmt::format("zor: {} stays loaded beside it; zor swap {} would replace it\n",
                                   other.named.query.product.path(), pin.named.word);
 }
 

@@ -44,20 +44,24 @@ std::vector<bool> longest_ascent(const std::vector<std::size_t>& numbers) {
   return marked;
 }
 
-// Puts shape[at] into the list, beside its nearest neighbour of the shape that is there.
-void put_beside_neighbour(Elements* list, const Elements& shape, std::size_t at) {
-  const auto find = [&](std::size_t i) { return std::find(list->begin(), list->end(), shape[i]); };
+// Puts list[at] into the result, beside its nearest neighbour in the list that is there and may be
+// one. False if there is none.
+template <class MayBe>
+bool put_beside_neighbour(Elements* result, const Elements& list, std::size_t at, MayBe may_be) {
+  const auto find = [&](std::size_t i) {
+    return may_be(list[i]) ? std::find(result->begin(), result->end(), list[i]) : result->end();
+  };
   for (std::size_t i = at; i-- > 0;)
-    if (const auto neighbour = find(i); neighbour != list->end()) {
-      list->insert(neighbour + 1, shape[at]);
-      return;
+    if (const auto neighbour = find(i); neighbour != result->end()) {
+      result->insert(neighbour + 1, list[at]);
+      return true;
     }
-  for (std::size_t i = at + 1; i < shape.size(); ++i)
-    if (const auto neighbour = find(i); neighbour != list->end()) {
-      list->insert(neighbour, shape[at]);
-      return;
+  for (std::size_t i = at + 1; i < list.size(); ++i)
+    if (const auto neighbour = find(i); neighbour != result->end()) {
+      result->insert(neighbour, list[at]);
+      return true;
     }
-  list->push_back(shape[at]);
+  return false;
 }
 
 }  // namespace
@@ -134,19 +138,24 @@ void take_up(Hand* hand, const Elements& from, const Elements& to) {
 
 Elements with_hand(const Hand& hand, const Elements& list) {
   if (hand.empty()) return list;
-  const Set there = set_of(list);
+  const Set shape = set_of(hand.shape);
   const Set away = set_of(hand.without);
-  const Set added = set_of(hand.added);
-  const Set moved = set_of(hand.moved);
+  Set placed = set_of(hand.added);
+  Set there = set_of(list);
+  there.insert(hand.added.begin(), hand.added.end());
+  placed.insert(hand.moved.begin(), hand.moved.end());
   Elements result;
-  for (const std::string& element : list)
-    if (!away.contains(element) && !added.contains(element) && !moved.contains(element))
-      result.push_back(element);
-  for (std::size_t i = 0; i < hand.shape.size(); ++i) {
-    const std::string& element = hand.shape[i];
-    if (added.contains(element) || (moved.contains(element) && there.contains(element)))
-      put_beside_neighbour(&result, hand.shape, i);
-  }
+  for (const std::string& element : hand.shape)
+    if (there.contains(element)) result.push_back(element);
+  // What the user has not seen yet goes where the products want it, as far as that can be told from
+  // neighbours that were not put elsewhere.
+  const auto stayed = [&](const std::string& element) { return !placed.contains(element); };
+  const auto any = [](const std::string&) { return true; };
+  for (std::size_t i = 0; i < list.size(); ++i)
+    if (!shape.contains(list[i]) && !away.contains(list[i]) &&
+        !put_beside_neighbour(&result, list, i, stayed) &&
+        !put_beside_neighbour(&result, list, i, any))
+      result.push_back(list[i]);
   return result;
 }
 

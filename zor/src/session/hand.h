@@ -4,14 +4,13 @@
 //
 //   its value now                        what becomes of the change
 //   the same                             nothing was changed
-//   elements more, in front, behind or   they stay, directly behind the nearest element that stood
-//     in between                         before them and is still there; with none, directly before
-//                                        the nearest that stood behind them
-//   elements fewer                       they stay away for as long as a loaded product or the base
-//                                        has them
-//   an element that was taken away       it is there again as if nothing had been done
+//   elements more                        they stay, whatever products remove or go
+//   elements fewer                       they stay away for as long as the base or a product that
+//   is
+//                                        loaded all the time has them
+//   an element that was taken away       it is there as if nothing had been done
 //     is there again
-//   elements in another order            those that moved keep their new places in the same way
+//   elements in another order            they keep it
 //   an element twice                     the first counts
 //   removed                              it stays away; a line says so
 //   set, and the session had removed it  it stays as it is; a line says so
@@ -20,6 +19,9 @@
 //     was there
 //   set to what the session would make   it is the session's again
 //     of it
+//
+// So the elements that the user has seen keep the order in which they were left. What comes later
+// goes beside the neighbours beside which its product puts it.
 //
 // A variable that the session does not change is the user's own, and so is one that it changes no
 // more: what was done by hand to either is part of the base from then on.
@@ -40,9 +42,9 @@ std::string join_list(const Elements& elements, std::string_view separator);
 
 // What was done to the elements of a variable.
 struct Hand {
-  Elements shape;    // all elements as the user left them, for the places of the next two
+  Elements shape;    // all elements as the user left them
   Elements added;    // by the user
-  Elements moved;    // there, but elsewhere before
+  Elements moved;    // there, but elsewhere before: the fewest that tell the order
   Elements without;  // taken away
 
   bool empty() const { return added.empty() && moved.empty() && without.empty(); }

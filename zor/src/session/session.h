@@ -110,13 +110,15 @@ std::string take_up_changes(Session* session, const Environment& environment);
 void take_step(const Session& session, Contents contents, const std::string& root, Context* context,
                bool undone = false);
 
-// The places, group and index, of the products of a session that a word names: category/name,
-// name, with version and rev behind it or not, or the word as it was typed at loading. Throws Error
-// that lists what there is if the word names none or several.
+// Where a product stands in a session.
 struct Place {
   std::size_t group;
   std::size_t index;
 };
+
+// The places of the product that a word names: category/name or name, with version and rev behind
+// it or not, or the word as it was typed at loading. Throws Error that lists what there is if the
+// word names none or several.
 std::vector<Place> find_loaded(const Contents& contents, const std::string& word);
 
 // Takes the products at these places out, and groups that become empty.

@@ -45,6 +45,20 @@ Value with_hand(const Tracked& tracked, const Value& value) {
   return join_list(with_hand(tracked.hand, list), tracked.separator);
 }
 
+// The environment without the session. What was taken from lists by hand is missing in it, or is
+// there where products find their places beside it.
+Environment base_without(const Session& session, const Environment& environment, bool whole) {
+  std::vector<std::string> texts = environment.texts();
+  std::erase_if(texts, [](const std::string& text) { return is_session_text(name_of(text)); });
+  Environment base(std::move(texts));
+  for (const auto& [name, tracked] : session.variables) {
+    Tracked asked = tracked;
+    if (whole) asked.hand.without.clear();
+    put(&base, name, with_hand(asked, tracked.base));
+  }
+  return in_order_of_names(base);
+}
+
 Request request_of(const Contents& contents, const std::string& root) {
   Request request;
   request.root = root;
@@ -90,28 +104,30 @@ Tracked next_tracked(const Session& session, const Answer& answer, const std::st
   return tracked;
 }
 
-// Computes the contents of the session on the base and changes the base to the result.
-void compute_contents(Session* session, const std::string& root, Environment* environment,
+// Computes the contents of the session and changes target, the environment without it, to the
+// result.
+void compute_contents(Session* session, const std::string& root, Environment* target,
                       Context* context) {
+  const Environment base = base_without(*session, context->environment, true);
   std::string words;
   for (const auto& group : session->contents.groups)
     for (const Pin& pin : group)
       words += ' ' + pin.named.word;
   now_doing("computing the environment of" + words);
-  const Answer answer = answer_to(request_of(session->contents, root), *environment, context);
-  const std::vector<Change> changes = difference(*environment, answer.environment);
+  const Answer answer = answer_to(request_of(session->contents, root), base, context);
+  const std::vector<Change> changes = difference(base, answer.environment);
   std::map<std::string, Tracked> variables;
   for (const Change& change : changes) {
     if (is_session_text(change.name))
       fail("a product sets {}, where the session is kept; nothing was changed", change.name);
-    Tracked tracked = next_tracked(*session, answer, change.name,
-                                   value_in(*environment, change.name), change.value);
-    put(environment, change.name, tracked.last);
+    Tracked tracked =
+        next_tracked(*session, answer, change.name, value_in(base, change.name), change.value);
+    put(target, change.name, tracked.last);
     variables[change.name] = std::move(tracked);
   }
   // The products don't change these any more.
   for (const auto& [name, tracked] : session->variables)
-    if (tracked.left_alone && !variables.contains(name)) put(environment, name, tracked.last);
+    if (tracked.left_alone && !variables.contains(name)) put(target, name, tracked.last);
   now_doing("reading the data files of" + words);
   pin(&session->contents, answer);
   session->variables = std::move(variables);
@@ -171,7 +187,9 @@ std::string take_up_changes(Session* session, const Environment& environment) {
     if (now == tracked.last) continue;
     if (tracked.left_alone) {
       tracked.left_alone = now != tracked.computed;
-    } else if (now && tracked.last && is_change_of_list(*tracked.last, *now, tracked.separator)) {
+    } else if (now && tracked.last &&
+               (!tracked.hand.empty() ||
+                is_change_of_list(*tracked.last, *now, tracked.separator))) {
       take_up(&tracked.hand, split_list(*tracked.last, tracked.separator),
               split_list(*now, tracked.separator));
     } else {
@@ -186,12 +204,7 @@ std::string take_up_changes(Session* session, const Environment& environment) {
 }
 
 Environment base_of(const Session& session, const Environment& environment) {
-  std::vector<std::string> texts = environment.texts();
-  std::erase_if(texts, [](const std::string& text) { return is_session_text(name_of(text)); });
-  Environment base(std::move(texts));
-  for (const auto& [name, tracked] : session.variables)
-    put(&base, name, with_hand(tracked, tracked.base));
-  return in_order_of_names(base);
+  return base_without(session, environment, false);
 }
 
 void take_step(const Session& session, Contents contents, const std::string& root, Context* context,
