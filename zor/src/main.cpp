@@ -136,8 +136,7 @@ int finish(Context* context, int status) {
   const bool for_shell = !context->shell.empty();
   const bool in_file = !context->script_file.empty();
   // The function runs such words once more, without asking for a script.
-  if (status == zor::kDone && context->script.empty() && !context->out.empty() &&
-      zor::has_function(context->shell))
+  if (status == zor::kDone && context->script.empty() && zor::has_function(context->shell))
     return zor::kRunsDirectly;
   if (!context->notes.empty()) write_all(STDERR_FILENO, zor::without_controls(context->notes));
   // The shell would evaluate text as well.

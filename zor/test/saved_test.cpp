@@ -138,7 +138,7 @@ TEST(Defaults, ABrokenOneIsAFaultUnlessItIsToBeLeftOut) {
   Expect(desk.Run("zor load; echo $WHEEL-$LOOM"), "1-1.10\n",
          "zor: tools/broken, a default, is left out: " + fault +
              "zor: tools/none, a default, is left out: there is no product tools/none in " +
-             desk.Root() + "\ndid you mean tools/loom?\n",
+             desk.Root() + "\ndid you mean tools/loom or tools/loud?\n",
          0);
 }
 

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>  // IWYU pragma: keep: the one header of the library
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "catalogue.h"
@@ -12,6 +13,7 @@
 #include "facts.h"
 #include "files.h"
 #include "lock.h"
+#include "render/text.h"
 
 namespace zor {
 
@@ -111,7 +113,11 @@ ProductName one_product(const Request& request) {
   return latest_of(request.root, named.query.product);
 }
 
-[[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment) {
+[[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment,
+                         Context* context) {
+  const std::string notes = without_controls(context->notes);
+  context->notes.clear();
+  std::fwrite(notes.data(), 1, notes.size(), stderr);
   const auto pointers = [](const std::vector<std::string>& texts) {
     std::vector<char*> all;
     all.reserve(texts.size() + 1);

@@ -108,9 +108,10 @@ Answer answer_to(const Request& request, const std::string& locked, Context* con
 // it names none or several, or conditions, which a product as a whole does not have.
 ProductName one_product(const Request& request);
 
-// Replaces the process by a program, which is looked for on the PATH that it gets. Throws Error if
-// it can't be started, with the status that shells give then.
-[[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment);
+// Writes the context's notes and replaces the process by a program, which is looked for on the PATH
+// that it gets. Throws Error if it can't be started, with the status that shells give then.
+[[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment,
+                         Context* context);
 
 // A session's variables, NAME=VALUE a line, or as JSON.
 std::string variables_text(const std::vector<Binding>& variables, bool json);

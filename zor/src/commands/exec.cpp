@@ -13,7 +13,7 @@ int run_exec(Context* context) {
   if (request.program.empty())
     misuse("say which program, behind --: zor exec tools/weaver -- weaver");
   const Answer answer = answer_to(request, locked, context);
-  become(request.program, answer.environment);
+  become(request.program, answer.environment, context);
 }
 
 }  // namespace zor

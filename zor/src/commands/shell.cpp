@@ -16,7 +16,7 @@ int run_shell(Context* context) {
     misuse("zor shell starts your shell and takes no program; zor exec does");
   const Answer answer = answer_to(request, locked, context);
   const std::string shell(context->environment.find("SHELL").value_or(""));
-  become({shell.empty() ? "/bin/sh" : shell}, answer.environment);
+  become({shell.empty() ? "/bin/sh" : shell}, answer.environment, context);
 }
 
 }  // namespace zor

@@ -80,7 +80,8 @@ constexpr std::string_view kCompletionOfBash = R"zor(_zor() {
 constexpr std::string_view kCompletionOfZsh = R"zor(_zor() {
   \emulate -L zsh
   \local line
-  \local -a words_of=("${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}") values texts open
+  \local -a words_of values texts open
+  words_of=("${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}")
   for line in "${(@f)$(@PROGRAM@ complete zsh -- "$words_of[@]" 2>/dev/null)}"; do
     case $line in
       '') ;;

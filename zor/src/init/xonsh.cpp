@@ -42,7 +42,7 @@ constexpr std::string_view kDefinition =
     return 0
 
 
-aliases['zor'] = __import__('xonsh.tools', fromlist=['unthreadable']).unthreadable(_zor)
+aliases['zor'] = _zor
 del _zor
 )zor";
 
