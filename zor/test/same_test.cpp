@@ -9,7 +9,7 @@
 #include "model/generator.h"
 #include "model/model.h"
 #include "process.h"
-#include "session.h"
+#include "session_support.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <random>
 
 #include "model/generator.h"
-#include "session.h"
+#include "session_support.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Sessions: loading and unloading, changes by hand, what goes wrong.
-#include "session.h"
+#include "session_support.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

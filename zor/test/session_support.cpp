@@ -1,4 +1,4 @@
-#include "session.h"
+#include "session_support.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // A shell as sessions see one: an environment in which the front end runs, and which takes what a
 // command prints.
-#ifndef ZOR_TEST_SESSION_H
-#define ZOR_TEST_SESSION_H
+#ifndef SESSION_SUPPORT_H
+#define SESSION_SUPPORT_H
 
 #include <map>
 #include <optional>
