@@ -26,6 +26,10 @@ function(zor_program_options target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wundef $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict;-Wno-maybe-uninitialized>)
   zor_common_options(${target})
+  # The libraries are headers: with both, optimisation and the sanitizers, some sources take a minute each.
+  if(ZOR_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
 endfunction()
 
 function(zor_common_options target)
