@@ -167,9 +167,7 @@ class RandomSession {
     model::Case run = run_;
     run.arguments = Line(wanted);
     run.arguments.push_back("--sh");
-    run.environment.clear();
-    for (const auto& [name, value] : base_)
-      run.environment.push_back(name + '=' + value);
+    run.environment = TextsOf(base_);
     return model::Compute(run).endless;
   }
 
@@ -180,9 +178,7 @@ class RandomSession {
     argv.insert(argv.begin(), ZORENV_PROGRAM);
     argv.insert(argv.end(), {"--exec", "/usr/bin/env", "-0"});
     RunOptions options;
-    options.environment.emplace();
-    for (const auto& [name, value] : base_)
-      options.environment->push_back(name + '=' + value);
+    options.environment = TextsOf(base_);
     options.directory = run_.base;
     const RunResult result = RunProgram(argv, options);
     if (result.status != 0) return std::nullopt;

@@ -10,14 +10,21 @@ RunResult RunIn(const Variables& variables, const std::string& directory,
                 std::vector<std::string> argv) {
   argv.insert(argv.begin(), ZOR_PROGRAM);
   RunOptions options;
-  options.environment.emplace();
-  for (const auto& [name, value] : variables)
-    options.environment->push_back(name + '=' + value);
+  options.environment = TextsOf(variables);
   options.directory = directory;
   return RunProgram(argv, options);
 }
 
 }  // namespace
+
+std::vector<std::string> TextsOf(const Variables& variables) {
+  std::vector<std::string> texts;
+  for (const auto& [name, value] : variables) {
+    texts.push_back(name);
+    texts.back().append("=").append(value);
+  }
+  return texts;
+}
 
 RunResult ShellModel::Run(const std::vector<std::string>& words) {
   std::vector<std::string> argv = {"--shell", "env0"};

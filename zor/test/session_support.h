@@ -9,9 +9,12 @@
 #include <vector>
 
 #include "model/model.h"
-#include "zor.h"
+#include "process.h"
 
 using Variables = std::map<std::string, std::string>;
+
+// As a process takes them, "NAME=VALUE" each.
+std::vector<std::string> TextsOf(const Variables& variables);
 
 class ShellModel {
  public:

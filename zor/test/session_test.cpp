@@ -10,6 +10,8 @@
 #include <random>
 #include <set>
 
+#include "tool.h"
+
 namespace {
 
 using Words = std::vector<std::string>;
