@@ -228,6 +228,9 @@ class Dialects : public testing::Test {
                      const std::vector<std::string>& locale, bool check_left_out = true) {
     std::vector<std::string> environment = {"PATH=/usr/bin:/bin"};
     environment.insert(environment.end(), locale.begin(), locale.end());
+    // The C library keeps the list that it makes of LOCPATH for each locale, and a sanitizer tells.
+    for (const std::string& text : locale)
+      if (text.starts_with("LOCPATH=")) environment.emplace_back("ASAN_OPTIONS=detect_leaks=0");
     std::string left_out;
     std::set<std::string> sorted;
     for (std::size_t i = 0; i < values.size(); ++i) {

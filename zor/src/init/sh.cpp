@@ -95,7 +95,7 @@ constexpr std::string_view kCompletionOfZsh = R"zor(_zor() {
   \compadd -S '' -- "$open[@]"
   \compadd -l -d texts -- "$values[@]"
 }
-if (($+functions[compdef])); then \compdef _zor zor; fi
+if ((${+functions[compdef]})); then \compdef _zor zor; fi
 )zor";
 
 std::string function_text(const Callee& callee, const std::string& dialect,
