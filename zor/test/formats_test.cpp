@@ -457,7 +457,9 @@ TEST_F(Dialects, VariablesOfEachShellAreRefusedOrArrive) {
       std::vector<std::string> run = row.interpreter.argv;
       run.back() = file;
       const RunResult result = RunProgram(run, options);
-      EXPECT_NE(std::string::npos, ('\0' + result.out).find('\0' + name + '=' + value + '\0'));
+      const std::string nul(1, '\0');
+      const std::string wanted = std::string(nul).append(name).append("=").append(value) + nul;
+      EXPECT_NE(std::string::npos, (nul + result.out).find(wanted));
       EXPECT_EQ("", result.err);
     }
   }
