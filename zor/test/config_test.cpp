@@ -156,6 +156,12 @@ TEST(Config, FaultsAreToldWithTheirPlace) {
     std::string text, told;
   } rows[] = {
       {"colour = true\n hiden = []\n", "2:2: there is no key hiden" + keys},
+      {"[\f]\n",
+       "1:2: Error while parsing key: expected bare key starting character or string delimiter, "
+       "saw '\\f'\n"},
+      {"\u00FCber = 1\n",
+       "1:1: Error while parsing root table: expected keys, tables, whitespace or comments, saw "
+       "'\u00FC'\n"},
       {"[set]\na = []\n", "1:2: there is no key set" + keys},
       {"colour = 'no'\n", "1:10: colour must be true or false\n"},
       {"skip-broken-defaults = 1\n", "1:24: skip-broken-defaults must be true or false\n"},
@@ -205,21 +211,45 @@ TEST(Config, AFileThatCannotBeReadIsAFault) {
   Expect(site.Run({"avail"}), "", "zor: " + site.File() + ": Is a directory\n", 1);
 }
 
-TEST(Config, AMissingFileCostsOneFailedOpen) {
-  const Site site;
+// How often a command asks for files of settings; -1 where that can't be seen.
+int OpensOfSettings(const Site& site, const std::vector<std::string>& words) {
   const std::string trace = site / "trace";
   RunOptions options;
   options.environment =
       PlainEnvironment({"ZORROOT=" + site.Root(), "ZOR_SYSTEM_CONFIG=" + (site / "system.toml"),
                         "XDG_CONFIG_HOME=" + (site / "config")});
-  const RunResult result =
-      RunProgram({"/usr/bin/strace", "-f", "-o", trace, ZOR_PROGRAM, "env", "tools/loom"}, options);
-  if (result.status != 0) GTEST_SKIP() << "no strace here, or it may not trace: " << result.err;
+  std::vector<std::string> argv = {"/usr/bin/strace", "-f", "-o", trace, ZOR_PROGRAM};
+  argv.insert(argv.end(), words.begin(), words.end());
+  if (RunProgram(argv, options).status != 0) return -1;
   const std::string calls = ReadFile(trace);
-  std::size_t count = 0;
+  int count = 0;
   for (std::size_t at = 0; (at = calls.find(".toml\"", at)) != std::string::npos; ++at)
     ++count;
-  EXPECT_EQ(3u, count) << calls;
+  return count;
+}
+
+TEST(Config, AMissingFileCostsOneFailedOpen) {
+  const Site site;
+  const int opens = OpensOfSettings(site, {"env", "tools/loom"});
+  if (opens < 0) GTEST_SKIP() << "no strace here, or it may not trace";
+  EXPECT_EQ(3, opens);
+}
+
+TEST(Config, IsReadOnceHoweverManyDefaultsThereAre) {
+  const Site site;
+  site.OfRoot("default = ['tools/loom/1.9', 'tools/loom/1.10', '@own']\n[sets]\nown = ['loom']\n");
+  const int opens = OpensOfSettings(site, {"--shell", "sh", "load"});
+  if (opens < 0) GTEST_SKIP() << "no strace here, or it may not trace";
+  EXPECT_EQ(3, opens);
+}
+
+TEST(Config, AFaultDoesNotKeepHelpBack) {
+  const Site site;
+  site.OfRoot("nonsense\n");
+  const RunResult help = site.Run({"env", "--help"});
+  EXPECT_EQ(0, help.status) << help.err;
+  EXPECT_NE(std::string::npos, help.out.find("zor env --format sh tools/weaver\n"));
+  EXPECT_EQ(2, site.Run({"env", "loom"}).status);
 }
 
 // The words behind ".It Ic" in a part of the manual page.
