@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <string_view>
 #include <type_traits>
 
@@ -33,10 +34,17 @@
 
 // --- Making ---
 
-// A zeroed record, which is T{}. The place is that of the caller, for reports of live blocks.
+// Makes a zeroed record, equal to T{}. Reports of live blocks name the caller's file and line.
 template <class T>
 T* make(const char* pszFile = __builtin_FILE(), uint32 nLine = __builtin_LINE()) {
   return FwMemNew<T>(ALLOC_MUST_SUCCEED | INIT_ZERO, pszFile, nLine);
+}
+
+// A record in a pool, which frees it. What T owns is not released.
+template <class T>
+T* make_in(FwMemPool* pPool, const T& value) {
+  static_assert(std::is_trivially_destructible_v<T>);
+  return ::new (FwMemPoolAlloc(pPool, sizeof(T))) T(value);
 }
 
 // --- Text ---

@@ -102,9 +102,9 @@ struct WH_OBSERVER {
   // be as many as pairs of elements; their patterns are tried once more for it.
   void (*constrained)(void* context, const WH_CONSTRAINT* constraint);
 
-  // The constraints of a circle, in order: the second element of each is the first of the next, and
-  // that of the last is the first of the first. The report of whErrorEnvCycle follows behind the
-  // last circle of the variable, which is left out of the result.
+  // The constraints of a circle, in order: the second element of each is the first element of the
+  // next one, and the last constraint leads back to the first. whErrorEnvCycle is reported once for
+  // a variable, after its last circle; the result leaves the variable out.
   void (*cycle)(void* context, const WH_CONSTRAINT* constraints, int32 count);
 
   void (*placed)(void* context, const WH_POSITION* position);

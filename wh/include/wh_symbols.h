@@ -51,7 +51,7 @@ WH_CONTEXT_VALUE* cv_from_var_list(WH_VAR* var);
 
 // A table that holds the global context.
 WH_SYMTAB* make_symtab(FwTextString source);
-// The global context and that of the product. The table's source is
+// A table that holds the global context and the product's context. Its source is
 // category/name/version/rev/source.
 WH_SYMTAB* symtab_from_prodname(WH_PRODUCT_NAME* prodname, FwTextString source);
 // Frees the contexts as well, all but the global one.
@@ -70,9 +70,9 @@ FwTextString symtab_lookup(FwTextString name, WH_SYMTAB* symtab, uint32 length);
 // Replaces %(NAME), %[FILE] and %{NAME} in str, and in what they were replaced by, until nothing
 // is left to replace. Gives a new string that the caller frees, null for null.
 //
-// An error does not end the work and comes with a string all the same, so test err: an unbound name
-// sets whErrorNoValue, a file that can't be read the error of the file. Once err holds an error,
-// also one from before the call, files and environment variables are no longer put in.
+// It returns a string even after an error, so test err. An unbound name sets whErrorNoValue; a file
+// that can't be read sets the file's error. Once err holds an error, even one from before the call,
+// files and environment variables are no longer put in.
 // Text that would grow for ever ends the program as exhausted memory, which is what text of more
 // than 20 MiB counts as.
 FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab);

@@ -383,7 +383,7 @@ TEST(Apply, TheOutputIsFilledInTheOrderOfSlots) {
   }
 }
 
-// The environment of one group gives its variables away to that of the next.
+// Each group's environment hands its variables on to the next group's.
 TEST(Apply, GroupsInPlaceGiveWhatEachGivesByItself) {
   Warehouse w;
   for (int i = 0; i < 12; ++i) {

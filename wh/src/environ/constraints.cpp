@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 #include <utility>
+
+#include "fcpp.h"
 
 // An insert that stands before all nodes of a set.
 struct STANDING {
@@ -43,11 +44,6 @@ namespace {
 constexpr int32 kShareFrom = 32;
 // A set of fewer nodes is not kept.
 constexpr int32 kKeepFrom = 8;
-
-template <class T>
-T* new_in(FwMemPool* pool, const T& value) {
-  return ::new (FwMemPoolAlloc(pool, sizeof(T))) T(value);
-}
 
 // ---- The heap of a node ----
 
@@ -89,7 +85,8 @@ void add_one(CONSTRAINTS* constraints, NODE* node, NODE* predecessor) {
   const uint64 number = constraints->number++;
   add_source(
       node,
-      new_in(pool, SOURCE{SOURCE::kOne, number, nullptr, {.node = predecessor}, nullptr, nullptr}));
+      make_in(pool,
+              SOURCE{SOURCE::kOne, number, nullptr, {.node = predecessor}, nullptr, nullptr}));
 }
 
 // ---- Sets ----
@@ -117,7 +114,7 @@ NODE_SET* keep_set(CONSTRAINTS* constraints, FwTextString pattern, const POSITIO
       FwMemPoolAlloc(pool, static_cast<uint32>(found->count) * uint32{sizeof(NODE*)}));
   for (int32 i = 0; i < found->count; ++i)
     nodes[i] = node_at(&constraints->nodes, found->list[i]);
-  auto* set = new_in(pool, NODE_SET{pattern, nodes, found->count, 0, nullptr, nullptr});
+  auto* set = make_in(pool, NODE_SET{pattern, nodes, found->count, 0, nullptr, nullptr});
   constraints->last = set;
   // What looks at the disk is asked for anew, unless it was the last.
   if (std::strchr(FWC(pattern), '|')) return set;
@@ -138,19 +135,19 @@ NODE_SET* set_of(CONSTRAINTS* constraints, FwTextString pattern, const POSITIONS
 void stand_before(CONSTRAINTS* constraints, NODE* node, NODE_SET* set) {
   FwMemPool* pool = constraints->nodes.var_ops->pool;
   if (set->last && set->last->node == node) return;
-  auto* standing = new_in(pool, STANDING{constraints->number++, node, nullptr});
+  auto* standing = make_in(pool, STANDING{constraints->number++, node, nullptr});
   if (set->last) {
     set->last = set->last->next = standing;
     return;
   }
   set->first = set->last = standing;
   for (int32 i = 0; i < set->count; ++i)
-    add_source(set->nodes[i], new_in(pool, SOURCE{SOURCE::kStandings,
-                                                  standing->number,
-                                                  set,
-                                                  {.standing = standing},
-                                                  nullptr,
-                                                  nullptr}));
+    add_source(set->nodes[i], make_in(pool, SOURCE{SOURCE::kStandings,
+                                                   standing->number,
+                                                   set,
+                                                   {.standing = standing},
+                                                   nullptr,
+                                                   nullptr}));
 }
 
 // ---- One by one ----
@@ -246,7 +243,7 @@ void constrain_after(CONSTRAINTS* constraints, NODE* node, const FwVector* patte
     } else if (NODE_SET* set = set_of(constraints, pattern, &found)) {
       add_source(
           node,
-          new_in(
+          make_in(
               pool,
               SOURCE{SOURCE::kNodes, constraints->number++, set, {.next = 0}, nullptr, nullptr}));
     } else {

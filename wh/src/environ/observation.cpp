@@ -12,11 +12,6 @@ namespace {
 constexpr uint32 kPoolFirst = 1024;
 constexpr uint32 kPoolGrow = 8192;
 
-template <class T>
-T* new_in(FwMemPool* pool, const T& value) {
-  return ::new (FwMemPoolAlloc(pool, sizeof(T))) T(value);
-}
-
 EXPANDED_OP* op_at(const FwVector* ops, int32 i) {
   return nth<EXPANDED_OP>(ops, i);
 }
@@ -84,8 +79,8 @@ VAL_OPS* val_ops_of(VAR_OPS* var_ops, FwTextString value) {
 }
 
 bool accepts_any(const FwVector* patterns, FwTextString value) {
-  for (int32 i = 0; i < FwVectorLength(patterns); ++i)
-    if (wh_glob_matches(nth<FwTextByte>(patterns, i), value)) return true;
+  for (FwTextString pattern : texts(patterns))
+    if (wh_glob_matches(pattern, value)) return true;
   return false;
 }
 
@@ -156,7 +151,7 @@ void enter_station(OBSERVATION* observation, WH_VARIETY* variety, WH_PRODUCT* pr
   station.part = includer ? includer->next : nullptr;
   station.includer = includer;
   station.next = nullptr;
-  observation->station = new_in(observation->pool, station);
+  observation->station = make_in(observation->pool, station);
 }
 
 void leave_station(OBSERVATION* observation) {
@@ -170,7 +165,7 @@ void tell_collected(OBSERVATION* observation, EXPANDED_OP* eop) {
   operation.number = observation->operations++;
   operation.op = eop->op;
   operation.origin = observation->station;
-  eop->told = new_in(observation->pool, operation);
+  eop->told = make_in(observation->pool, operation);
   const WH_OBSERVER* observer = observation->observer;
   if (observer->collected) observer->collected(observer->context, eop->told);
 }
@@ -239,10 +234,8 @@ void tell_endless(OBSERVATION* observation, const WH_ELEMENT* element, const EXP
 
 void tell_constraints(const OBSERVATION* observation, FwTextString variable, VAR_OPS* var_ops,
                       NODE_LIST* nodes) {
-  const FwHashTable* values = var_ops->values;
-  for (FwHashEntry* slot = values->pEntries; slot <= values->pLastEntry; ++slot) {
-    if (!slot->key) continue;
-    const auto* val_ops = static_cast<VAL_OPS*>(slot->value);
+  for (const FwHashEntry& entry : entries(var_ops->values)) {
+    const auto* val_ops = static_cast<VAL_OPS*>(entry.value);
     for (int32 i = 0; i < count_of(&val_ops->ins); ++i) {
       const EXPANDED_OP* eop = op_at(&val_ops->ins, i);
       const CONSTRAINING state = {observation, variable, nodes, eop, val_ops->node};

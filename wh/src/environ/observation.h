@@ -64,8 +64,8 @@ void tell_constraints(const OBSERVATION* observation, FwTextString variable, VAR
                       NODE_LIST* nodes);
 // Comes before the sort of a variable.
 void begin_variable(OBSERVATION* observation, VAR_OPS* var_ops);
-// The stack is that of the sort: each node on it is waited for by the one below it. The last one
-// is emitted next, or waits for node, which is further down.
+// The stack belongs to the sort: each node on it waits for the node above it. The top node is
+// emitted next, or it waits for a node further down, which closes a circle.
 void tell_placed(OBSERVATION* observation, FwTextString variable, VAR_OPS* var_ops,
                  const FwVector* stack);
 void tell_cycle(const OBSERVATION* observation, FwTextString variable, VAR_OPS* var_ops,

@@ -1,7 +1,6 @@
 #include "values.h"
 
 #include <cstring>
-#include <new>
 
 #include "environ.h"
 #include "fcpp.h"
@@ -16,11 +15,6 @@ constexpr uint32 kPoolGrow = 8192;
 // Elements: their texts live as long as the table.
 constexpr FwHashFunctions kElementFunctions = {wh_env_hash, wh_env_compare, nullptr, nullptr, 1};
 
-template <class T>
-T* new_in(FwMemPool* pool) {
-  return ::new (FwMemPoolAlloc(pool, sizeof(T))) T{};
-}
-
 FwTextString copy_in(FwMemPool* pool, FwTextString text) {
   size_t size = std::strlen(FWC(text)) + 1;
   return static_cast<FwTextString>(
@@ -29,7 +23,7 @@ FwTextString copy_in(FwMemPool* pool, FwTextString text) {
 
 // text is in the pool.
 NODE* add_node(VAR_OPS* var_ops, FwTextString text) {
-  auto* node = new_in<NODE>(var_ops->pool);
+  auto* node = make_in(var_ops->pool, NODE{});
   node->value = text;
   add_or_exit(var_ops->nodes, text, node);
   return node;
@@ -87,7 +81,7 @@ VAR_OPS* get_var_ops(FwHashTable* variables, FwTextString name) {
 VAL_OPS* get_val_ops(VAR_OPS* var_ops, FwTextString value) {
   auto* val_ops = value_of<VAL_OPS>(var_ops->values, value);
   if (val_ops) return val_ops;
-  val_ops = new_in<VAL_OPS>(var_ops->pool);
+  val_ops = make_in(var_ops->pool, VAL_OPS{});
   val_ops->value = copy_in(var_ops->pool, value);
   val_ops->rem.pool = var_ops->pool;
   add_or_exit(var_ops->values, val_ops->value, val_ops);
@@ -109,7 +103,7 @@ NODE* node_of(VAR_OPS* var_ops, VAL_OPS* val_ops) {
 }
 
 void enter_remove_run(REMOVES* rem, EXPANDED_OP* remeop, int32 count) {
-  auto* run = new_in<REMOVE_RUN>(rem->pool);
+  auto* run = make_in(rem->pool, REMOVE_RUN{});
   run->op = remeop;
   run->count = count;
   (rem->last ? rem->last->next : rem->first) = run;

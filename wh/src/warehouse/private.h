@@ -27,8 +27,8 @@ extern int environment_reads;
 bool may_read_environment(FwTextString str, WH_SYMTAB* symtab);
 bool may_read_environment(const WH_PRODUCT_QUERY* query, WH_SYMTAB* symtab);
 
-// Values by their names; of several values of one name the first that was added counts, be it null.
-// Names and values stay their owners'. FwHashFreeTable frees the table.
+// A table of values by name. The first value that is added for a name counts, even if it is null.
+// The table does not own names and values. FwHashFreeTable frees it.
 FwHashTable* make_values();
 void add_value(FwHashTable* values, FwTextString name, FwTextString value);
 FwTextString find_value(FwHashTable* values, FwTextString name);
