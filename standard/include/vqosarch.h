@@ -21,6 +21,11 @@ int platform_overlaps(char* platform1, char* platform2);
 // 1 if both words, as they stand, are in their graphs.
 int platform_known(char* str);
 
+// The words of the two graphs, by their number from 0; null behind the last. In any order. For
+// programs on this library.
+const char* platform_system_word(int number);
+const char* platform_architecture_word(int number);
+
 // Whether the names are the same text, or not.
 int platform_identical(char* a, char* b);
 int platform_different(char* a, char* b);

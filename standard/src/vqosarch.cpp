@@ -227,6 +227,10 @@ bool compatible_either_way(NSTRING name1, NSTRING name2, const LIST& list) {
   return compatible(name1, name2, list) || compatible(name2, name1, list);
 }
 
+const char* word_in(const LIST& list, int number) {
+  return number >= 0 && number < list.length ? list.nodes[number].name : nullptr;
+}
+
 }  // namespace
 
 int platform_includes(char* general, char* specific) {
@@ -249,6 +253,14 @@ int platform_overlaps(char* platform1, char* platform2) {
 int platform_known(char* str) {
   const PLATFORM p = parse_platform(str);
   return find_node(p.os, kListOs) >= 0 && find_node(p.arch, kListArch) >= 0;
+}
+
+const char* platform_system_word(int number) {
+  return word_in(kListOs, number);
+}
+
+const char* platform_architecture_word(int number) {
+  return word_in(kListArch, number);
 }
 
 int platform_identical(char* a, char* b) {

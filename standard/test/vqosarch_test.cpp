@@ -204,6 +204,30 @@ TEST(PlatformKnown, TakesBothPartsAsTheyStand) {
   EXPECT_FALSE(Known(""));
 }
 
+// The words of a graph as its enumeration gives them, sorted.
+std::vector<std::string> Words(const char* (*word)(int number)) {
+  std::vector<std::string> words;
+  while (const char* each = word(static_cast<int>(words.size())))
+    words.emplace_back(each);
+  std::sort(words.begin(), words.end());
+  return words;
+}
+
+std::vector<std::string> Nodes(const std::vector<Link>& list) {
+  std::vector<std::string> nodes;
+  for (const Link& link : list)
+    nodes.push_back(link.node);
+  std::sort(nodes.begin(), nodes.end());
+  return nodes;
+}
+
+TEST(PlatformWords, AreAllNodesOfTheGraphs) {
+  EXPECT_EQ(Nodes(kOs), Words(platform_system_word));
+  EXPECT_EQ(Nodes(kArch), Words(platform_architecture_word));
+  EXPECT_EQ(nullptr, platform_system_word(-1));
+  EXPECT_EQ(nullptr, platform_architecture_word(24));
+}
+
 TEST(PlatformIdentical, IsEqualityOfTheTexts) {
   std::string a = "linux-x86", b = "linux-x86", c = "linux-all", d = "linux";
   EXPECT_TRUE(platform_identical(a.data(), b.data()));

@@ -14,15 +14,12 @@
 #include <span>
 
 #include "error.h"
+#include "files.h"
+#include "words.h"
 
 namespace zor {
 
 namespace {
-
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
 Directory open_directory(int parent, const char* name) {
   const int fd = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -37,10 +34,6 @@ bool is_directory(int parent, const dirent* entry) {
   if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) return false;
   struct stat info;
   return fstatat(parent, entry->d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
-}
-
-bool is_searched(const char* name) {
-  return name[0] != '.' && std::strcmp(name, "CVS") != 0;
 }
 
 // A revision, by the elements of its path: the last three are name, version and rev.
@@ -225,6 +218,10 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+bool is_searched(std::string_view name) {
+  return !name.starts_with('.') && name != "CVS";
+}
+
 std::vector<std::string> path_elements(std::string_view path) {
   std::vector<std::string> elements;
   while (!path.empty()) {
@@ -233,6 +230,10 @@ std::vector<std::string> path_elements(std::string_view path) {
     path.remove_prefix(std::min(slash + 1, path.size()));
   }
   return elements;
+}
+
+std::string normal_path(std::string_view path) {
+  return joined(path_elements(path), "/");
 }
 
 Catalogue read_catalogue(const std::string& root, const std::string& below) {

@@ -35,8 +35,13 @@ struct Catalogue {
   std::vector<CatalogueRemark> remarks;
 };
 
+// Whether the walk looks into directories of that name.
+bool is_searched(std::string_view name);
+
 // The elements of a path; repeated separators and those at its ends make none.
 std::vector<std::string> path_elements(std::string_view path);
+// The path with one separator between two elements and none at its ends.
+std::string normal_path(std::string_view path);
 
 // All products below a directory of the warehouse; an empty one is the whole of it.
 // Throws Error if the directory can't be read.

@@ -74,8 +74,8 @@ struct Config {
   std::map<std::string, SettingPlace> places;
 };
 
-// Adds the settings of a text. The name is that of the file, for errors. Throws Error that names
-// the place of a key that is not known, of a value of the wrong type and of what is no TOML.
+// Adds the settings that a text holds. Errors name the file by the given name. Throws Error with
+// the place of an unknown key, of a value that has the wrong type, or of text that is not TOML.
 void read_config(std::string_view text, const std::string& name, Config* config);
 
 // Reads the three files; each may be missing.
@@ -90,8 +90,8 @@ std::string user_directory(const Environment& environment);
 
 bool is_hidden(const Config& config, const CatalogueProduct& product);
 
-// Takes the hidden products out. Throws Error for a pattern that matches none of the catalogue,
-// which must be that of the whole warehouse.
+// Takes the hidden products out of a catalogue, which must be of the whole warehouse. Throws Error
+// for a pattern that matches none of its products.
 void hide(const Config& config, Catalogue* catalogue);
 
 // The present day as YYYY-MM-DD, local time; ZOR_TODAY if that is set.

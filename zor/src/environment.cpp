@@ -30,19 +30,41 @@ std::optional<std::string_view> Environment::find(std::string_view name) const {
 }
 
 void Environment::set(std::string_view name, std::string_view value) {
-  std::string text = std::string(name) + '=' + std::string(value);
-  const auto has_name = [&](const std::string& other) { return name_of(other) == name; };
-  const auto first = std::find_if(texts_.begin(), texts_.end(), has_name);
-  if (first == texts_.end()) {
-    texts_.push_back(std::move(text));
-    return;
-  }
-  *first = std::move(text);
-  texts_.erase(std::remove_if(first + 1, texts_.end(), has_name), texts_.end());
+  apply({{std::string(name), std::string(value)}});
 }
 
-void Environment::erase(std::string_view name) {
-  std::erase_if(texts_, [&](const std::string& text) { return name_of(text) == name; });
+void Environment::apply(const std::vector<Change>& changes) {
+  std::unordered_map<std::string_view, std::size_t> by_name;
+  for (std::size_t i = 0; i < changes.size(); ++i)
+    by_name[changes[i].name] = i;
+  std::vector<bool> done(changes.size());
+  std::vector<std::string> kept;
+  kept.reserve(texts_.size() + changes.size());
+  const auto put = [&](std::size_t i) {
+    if (!changes[i].value || done[i]) return;
+    done[i] = true;
+    kept.push_back(changes[i].name + '=' + *changes[i].value);
+  };
+  for (std::string& text : texts_) {
+    const auto change = by_name.find(name_of(text));
+    if (change == by_name.end())
+      kept.push_back(std::move(text));
+    else
+      put(change->second);
+  }
+  for (std::size_t i = 0; i < changes.size(); ++i)
+    put(i);
+  texts_ = std::move(kept);
+}
+
+Values::Values(const Environment& environment) {
+  for (const std::string& text : environment.texts())
+    by_name_[name_of(text)] = value_of(text);
+}
+
+std::optional<std::string_view> Values::find(std::string_view name) const {
+  const auto found = by_name_.find(name);
+  return found == by_name_.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::vector<Change> difference(const Environment& from, const Environment& to) {

@@ -9,9 +9,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace zor {
+
+// A variable that is set, or with no value is removed.
+struct Change {
+  std::string name;
+  std::optional<std::string> value;
+
+  bool operator==(const Change&) const = default;
+};
 
 class Environment {
  public:
@@ -26,7 +35,8 @@ class Environment {
   std::optional<std::string_view> find(std::string_view name) const;
   // Replaces the value at its place, or adds the variable at the end.
   void set(std::string_view name, std::string_view value);
-  void erase(std::string_view name);
+  // The same for many, each of them once, and removes those without a value.
+  void apply(const std::vector<Change>& changes);
 
   const std::vector<std::string>& texts() const { return texts_; }
 
@@ -38,12 +48,16 @@ class Environment {
 std::string_view name_of(std::string_view text);
 std::string_view value_of(std::string_view text);
 
-// A variable that is set, or with no value is removed.
-struct Change {
-  std::string name;
-  std::optional<std::string> value;
+// The values of an environment by name, for those who ask for many. The environment must outlive it
+// unchanged.
+class Values {
+ public:
+  explicit Values(const Environment& environment);
+  // As Environment::find.
+  std::optional<std::string_view> find(std::string_view name) const;
 
-  bool operator==(const Change&) const = default;
+ private:
+  std::unordered_map<std::string_view, std::string_view> by_name_;
 };
 
 // What turns one into the other, sorted by name.

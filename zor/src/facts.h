@@ -61,6 +61,7 @@ enum class OperationKind { kInsert, kRemove, kDelete, kRecipe };
 struct Operation {
   OperationKind kind = OperationKind::kInsert;
   std::string file;  // below the root
+  int line = 0;      // in it, from 1
   Condition when;
   std::string variable;             // a name, or a pattern over names
   std::string separator;            // one character, or none

@@ -38,13 +38,35 @@ void make_directories(const std::string& path) {
   }
 }
 
-bool write_all(int fd, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t count = write(fd, content.data(), content.size());
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) content.remove_prefix(static_cast<std::size_t>(count));
+// Where a link leads to, or the path itself if it is none or leads nowhere.
+std::string behind_links(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                         &std::free);
+  return real ? real.get() : path;
+}
+
+// A temporary file is its owner's alone, so the mode is given in any case.
+void replace_file(const std::string& given, std::string_view content, mode_t mode) {
+  make_directories(given);
+  const std::string path = behind_links(given);
+  struct stat info = {};
+  const bool there = stat(path.c_str(), &info) == 0;
+  std::string temporary = path + ".XXXXXX";
+  const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+  if (fd < 0) fail_errno(path, errno);
+  bool good = fchmod(fd, there ? info.st_mode & 07777 : mode) == 0;
+  // Only root can give files away; whoever else may write here owns them.
+  if (good && there && geteuid() == 0) good = fchown(fd, info.st_uid, info.st_gid) == 0;
+  good = good && write_all(fd, content) && fsync(fd) == 0;
+  int reason = errno;
+  if (close(fd) != 0 && good) {
+    good = false;
+    reason = errno;
   }
-  return fsync(fd) == 0;
+  if (good && rename(temporary.c_str(), path.c_str()) == 0) return;
+  if (good) reason = errno;
+  unlink(temporary.c_str());
+  fail_errno(path, reason);
 }
 
 }  // namespace
@@ -63,26 +85,27 @@ std::optional<std::string> content_if_there(const std::string& path) {
 }
 
 void write_file(const std::string& path, std::string_view content) {
-  make_directories(path);
-  std::string temporary = path + ".XXXXXX";
-  const int fd = mkostemp(temporary.data(), O_CLOEXEC);
-  if (fd < 0) fail_errno(path, errno);
-  // As a file is made otherwise; a temporary one is its owner's alone.
   const mode_t mask = umask(0);
   umask(mask);
-  bool good = fchmod(fd, 0666 & ~mask) == 0 && write_all(fd, content);
-  int reason = errno;
-  if (close(fd) != 0 && good) {
-    good = false;
-    reason = errno;
+  replace_file(path, content, 0666 & ~mask);
+}
+
+void write_file_for_all(const std::string& path, std::string_view content) {
+  replace_file(path, content, 0644);
+}
+
+bool write_all(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(fd, text.data(), text.size());
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
   }
-  if (good && rename(temporary.c_str(), path.c_str()) != 0) {
-    good = false;
-    reason = errno;
-  }
-  if (good) return;
-  unlink(temporary.c_str());
-  fail_errno(path, reason);
+  return true;
+}
+
+bool is_program(const std::string& path) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), X_OK) == 0;
 }
 
 }  // namespace zor

@@ -63,8 +63,8 @@ struct Lock {
 // depends on. Throws Error if a data file can't be read any more.
 Lock lock_of(const Request& request, const Answer& answer);
 
-// The text of a lock, and the lock that a text holds. The name is that of the file, for errors:
-// Error names the line that is wrong.
+// The text of a lock, and the lock that a text holds. Error names the line that is wrong, in a file
+// of the given name.
 std::string written(const Lock& lock);
 Lock read_lock(std::string_view text, const std::string& name);
 

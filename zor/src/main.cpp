@@ -8,6 +8,7 @@
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
+#include "files.h"
 #include "init/init.h"
 #include "render/text.h"
 #include "warehouse.h"
@@ -21,7 +22,8 @@ constexpr Command kCommands[] = {
     {"avail", "list the products that there are", zor::run_avail},
     {"env", "print the environment of products, in any dialect", zor::run_env},
     {"exec", "start a program in it", zor::run_exec},
-    {"files", "the files of a product, and those that are missing", zor::run_files},
+    {"files", "the files of a product, and those that are missing", zor::run_files, false,
+     zor::Prints::kText},
     {"init", "print the function zor for a shell", zor::run_init},
     {"lock", "pin a request with all that it depends on", zor::run_lock},
     {"load", "load products into this shell", zor::run_load, true},
@@ -30,17 +32,23 @@ constexpr Command kCommands[] = {
     {"purge", "take all products out of this shell", zor::run_purge, true},
     {"reload", "compute what is loaded anew", zor::run_reload, true},
     {"undo", "take back the last change of what is loaded", zor::run_undo, true},
-    {"set", "conditions for all products that are loaded from now on", zor::run_set, true},
-    {"list", "what is loaded", zor::run_list},
-    {"status", "what is loaded, and what has changed since", zor::run_status},
-    {"platform", "what this host is", zor::run_platform},
+    {"set", "conditions for all products that are loaded from now on", zor::run_set, true,
+     zor::Prints::kText},
+    {"list", "what is loaded", zor::run_list, false, zor::Prints::kText},
+    {"status", "what is loaded, and what has changed since", zor::run_status, false,
+     zor::Prints::kText},
+    {"platform", "what this host is", zor::run_platform, false, zor::Prints::kText},
     {"restore", "load what was saved under a name", zor::run_restore, true},
-    {"save", "save what is loaded under a name", zor::run_save},
-    {"search", "find products by names, descriptions and commands", zor::run_search},
-    {"setup", "what the start-up files of all users need", zor::run_setup},
+    {"save", "save what is loaded under a name", zor::run_save, false, zor::Prints::kText},
+    {"search", "find products by names, descriptions and commands", zor::run_search, false,
+     zor::Prints::kText},
+    {"setup", "what the start-up files of all users need", zor::run_setup, false,
+     zor::Prints::kText},
     {"shell", "start your shell in the environment of products", zor::run_shell},
-    {"show", "what a product is made of and what it sets", zor::run_show},
-    {"which", "which file a command is in an environment", zor::run_which},
+    {"show", "what a product is made of and what it sets", zor::run_show, false,
+     zor::Prints::kText},
+    {"which", "which file a command is in an environment", zor::run_which, false,
+     zor::Prints::kText},
     {"complete", nullptr, zor::run_complete},  // for the functions that zor init prints
 };
 
@@ -69,19 +77,9 @@ const Command* find_command(const std::string& name) {
       near.empty() ? "; zor --help lists what there is" : "; did you mean " + near[0] + "?");
 }
 
-// All of the text, or false with errno set.
-bool write_all(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(fd, text.data(), text.size());
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 // Names from a warehouse or a command line may hold what steers a terminal.
 void tell(std::string_view text) {
-  write_all(STDERR_FILENO, fmt::format("zor: {}\n", zor::without_controls(text)));
+  zor::write_all(STDERR_FILENO, fmt::format("zor: {}\n", zor::without_controls(text)));
 }
 
 // Takes the options that stand before the subcommand. Gives the place of the subcommand.
@@ -113,7 +111,10 @@ int run(Context* context, std::vector<std::string> all) {
   const Command* command = find_command(words[0]);
   if (!command) fail_unknown(words[0]);
   context->words.assign(words.begin() + 1, words.end());
-  return command->run(context);
+  const int status = command->run(context);
+  if (command->prints == zor::Prints::kText && isatty(STDOUT_FILENO) != 0)
+    context->out = zor::without_controls(context->out);
+  return status;
 }
 
 int run_guarded(Context* context, const std::vector<std::string>& words) {
@@ -128,6 +129,9 @@ int run_guarded(Context* context, const std::vector<std::string>& words) {
   } catch (const std::bad_alloc&) {
     tell("Run out of memory; nothing was changed");
     return zor::kTrouble;
+  } catch (const std::exception& error) {
+    tell(error.what());
+    return zor::kTrouble;
   }
 }
 
@@ -138,13 +142,13 @@ int finish(Context* context, int status) {
   // The function runs such words once more, without asking for a script.
   if (status == zor::kDone && context->script.empty() && zor::has_function(context->shell))
     return zor::kRunsDirectly;
-  if (!context->notes.empty()) write_all(STDERR_FILENO, zor::without_controls(context->notes));
+  if (!context->notes.empty()) zor::write_all(STDERR_FILENO, zor::without_controls(context->notes));
   // The shell would evaluate text as well.
-  if (for_shell) write_all(STDERR_FILENO, zor::without_controls(context->out));
+  if (for_shell) zor::write_all(STDERR_FILENO, zor::without_controls(context->out));
   std::string& out = for_shell ? context->script : context->out;
   if (status != zor::kDone) out.clear();
   const int fd = in_file ? zor::open_csh_file(context->script_file) : STDOUT_FILENO;
-  if (fd < 0 || !write_all(fd, out)) {
+  if (fd < 0 || !zor::write_all(fd, out)) {
     tell(fmt::format("{}: {}", in_file ? context->script_file : "standard output",
                      std::strerror(errno)));
     status = zor::kTrouble;

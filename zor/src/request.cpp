@@ -7,21 +7,13 @@
 #include "error.h"
 #include "files.h"
 #include "lock.h"
+#include "words.h"
 
 namespace zor {
 
 namespace {
 
 constexpr std::string_view kLatest = "+";
-
-std::string join(const std::vector<std::string>& words, std::string_view between) {
-  std::string all;
-  for (const std::string& word : words) {
-    if (!all.empty()) all += between;
-    all += word;
-  }
-  return all;
-}
 
 // ---- The form of zorenv ----
 
@@ -119,7 +111,7 @@ std::string without_conditions(const std::string& word, Query* query) {
 ProductName reading(const std::vector<std::string>& elements, std::size_t category_length) {
   ProductName product{"", "Contents", std::string(kLatest), std::string(kLatest)};
   product.category =
-      join({elements.begin(), elements.begin() + static_cast<long>(category_length)}, "/");
+      joined({elements.begin(), elements.begin() + static_cast<long>(category_length)}, "/");
   std::size_t i = category_length;
   if (i < elements.size() && !is_no_name(elements[i])) product.name = elements[i++];
   if (i < elements.size()) product.version = elements[i++];
@@ -166,7 +158,7 @@ std::string listed(const std::vector<ProductName>& products) {
   paths.reserve(products.size());
   for (const ProductName& product : products)
     paths.push_back("  " + path_of(product));
-  return join(paths, "\n");
+  return joined(paths, "\n");
 }
 
 [[noreturn]] void fail_unknown(const std::string& word, const std::vector<std::string>& elements,
@@ -174,20 +166,20 @@ std::string listed(const std::vector<ProductName>& products) {
   std::vector<std::string> candidates;
   for (const CatalogueProduct& product : catalogue.products) {
     const std::string path = product.category + '/' + product.name;
-    if ((join(elements, "/") + '/').starts_with(path + '/') ||
+    if ((joined(elements, "/") + '/').starts_with(path + '/') ||
         (elements.size() > 1 && product.name == elements[0])) {
       std::vector<std::string> versions;
       for (const CatalogueVersion& version : product.versions)
         versions.push_back(version.version);
       fail("{} has no such version or revision: {}\nthere are: {}", path, word,
-           join(versions, " "));
+           joined(versions, " "));
     }
     candidates.push_back(path);
     candidates.push_back(product.name);
   }
-  const std::vector<std::string> near = nearest(join(elements, "/"), candidates);
+  const std::vector<std::string> near = nearest(joined(elements, "/"), candidates);
   std::string hint =
-      near.empty() ? "zor avail lists what there is" : "did you mean " + join(near, " or ") + "?";
+      near.empty() ? "zor avail lists what there is" : "did you mean " + joined(near, " or ") + "?";
   fail("there is no product {} in {}\n{}", word, root.empty() ? "." : root, hint);
 }
 
@@ -224,8 +216,11 @@ ProductName resolve(const std::string& word, const std::string& path, const std:
 
 class Splitter {
  public:
-  Splitter(const OptionLookup& options, const Environment& environment)
+  // The settings are read if none are given.
+  Splitter(const OptionLookup& options, const Environment& environment,
+           std::shared_ptr<const Config> config = nullptr)
       : options_(options), environment_(environment) {
+    split_.request.config = std::move(config);
     if (const auto root = environment.find("ZORROOT")) split_.request.root = *root;
     split_.request.groups.emplace_back();
   }
@@ -237,8 +232,9 @@ class Splitter {
     while (!words.done())
       split_.request.program.push_back(words.take());
     // Only now is the root known, and with it the settings.
-    split_.request.config =
-        std::make_shared<Config>(load_config(split_.request.root, environment_));
+    if (!split_.request.config)
+      split_.request.config =
+          std::make_shared<Config>(load_config(split_.request.root, environment_));
     std::vector<std::vector<NamedQuery>> groups;
     for (auto& group : split_.request.groups)
       read_short_words(&group, &groups);
@@ -312,7 +308,7 @@ class Splitter {
       names.push_back('@' + entry.first);
     const std::vector<std::string> near = nearest('@' + name, names);
     fail("there is no set @{}{}", name,
-         near.empty() ? "" : fmt::format("; did you mean {}?", join(near, " or ")));
+         near.empty() ? "" : fmt::format("; did you mean {}?", joined(near, " or ")));
   }
 
   // Options that the request has in common with zorenv, which knows the short ones by their second
@@ -371,7 +367,7 @@ std::string values_of(const Choice& choice, const std::string& name) {
   for (const Variety& variety : choice.varieties)
     for (const Binding& variable : variety.variables)
       if (variable.name == name) values.insert(variable.value);
-  return join({values.begin(), values.end()}, ", ");
+  return joined({values.begin(), values.end()}, ", ");
 }
 
 std::string why_silent(const Choice& choice, const std::vector<Binding>& conditions) {
@@ -426,10 +422,11 @@ namespace {
 
 // A default request. Where broken ones are to be left out, the faults of its data files count as
 // well, before they spoil the others.
-Request default_request(const std::string& word, bool thoroughly, const Environment& environment) {
+Request default_request(const std::string& word, const std::shared_ptr<const Config>& config,
+                        const Environment& environment) {
   const OptionLookup no_options = [](const std::string&) { return OptionForm::kUnknown; };
-  Request request = take_request({word}, no_options, environment).request;
-  if (!thoroughly) return request;
+  Request request = Splitter(no_options, environment, config).split({word}).request;
+  if (!config->skip_broken_defaults) return request;
   const Answer answer = compute(request.question(), environment);
   if (!answer.done) fail("{}", answer.faults.empty() ? "no answer" : answer.faults[0].text);
   return request;
@@ -440,14 +437,13 @@ Request default_request(const std::string& word, bool thoroughly, const Environm
 Request with_defaults(Request request, const Environment& environment) {
   Environment at_root = environment;
   if (!request.root.empty()) at_root.set("ZORROOT", request.root);
-  const bool skips = request.config->skip_broken_defaults;
   auto& groups = request.groups;
   for (const std::string& word : request.config->defaults) {
     Request one;
     try {
-      one = default_request(word, skips, at_root);
+      one = default_request(word, request.config, at_root);
     } catch (const Error& error) {
-      if (!skips) throw;
+      if (!request.config->skip_broken_defaults) throw;
       request.notes += fmt::format("zor: {}, a default, is left out: {}\n", word, error.what());
       continue;
     }

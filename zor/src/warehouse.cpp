@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstring>
+#include <unordered_set>
 #include <utility>
 
 #include "computation.h"
@@ -150,7 +151,7 @@ std::string name_from_table(std::string_view name) {
 
 struct Pass {
   WH_ENVIRON* other;
-  Environment* environment;
+  std::vector<Change>* changes;
 };
 
 int32 take_changed(FwHashEntry* entry, void* context, FwErrorState*) {
@@ -159,23 +160,25 @@ int32 take_changed(FwHashEntry* entry, void* context, FwErrorState*) {
   auto* value = static_cast<FwTextString>(entry->value);
   FwTextString old = wh_lookup_ev(name, pass->other);
   if (!old || !wh_env_equal(old, value))
-    pass->environment->set(name_from_table(FWC(name)), FWC(value));
+    pass->changes->push_back({name_from_table(FWC(name)), FWC(value)});
   return 1;
 }
 
 int32 take_removed(FwHashEntry* entry, void* context, FwErrorState*) {
   const auto* pass = static_cast<Pass*>(context);
   auto* name = static_cast<FwTextString>(entry->key);
-  if (!wh_lookup_ev(name, pass->other)) pass->environment->erase(name_from_table(FWC(name)));
+  if (!wh_lookup_ev(name, pass->other)) pass->changes->push_back({name_from_table(FWC(name)), {}});
   return 1;
 }
 
 Environment changed(const Environment& base, WH_ENVIRON* oldenv, WH_ENVIRON* newenv) {
-  Environment environment = base;
-  Pass pass = {oldenv, &environment};
+  std::vector<Change> changes;
+  Pass pass = {oldenv, &changes};
   wh_enumerate_environ(newenv, take_changed, &pass, nullptr);
   pass.other = newenv;
   wh_enumerate_environ(oldenv, take_removed, &pass, nullptr);
+  Environment environment = base;
+  environment.apply(changes);
   return environment;
 }
 
@@ -262,34 +265,30 @@ void take_names(Answer* answer, FwVector* lists) {
   }
 }
 
-void take_separators(Answer* answer, const WH_ENV_SETTINGS* settings) {
-  for (int32 i = 0; settings && i < FwVectorLength(const_cast<FwVector*>(&settings->groups)); ++i) {
-    const FwVector& operations = element<WH_ENV_GROUP>(settings->groups, i)->ops;
-    for (int32 j = 0; j < FwVectorLength(const_cast<FwVector*>(&operations)); ++j) {
-      const auto* operation = element<WH_ENV_OP>(operations, j);
+// Those that the settings state, of each name the first.
+void take_separators(Answer* answer, std::unordered_set<std::string>* known,
+                     const WH_ENV_SETTINGS* settings) {
+  for (const WH_ENV_GROUP* group : elements<WH_ENV_GROUP>(settings->groups))
+    for (const WH_ENV_OP* operation : elements<WH_ENV_OP>(group->ops)) {
       const FwTextCharacter separator =
           operation->type == wh_env_insert ? operation->u.ins->sep : operation->u.rem->sep;
-      if (separator != 0)
+      if (separator != 0 && known->insert(string_of(operation->name)).second)
         answer->separators.push_back({string_of(operation->name), string_of(separator)});
     }
-  }
 }
 
 void take_products(Answer* answer, const WH_COMPUTATION* all) {
   if (!all->index) return;
   answer->root = string_of(all->abs_basedir);
-  const FwVector& products = all->index->entries;
-  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&products)); ++i) {
-    const auto* product = element<WH_PRODUCT>(products, i);
+  std::unordered_set<std::string> known;
+  for (const WH_PRODUCT* product : elements<WH_PRODUCT>(all->index->entries)) {
     answer->products.push_back(name_of(product->prodinfo->prodname));
-    take_separators(answer, all->set ? product->envset : product->envunset);
+    const WH_ENV_SETTINGS* settings = all->set ? product->envset : product->envunset;
+    if (settings) take_separators(answer, &known, settings);
   }
 }
 
 // ---- What an answer depends on ----
-
-constexpr const char* kDataFiles[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
-                                      "unset.xml",   "env.xml",      "unenv.xml"};
 
 // Where the names of files go that stand in %[FILE], while a computation runs that is to tell.
 std::vector<std::string>* asked_files = nullptr;
@@ -400,6 +399,7 @@ void collect_error(FwErrorState* err) {
 
 Collecting::Collecting(std::vector<Fault>* faults) {
   collected = faults;
+  noted.clear();
   wh_errors = 0;
 }
 
@@ -491,6 +491,11 @@ int compare_versions(const std::string& first, const std::string& second) {
 
 std::string host_platform_name() {
   return string_of(wh_host_platform);
+}
+
+bool is_pattern(const std::string& candidate) {
+  std::string one = candidate;
+  return wh_has_globs(text(one)) != 0;
 }
 
 bool pattern_matches(const std::string& pattern, const std::string& candidate) {

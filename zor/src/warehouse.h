@@ -114,12 +114,16 @@ struct Answer {
   std::string root;                   // absolute
   std::vector<ProductName> products;  // all that were read, in the order of reading; parts too
   // The separators that data files state: a variable's name, which may be a pattern, and the
-  // separator.
+  // separator that is stated first for it.
   std::vector<Binding> separators;
   // If asked for: the paths of all data files that were looked for, those that do not exist as
   // well, sorted, each once. Paths below the root are relative to it.
   std::vector<std::string> reads;
 };
+
+// The names of all data files that a product may have.
+inline constexpr const char* kDataFiles[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
+                                             "unset.xml",   "env.xml",      "unenv.xml"};
 
 // Boots the floors below. There must be one object of it, at the head of main; argv is kept.
 // Where the locale of the environment is that of C, the floors work in UTF-8.
@@ -143,7 +147,8 @@ int compare_versions(const std::string& first, const std::string& second);
 // This host's platform, such as "linux_6_1_0-x86_64".
 std::string host_platform_name();
 
-// Whether a text of the warehouse's pattern language matches.
+// Whether a text is more than itself in the warehouse's pattern language, and whether it matches.
+bool is_pattern(const std::string& text);
 bool pattern_matches(const std::string& pattern, const std::string& text);
 
 }  // namespace zor

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <map>
 
 #include "error.h"
 #include "facts.h"
@@ -24,6 +25,7 @@ class Loaded {
       FwFileRemoveTrailingSeparator(base);
       root_ = string_of(base);
       index_ = index_open(base);
+      index_->parse_flags |= WH_XML_PF_PLACES;
       FwMemFree(base);
       name_ = make_name(product);
       product_ = index_fetch(&err_, index_, name_, 0);
@@ -191,6 +193,7 @@ void add_operations(const WH_ENV_SETTINGS* settings, ProductFacts* facts) {
     for (const WH_ENV_OP* op : elements<WH_ENV_OP>(group->ops)) {
       Operation operation = operation_of(op);
       operation.file = facts->product.path() + "/env.xml";
+      operation.line = op->place->line;
       operation.when = condition_of(group->pattern);
       facts->operations.push_back(std::move(operation));
     }
@@ -204,6 +207,7 @@ void add_operations(const WH_RECIPE* recipe, ProductFacts* facts) {
       Operation operation;
       operation.kind = OperationKind::kRecipe;
       operation.file = facts->product.path() + "/setup.xml";
+      operation.line = command->place->line;
       operation.when = condition_of(step->pattern);
       operation.variable = string_of(from->name);
       operation.values = {string_of(from->value)};
@@ -249,20 +253,25 @@ void add_path(const Loaded& loaded, WH_VARIETY* variety, ProductFacts* facts) {
   }
 }
 
-// Each word is included by those that stand behind it in its line.
-constexpr const char* kSystems[] = {
-    "linux_2_4",   "linux_2",     "linux",     "macosx",  "darwin",    "solaris_8", "solaris_7",
-    "solaris_2_6", "solaris_2_5", "solaris_2", "solaris", "sunos",     "irix_6_5",  "irix_6_4",
-    "irix_6_3",    "irix_6",      "irix",      "hpux_11", "hpux_10",   "hpux",      "unix",
-    "macos_9",     "macos_8",     "macos",     "mac",     "win_vista", "win_xp",    "win_2000",
-    "win_nt_4",    "win_nt_3",    "win_nt",    "win_me",  "win_98",    "win_95",    "win_32",
-    "win",         "dos",         "pc",        "all",
-};
-constexpr const char* kArchitectures[] = {
-    "x86_64", "pentium_4",  "i686",       "pentium",     "486_dx",     "486_sx", "486",  "386",
-    "x86",    "mips_r5000", "mips_r8000", "mips_r10000", "mips_r4000", "mips",   "g4",   "x704",
-    "g3",     "604",        "603",        "601",         "ppc",        "sparc",  "hppa", "all",
-};
+// The words that include the host, the narrowest first. A word stands for the platform of that name
+// between before and behind.
+std::vector<std::string> words_of_host(const char* (*word)(int number), const std::string& before,
+                                       const std::string& behind) {
+  std::vector<std::string> words;
+  const auto includes = [&](const std::string& wide, std::string narrow) {
+    std::string general = before + wide + behind;
+    return platform_includes(general.data(), narrow.data()) != 0;
+  };
+  for (int i = 0; word(i); ++i)
+    if (includes(word(i), host_platform_name())) words.emplace_back(word(i));
+  std::map<std::string, int> wider;
+  for (const std::string& narrow : words)
+    for (const std::string& wide : words)
+      wider[narrow] += includes(wide, before + narrow + behind) ? 1 : 0;
+  std::stable_sort(words.begin(), words.end(),
+                   [&](const std::string& a, const std::string& b) { return wider[a] > wider[b]; });
+  return words;
+}
 
 }  // namespace
 
@@ -314,15 +323,8 @@ ProductName latest_of(const std::string& root, const ProductName& product) {
 }
 
 PlatformWords platform_words() {
-  std::string host = host_platform_name();
-  PlatformWords words;
-  for (const char* word : kSystems)
-    if (platform_includes(const_cast<char*>(word), host.data())) words.systems.emplace_back(word);
-  for (const char* word : kArchitectures) {
-    std::string name = std::string("all-") + word;
-    if (platform_includes(name.data(), host.data())) words.architectures.emplace_back(word);
-  }
-  return words;
+  return {words_of_host(platform_system_word, "", "-all"),
+          words_of_host(platform_architecture_word, "all-", "")};
 }
 
 }  // namespace zor

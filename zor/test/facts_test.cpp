@@ -195,10 +195,10 @@ struct Loom : Warehouse {
          "<PRODUCT name='shuttle' version='1' rev='1'><PATTERN/></PRODUCT>"
          "</PARTS></PARTSPEC></PARTLIST>");
     File("craft/loom/2.0/3", "env.xml",
-         "<ENV-SETTINGS><ENV-GROUP><PATTERN/>"
+         "<ENV-SETTINGS><ENV-GROUP><PATTERN/>\n"
          "<ENV-INSERT sep=';'><NAME>PATH</NAME><VALUE>%(BASE-CNVR)/%(size)/bin</VALUE>"
-         "<BEFORE>/usr/**</BEFORE></ENV-INSERT>"
-         "<ENV-REMOVE><NAME>OLD</NAME><VALUE>a*</VALUE></ENV-REMOVE>"
+         "<BEFORE>/usr/**</BEFORE></ENV-INSERT>\n"
+         "<ENV-REMOVE><NAME>OLD</NAME><VALUE>a*</VALUE></ENV-REMOVE>\n"
          "<ENV-DELETE>GONE</ENV-DELETE></ENV-GROUP></ENV-SETTINGS>");
     File("craft/loom/2.0/3", "prep.xml", RecipeXml(""));
     Write("root/craft/loom/2.0/3/s/bin/weave", "#!/bin/sh\n");
@@ -217,7 +217,7 @@ struct Loom : Warehouse {
 
 TEST(Show, TellsWhatAProductIs) {
   const Loom loom;
-  const std::string env = "  craft/loom/2.0/3/env.xml\n";
+  const std::string env = "  craft/loom/2.0/3/env.xml:";
   Expect(loom.Run({"show", "loom"}),
          "craft/loom/2.0/3\nHand Loom\nWebt\n  \xC3\x84rmel.\n"
          "Versions: 1.9/1 2.0/3\n"
@@ -228,15 +228,26 @@ TEST(Show, TellsWhatAProductIs) {
          "  %(THIS-CATEGORY)/shuttle/1/1, for [size=s]\n"
          "Variables:\n"
          "  PATH insert %(BASE-CNVR)/%(size)/bin before /usr/**" +
-             env + "  OLD remove a*" + env + "  GONE delete" + env +
-             "Old recipes: prep.xml\n"
+             env + "2\n  OLD remove a*" + env + "3\n  GONE delete" + env +
+             "4\nOld recipes: prep.xml\n"
              "Files:\n  s/bin/weave\n  gone (missing)\n",
          "", 0);
   Expect(loom.Run({"show", "wheel"}),
          "old/wheel/1/1\nVersions: 1/1\nVarieties:\n  (without a name) (for this host)\n"
-         "Variables:\n  PATH prepend %(BASE-CNVR)  old/wheel/1/1/setup.xml\n"
+         "Variables:\n  PATH prepend %(BASE-CNVR)  old/wheel/1/1/setup.xml:1\n"
          "Old recipes: setup.xml\n",
          "", 0);
+}
+
+TEST(Show, SteersNoTerminal) {
+  Warehouse warehouse;
+  warehouse.Product("C/x/1/1", Insert("A",
+                                      "\xC2\x9B"
+                                      "31m"));
+  const std::vector<std::string> words = {"show", "-r", warehouse.Root(), "C/x"};
+  EXPECT_NE(std::string::npos, OnTerminal(80, words).find("A insert \\xc2\\x9b31m"));
+  EXPECT_NE(std::string::npos, Zor(words).out.find("A insert \xC2\x9B"
+                                                   "31m"));
 }
 
 TEST(Show, GivesJson) {
@@ -245,6 +256,7 @@ TEST(Show, GivesJson) {
   EXPECT_EQ(0, result.status) << result.err;
   ExpectValid(result.out, "show");
   EXPECT_NE(std::string::npos, result.out.find("\"kind\": \"delete\""));
+  EXPECT_NE(std::string::npos, result.out.find("\"line\": 4\n"));
   ExpectValid(ZorOnExamples({"show", "--json", "weaver"}).out, "show");
 }
 

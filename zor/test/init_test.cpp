@@ -347,7 +347,7 @@ TEST_P(InitOfShFamily, OptionsAndAliasesOfTheUserDoNoHarm) {
   }
   if (IsNamed("zsh")) {
     all.emplace_back(
-        "setopt KSH_ARRAYS WARN_CREATE_GLOBAL GLOB_SUBST NOMATCH "
+        "setopt CSH_JUNKIE_QUOTES RC_QUOTES KSH_ARRAYS WARN_CREATE_GLOBAL GLOB_SUBST NOMATCH "
         "IGNORE_BRACES\n");
     all.emplace_back("setopt SH_WORD_SPLIT NO_EQUALS ERR_EXIT ERR_RETURN NO_UNSET ALL_EXPORT\n");
     all.emplace_back("setopt NO_GLOBAL_EXPORT POSIX_BUILTINS POSIX_IDENTIFIERS\n");

@@ -84,6 +84,18 @@ TEST_F(Setup, WhatOthersWroteStaysWithItsModeAndItsLinks) {
   EXPECT_EQ(1, files);
 }
 
+TEST_F(Setup, ABlockThatDoesNotEndIsLeftAsItIs) {
+  const std::string text = "# >>> zor setup >>>\nX=1\n";
+  const std::string file = tree_.Write("new/bash.bashrc", text);
+  Expect(
+      Zor({"setup", "--install", "--etc", tree_ / "new", "--shell", "bash"}), "",
+      "zor: " + file + ": a block of zor setup begins here and does not end; mend that by hand\n",
+      1);
+  EXPECT_EQ(text, ReadFile(file));
+  // Nor is another one written.
+  EXPECT_FALSE(std::filesystem::exists(tree_ / "new/profile.d"));
+}
+
 TEST_F(Setup, ADirectoryOfAPackagerIsNotNamedInTheFiles) {
   EXPECT_EQ(0, Zor({"setup", "--install", "--destdir", tree_ / "root"}).status);
   const std::string content = ReadFile(tree_ / "root/etc/bash.bashrc");

@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>  // IWYU pragma: keep: the one header of the library
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "catalogue.h"
@@ -73,6 +72,9 @@ void CommandLine::parse(const std::vector<std::string>& words) {
 }
 
 Request CommandLine::parse_request(const Context& context) {
+  // Help is there even where the settings or the warehouse can't be read.
+  const auto end = std::find(context.words.begin(), context.words.end(), "--");
+  if (std::find(context.words.begin(), end, "--help") != end) parse({"--help"});
   const auto lookup = [this](const std::string& word) {
     const std::string name = word.substr(0, word.find('='));
     const CLI::Option* option = parser_->app.get_option_no_throw(name);
@@ -115,9 +117,8 @@ ProductName one_product(const Request& request) {
 
 [[noreturn]] void become(const std::vector<std::string>& program, const Environment& environment,
                          Context* context) {
-  const std::string notes = without_controls(context->notes);
+  write_all(STDERR_FILENO, without_controls(context->notes));
   context->notes.clear();
-  std::fwrite(notes.data(), 1, notes.size(), stderr);
   const auto pointers = [](const std::vector<std::string>& texts) {
     std::vector<char*> all;
     all.reserve(texts.size() + 1);

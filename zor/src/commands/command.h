@@ -28,11 +28,16 @@ struct Context {
   std::string notes;        // for standard error, lines with their ends
 };
 
+// What a subcommand prints: texts for people, of which a terminal gets nothing that steers it, or
+// what must arrive byte for byte.
+enum class Prints { kBytes, kText };
+
 struct Command {
   const char* name;
   const char* summary;           // null for what people don't type
   int (*run)(Context* context);  // gives the exit status, or throws Error
   bool makes_script = false;     // the environment of the shell that asks is changed
+  Prints prints = Prints::kBytes;
 };
 
 int run_avail(Context* context);

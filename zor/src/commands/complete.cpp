@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <iterator>
 
+#include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
 #include "formats/format.h"
@@ -153,8 +154,7 @@ std::vector<std::string> directories_in(const std::string& path) {
        at.increment(error)) {
     std::string name = at->path().filename();
     std::error_code ignored;
-    if (name[0] != '.' && name != "CVS" && at->is_directory(ignored))
-      names.push_back(std::move(name));
+    if (is_searched(name) && at->is_directory(ignored)) names.push_back(std::move(name));
   }
   std::sort(names.begin(), names.end());
   return names;

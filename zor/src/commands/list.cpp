@@ -21,11 +21,12 @@ Json json_of(const std::vector<Binding>& bindings) {
 
 Json json_of(const Pin& pin) {
   const ProductName& product = pin.named.query.product;
-  Json conditions = Json::array();
-  for (const Binding& condition : pin.named.query.conditions)
-    conditions.push_back({{"variable", condition.name}, {"value", condition.value}});
-  return {{"category", product.category}, {"name", product.name},     {"version", product.version},
-          {"rev", product.rev},           {"conditions", conditions}, {"word", pin.named.word}};
+  return {{"category", json_text(product.category)},
+          {"name", json_text(product.name)},
+          {"version", json_text(product.version)},
+          {"rev", json_text(product.rev)},
+          {"conditions", json_of(pin.named.query.conditions)},
+          {"word", json_text(pin.named.word)}};
 }
 
 Json groups_json(const Contents& contents) {
@@ -141,7 +142,7 @@ std::string status_json(const Session& session, const std::vector<ChangedFile>& 
   return printed({{"version", 1},
                   {"root", json_text(session.root)},
                   {"platform", json_text(session.platform)},
-                  {"host", host_platform_name()},
+                  {"host", json_text(host_platform_name())},
                   {"groups", groups_json(session.contents)},
                   {"set", json_of(session.contents.variables)},
                   {"variables", variables},

@@ -66,7 +66,7 @@ void tell_site(const char* command, const Request& request, const std::string& r
       try {
         products.push_back(latest_of(root, named.query.product));
       } catch (const Error&) {
-        // It has gone since it was read. A log is no reason for a load to fail.
+        // The product has been removed meanwhile. The load has succeeded, so the log does without.
       }
   log_load(*request.config, command, root, products, context->environment);
 }

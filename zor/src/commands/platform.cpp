@@ -3,19 +3,9 @@
 #include "error.h"
 #include "facts.h"
 #include "render/json.h"
+#include "words.h"
 
 namespace zor {
-
-namespace {
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string all;
-  for (const std::string& word : words)
-    all += ' ' + word;
-  return all;
-}
-
-}  // namespace
 
 int run_platform(Context* context) {
   CommandLine line("platform", "Print the name of this host's platform.", "zor platform");
@@ -36,8 +26,8 @@ int run_platform(Context* context) {
   }
   context->out += host + '\n';
   if (verbose)
-    context->out += fmt::format("systems:{}\narchitectures:{}\n", joined(words.systems),
-                                joined(words.architectures));
+    context->out += fmt::format("systems: {}\narchitectures: {}\n", joined(words.systems, " "),
+                                joined(words.architectures, " "));
   return kDone;
 }
 

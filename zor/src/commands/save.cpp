@@ -2,7 +2,6 @@
 #include <dirent.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "catalogue.h"
 #include "commands/command.h"
@@ -16,17 +15,13 @@ namespace zor {
 
 namespace {
 
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-
 // The names under which something was saved.
 std::vector<std::string> saved_names(const Environment& environment) {
   const std::string path = saved_path("x", environment);
   const std::string directory = path.substr(0, path.rfind('/'));
   constexpr std::string_view kEnding = ".lock";
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory.c_str()));
+  const Directory stream(opendir(directory.c_str()));
   while (const dirent* entry = stream ? readdir(stream.get()) : nullptr) {
     const std::string_view name = entry->d_name;
     if (!name.starts_with('.') && name.ends_with(kEnding) && name.size() > kEnding.size())
@@ -41,19 +36,6 @@ std::string listed(const std::vector<std::string>& names) {
   for (const std::string& name : names)
     text += name + '\n';
   return text;
-}
-
-// The products of a session as a request.
-Request request_of(const Session& session) {
-  Request request;
-  request.root = session.root;
-  request.list_reads = true;
-  for (const auto& group : session.contents.groups) {
-    request.groups.emplace_back();
-    for (const Pin& pin : group)
-      request.groups.back().push_back(pin.named);
-  }
-  return request;
 }
 
 }  // namespace
@@ -74,7 +56,8 @@ int run_save(Context* context) {
   const std::string path = saved_path(name, context->environment);
   const Session session = read_session(context->environment);
   if (session.contents.groups.empty()) fail("nothing is loaded, so there is nothing to save");
-  const Request request = request_of(session);
+  Request request = request_of(session.contents, session.root);
+  request.list_reads = true;
   const Answer answer = answer_to(request, base_of(session, context->environment), context);
   write_file(path, written(lock_of(request, answer)));
   return kDone;

@@ -1,7 +1,5 @@
 // zor search: products by what they are called, how they are described and what they let one run.
 #include <dirent.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -10,6 +8,7 @@
 #include "config.h"
 #include "error.h"
 #include "facts.h"
+#include "files.h"
 #include "render/json.h"
 #include "render/text.h"
 
@@ -22,22 +21,16 @@ struct Hit {
   std::vector<std::string> commands;  // paths of those that the word stands in
 };
 
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-
 // The programs in a directory whose names hold the word, which is folded.
 void add_commands(const std::string& directory, const std::string& word,
                   std::vector<std::string>* commands) {
-  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory.c_str()));
+  const Directory stream(opendir(directory.c_str()));
   if (!stream) return;
   std::vector<std::string> found;
   while (const dirent* entry = readdir(stream.get())) {
     if (entry->d_name[0] == '.' || folded(entry->d_name).find(word) == std::string::npos) continue;
     const std::string path = directory + '/' + entry->d_name;
-    struct stat info;
-    if (stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), X_OK) == 0)
-      found.push_back(path);
+    if (is_program(path)) found.push_back(path);
   }
   std::sort(found.begin(), found.end());
   commands->insert(commands->end(), found.begin(), found.end());

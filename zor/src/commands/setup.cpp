@@ -1,18 +1,11 @@
 // zor setup: the start-up files of the shells of a whole machine.
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "commands/command.h"
 #include "error.h"
+#include "files.h"
 #include "init/init.h"
 #include "init/text.h"
 
@@ -112,54 +105,15 @@ std::string lines_of(const StartUpFile& file, const Settings& settings) {
                             {"PROFILE", path_word(settings.etc + "/profile.d/zor.sh")}});
 }
 
-std::string content_of(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  if (!stream && std::filesystem::exists(path)) fail("{}: {}", path, std::strerror(errno));
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 // The file's content with the block in the place of the one that is there, or at its head.
-std::string with_block(const std::string& content, const std::string& block) {
+std::string with_block(const std::string& path, const std::string& content,
+                       const std::string& block) {
   const std::size_t begin = content.find(kBegin);
   if (begin == content.npos) return block + content;
   const std::size_t end = content.find(kEnd, begin);
   if (end == content.npos)
-    fail("there is a line {}without one {}; mend that by hand", kBegin, kEnd);
+    fail("{}: a block of zor setup begins here and does not end; mend that by hand", path);
   return content.substr(0, begin) + block + content.substr(end + kEnd.size());
-}
-
-[[noreturn]] void fail_with_reason(const std::string& path) {
-  throw Error(fmt::format("{}: {}", path, std::strerror(errno)), kTrouble);
-}
-
-// Through a new file beside it, so that no shell ever reads half of it. A link stays one.
-void write_file(std::string path, const std::string& content) {
-  std::error_code error;
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-  if (error) fail("{}: {}", path, error.message());
-  if (std::filesystem::is_symlink(path)) path = std::filesystem::canonical(path, error);
-  if (error) fail("{}: {}", path, error.message());
-  struct stat info = {};
-  const bool there = stat(path.c_str(), &info) == 0;
-  std::string beside = path + ".XXXXXX";
-  const int fd = mkostemp(beside.data(), O_CLOEXEC);
-  if (fd < 0) fail_with_reason(beside);
-  bool good = fchmod(fd, there ? info.st_mode & 07777 : 0644) == 0;
-  // Only root can give files away; whoever else may write here owns them.
-  if (good && there && geteuid() == 0) good = fchown(fd, info.st_uid, info.st_gid) == 0;
-  for (std::string_view rest = content; good && !rest.empty();) {
-    const ssize_t count = write(fd, rest.data(), rest.size());
-    good = count >= 0 || errno == EINTR;
-    if (count > 0) rest.remove_prefix(static_cast<std::size_t>(count));
-  }
-  good = good && fsync(fd) == 0;
-  good = close(fd) == 0 && good && rename(beside.c_str(), path.c_str()) == 0;
-  if (!good) {
-    const int reason = errno;
-    unlink(beside.c_str());
-    errno = reason;
-    fail_with_reason(path);
-  }
 }
 
 std::string family_names() {
@@ -169,14 +123,56 @@ std::string family_names() {
   return names;
 }
 
-// The dialects of zor init's shells are families here, but that bash has a file of its own besides
-// that of the login shells.
+// A family is the dialect of one of zor init's shells. bash has a file of its own and also reads
+// the file of the login shells.
 bool is_wanted(const StartUpFile& file, const std::string& family) {
   if (family.empty() || family == file.family) return true;
   const Shell* shell = find_shell(family);
   const std::string_view dialect = shell ? shell->dialect : "";
   const std::string_view own = file.family;
   return own == dialect || (own == "sh" && (dialect == "bash" || dialect == "ksh"));
+}
+
+std::string path_of(const StartUpFile& file, const Settings& settings) {
+  return settings.etc + '/' + file.path;
+}
+
+std::string block_of(const StartUpFile& file, const Settings& settings) {
+  return std::string(kBegin) + lines_of(file, settings) + std::string(kEnd);
+}
+
+std::string shown_files(const std::vector<const StartUpFile*>& files, const Settings& settings) {
+  std::string text;
+  for (const StartUpFile* file : files)
+    text += fmt::format("{}{}, read by {}{}:\n\n{}", text.empty() ? "" : "\n",
+                        path_of(*file, settings), file->read_by,
+                        file->is_ours ? "" : " (at its head)", block_of(*file, settings));
+  return text;
+}
+
+// Nothing is written before it is known what becomes of each file.
+std::string install_files(const std::vector<const StartUpFile*>& files, const Settings& settings) {
+  struct Plan {
+    std::string path;
+    std::string before;
+    std::string after;
+  };
+  std::vector<Plan> plans;
+  for (const StartUpFile* file : files) {
+    Plan plan;
+    plan.path = settings.destdir + path_of(*file, settings);
+    plan.before = content_if_there(plan.path).value_or("");
+    const std::string block = block_of(*file, settings);
+    plan.after = file->is_ours ? block : with_block(plan.path, plan.before, block);
+    plans.push_back(std::move(plan));
+  }
+  std::string told;
+  for (const Plan& plan : plans) {
+    const bool done = plan.before == plan.after;
+    if (!done) write_file_for_all(plan.path, plan.after);
+    told += fmt::format("{} {}\n", plan.path, done ? "is as it should be" : "was written");
+  }
+  return told;
 }
 
 }  // namespace
@@ -195,30 +191,12 @@ int run_setup(Context* context) {
               "a directory in front of all that is written, as for making packages");
   line.parse(context->words);
   settings.program = own_callee(context->commands).path;
-  bool any = false;
-  for (const StartUpFile& file : kFiles) {
-    if (!is_wanted(file, family)) continue;
-    any = true;
-    const std::string path = settings.etc + '/' + file.path;
-    const std::string block = std::string(kBegin) + lines_of(file, settings) + std::string(kEnd);
-    if (!install) {
-      context->out +=
-          fmt::format("{}{}, read by {}{}:\n\n{}", any && !context->out.empty() ? "\n" : "", path,
-                      file.read_by, file.is_ours ? "" : " (at its head)", block);
-      continue;
-    }
-    const std::string target = settings.destdir + path;
-    const std::string before = content_of(target);
-    const std::string after = file.is_ours ? block : with_block(before, block);
-    if (before == after) {
-      context->out += fmt::format("{} is as it should be\n", target);
-      continue;
-    }
-    write_file(target, after);
-    context->out += fmt::format("{} was written\n", target);
-  }
-  if (!any)
+  std::vector<const StartUpFile*> wanted;
+  for (const StartUpFile& file : kFiles)
+    if (is_wanted(file, family)) wanted.push_back(&file);
+  if (wanted.empty())
     misuse("there is no start-up file for {}; there are some for {}", family, family_names());
+  context->out += install ? install_files(wanted, settings) : shown_files(wanted, settings);
   return kDone;
 }
 

@@ -60,7 +60,7 @@ Json json_of(const Operation& operation) {
       {"word", json_text(operation.word)},         {"separator", json_text(operation.separator)},
       {"values", json_texts(operation.values)},    {"before", json_texts(operation.before)},
       {"after", json_texts(operation.after)},      {"when", json_of(operation.when)},
-      {"file", json_text(operation.file)}};
+      {"file", json_text(operation.file)},         {"line", operation.line}};
 }
 
 Json json_of(const Part& part) {
@@ -152,7 +152,7 @@ std::string shown(const Operation& operation) {
     text += " before " + pattern;
   for (const std::string& pattern : operation.after)
     text += " after " + pattern;
-  return text + shown(operation.when) + "  " + operation.file;
+  return fmt::format("{}{}  {}:{}", text, shown(operation.when), operation.file, operation.line);
 }
 
 std::string shown(const Part& part) {

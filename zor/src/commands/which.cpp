@@ -9,16 +9,12 @@
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
+#include "files.h"
 #include "render/json.h"
 
 namespace zor {
 
 namespace {
-
-bool is_program(const std::string& path) {
-  struct stat info;
-  return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), X_OK) == 0;
-}
 
 // All files that the command's name leads to, in the order of PATH, each once.
 std::vector<std::string> found_on(std::string_view path, const std::string& command) {

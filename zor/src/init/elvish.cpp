@@ -1,5 +1,6 @@
 // The function for elvish.
 #include "init/text.h"
+#include "words.h"
 
 namespace zor {
 

@@ -62,15 +62,6 @@ Callee own_callee(std::span<const Command> commands) {
   return callee;
 }
 
-std::string joined(const std::vector<std::string>& words, std::string_view separator) {
-  std::string text;
-  for (const std::string& word : words) {
-    if (!text.empty()) text += separator;
-    text += word;
-  }
-  return text;
-}
-
 std::string filled(std::string_view text,
                    std::initializer_list<std::pair<std::string_view, std::string>> values) {
   std::string result(text);

@@ -1,5 +1,6 @@
 // The command for nushell, which evaluates no text: its script is a record in JSON.
 #include "init/text.h"
+#include "words.h"
 
 namespace zor {
 

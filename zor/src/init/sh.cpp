@@ -3,6 +3,7 @@
 // It has no variables of its own, which a product might set as well: what it must remember are its
 // positional parameters. Commands stand behind a backslash, so that no alias takes their place.
 #include "init/text.h"
+#include "words.h"
 
 namespace zor {
 
@@ -122,12 +123,14 @@ std::string define_for_bash(const Callee& callee) {
 }
 
 // zsh reads all of what it evaluates before it runs any of it, an alias of the name included, so
-// the function is defined in an evaluation of its own.
+// the function is defined in an evaluation of its own. Its text stands on one line: between quotes
+// zsh may have been told to take no line end, as csh does.
 std::string define_for_zsh(const Callee& callee) {
-  return "\\unalias zor 2>/dev/null || :\n\\eval " +
-         quoted_for_sh(function_text(callee, "zsh", "  \\emulate -L zsh\n  \\setopt local_traps\n",
-                                     kApplyInZsh, "") +
-                       filled(kCompletionOfZsh, {{"PROGRAM", quoted_for_sh(callee.path)}})) +
+  return "\\unalias zor 2>/dev/null || :\n\\eval $" +
+         quoted(function_text(callee, "zsh", "  \\emulate -L zsh\n  \\setopt local_traps\n",
+                              kApplyInZsh, "") +
+                    filled(kCompletionOfZsh, {{"PROGRAM", quoted_for_sh(callee.path)}}),
+                '\'', {{'\'', "\\'"}, {'\\', "\\\\"}, {'\n', "\\n"}}) +
          "\n";
 }
 

@@ -12,8 +12,6 @@
 
 namespace zor {
 
-std::string joined(const std::vector<std::string>& words, std::string_view separator);
-
 // The text with each "@NAME@" replaced by what belongs to the name.
 std::string filled(std::string_view text,
                    std::initializer_list<std::pair<std::string_view, std::string>> values);

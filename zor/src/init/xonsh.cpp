@@ -1,5 +1,6 @@
 // The command for xonsh.
 #include "init/text.h"
+#include "words.h"
 
 namespace zor {
 

@@ -23,9 +23,6 @@ std::string bytes_of(const Json& text);
 // The document, indented, with a line end behind it.
 std::string printed(const Json& document);
 
-// RFC 4648, with padding.
-std::string base64(std::string_view bytes);
-
 }  // namespace zor
 
 #endif

@@ -1,47 +1,22 @@
 #include "session/digests.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <cstdint>
-
-#include "error.h"
+#include "sha256.h"
 
 namespace zor {
 
 namespace {
 
-// All that is read of a product.
-constexpr const char* kDataFiles[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
-                                      "unset.xml",   "env.xml",      "unenv.xml"};
-
-// Empty if there is no such file.
-std::string digest_of_file(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return {};
-  std::uint64_t digest = 14695981039346656037U;
-  std::array<char, 4096> block;
-  for (;;) {
-    const ssize_t count = read(fd, block.data(), block.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) break;
-    for (ssize_t i = 0; i < count; ++i)
-      digest = (digest ^ static_cast<unsigned char>(block[static_cast<std::size_t>(i)])) *
-               1099511628211U;
-  }
-  close(fd);
-  return fmt::format("{:016x}", digest);
-}
+// Of the digits of a digest, enough to tell files apart that changed by accident. An environment
+// holds one for each file.
+constexpr std::size_t kDigits = 16;
 
 }  // namespace
 
 Digests digests_in(const std::string& directory) {
   Digests digests;
   for (const char* name : kDataFiles) {
-    std::string digest = digest_of_file(directory + '/' + name);
-    if (!digest.empty()) digests[name] = std::move(digest);
+    const std::string digest = sha256_of_file(directory + '/' + name);
+    if (!digest.empty()) digests[name] = digest.substr(0, kDigits);
   }
   return digests;
 }

@@ -10,8 +10,8 @@
 
 namespace zor {
 
-// Those of a product whose directory this is, of the files that are there. The digest (FNV-1a, 64
-// bits) tells files apart that changed by accident, not by design.
+// Those of a product whose directory this is, of the files that are there. They are cut short: they
+// tell files apart that changed by accident, not by design.
 Digests digests_in(const std::string& directory);
 
 // By the products' paths below the root.

@@ -1,6 +1,8 @@
 #include "session/hand.h"
 
 #include <algorithm>
+#include <iterator>
+#include <list>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -44,25 +46,43 @@ std::vector<bool> longest_ascent(const std::vector<std::size_t>& numbers) {
   return marked;
 }
 
-// Puts list[at] into the result, beside its nearest neighbour in the list that is there and may be
-// one. False if there is none.
-template <class MayBe>
-bool put_beside_neighbour(Elements* result, const Elements& list, std::size_t at, MayBe may_be) {
-  const auto find = [&](std::size_t i) {
-    return may_be(list[i]) ? std::find(result->begin(), result->end(), list[i]) : result->end();
-  };
-  for (std::size_t i = at; i-- > 0;)
-    if (const auto neighbour = find(i); neighbour != result->end()) {
-      result->insert(neighbour + 1, list[at]);
-      return true;
-    }
-  for (std::size_t i = at + 1; i < list.size(); ++i)
-    if (const auto neighbour = find(i); neighbour != result->end()) {
-      result->insert(neighbour, list[at]);
-      return true;
-    }
-  return false;
-}
+// Elements in an order that is being made. It views their texts.
+class Order {
+ public:
+  void append(std::string_view element) { insert(elements_.end(), element); }
+
+  // Puts list[at] beside its nearest neighbour in the list that is there and may be one. False if
+  // there is none.
+  template <class MayBe>
+  bool put_beside_neighbour(const Elements& list, std::size_t at, MayBe may_be) {
+    const auto find = [&](std::size_t i) {
+      return may_be(list[i]) ? places_.find(list[i]) : places_.end();
+    };
+    for (std::size_t i = at; i-- > 0;)
+      if (const auto neighbour = find(i); neighbour != places_.end()) {
+        insert(std::next(neighbour->second), list[at]);
+        return true;
+      }
+    for (std::size_t i = at + 1; i < list.size(); ++i)
+      if (const auto neighbour = find(i); neighbour != places_.end()) {
+        insert(neighbour->second, list[at]);
+        return true;
+      }
+    return false;
+  }
+
+  Elements elements() const { return {elements_.begin(), elements_.end()}; }
+
+ private:
+  using List = std::list<std::string_view>;
+
+  void insert(List::iterator before, std::string_view element) {
+    places_.emplace(element, elements_.insert(before, element));
+  }
+
+  List elements_;
+  std::unordered_map<std::string_view, List::iterator> places_;
+};
 
 }  // namespace
 
@@ -144,19 +164,18 @@ Elements with_hand(const Hand& hand, const Elements& list) {
   Set there = set_of(list);
   there.insert(hand.added.begin(), hand.added.end());
   placed.insert(hand.moved.begin(), hand.moved.end());
-  Elements result;
+  Order result;
   for (const std::string& element : hand.shape)
-    if (there.contains(element)) result.push_back(element);
+    if (there.contains(element)) result.append(element);
   // What the user has not seen yet goes where the products want it, as far as that can be told from
   // neighbours that were not put elsewhere.
   const auto stayed = [&](const std::string& element) { return !placed.contains(element); };
   const auto any = [](const std::string&) { return true; };
   for (std::size_t i = 0; i < list.size(); ++i)
     if (!shape.contains(list[i]) && !away.contains(list[i]) &&
-        !put_beside_neighbour(&result, list, i, stayed) &&
-        !put_beside_neighbour(&result, list, i, any))
-      result.push_back(list[i]);
-  return result;
+        !result.put_beside_neighbour(list, i, stayed) && !result.put_beside_neighbour(list, i, any))
+      result.append(list[i]);
+  return result.elements();
 }
 
 void forget_lost(Hand* hand, const Elements& base, const Elements& computed) {

@@ -5,9 +5,8 @@
 //   its value now                        what becomes of the change
 //   the same                             nothing was changed
 //   elements more                        they stay, whatever products remove or go
-//   elements fewer                       they stay away for as long as the base or a product that
-//   is
-//                                        loaded all the time has them
+//   elements fewer                       they stay away for as long as the base or a product
+//                                        that is loaded all the time has them
 //   an element that was taken away       it is there as if nothing had been done
 //     is there again
 //   elements in another order            they keep it

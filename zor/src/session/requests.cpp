@@ -9,16 +9,9 @@ namespace zor {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& elements) {
-  std::string path;
-  for (const std::string& element : elements)
-    path += (path.empty() ? "" : "/") + element;
-  return path;
-}
-
 // The names that a product goes by.
 std::vector<std::string> names_of(const ProductName& product) {
-  const std::string category = joined(path_elements(product.category));
+  const std::string category = normal_path(product.category);
   std::vector<std::string> starts = {category + '/' + product.name, product.name};
   // The product that a category without a name stands for.
   if (product.name == "Contents") starts.push_back(category);
@@ -33,7 +26,7 @@ std::vector<std::string> names_of(const ProductName& product) {
 bool is_named(const Pin& pin, const std::string& word) {
   if (word == pin.named.word) return true;
   const std::vector<std::string> names = names_of(pin.named.query.product);
-  return std::find(names.begin(), names.end(), joined(path_elements(word))) != names.end();
+  return std::find(names.begin(), names.end(), normal_path(word)) != names.end();
 }
 
 const Pin& pin_at(const Contents& contents, const Place& place) {

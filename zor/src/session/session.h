@@ -97,6 +97,9 @@ bool is_session_text(std::string_view name);
 // the order of names: what shells hand on has no order of its own, and results may depend on it.
 Environment base_of(const Session& session, const Environment& environment);
 
+// What a session holds as a request.
+Request request_of(const Contents& contents, const std::string& root);
+
 // Brings the variables of a session up to what the user has done since the last step. Gives a line
 // for each that is left to the user from now on.
 std::string take_up_changes(Session* session, const Environment& environment);

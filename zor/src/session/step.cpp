@@ -1,6 +1,8 @@
 // Steps from one content of a session to the next.
 #include <algorithm>
 #include <iterator>
+#include <map>
+#include <unordered_map>
 
 #include "deadline.h"
 #include "error.h"
@@ -18,16 +20,9 @@ constexpr std::size_t kMostHistory = 20;
 
 using Value = std::optional<std::string>;
 
-Value value_in(const Environment& environment, std::string_view name) {
-  const auto value = environment.find(name);
+Value value_in(const Values& values, std::string_view name) {
+  const auto value = values.find(name);
   return value ? Value(*value) : std::nullopt;
-}
-
-void put(Environment* environment, const std::string& name, const Value& value) {
-  if (value)
-    environment->set(name, *value);
-  else
-    environment->erase(name);
 }
 
 Environment in_order_of_names(const Environment& environment) {
@@ -51,23 +46,14 @@ Environment base_without(const Session& session, const Environment& environment,
   std::vector<std::string> texts = environment.texts();
   std::erase_if(texts, [](const std::string& text) { return is_session_text(name_of(text)); });
   Environment base(std::move(texts));
+  std::vector<Change> changes;
   for (const auto& [name, tracked] : session.variables) {
     Tracked asked = tracked;
     if (whole) asked.hand.without.clear();
-    put(&base, name, with_hand(asked, tracked.base));
+    changes.push_back({name, with_hand(asked, tracked.base)});
   }
+  base.apply(changes);
   return in_order_of_names(base);
-}
-
-Request request_of(const Contents& contents, const std::string& root) {
-  Request request;
-  request.root = root;
-  for (const auto& group : contents.groups) {
-    request.groups.emplace_back();
-    for (const Pin& pin : group)
-      request.groups.back().push_back(pin.named);
-  }
-  return request;
 }
 
 void pin(Contents* contents, const Answer& answer) {
@@ -76,23 +62,45 @@ void pin(Contents* contents, const Answer& answer) {
       contents->groups[i][j].named.query.product = answer.taken[i][j];
 }
 
-// What the data files state first for the variable, as there is an error if they state others.
-std::string separator_of(const Answer& answer, const std::string& name, const Tracked& tracked) {
-  for (const Binding& row : answer.separators)
-    if (row.name == name || pattern_matches(row.name, name)) return row.value;
-  return tracked.separator;
-}
+// What the data files state first for a variable, as there is an error if they state others.
+class Separators {
+ public:
+  explicit Separators(const std::vector<Binding>& rows) : rows_(rows) {
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      if (is_pattern(rows[i].name))
+        patterns_.push_back(i);
+      else
+        by_name_.emplace(rows[i].name, i);
+    }
+  }
+
+  // Null if they state none.
+  const std::string* find(const std::string& name) const {
+    const auto exact = by_name_.find(name);
+    const std::size_t end = exact == by_name_.end() ? rows_.size() : exact->second;
+    for (const std::size_t i : patterns_) {
+      if (i > end) break;
+      if (pattern_matches(rows_[i].name, name)) return &rows_[i].value;
+    }
+    return end == rows_.size() ? nullptr : &rows_[end].value;
+  }
+
+ private:
+  const std::vector<Binding>& rows_;
+  std::unordered_map<std::string_view, std::size_t> by_name_;
+  std::vector<std::size_t> patterns_;
+};
 
 // The variable as it is tracked from now on. base is its value in the base environment, raw what
 // the products make of that.
-Tracked next_tracked(const Session& session, const Answer& answer, const std::string& name,
+Tracked next_tracked(const Session& session, const Separators& separators, const std::string& name,
                      const Value& base, const Value& raw) {
   Tracked tracked;
   if (const auto old = session.variables.find(name); old != session.variables.end())
     tracked = old->second;
   else
     tracked.base = base;
-  tracked.separator = separator_of(answer, name, tracked);
+  if (const std::string* stated = separators.find(name)) tracked.separator = *stated;
   forget_lost(&tracked.hand, split_list(tracked.base.value_or(""), tracked.separator),
               split_list(raw.value_or(""), tracked.separator));
   const Value computed = with_hand(tracked, raw);
@@ -116,18 +124,22 @@ void compute_contents(Session* session, const std::string& root, Environment* ta
   now_doing("computing the environment of" + words);
   const Answer answer = answer_to(request_of(session->contents, root), base, context);
   const std::vector<Change> changes = difference(base, answer.environment);
+  const Separators separators(answer.separators);
+  const Values values(base);
   std::map<std::string, Tracked> variables;
+  std::vector<Change> put;
   for (const Change& change : changes) {
     if (is_session_text(change.name))
       fail("a product sets {}, where the session is kept; nothing was changed", change.name);
-    Tracked tracked =
-        next_tracked(*session, answer, change.name, value_in(base, change.name), change.value);
-    put(target, change.name, tracked.last);
+    Tracked tracked = next_tracked(*session, separators, change.name, value_in(values, change.name),
+                                   change.value);
+    put.push_back({change.name, tracked.last});
     variables[change.name] = std::move(tracked);
   }
   // The products don't change these any more.
   for (const auto& [name, tracked] : session->variables)
-    if (tracked.left_alone && !variables.contains(name)) put(target, name, tracked.last);
+    if (tracked.left_alone && !variables.contains(name)) put.push_back({name, tracked.last});
+  target->apply(put);
   now_doing("reading the data files of" + words);
   pin(&session->contents, answer);
   session->variables = std::move(variables);
@@ -138,8 +150,10 @@ void compute_contents(Session* session, const std::string& root, Environment* ta
 
 // With no product there is nothing to compute, so this works with the warehouse gone.
 void leave_products(Session* session, Environment* environment) {
+  std::vector<Change> put;
   for (const auto& [name, tracked] : session->variables)
-    if (tracked.left_alone) put(environment, name, tracked.last);
+    if (tracked.left_alone) put.push_back({name, tracked.last});
+  environment->apply(put);
   session->variables.clear();
   session->files.clear();
   session->root.clear();
@@ -180,10 +194,22 @@ std::string start_up_line(const Environment& environment) {
 
 }  // namespace
 
+Request request_of(const Contents& contents, const std::string& root) {
+  Request request;
+  request.root = root;
+  for (const auto& group : contents.groups) {
+    request.groups.emplace_back();
+    for (const Pin& pin : group)
+      request.groups.back().push_back(pin.named);
+  }
+  return request;
+}
+
 std::string take_up_changes(Session* session, const Environment& environment) {
   std::string lines;
+  const Values values(environment);
   for (auto& [name, tracked] : session->variables) {
-    const Value now = value_in(environment, name);
+    const Value now = value_in(values, name);
     if (now == tracked.last) continue;
     if (tracked.left_alone) {
       tracked.left_alone = now != tracked.computed;
@@ -220,8 +246,7 @@ void take_step(const Session& session, Contents contents, const std::string& roo
   else
     compute_contents(&next, root.empty() ? session.root : root, &target, context);
   write_history(&next, session.contents, undone);
-  for (const Change& text : session_texts(next))
-    put(&target, text.name, text.value);
+  target.apply(session_texts(next));
   context->script = shell_script(*format, difference(context->environment, target));
 }
 
