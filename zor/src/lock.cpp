@@ -1,5 +1,7 @@
 #include "lock.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -7,6 +9,7 @@
 
 #include "config.h"
 #include "error.h"
+#include "files.h"
 #include "formats/names.h"
 #include "sha256.h"
 
@@ -346,6 +349,21 @@ std::string saved_path(const std::string& name, const Environment& environment) 
   const std::string directory = user_directory(environment);
   if (directory.empty()) fail("neither HOME nor XDG_CONFIG_HOME says where sets are saved");
   return fmt::format("{}/saved/{}.lock", directory, name);
+}
+
+std::vector<std::string> saved_names(const Environment& environment) {
+  const std::string path = saved_path("x", environment);
+  const std::string directory = path.substr(0, path.rfind('/'));
+  constexpr std::string_view kEnding = ".lock";
+  std::vector<std::string> names;
+  const Directory stream(opendir(directory.c_str()));
+  while (const dirent* entry = stream ? readdir(stream.get()) : nullptr) {
+    const std::string_view name = entry->d_name;
+    if (!name.starts_with('.') && name.ends_with(kEnding) && name.size() > kEnding.size())
+      names.emplace_back(name.substr(0, name.size() - kEnding.size()));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 std::vector<std::string> changes_since(const Lock& lock, const std::string& root) {

@@ -71,6 +71,8 @@ Lock read_lock(std::string_view text, const std::string& name);
 // Where the lock is that was saved under a name: a file below the user's settings. Throws Error for
 // a name that can't be one of a file, and where there is no such directory.
 std::string saved_path(const std::string& name, const Environment& environment);
+// The names under which something was saved, sorted. Throws Error where there is no such directory.
+std::vector<std::string> saved_names(const Environment& environment);
 
 // A line for each data file that is not what it was: "changed: PATH", "missing: PATH" or
 // "added: PATH".

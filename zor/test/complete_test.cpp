@@ -63,6 +63,32 @@ TEST(Complete, OffersWhatIsLoaded) {
   EXPECT_EQ("", Offered({"unload", "w"}, "zsh", {"ZOR_SESSION=nonsense"}));
 }
 
+TEST(Complete, OffersSetsSavedNamesAndAliasesButNothingHidden) {
+  Warehouse site;
+  site.Product("old/wheel/1/1");
+  site.Product("tools/loom/1.9/1");
+  site.Write("root/zor.toml",
+             "hidden = ['old/*']\n[sets]\nweaving = ['tools/loom', 'loom']\n"
+             "[aliases]\nweb = 'tools/loom'\n");
+  site.Write("config/zor/saved/mine.lock", "");
+  const auto offered = [&](std::vector<std::string> words, const std::string& shell = "zsh") {
+    words.insert(words.begin(), {"complete", shell, "--"});
+    return Zor(words, {"ZORROOT=" + site.Root(), "XDG_CONFIG_HOME=" + (site / "config")}).out;
+  };
+  EXPECT_EQ("old/\ntools/\nweb\ttools/loom\n", offered({"load", ""}));
+  EXPECT_EQ("", offered({"load", "old/"}));
+  EXPECT_EQ("", offered({"load", "-p", "old", ""}));
+  EXPECT_EQ("old/wheel/1/\n", offered({"load", "old/wheel/"}));
+  EXPECT_EQ("@mine\n@weaving\ttools/loom loom\n", offered({"load", "@"}));
+  EXPECT_EQ("@weaving\n", offered({"load", "@", "we"}, "bash"));
+  EXPECT_EQ("@weaving\n", offered({"load", "@we"}, "bash"));
+  EXPECT_EQ("mine\n", offered({"restore", "m"}));
+  EXPECT_EQ("mine\n", offered({"save", ""}));
+  // Settings that can't be read are told of by the commands, not at the Tab key.
+  site.Write("root/zor.toml", "hiden = 1\n");
+  EXPECT_EQ("old/\ntools/\n", offered({"load", ""}));
+}
+
 // bash hands the words over with their quotes, and makes words of their own of some characters.
 TEST(Complete, TakesTheWordsOfEachShellAsTheyCome) {
   EXPECT_EQ("fish\n", Offered({"env", "--format", "=", "fi"}, "bash"));
@@ -144,6 +170,12 @@ TEST_P(CompleteInShell, PutsInWhatIsOffered) {
             Typed(Examples(), "zor loa\t" + blank + "to\twea\t1.9\t1\t" + blank + "sit\t\t\t\t"));
   EXPECT_EQ("<env><--format><fish><libs/graphics/>",
             Typed(Examples(), "zor env --form\t" + blank + "fis\t" + blank + "li\t\t"));
+}
+
+TEST_P(CompleteInShell, PutsInTheNamesOfSets) {
+  const Warehouse site("/tmp/sets");
+  site.Write("root/zor.toml", "[sets]\nweaving = ['tools/loom']\n");
+  EXPECT_EQ("<load><@weaving>", Typed(site.Root(), "zor load @we\t"));
 }
 
 TEST_P(CompleteInShell, QuotesWhatTheShellWouldSplit) {

@@ -11,7 +11,9 @@
 #include "error.h"
 #include "formats/format.h"
 #include "init/init.h"
+#include "lock.h"
 #include "session/session.h"
+#include "words.h"
 
 namespace zor {
 
@@ -82,6 +84,8 @@ std::vector<std::string> joined_words(const std::vector<std::string>& raw, std::
     if (open) *cut = words.back().size();
   }
   if (!open && words.empty()) words.emplace_back();
+  // An "@" in front does belong to the word that bash replaces.
+  if (*cut == 1 && words.back()[0] == '@') *cut = 0;
   return words;
 }
 
@@ -332,7 +336,8 @@ class Completer {
       return candidates;
     }
     if (takes_request(command)) return request_words();
-    if (is_one_of(command, {"avail", "files", "search", "show"})) return paths_below(root_, word_);
+    if (is_one_of(command, {"restore", "save"})) return saved_words("");
+    if (is_one_of(command, {"avail", "files", "search", "show"})) return paths();
     return {};
   }
 
@@ -356,7 +361,50 @@ class Completer {
   Candidates request_words() const {
     if (expects_root_) return directories("", word_);
     if (skip_ > 0) return {};
-    return in_product_ ? fields() : paths_below(root_, word_);
+    if (in_product_) return fields();
+    if (word_.starts_with('@')) {
+      Candidates candidates = saved_words("@");
+      for (const auto& [name, words] : settings().sets)
+        candidates.push_back({'@' + name, joined(words, " ")});
+      return candidates;
+    }
+    Candidates candidates = paths();
+    for (const auto& [name, product] : settings().aliases)
+      candidates.push_back({name, product});
+    return candidates;
+  }
+
+  Candidates saved_words(const std::string& before) const {
+    Candidates candidates;
+    try {
+      for (const std::string& name : saved_names(context_.environment))
+        candidates.push_back({before + name, ""});
+    } catch (const Error&) {
+      // Nothing can be saved where there is no directory for it.
+    }
+    return candidates;
+  }
+
+  // Those of zor.toml; none if they can't be read, which other commands tell of.
+  Config settings() const {
+    try {
+      return load_config(root_, context_.environment);
+    } catch (const Error&) {
+      return {};
+    }
+  }
+
+  // The paths of the warehouse that the word may become, without hidden products.
+  Candidates paths() const {
+    Candidates candidates = paths_below(root_, word_);
+    const Config config = settings();
+    if (config.hidden.empty()) return candidates;
+    std::erase_if(candidates, [&](const Candidate& candidate) {
+      const std::vector<std::string> path = path_elements(candidate.text);
+      const std::string above = joined({path.begin(), path.end() - 1}, "/");
+      return is_hidden(config, {above, path.back(), {}});
+    });
+    return candidates;
   }
 
   // Behind -p: category [name] [version] [rev]
@@ -373,8 +421,9 @@ class Completer {
     std::string path = root_;
     for (const std::string& field : fields_)
       path += '/' + field;
+    const Config config = fields_.size() == 1 ? settings() : Config();
     for (const std::string& name : directories_in(path))
-      candidates.push_back({name, ""});
+      if (!is_hidden(config, {fields_[0], name, {}})) candidates.push_back({name, ""});
     if (fields_.size() == 1)
       for (const std::string& name : directories_in(path + "/Contents"))
         candidates.push_back({name, ""});

@@ -1,8 +1,4 @@
 // zor save, restore: what a session holds, as a lock under a name of the user's.
-#include <dirent.h>
-
-#include <algorithm>
-
 #include "catalogue.h"
 #include "commands/command.h"
 #include "deadline.h"
@@ -14,22 +10,6 @@
 namespace zor {
 
 namespace {
-
-// The names under which something was saved.
-std::vector<std::string> saved_names(const Environment& environment) {
-  const std::string path = saved_path("x", environment);
-  const std::string directory = path.substr(0, path.rfind('/'));
-  constexpr std::string_view kEnding = ".lock";
-  std::vector<std::string> names;
-  const Directory stream(opendir(directory.c_str()));
-  while (const dirent* entry = stream ? readdir(stream.get()) : nullptr) {
-    const std::string_view name = entry->d_name;
-    if (!name.starts_with('.') && name.ends_with(kEnding) && name.size() > kEnding.size())
-      names.emplace_back(name.substr(0, name.size() - kEnding.size()));
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
 
 std::string listed(const std::vector<std::string>& names) {
   std::string text;
