@@ -2,13 +2,16 @@
 //
 // Of a warehouse only the directories are read that the word at the cursor names, so that the
 // answer comes at once, however large the warehouse is.
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <filesystem>
-#include <iterator>
 
 #include "catalogue.h"
 #include "commands/command.h"
 #include "error.h"
+#include "files.h"
 #include "formats/format.h"
 #include "init/init.h"
 #include "lock.h"
@@ -151,22 +154,25 @@ constexpr struct {
 
 // ---- Directories ----
 
+bool is_directory(const dirent& entry, const std::string& path) {
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
+  struct stat information;
+  return stat(path.c_str(), &information) == 0 && S_ISDIR(information.st_mode);
+}
+
 std::vector<std::string> directories_in(const std::string& path) {
   std::vector<std::string> names;
-  std::error_code error;
-  for (std::filesystem::directory_iterator at(path, error), end; !error && at != end;
-       at.increment(error)) {
-    std::string name = at->path().filename();
-    std::error_code ignored;
-    if (is_searched(name) && at->is_directory(ignored)) names.push_back(std::move(name));
-  }
+  const Directory stream(opendir(path.c_str()));
+  while (const dirent* entry = stream ? readdir(stream.get()) : nullptr)
+    if (is_searched(entry->d_name) &&
+        is_directory(*entry, fmt::format("{}/{}", path, entry->d_name)))
+      names.emplace_back(entry->d_name);
   std::sort(names.begin(), names.end());
   return names;
 }
 
 bool is_revision(const std::string& path) {
-  std::error_code ignored;
-  return std::filesystem::exists(path + "/product.xml", ignored);
+  return access((path + "/product.xml").c_str(), F_OK) == 0;
 }
 
 // How many levels below the directory its first product.xml lies, at most that many; 0 for none.
