@@ -266,11 +266,30 @@ void read_log(const Reading& reading, Config* config) {
   read_table(reading, kLogKeys, &config->log);
 }
 
+void read_before(const Reading& reading, Hooks* hooks) {
+  hooks->before = read_strings(reading);
+}
+
+void read_after(const Reading& reading, Hooks* hooks) {
+  hooks->after = read_strings(reading);
+}
+
+constexpr Key<Hooks> kHooksKeys[] = {
+    {"before", read_before},
+    {"after", read_after},
+};
+
+void read_hooks(const Reading& reading, Config* config) {
+  read_table(reading, kHooksKeys, &config->hooks);
+}
+
 constexpr Key<Config> kKeys[] = {
-    {"default", read_defaults}, {"skip-broken-defaults", read_skip}, {"colour", read_colour},
-    {"sets", read_sets},        {"aliases", read_aliases},           {"versions", read_versions},
-    {"hidden", read_hidden},    {"deprecated", read_deprecated},     {"news", read_news},
-    {"log", read_log},
+    {"default", read_defaults}, {"skip-broken-defaults", read_skip},
+    {"colour", read_colour},    {"sets", read_sets},
+    {"aliases", read_aliases},  {"versions", read_versions},
+    {"hidden", read_hidden},    {"deprecated", read_deprecated},
+    {"news", read_news},        {"log", read_log},
+    {"hooks", read_hooks},
 };
 
 // ---- Applying ----

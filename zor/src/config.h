@@ -59,6 +59,12 @@ struct Log {
   std::vector<std::string> program;  // with its arguments
 };
 
+// Programs that run around each step of a session, with their arguments; empty: none.
+struct Hooks {
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+};
+
 struct Config {
   std::vector<std::string> defaults;  // what "zor load" alone loads
   bool skip_broken_defaults = false;
@@ -70,6 +76,7 @@ struct Config {
   std::vector<Deprecation> deprecated;
   std::vector<News> news;
   Log log;
+  Hooks hooks;
   // Of aliases, versions and the requests in sets and defaults, for messages; by "table.key".
   std::map<std::string, SettingPlace> places;
 };

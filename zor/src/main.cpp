@@ -110,6 +110,7 @@ int run(Context* context, std::vector<std::string> all) {
   }
   const Command* command = find_command(words[0]);
   if (!command) fail_unknown(words[0]);
+  context->verb = words[0];
   context->words.assign(words.begin() + 1, words.end());
   const int status = command->run(context);
   if (command->prints == zor::Prints::kText && isatty(STDOUT_FILENO) != 0)

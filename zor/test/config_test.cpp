@@ -147,11 +147,51 @@ TEST(Config, WithoutDatesItWarnsAlwaysAndRefusesNever) {
   Expect(site.Run({"env", "wheel"}), Set("WHEEL", "1"), "", 0);
 }
 
+TEST(Config, ProgramsRunBeforeAndAfterEachStep) {
+  const Site site;
+  const auto tell = [&](const std::string& name, const std::string& status) {
+    return name + " = ['/bin/sh', '-c', 'echo " + name + " $ZOR_STEP $LOOM; read x; exit " +
+           status + "']\n";
+  };
+  const std::vector<std::string> load = {"--shell", "env0", "load", "loom"};
+  site.OfUser("[hooks]\n" + tell("before", "0") + tell("after", "0"));
+  RunResult result = site.Run(load, {"LOOM=old"});
+  EXPECT_EQ("before load old\nafter load old:1.10/2\n", result.err);
+  EXPECT_EQ(0, result.status);
+  EXPECT_TRUE(result.out.starts_with("LOOM=old:1.10/2")) << result.out;
+  // The first may refuse the step, the second may not.
+  site.OfUser("[hooks]\n" + tell("before", "3") + tell("after", "0"));
+  Expect(site.Run(load), "",
+         "before load\nzor: /bin/sh ended with status 3, which runs before each step, so nothing "
+         "was changed\n",
+         1);
+  site.OfUser("[hooks]\nafter = ['/bin/sh', '-c', 'kill -9 $$']\n");
+  result = site.Run(load);
+  EXPECT_EQ("zor: /bin/sh was ended by signal 9, after the step\n", result.err);
+  EXPECT_EQ(0, result.status);
+  site.OfUser("[hooks]\nbefore = ['/no/such/program']\n");
+  Expect(site.Run(load), "",
+         "zor: /no/such/program: No such file or directory, which runs before each step, so "
+         "nothing was changed\n",
+         1);
+  // A mistake in the settings keeps nobody from leaving.
+  site.OfUser("");
+  const std::string loaded = site.Run(load).out;
+  const std::size_t at = loaded.find("ZOR_SESSION=");
+  ASSERT_NE(std::string::npos, at);
+  site.OfUser("hiden = 1\n");
+  result = site.Run({"--shell", "env0", "purge"},
+                    {"LOOM=1.10/2", loaded.substr(at, loaded.find('\0', at) - at)});
+  EXPECT_TRUE(result.err.ends_with("; no program is run before the step or after it\n"))
+      << result.err;
+  EXPECT_EQ(0, result.status);
+}
+
 TEST(Config, FaultsAreToldWithTheirPlace) {
   const Site site;
   const std::string keys =
       "; there are default, skip-broken-defaults, colour, sets, aliases, versions, hidden, "
-      "deprecated, news, log\n";
+      "deprecated, news, log, hooks\n";
   const struct {
     std::string text, told;
   } rows[] = {
@@ -188,6 +228,8 @@ TEST(Config, FaultsAreToldWithTheirPlace) {
       {"[log]\nprogram = 'x'\n", "2:11: log.program must be a list of strings\n"},
       {"[log]\nfiles = 'x'\n",
        "2:1: there is no key files in log; there are syslog, file, program\n"},
+      {"[hooks]\nbefore = 'x'\n", "2:10: hooks.before must be a list of strings\n"},
+      {"[hooks]\nwhile = []\n", "2:1: there is no key while in hooks; there are before, after\n"},
       {"hidden = ['old/*', 'none/*']\n", "1:20: none/* matches no product\n"},
       {"[versions]\n'tools/loom' = '2'\n", "2:16: tools/loom/2 matches no product\n"},
       {"[[deprecated]]\nproduct = 'tools/loom/3'\n", "2:11: tools/loom/3 matches no product\n"},

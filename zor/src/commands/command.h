@@ -22,6 +22,8 @@ struct Context {
   std::string shell;               // the dialect of the shell that evaluates script, if one does
   std::string timeout = "10";      // seconds
   std::span<const Command> commands;
+  std::string verb;                      // the subcommand's name
+  std::shared_ptr<const Config> config;  // the settings, once they have been read
   std::string out;
   std::string script;       // what that shell is to evaluate
   std::string script_file;  // where it goes, if not to standard output

@@ -13,13 +13,15 @@ namespace zor {
 namespace {
 
 // The request of a command line, read as the session's environment was without the session.
-Request request_in(const Session& session, const Context& context, CommandLine* line) {
-  Context reading = context;
-  reading.environment = base_of(session, context.environment);
+Request request_in(const Session& session, Context* context, CommandLine* line) {
+  Context reading = *context;
+  reading.environment = base_of(session, context->environment);
   if (!session.contents.groups.empty() && !reading.environment.find("ZORROOT"))
     reading.environment.set("ZORROOT", session.root);
   now_doing("looking for the products");
-  return line->parse_request(reading);
+  Request request = line->parse_request(reading);
+  context->config = request.config;
+  return request;
 }
 
 bool same_product(const Pin& one, const Pin& other) {
@@ -79,7 +81,7 @@ int run_load(Context* context) {
   line.flag("--over", &over, "override what is loaded, in place of joining it");
   const Deadline deadline(line.time_limit(*context));
   const Session session = read_session(context->environment);
-  Request request = request_in(session, *context, &line);
+  Request request = request_in(session, context, &line);
   if (request.empty() && request.config && !request.config->defaults.empty())
     request = with_defaults(request, base_of(session, context->environment));
   context->notes += request.notes;
@@ -132,7 +134,7 @@ int run_swap(Context* context) {
     old = words[0];
     words.erase(words.begin());
   }
-  const Request request = request_in(session, *context, &line);
+  const Request request = request_in(session, context, &line);
   context->notes += request.notes;
   check_deprecated(request, context);
   std::vector<std::vector<Pin>> groups = pins_of(session, request, *context);

@@ -7,6 +7,7 @@
 #include "deadline.h"
 #include "error.h"
 #include "formats/format.h"
+#include "hooks.h"
 #include "init/init.h"
 #include "session/digests.h"
 #include "session/session.h"
@@ -170,6 +171,19 @@ void write_history(Session* next, const Contents& before, bool undone) {
   if (next->history.size() > kMostHistory) next->history.erase(next->history.begin());
 }
 
+// For the steps that need no settings but for the programs around them, and so go on without.
+void read_settings(const std::string& root, const Environment& environment, Context* context) {
+  if (context->config) return;
+  Config config;
+  try {
+    if (!root.empty()) config = load_config(root, environment);
+  } catch (const Error& error) {
+    context->notes +=
+        fmt::format("zor: {}; no program is run before the step or after it\n", error.what());
+  }
+  context->config = std::make_shared<const Config>(std::move(config));
+}
+
 // The line for a shell's start-up file.
 std::string start_up_line(const Environment& environment) {
   static constexpr struct {
@@ -240,6 +254,8 @@ void take_step(const Session& session, Contents contents, const std::string& roo
   Session next = session;
   context->notes += take_up_changes(&next, context->environment);
   Environment target = base_of(next, context->environment);
+  read_settings(root.empty() ? session.root : root, target, context);
+  run_before_step(*context->config, context->verb, context->environment);
   next.contents = std::move(contents);
   if (next.contents.groups.empty())
     leave_products(&next, &target);
@@ -248,6 +264,7 @@ void take_step(const Session& session, Contents contents, const std::string& roo
   write_history(&next, session.contents, undone);
   target.apply(session_texts(next));
   context->script = shell_script(*format, difference(context->environment, target));
+  context->notes += run_after_step(*context->config, context->verb, target);
 }
 
 void require_shell(const Context& context, const std::string& verb) {
