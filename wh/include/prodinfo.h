@@ -33,6 +33,10 @@ struct WH_DESC {
 WH_PRODUCT_INFO* read_prodinfo(FwErrorState* err, WH_PRODUCT_NAME* prodname, FwTextString dir,
                                int optional, WH_XML_PARSE_FLAGS flags);
 
+// The same with the path of the file, for programs on this library.
+WH_PRODUCT_INFO* read_prodinfo_file(FwErrorState* err, WH_PRODUCT_NAME* prodname, FwTextString file,
+                                    int optional, WH_XML_PARSE_FLAGS flags);
+
 // Frees the record with all that it owns, its varieties included, and nulls the pointer. A null
 // record is accepted.
 void free_prodinfo(WH_PRODUCT_INFO** prodinfo);

@@ -11,6 +11,7 @@
 #include "readdata.h"
 #include "recipe.h"
 #include "settings.h"
+#include "syntax.h"
 #include "traverse.h"
 #include "warehouse.h"
 #include "whbootfw.h"

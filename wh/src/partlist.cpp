@@ -177,7 +177,8 @@ constexpr MACHINE kMachine{kStarts, kEnds, st_error, st_final, 1};
 WH_PARTLIST* read_partlist(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS flags) {
   DFA dfa;
   dfa.flags = flags;
-  PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element, nullptr};
+  PARSER parser{&dfa,    start_element<kMachine>, end_element<kMachine>, doctype_element,
+                nullptr, &kFormatOf<kMachine>};
   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
   FwMemPool* places = take_places(&dfa);
   release_reader(&dfa);

@@ -222,11 +222,14 @@ void start_el(void* userData, const XML_Char* name, const XML_Char** atts) {
   start_element<kMachine>(userData, name, atts);
 }
 
+}  // namespace
+
 WH_PRODUCT_INFO* read_prodinfo_file(FwErrorState* err, WH_PRODUCT_NAME* prodname, FwTextString file,
                                     int optional, WH_XML_PARSE_FLAGS flags) {
   DFA dfa;
   dfa.flags = flags;
-  PARSER parser{&dfa, start_el, end_element<kMachine>, doctype_element, text_data};
+  PARSER parser{
+      &dfa, start_el, end_element<kMachine>, doctype_element, text_data, &kFormatOf<kMachine>};
   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
   if (done) dfa.prodinfo->places = take_places(&dfa);
   release_reader(&dfa);
@@ -241,8 +244,6 @@ WH_PRODUCT_INFO* read_prodinfo_file(FwErrorState* err, WH_PRODUCT_NAME* prodname
   if (dfa.prodinfo->description == nullptr) dfa.prodinfo->description = FwStrDuplicate(FWT(""));
   return dfa.prodinfo;
 }
-
-}  // namespace
 
 WH_PRODUCT_INFO* read_prodinfo(FwErrorState* err, WH_PRODUCT_NAME* prodname, FwTextString dir,
                                int optional, WH_XML_PARSE_FLAGS flags) {

@@ -27,8 +27,110 @@ const BRACKET_CHECK kBracketChecks[] = {
     {WH_XML_PF_SQUIGGLY_BRACKETS, whErrorSquigglyBrackets},
 };
 
+// ---- The observer of syntax ----
+
+// Where the names of attributes go that the readers ask for, while an element is observed.
+WH_NAMES* asked_attributes = nullptr;
+
+// What the handlers receive, and what those of an observed reader know besides.
+struct WATCHED : USERDATA {
+  const PARSER* handlers;
+  int skipping;  // elements that are open inside the refused one, itself included
+  bool refused;
+};
+
+WATCHED* watched(void* userData) {
+  return static_cast<WATCHED*>(static_cast<USERDATA*>(userData));
+}
+
+void tell_refusal(USERDATA* user, int state, WH_REFUSAL refusal) {
+  const FORMAT* format = static_cast<WATCHED*>(user)->handlers->format;
+  WH_NAMES starts, all;
+  format->add_starts(state, &starts);
+  format->add_starts(kAnyState, &all);
+  refusal.starts = &starts;
+  refusal.end = format->end(state);
+  refusal.all = &all;
+  xml_current_place(user->parser, &refusal.line, &refusal.column);
+  wh_syntax_observer->refused(wh_syntax_observer->context, &refusal);
+}
+
+// Tells of an element that begins. What the reader passes over asks for no attributes.
+void tell_start(WATCHED* user, const XML_Char* name, const XML_Char** atts, const WH_NAMES* asked) {
+  const READER* reader = user->dfa;
+  WH_START_TAG tag = {
+      name, 0, 0, atts, asked, asked != nullptr && reader->textopen, FWC(reader->doctype)};
+  xml_current_place(user->parser, &tag.line, &tag.column);
+  wh_syntax_observer->start(wh_syntax_observer->context, &tag);
+}
+
+// An element without a place is passed over as if it weren't there, so that more is found than the
+// first fault; in the end the file is refused all the same.
+void watched_start(void* userData, const XML_Char* name, const XML_Char** atts) {
+  WATCHED* user = watched(userData);
+  const FORMAT* format = user->handlers->format;
+  const int before = user->dfa->state;
+  if (user->skipping > 0 || before == format->error) {
+    if (user->skipping > 0) ++user->skipping;
+    tell_start(user, name, atts, nullptr);
+    return;
+  }
+  WH_NAMES starts, asked;
+  format->add_starts(before, &starts);
+  asked_attributes = &asked;
+  user->handlers->start_el(userData, name, atts);
+  asked_attributes = nullptr;
+  if (starts.has(name)) {
+    tell_start(user, name, atts, &asked);
+    return;
+  }
+  tell_refusal(user, before, {wh_refused_start, name});
+  tell_start(user, name, atts, nullptr);
+  user->dfa->state = before;
+  user->refused = true;
+  user->skipping = 1;
+}
+
+void watched_end(void* userData, const XML_Char* name) {
+  WATCHED* user = watched(userData);
+  const FORMAT* format = user->handlers->format;
+  const int before = user->dfa->state;
+  if (user->skipping > 0) {
+    --user->skipping;
+  } else if (before != format->error) {
+    user->handlers->end_el(userData, name);
+    const char* end = format->end(before);
+    if (end == nullptr || !uni_eq_str(name, end))
+      tell_refusal(user, before, {wh_refused_end, name});
+    else if (user->dfa->state == format->error)
+      tell_refusal(user, before, {wh_refused_file, name});
+  }
+  wh_syntax_observer->end(wh_syntax_observer->context, name);
+}
+
+void watched_text(void* userData, const XML_Char* s, int len) {
+  WATCHED* user = watched(userData);
+  if (user->handlers->cdata != nullptr) user->handlers->cdata(userData, s, len);
+  wh_syntax_observer->text(wh_syntax_observer->context, s, len);
+}
+
+void watch(XML_Parser xml) {
+  XML_SetElementHandler(xml, watched_start, watched_end);
+  XML_SetCharacterDataHandler(xml, watched_text);
+}
+
+void end_watch(WATCHED* user, int status) {
+  if (user->refused) user->dfa->state = user->handlers->format->error;
+  if (status) return;
+  int32 line, column;
+  xml_current_place(user->parser, &line, &column);
+  wh_syntax_observer->fault(wh_syntax_observer->context, XML_GetErrorCode(user->parser), line,
+                            column);
+}
+
 // The parser's own string, its brackets noted; null if the attribute is absent.
 FwTextString find_attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_FLAGS* flags) {
+  if (asked_attributes != nullptr) asked_attributes->add(name);
   for (; attlist[0] != nullptr; attlist += 2) {
     if (!uni_eq_str(attlist[0], name)) continue;
     FwTextString value = FWT(attlist[1]);
@@ -39,6 +141,37 @@ FwTextString find_attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_
 }
 
 }  // namespace
+
+const WH_SYNTAX_OBSERVER* wh_syntax_observer = nullptr;
+
+bool WH_NAMES::has(const char* name) const {
+  for (int i = 0; i < count; ++i)
+    if (std::strcmp(names[i], name) == 0) return true;
+  return false;
+}
+
+void WH_NAMES::add(const char* name) {
+  if (count < kMaxSyntaxNames && !has(name)) names[count++] = name;
+}
+
+void refuse(ELEMENT* element, int error, WH_REFUSED what) {
+  element->user->dfa->state = error;
+  if (wh_syntax_observer != nullptr) tell_refusal(element->user, error, {what, element->name});
+}
+
+void refuse_value(ELEMENT* element, int error, const char* attribute, const char* value,
+                  const char* const* words, std::size_t count) {
+  element->user->dfa->state = error;
+  if (wh_syntax_observer == nullptr) return;
+  WH_NAMES list;
+  for (std::size_t i = 0; i < count; ++i)
+    list.add(words[i]);
+  WH_REFUSAL refusal = {wh_refused_value, element->name};
+  refusal.attribute = attribute;
+  refusal.value = value;
+  refusal.words = &list;
+  tell_refusal(element->user, error, refusal);
+}
 
 WH_XML_PARSE_FLAGS scan_for_expansions(FwTextString s) {
   WH_XML_PARSE_FLAGS seen = 0;
@@ -105,13 +238,16 @@ int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
   if (file == FW_FILE_INVALID) return 0;
   XML_Parser xml = XML_ParserCreate(nullptr);
   if (xml == nullptr) FwMemExitMemoryExhausted();
-  USERDATA user{parser->state, xml};
-  XML_SetUserData(xml, &user);
+  WATCHED user{{parser->state, xml}, parser, 0, false};
+  XML_SetUserData(xml, static_cast<USERDATA*>(&user));
   XML_SetElementHandler(xml, parser->start_el, parser->end_el);
   if (parser->doctype_start_el != nullptr)
     XML_SetStartDoctypeDeclHandler(xml, parser->doctype_start_el);
   if (parser->cdata != nullptr) XML_SetCharacterDataHandler(xml, parser->cdata);
+  const bool observed = wh_syntax_observer != nullptr && parser->format != nullptr;
+  if (observed) watch(xml);
   int status = xml_from_open_fwfile(err, file, filename, xml);
+  if (observed) end_watch(&user, status);
   XML_ParserFree(xml);
   return status;
 }

@@ -223,7 +223,8 @@ void expand_patterns(FwErrorState* err, FwVector* from, FwVector* to, WH_SYMTAB*
 WH_ENV_SETTINGS* read_env_settings(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS flags) {
   DFA dfa;
   dfa.flags = flags;
-  PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, nullptr, text_data};
+  PARSER parser{&dfa,      start_element<kMachine>, end_element<kMachine>, nullptr,
+                text_data, &kFormatOf<kMachine>};
   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
   if (done) dfa.settings->places = take_places(&dfa);
   release_reader(&dfa);

@@ -12,7 +12,7 @@
 //   DFA dfa;
 //   dfa.flags = flags;
 //   PARSER parser{&dfa, start_element<kMachine>, end_element<kMachine>, doctype_element,
-//                 text_data};
+//                 text_data, &kFormatOf<kMachine>};
 //   int done = run_reader(err, file, &parser, kMachine.final, VQN_XML_ERROR);
 //   release_reader(&dfa);                              then, if not done, what was half built
 //
@@ -29,12 +29,22 @@
 #include "fwmem.h"
 #include "fwstring.h"
 #include "readdata.h"
+#include "syntax.h"
 #include "vqnexpat.h"
 #include "warehouse.h"
 
 // ---- The parser's side --------------------------------------------------------------------------
 
 struct READER;
+
+// What a format's tables say, for the observer of syntax.
+struct FORMAT {
+  int error;
+  // The tags that may begin in a state, or in any, and the one that may end in it, null for none.
+  void (*add_starts)(int state, WH_NAMES* names);
+  const char* (*end)(int state);
+};
+inline constexpr int kAnyState = -3;
 
 // What a reader hands to read_datafile.
 struct PARSER {
@@ -43,6 +53,7 @@ struct PARSER {
   XML_EndElementHandler end_el;                  // required
   XML_StartDoctypeDeclHandler doctype_start_el;  // null if DOCTYPE isn't looked at
   XML_CharacterDataHandler cdata;                // null if the format has no text
+  const FORMAT* format = nullptr;                // kFormatOf<kMachine>; null: never observed
 };
 
 // What the handlers receive.
@@ -141,6 +152,9 @@ struct RULE_TABLE {
     first[kMaxState + 1] = static_cast<uint8>(row);
   }
 
+  const RULE* begin() const { return rows; }
+  const RULE* end() const { return rows + N; }
+
   constexpr bool InOrder() const { return first[kMaxState + 1] == N; }
 
   const RULE* Find(int state, const XML_Char* tag) const {
@@ -213,6 +227,30 @@ void end_element(void* userData, const XML_Char* name) {
   dfa->state = rule->next == kReturn ? dfa->retstate : rule->next;
   if (rule->action != nullptr) rule->action(dfa);
 }
+
+template <const auto& machine>
+void add_starts(int state, WH_NAMES* names) {
+  using DFA = typename std::remove_cvref_t<decltype(machine)>::Dfa;
+  for (const START_RULE<DFA>& rule : machine.starts)
+    if (rule.state == state || state == kAnyState) names->add(rule.tag);
+}
+
+template <const auto& machine>
+const char* end_in(int state) {
+  using DFA = typename std::remove_cvref_t<decltype(machine)>::Dfa;
+  for (const END_RULE<DFA>& rule : machine.ends)
+    if (rule.state == state) return rule.tag;
+  return nullptr;
+}
+
+template <const auto& machine>
+inline constexpr FORMAT kFormatOf{machine.error, add_starts<machine>, end_in<machine>};
+
+// For actions that refuse an element: the reader goes to the error state, and an observer hears
+// why. The words are those that the value may be.
+void refuse(ELEMENT* element, int error, WH_REFUSED what);
+void refuse_value(ELEMENT* element, int error, const char* attribute, const char* value,
+                  const char* const* words, std::size_t count);
 
 // The other two handlers, the same for every format: the first keeps the DOCTYPE's name, the second
 // appends to the text while it is open.

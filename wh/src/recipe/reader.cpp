@@ -146,10 +146,13 @@ constexpr const char* kSetenvOps[] = {"set",      "delete",  "append",
 constexpr const char* kSetenvContexts[] = {"all", "user"};
 constexpr const char* kShortcutOps[] = {"create", "forcecreate", "delete"};
 
+// Whether the value of an attribute is one of the words. Otherwise the element is refused.
 template <std::size_t N>
-bool is_one_of(FwTextString word, const char* const (&words)[N]) {
+bool is_one_of(ELEMENT* element, const char* attribute, FwTextString value,
+               const char* const (&words)[N]) {
   for (const char* one : words)
-    if (FwStrEqualFolded(word, FWT(one))) return true;
+    if (FwStrEqualFolded(value, FWT(one))) return true;
+  refuse_value(element, st_error, attribute, FWC(value), words, N);
   return false;
 }
 
@@ -217,7 +220,7 @@ void start_alternative(DFA* dfa, ELEMENT* element) {
   match_entry(dfa, element);
   if (!dfa->needhost || (*dfa->pattern)->host != nullptr) return;
   host_needed(dfa);
-  dfa->state = st_error;
+  refuse(element, st_error, wh_refused_host);
 }
 
 void start_cmd(DFA* dfa, ELEMENT* element) {
@@ -281,7 +284,7 @@ void end_append_data(DFA* dfa) {
 
 void start_delete(DFA* dfa, ELEMENT* element) {
   if (dfa->version < 4) {
-    dfa->state = st_error;
+    refuse(element, st_error, wh_refused_file);
     return;
   }
   dfa->command = make_command(wh_delete, record_from(element, kDeleteAttrs));
@@ -295,7 +298,7 @@ void end_delete(DFA* dfa) {
 
 void start_dir(DFA* dfa, ELEMENT* element) {
   if (dfa->version < 4) {
-    dfa->state = st_error;
+    refuse(element, st_error, wh_refused_file);
     return;
   }
   dfa->command = make_command(wh_dir, record_from(element, kDirAttrs));
@@ -312,8 +315,8 @@ void end_dir(DFA* dfa) {
 void start_setenv(DFA* dfa, ELEMENT* element) {
   WH_SETENV* setenv = record_from(element, kSetenvAttrs);
   add_command(dfa, make_command(wh_setenv, setenv));
-  if (!is_one_of(setenv->op, kSetenvOps) || !is_one_of(setenv->context, kSetenvContexts))
-    dfa->state = st_error;
+  if (is_one_of(element, "op", setenv->op, kSetenvOps))
+    is_one_of(element, "context", setenv->context, kSetenvContexts);
 }
 
 // Kept, as part of the interface: a file that may hold no SETENV refuses it at its end, not at its
@@ -329,7 +332,7 @@ void start_setreg(DFA* dfa, ELEMENT* element) {
 void start_shortcut(DFA* dfa, ELEMENT* element) {
   FwFileShortcut* shortcut = record_from(element, kShortcutAttrs);
   add_command(dfa, make_command(wh_shortcut, shortcut));
-  if (!is_one_of(shortcut->op, kShortcutOps)) dfa->state = st_error;
+  is_one_of(element, "op", shortcut->op, kShortcutOps);
 }
 
 void start_java(DFA* dfa, ELEMENT* element) {
@@ -455,7 +458,8 @@ WH_RECIPE* read_recipe(FwErrorState* err, FwTextString file, WH_XML_PARSE_FLAGS 
   const KIND& kind = kind_of(file);
   dfa.version = kind.version;
   dfa.needhost = kind.needhost;
-  PARSER parser{&dfa, start_el, end_element<kMachine>, doctype_element, text_data};
+  PARSER parser{
+      &dfa, start_el, end_element<kMachine>, doctype_element, text_data, &kFormatOf<kMachine>};
   // Kept, as the text of the output: the other readers report a fault of structure as
   // VQN_XML_ERROR.
   int done = run_reader(err, file, &parser, kMachine.final, whErrorInvalid);
