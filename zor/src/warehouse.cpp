@@ -397,14 +397,14 @@ void collect_error(FwErrorState* err) {
   collect(std::move(fault));
 }
 
-Collecting::Collecting(std::vector<Fault>* faults) {
-  collected = faults;
+Collecting::Collecting(std::vector<Fault>* faults)
+    : before_(std::exchange(collected, faults)), errors_before_(std::exchange(wh_errors, 0)) {
   noted.clear();
-  wh_errors = 0;
 }
 
 Collecting::~Collecting() {
-  collected = nullptr;
+  collected = before_;
+  wh_errors = errors_before_;
 }
 
 void report_assertion(const char* message, const char* file, int line) {

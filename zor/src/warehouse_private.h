@@ -52,13 +52,18 @@ ProductName name_of(const WH_PRODUCT_NAME* name);
 // The callback for the floors' errors: a fault for those who collect.
 void collect_error(FwErrorState* err);
 
-// What the floors below report goes to faults while it lives. One at a time.
+// What the floors below report goes to faults while it lives. One inside another takes it all until
+// it ends.
 class Collecting {
  public:
   explicit Collecting(std::vector<Fault>* faults);
   ~Collecting();
   Collecting(const Collecting&) = delete;
   Collecting& operator=(const Collecting&) = delete;
+
+ private:
+  std::vector<Fault>* before_;
+  int errors_before_;
 };
 
 }  // namespace zor

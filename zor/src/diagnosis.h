@@ -1,0 +1,58 @@
+// What is wrong with a data file, in words for people: where, what was met and what may stand there
+// instead, why it matters, what to do, and where to read on.
+//
+// It is the file's reader that says so (product.xml, env.xml and so on have one by their names), so
+// that a file has a fault here if and only if the reader refuses it.
+#ifndef ZOR_DIAGNOSIS_H
+#define ZOR_DIAGNOSIS_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zor {
+
+enum class DiagnosisKind {
+  // Faults: the reader refuses the file.
+  kUnreadable,  // the file can't be read at all
+  kMalformed,   // it is no XML
+  kMisplaced,   // an element has no place where it begins or ends
+  kRefused,     // an attribute's value, or an element in a file of that name
+  // Warnings: the reader takes it, and it hardly means what it says.
+  kAttribute,  // one that the reader does not look for
+  kBlanks,     // at an end of a text, where they count
+  kLostText,   // text where the reader passes over it
+  kReference,  // %( and the like without the bracket that closes it
+  kName,       // %(NAME) that nothing defines
+  kDoctype,    // the DOCTYPE names another element than the root
+};
+
+struct Diagnosis {
+  DiagnosisKind kind = DiagnosisKind::kMalformed;
+  std::string file;
+  int line = 0;         // from 1; 0 for the file as a whole
+  int column = 0;       // in characters, from 1
+  std::string text;     // what was met, and what may stand there instead
+  std::string why;      // why it matters
+  std::string help;     // what to do; may be empty
+  std::string read_on;  // a page and its section
+
+  bool is_fault() const { return kind <= DiagnosisKind::kRefused; }
+};
+
+// All that is wrong with one data file, in the order of its lines; empty if it reads well, and for
+// a file that does not exist or whose name is no data file's.
+std::vector<Diagnosis> diagnose_file(const std::string& path);
+
+// As text: "file:line:column: text", and below it, indented, why, what to do and where to read on.
+std::string told(const Diagnosis& diagnosis);
+
+// "a", "a and b", "a, b and c"; with "or" in place of "and" if that is the word.
+std::string enumerated(const std::vector<std::string>& words, std::string_view word = "and");
+
+// The candidate that a misspelt word most likely means, whatever its case; empty if none is near.
+std::string meant(const std::string& word, const std::vector<std::string>& candidates);
+
+}  // namespace zor
+
+#endif
