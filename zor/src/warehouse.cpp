@@ -72,12 +72,6 @@ std::string without_prefix(std::string text) {
 
 // ---- What the engine tells ----
 
-Location place_of(const WH_OPERATION* operation) {
-  const WH_PLACE* place = operation->op->place;
-  return {name_of(operation->origin->product->prodinfo->prodname), string_of(place->file),
-          place->line, place->column};
-}
-
 void note_clash(void*, const WH_ELEMENT*, const WH_OPERATION* insert, const WH_OPERATION* remove) {
   noted = {place_of(insert), place_of(remove)};
 }
@@ -105,14 +99,6 @@ void collect_endless(void*, const WH_ELEMENT* element, const WH_OPERATION* inser
   collect(std::move(fault));
 }
 
-WH_OBSERVER collecting_observer() {
-  WH_OBSERVER observer = {};
-  observer.clash = note_clash;
-  observer.cycle = note_cycle;
-  observer.endless = collect_endless;
-  return observer;
-}
-
 // ---- Environments ----
 
 // Makes an environment that of the process while it lives, as %{NAME} and the start of a
@@ -133,21 +119,6 @@ class AsProcess {
   std::vector<char*> pointers_;
   char** saved_;
 };
-
-// A table holds each byte of a name as a character of its own, so one above ASCII stands there as
-// two bytes.
-std::string name_from_table(std::string_view name) {
-  std::string bytes;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(name[i]);
-    if ((byte == 0xC2 || byte == 0xC3) && i + 1 < name.size())
-      bytes +=
-          static_cast<char>(((byte & 3) << 6) | (static_cast<unsigned char>(name[++i]) & 0x3F));
-    else
-      bytes += name[i];
-  }
-  return bytes;
-}
 
 struct Pass {
   WH_ENVIRON* other;
@@ -368,6 +339,35 @@ void exit_for_ever(FwTextString message) {
 
 }  // namespace
 
+WH_OBSERVER collecting_observer() {
+  WH_OBSERVER observer = {};
+  observer.clash = note_clash;
+  observer.cycle = note_cycle;
+  observer.endless = collect_endless;
+  return observer;
+}
+
+Location place_of(const WH_OPERATION* operation) {
+  return place_of(operation->origin->product, operation->op->place);
+}
+
+Location place_of(const WH_PRODUCT* product, const WH_PLACE* place) {
+  return {name_of(product->prodinfo->prodname), string_of(place->file), place->line, place->column};
+}
+
+std::string name_from_table(std::string_view name) {
+  std::string bytes;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(name[i]);
+    if ((byte == 0xC2 || byte == 0xC3) && i + 1 < name.size())
+      bytes +=
+          static_cast<char>(((byte & 3) << 6) | (static_cast<unsigned char>(name[++i]) & 0x3F));
+    else
+      bytes += name[i];
+  }
+  return bytes;
+}
+
 WH_PRODUCT_NAME* make_name(ProductName name) {
   return make_prodname(text(name.category), text(name.name), text(name.version), text(name.rev));
 }
@@ -437,6 +437,10 @@ Engine::~Engine() {
 }
 
 Answer compute(const Question& question, const Environment& base) {
+  return compute(question, base, {});
+}
+
+Answer compute(const Question& question, const Environment& base, const Inside& inside) {
   Answer answer;
   Collecting collecting(&answer.faults);
   AsProcess process(base);
@@ -451,7 +455,7 @@ Answer compute(const Question& question, const Environment& base) {
   all.ignore_missing = question.ignore_missing ? 1 : 0;
   all.report = collect_error;
   all.err = &err;
-  const WH_OBSERVER observer = collecting_observer();
+  const WH_OBSERVER observer = inside.observer ? *inside.observer : collecting_observer();
   all.observer = &observer;
   all.places = 1;
   all.oldenv = wh_get_process_env(&err);
@@ -463,6 +467,7 @@ Answer compute(const Question& question, const Environment& base) {
   take_names(&answer, lists.get());
   take_products(&answer, &all);
   if (question.list_reads) take_reads(&answer, &all);
+  if (inside.look && all.group_speclists.state == FW_VECTOR_OPEN) inside.look(&all);
   if (answer.done && !question.choices_only)
     answer.environment = changed(base, all.oldenv, all.newenv);
   wh_computation_close(&all);

@@ -2,12 +2,15 @@
 #ifndef ZOR_WAREHOUSE_PRIVATE_H
 #define ZOR_WAREHOUSE_PRIVATE_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "computation.h"
 #include "fwerror.h"
 #include "fwstring.h"
 #include "fwvector.h"
+#include "observer.h"
 #include "warehouse.h"
 #include "wh.h"
 
@@ -49,6 +52,14 @@ std::vector<T*> elements(const FwVector& vector) {
 WH_PRODUCT_NAME* make_name(ProductName name);
 ProductName name_of(const WH_PRODUCT_NAME* name);
 
+// Names in an environment's table hold each byte as a character of its own, so one above ASCII
+// stands there as two bytes.
+std::string name_from_table(std::string_view name);
+
+// Where a record of a product was read.
+Location place_of(const WH_PRODUCT* product, const WH_PLACE* place);
+Location place_of(const WH_OPERATION* operation);
+
 // The callback for the floors' errors: a fault for those who collect.
 void collect_error(FwErrorState* err);
 
@@ -65,6 +76,21 @@ class Collecting {
   std::vector<Fault>* before_;
   int errors_before_;
 };
+
+// The observer by which faults get their places. Its callbacks need no context, so that another
+// observer may hand on to them what it is told.
+WH_OBSERVER collecting_observer();
+
+// What goes on inside a computation besides it.
+struct Inside {
+  // In place of collecting_observer, to whose callbacks it hands on what they would be told.
+  const WH_OBSERVER* observer = nullptr;
+  // Called once the products are loaded and, unless there is a fault or only choices are asked for,
+  // the environment is computed, while everything is still there.
+  std::function<void(WH_COMPUTATION*)> look;
+};
+
+Answer compute(const Question& question, const Environment& base, const Inside& inside);
 
 }  // namespace zor
 
