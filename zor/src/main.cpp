@@ -140,14 +140,15 @@ int run_guarded(Context* context, const std::vector<std::string>& words) {
 int finish(Context* context, int status) {
   const bool for_shell = !context->shell.empty();
   const bool in_file = !context->script_file.empty();
+  const bool answers = status == zor::kDone || (status == zor::kNotDone && context->keeps_out);
   // The function runs such words once more, without asking for a script.
-  if (status == zor::kDone && context->script.empty() && zor::has_function(context->shell))
+  if (answers && context->script.empty() && zor::has_function(context->shell))
     return zor::kRunsDirectly;
   if (!context->notes.empty()) zor::write_all(STDERR_FILENO, zor::without_controls(context->notes));
   // The shell would evaluate text as well.
   if (for_shell) zor::write_all(STDERR_FILENO, zor::without_controls(context->out));
   std::string& out = for_shell ? context->script : context->out;
-  if (status != zor::kDone) out.clear();
+  if (!answers) out.clear();
   const int fd = in_file ? zor::open_csh_file(context->script_file) : STDOUT_FILENO;
   if (fd < 0 || !zor::write_all(fd, out)) {
     tell(fmt::format("{}: {}", in_file ? context->script_file : "standard output",

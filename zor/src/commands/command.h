@@ -28,6 +28,7 @@ struct Context {
   std::string script;       // what that shell is to evaluate
   std::string script_file;  // where it goes, if not to standard output
   std::string notes;        // for standard error, lines with their ends
+  bool keeps_out = false;   // out is the answer, so it is printed with the status 1 as well
 };
 
 // What a subcommand prints: texts for people, of which a terminal gets nothing that steers it, or
