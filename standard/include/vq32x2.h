@@ -3,7 +3,7 @@
 // Vq32x2 is signed (two's complement over both words), VqU32x2 unsigned. Arithmetic wraps silently.
 // A result may be the same record as an operand. There are three ways to 32 bits: To... tests,
 // BoundTo... saturates, AssertTo... saturates with an assertion such as "Vq32x2 out of range for
-// int32".
+// int32". The floors above need few of them; the set is whole for programs on this library.
 #ifndef VQ32X2_H
 #define VQ32X2_H
 

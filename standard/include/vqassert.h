@@ -49,7 +49,7 @@ extern int vq_assert_history_count;
 // returns.
 void VqAssert(char* pszFilename, int nLine, char* pszMessage);
 
-// The number of assertions now being reported.
+// The number of assertions now being reported. For programs on this library.
 int32 VqAssertDepth();
 
 // Notes the position of the trace that must follow at once.

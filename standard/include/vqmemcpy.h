@@ -8,7 +8,8 @@
 // called with overlapping blocks.\n"; a range may be copied onto itself.
 void VqMemCpy_Assert(void* s1, void* s2, int32 count);
 
-// Copies count bytes to s1 from s2, whatever the overlap. The source comes first.
+// Copies count bytes to s1 from s2, whatever the overlap. The source comes first. For programs on
+// this library.
 void bcopy_safe(char* s2, char* s1, int32 count);
 
 // The loops of bcopy_safe: count bytes to s1 from s2, ascending and descending.

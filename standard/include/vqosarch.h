@@ -18,7 +18,7 @@ int platform_included(char* specific, char* general);
 // 1 if in each word either name lies under the other, not necessarily the same one.
 int platform_overlaps(char* platform1, char* platform2);
 
-// 1 if both words, as they stand, are in their graphs.
+// 1 if both words, as they stand, are in their graphs. For programs on this library.
 int platform_known(char* str);
 
 // The words of the two graphs, by their number from 0; null behind the last. In any order. For
@@ -26,7 +26,7 @@ int platform_known(char* str);
 const char* platform_system_word(int number);
 const char* platform_architecture_word(int number);
 
-// Whether the names are the same text, or not.
+// Whether the names are the same text, or not. The second is for programs on this library.
 int platform_identical(char* a, char* b);
 int platform_different(char* a, char* b);
 

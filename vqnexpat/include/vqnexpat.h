@@ -63,7 +63,8 @@ FwError* x2fwerr(int code);
 // opened or the parser found an error, which err then tells. Otherwise 1, which says no more than
 // that the parser was content: err may hold an error of reading, or one that a handler set, and the
 // file was then read no further than the last block that was read without error.
-// err may hold an error already: nothing is then parsed, and the error stays.
+// err may hold an error already: nothing is then parsed, and the error stays. For programs on this
+// library, as the readers open their files themselves.
 int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser);
 // The same for a file that is open already. It closes the file; the name is for errors.
 int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser);
@@ -77,7 +78,7 @@ void xml_current_place(XML_Parser parser, int32* line, int32* column);
 FwTextString xmlstrN_to_FwStr(const XML_Char* xmlstr, int len);
 FwTextString xmlstr_to_FwStr(const XML_Char* xmlstr);
 
-// Appends to an open record; len as above.
+// Appends to an open record; len as above. The second is for programs on this library.
 void xmlstrN_to_FwStrRecord(const XML_Char* xmlstr, FwStrRecord* rec, int len);
 void xmlstr_to_FwStrRecord(const XML_Char* xmlstr, FwStrRecord* rec);
 
