@@ -128,9 +128,22 @@ TEST(Exec, BecomesTheProgram) {
 }
 
 TEST(Exec, AFailureStartsNothing) {
+  const std::string studio = Examples() + "/studio/";
   Expect(Zor({"exec", "studio/canvas", "studio/proof", "--", "echo", "started"},
              {"ZORROOT=" + Examples(), "HOME=/home/you"}),
-         "", "zor: value fast is both inserted and removed in environment variable RENDER_MODE\n",
+         "",
+         "zor: value fast is both inserted and removed in environment variable RENDER_MODE\n"
+         "  inserted by studio/canvas/5/1 (" +
+             studio +
+             "canvas/5/1/env.xml:5:5)\n    named as studio/canvas\n"
+             "  removed by studio/proof/2/1 (" +
+             studio +
+             "proof/2/1/env.xml:5:5)\n    named as studio/proof\n"
+             "  what works, as trying it has shown:\n"
+             "    studio/canvas behind // (or --and), where it overrides the others\n"
+             "    without studio/canvas\n"
+             "    studio/proof behind // (or --and), where it overrides the others\n"
+             "    without studio/proof\n",
          1);
 }
 

@@ -11,6 +11,7 @@
 #include <set>
 
 #include "tool.h"
+#include "zor.h"
 
 namespace {
 
@@ -113,8 +114,16 @@ TEST_F(Session, SwapKeepsThePlace) {
 
 TEST_F(Session, ALaterGroupOverrides) {
   Do({"load", "b"});
+  const std::string b = warehouse.Root() + "/C/b/1/1/env.xml";
+  const std::string clash = warehouse.Root() + "/C/clash/1/1/env.xml";
   Refused({"load", "clash"},
-          "zor: value b is both inserted and removed in environment variable L\n");
+          "zor: value b is both inserted and removed in environment variable L\n"
+          "  inserted by C/b/1/1 (" +
+              Place(b, "<ENV-INSERT") + ")\n    named as b\n" + "  removed by C/clash/1/1 (" +
+              Place(clash, "<ENV-REMOVE") + ")\n    named as clash\n" +
+              "  what works, as trying it has shown:\n"
+              "    b behind // (or --and), where it overrides the others\n    without b\n"
+              "    clash behind // (or --and), where it overrides the others\n    without clash\n");
   Do({"load", "--over", "clash"});
   EXPECT_EQ("shared:u:v", shell.Get("L"));
   EXPECT_EQ("C/b/1/1\n//\nC/clash/1/1\n", Listed());

@@ -2,8 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 std::string Examples() {
   return std::string(ZOR_SOURCE_DIR) + "/examples/warehouse";
+}
+
+std::string Place(const std::string& file, const std::string& text) {
+  const std::string content = ReadFile(file);
+  const std::size_t at = content.find(text);
+  EXPECT_NE(std::string::npos, at) << text;
+  const std::string before = content.substr(0, at);
+  const auto lines = std::count(before.begin(), before.end(), '\n');
+  const std::size_t column = before.size() - (before.rfind('\n') + 1);
+  return file + ':' + std::to_string(lines + 1) + ':' + std::to_string(column + 1);
 }
 
 RunResult Zor(const std::vector<std::string>& arguments, std::vector<std::string> more) {

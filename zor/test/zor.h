@@ -17,6 +17,9 @@ RunResult ZorOnExamples(const std::vector<std::string>& arguments);
 // its last member.
 void ExpectValid(const std::string& document, const std::string& name);
 
+// file:line:column of a text's first occurrence in a file of one-byte characters.
+std::string Place(const std::string& file, const std::string& text);
+
 // The root of that warehouse.
 std::string Examples();
 

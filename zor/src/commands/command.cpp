@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "catalogue.h"
+#include "conflict.h"
 #include "error.h"
 #include "facts.h"
 #include "files.h"
@@ -137,13 +138,6 @@ ProductName one_product(const Request& request) {
               reason == ENOENT ? 127 : 126);
 }
 
-std::string explained(const Answer& answer) {
-  std::string text;
-  for (const Fault& fault : answer.faults)
-    text += (text.empty() ? "" : "\n") + fault.text;
-  return text;
-}
-
 Answer answer_to(const Request& request, const Environment& base, Context* context) {
   context->notes += request.notes;
   if (request.empty()) misuse("say which product, as in: zor env tools/weaver");
@@ -152,7 +146,7 @@ Answer answer_to(const Request& request, const Environment& base, Context* conte
     const bool broken =
         std::any_of(answer.faults.begin(), answer.faults.end(),
                     [](const Fault& fault) { return fault.kind == FaultKind::kAssertion; });
-    throw Error(explained(answer), broken ? kTrouble : kNotDone);
+    throw Error(explained(request, base, answer), broken ? kTrouble : kNotDone);
   }
   const std::vector<std::string> silent = silent_choices(request, answer);
   bool exact = true;

@@ -124,9 +124,6 @@ ProductName one_product(const Request& request);
 // A session's variables, NAME=VALUE a line, or as JSON.
 std::string variables_text(const std::vector<Binding>& variables, bool json);
 
-// Lines for people about the faults of an answer.
-std::string explained(const Answer& answer);
-
 }  // namespace zor
 
 #endif

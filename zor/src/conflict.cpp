@@ -1,0 +1,268 @@
+#include "conflict.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+
+#include "catalogue.h"
+#include "error.h"
+#include "reasons.h"
+#include "render/account.h"
+#include "words.h"
+
+namespace zor {
+
+namespace {
+
+constexpr int kMostTries = 24;
+constexpr int kMostVersions = 4;  // of one product that are tried, and proposed
+constexpr std::size_t kMostExplained = 10;
+constexpr std::size_t kMostMembers = 12;  // of a circle that are shown as its beginning
+constexpr auto kMostTime = std::chrono::seconds(2);
+
+bool is_conflict(FaultKind kind) {
+  return kind == FaultKind::kClash || kind == FaultKind::kCycle || kind == FaultKind::kEndless ||
+         kind == FaultKind::kSeparators;
+}
+
+std::string detail(const Fault& fault, const std::string& what) {
+  for (const Binding& each : fault.details)
+    if (each.name == what) return each.value;
+  return {};
+}
+
+// ---- What stands against what ----
+
+// The operations of a conflict, and what is to be said of each.
+struct Side {
+  std::string text;
+  int operation;
+};
+
+std::vector<Side> sides_of_clash(const VariableReason& variable, const Fault& fault) {
+  const ElementReason* element = reason_of(variable, detail(fault, "value"));
+  if (!element || element->inserts.empty() || element->removes.empty()) return {};
+  return {{"inserted by", element->inserts[0]}, {"removed by", element->removes[0]}};
+}
+
+// The first operation that states a separator, and the first that states another one.
+std::vector<Side> sides_of_separators(const Account& account, const VariableReason& variable) {
+  std::vector<Side> sides;
+  std::string first;
+  for (const int index : variable.operations) {
+    const std::string& separator = account.operations[static_cast<std::size_t>(index)].separator;
+    if (separator.empty() || separator == first) continue;
+    sides.push_back({fmt::format("separated by \"{}\" in", separator), index});
+    if (!first.empty()) break;
+    first = separator;
+  }
+  return sides;
+}
+
+// A conflict with the operations that take part in it.
+struct Conflict {
+  std::string text;
+  std::vector<int> operations;
+};
+
+class Explanation {
+ public:
+  Explanation(const Account& account, const Request& request)
+      : account_(account), request_(request) {}
+
+  // Of the first group in which the variable has that conflict.
+  Conflict of(const Fault& fault) const {
+    Conflict conflict;
+    for (const VariableReason& variable : account_.variables) {
+      if (!is_of_variable(variable, fault)) continue;
+      if (fault.kind == FaultKind::kCycle)
+        add_circles(variable, &conflict);
+      else
+        add_sides(fault.kind == FaultKind::kSeparators ? sides_of_separators(account_, variable)
+                                                       : sides_of_clash(variable, fault),
+                  &conflict);
+      if (!conflict.text.empty()) break;
+    }
+    return conflict;
+  }
+
+ private:
+  static bool is_of_variable(const VariableReason& variable, const Fault& fault) {
+    return variable.group != kRecipes && variable.name == detail(fault, "environment variable");
+  }
+
+  void add_sides(const std::vector<Side>& sides, Conflict* conflict) const {
+    if (sides.size() < 2) return;
+    for (const Side& side : sides) {
+      conflict->text +=
+          fmt::format("\n  {} {}\n{}", side.text, operation_text(account_, side.operation),
+                      chain_text(account_, request_, side.operation, "    "));
+      conflict->text.pop_back();
+      conflict->operations.push_back(side.operation);
+    }
+  }
+
+  void add_circles(const VariableReason& variable, Conflict* conflict) const {
+    if (variable.cycles.empty()) return;
+    // The last one is that of the engine's words.
+    const std::vector<ConstraintReason>& circle = variable.cycles.back();
+    std::size_t shown = 0;
+    for (const ConstraintReason& member : circle) {
+      if (member.operation >= 0) conflict->operations.push_back(member.operation);
+      if (shown++ >= kMostMembers) continue;
+      conflict->text += fmt::format("\n  {} before {}: {}\n{}", member.first, member.second,
+                                    constraint_text(account_, member),
+                                    member.operation < 0
+                                        ? std::string()
+                                        : chain_text(account_, request_, member.operation, "    "));
+      conflict->text.pop_back();
+    }
+    if (circle.size() > kMostMembers)
+      conflict->text += fmt::format("\n  and so on over {} more, back to {}",
+                                    circle.size() - kMostMembers, circle[0].first);
+  }
+
+  const Account& account_;
+  const Request& request_;
+};
+
+// ---- Ways out ----
+
+// A product in a request: its group, and its place there.
+using Spot = std::pair<std::size_t, std::size_t>;
+
+std::set<Spot> spots_of(const Account& account, const std::vector<int>& operations) {
+  std::set<Spot> spots;
+  for (const int operation : operations) {
+    const std::vector<int> chain = chain_of(account, operation);
+    if (chain.empty()) continue;
+    const Station& named = account.stations[static_cast<std::size_t>(chain[0])];
+    if (named.query >= 0)
+      spots.emplace(static_cast<std::size_t>(named.group), static_cast<std::size_t>(named.query));
+  }
+  return spots;
+}
+
+// Changes of a request, each of which is computed before it is proposed.
+class WaysOut {
+ public:
+  WaysOut(const Request& request, const Environment& base, const Answer& answer)
+      : request_(request), base_(base), answer_(answer) {}
+
+  std::string of(const std::set<Spot>& spots) {
+    for (const Spot& spot : spots) {
+      try_versions(spot);
+      try_behind(spot);
+      try_without(spot);
+    }
+    if (!lines_.empty()) return "\n  what works, as trying it has shown:" + lines_;
+    return over_ ? "\n  no way out was found in the time that there is for trying"
+                 : "\n  nothing that can be changed in the request helps; the data files have to "
+                   "change";
+  }
+
+ private:
+  const NamedQuery& named(const Spot& spot) const {
+    return request_.groups[spot.first][spot.second];
+  }
+
+  // Whether the request has an environment, and each of its products settings.
+  bool works(const Request& request) {
+    if (over_ || request.empty()) return false;
+    if (++tries_ > kMostTries || std::chrono::steady_clock::now() - start_ > kMostTime) {
+      over_ = true;
+      return false;
+    }
+    const Answer answer = compute(request.question(), base_);
+    return answer.done && silent_choices(request, answer).empty();
+  }
+
+  void propose(const std::string& text) { lines_ += "\n    " + text; }
+
+  // The other ones that there are, the latest first.
+  std::vector<ProductName> other_versions(const Spot& spot) const {
+    if (spot.first >= answer_.taken.size()) return {};
+    const ProductName& taken = answer_.taken[spot.first][spot.second];
+    std::vector<ProductName> others;
+    try {
+      for (const CatalogueProduct& product :
+           read_catalogue(answer_.root, taken.category + '/' + taken.name).products) {
+        if (product.category != taken.category || product.name != taken.name) continue;
+        for (const CatalogueVersion& version : product.versions)
+          for (const std::string& rev : version.revs)
+            others.push_back({taken.category, taken.name, version.version, rev});
+      }
+    } catch (const Error&) {
+      // What can't be read has no other versions to offer.
+      others.clear();
+    }
+    std::erase(others, taken);
+    std::reverse(others.begin(), others.end());
+    if (others.size() > kMostVersions) others.resize(kMostVersions);
+    return others;
+  }
+
+  void try_versions(const Spot& spot) {
+    for (const ProductName& other : other_versions(spot)) {
+      Request request = request_;
+      request.groups[spot.first][spot.second].query.product = other;
+      if (works(request))
+        propose(fmt::format("{} in place of {}", other.path(), word_text(named(spot))));
+    }
+  }
+
+  void try_behind(const Spot& spot) {
+    Request request = request_;
+    auto& group = request.groups[spot.first];
+    if (group.size() < 2) return;
+    const NamedQuery moved = group[spot.second];
+    group.erase(group.begin() + static_cast<std::ptrdiff_t>(spot.second));
+    request.groups.insert(request.groups.begin() + static_cast<std::ptrdiff_t>(spot.first) + 1,
+                          {moved});
+    if (works(request))
+      propose(fmt::format("{} behind // (or --and), where it overrides the others",
+                          word_text(named(spot))));
+  }
+
+  void try_without(const Spot& spot) {
+    Request request = request_;
+    auto& group = request.groups[spot.first];
+    group.erase(group.begin() + static_cast<std::ptrdiff_t>(spot.second));
+    if (group.empty())
+      request.groups.erase(request.groups.begin() + static_cast<std::ptrdiff_t>(spot.first));
+    if (works(request)) propose("without " + word_text(named(spot)));
+  }
+
+  const Request& request_;
+  const Environment& base_;
+  const Answer& answer_;
+  const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  int tries_ = 0;
+  bool over_ = false;
+  std::string lines_;
+};
+
+}  // namespace
+
+std::string explained(const Request& request, const Environment& base, const Answer& answer) {
+  const bool any = std::any_of(answer.faults.begin(), answer.faults.end(),
+                               [](const Fault& fault) { return is_conflict(fault.kind); });
+  const Account account = any ? account_of(request.question(), base) : Account();
+  const Explanation explanation(account, request);
+  std::string text;
+  std::vector<int> operations;
+  std::size_t count = 0;
+  for (const Fault& fault : answer.faults) {
+    text += (text.empty() ? "" : "\n") + fault.text;
+    if (!is_conflict(fault.kind)) continue;
+    Conflict conflict = explanation.of(fault);
+    if (count++ < kMostExplained) text += conflict.text;
+    operations.insert(operations.end(), conflict.operations.begin(), conflict.operations.end());
+  }
+  if (operations.empty()) return text;
+  return text + WaysOut(request, base, answer).of(spots_of(account, operations));
+}
+
+}  // namespace zor
