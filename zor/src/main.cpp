@@ -49,6 +49,8 @@ constexpr Command kCommands[] = {
      zor::Prints::kText},
     {"which", "which file a command is in an environment", zor::run_which, false,
      zor::Prints::kText},
+    {"why", "why a variable is as it is, and a version was taken", zor::run_why, false,
+     zor::Prints::kText},
     {"complete", nullptr, zor::run_complete},  // for the functions that zor init prints
 };
 

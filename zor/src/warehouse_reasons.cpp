@@ -369,14 +369,19 @@ VariableReason VariableAccount::take(const std::string& stated) {
   return std::move(reason_);
 }
 
-// What stands between the elements of the new value says it; else what the operations state.
+// The character in front of the last element of the new value is it; else what the operations
+// state.
 std::string VariableAccount::separator(const std::string& stated) const {
-  const auto& elements = reason_.elements;
-  if (reason_.after && elements.size() > 1 && elements[1].position == 1) {
-    const std::string& value = *reason_.after;
-    const std::size_t first = elements[0].value.size();
-    const std::size_t second = value.find(elements[1].value, first + 1);
-    if (second != std::string::npos && second > first) return value.substr(first, second - first);
+  const ElementReason* last = nullptr;
+  for (const ElementReason& element : reason_.elements)
+    if (element.position >= 0) last = &element;
+  const std::string value = reason_.after.value_or("");
+  if (last && value.size() > last->value.size()) {
+    const std::size_t end = value.size() - last->value.size();
+    std::size_t begin = end - 1;
+    while (begin > 0 && (static_cast<unsigned char>(value[begin]) & 0xC0) == 0x80)
+      --begin;
+    return value.substr(begin, end - begin);
   }
   return stated.empty() ? ":" : stated;
 }

@@ -165,7 +165,9 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
     directory.Link("bin/zorenv", ZORENV_PROGRAM);
     directory.Link("bin/zor", ZOR_PROGRAM);
   } else {
-    script += "zorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n";
+    script +=
+        "zorenv() { command \"$ZORENV_PROGRAM\" \"$@\"; }\n"
+        "zor() { command \"$ZOR_PROGRAM\" \"$@\"; }\n";
   }
   for (const Step& step : steps) {
     if (step.file.empty())
@@ -177,7 +179,8 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
   }
   RunOptions options;
   options.environment = {"PATH=" + path, "HOME=/home/you", "LC_ALL=C.UTF-8", "ZORROOT=" + root,
-                         std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM};
+                         std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM,
+                         std::string("ZOR_PROGRAM=") + ZOR_PROGRAM};
   options.directory = GetParam().elsewhere ? directory.Directory("work") : root;
   script = Replace(script, stated_root, root);
   const RunResult result = RunProgram({"/bin/sh", "-c", script}, options);

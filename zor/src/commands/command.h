@@ -67,6 +67,7 @@ int run_swap(Context* context);
 int run_undo(Context* context);
 int run_unload(Context* context);
 int run_which(Context* context);
+int run_why(Context* context);
 
 // The command line of a subcommand. Options are named "-f,--format"; where they are not given, the
 // target keeps its value.

@@ -1,0 +1,494 @@
+// zor why: why a variable is as it is, and why a version and a variety were taken.
+#include <algorithm>
+#include <optional>
+
+#include "catalogue.h"
+#include "commands/command.h"
+#include "conflict.h"
+#include "error.h"
+#include "reasons.h"
+#include "render/account.h"
+#include "render/json.h"
+#include "session/session.h"
+#include "words.h"
+
+namespace zor {
+
+namespace {
+
+// ---- The command line ----
+
+// What is asked of a request.
+struct Asked {
+  std::string variable;  // empty: of its products
+  std::optional<std::string> element;
+};
+
+// Letters, all capital, digits and _, as the names of nearly all variables are.
+bool looks_like_variable(const std::string& word) {
+  return !word.empty() && !(word[0] >= '0' && word[0] <= '9') &&
+         std::all_of(word.begin(), word.end(), [](char c) {
+           return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+         });
+}
+
+// The positions of the words that are no options, nor values of options that stand before products.
+std::vector<std::size_t> free_words(const std::vector<std::string>& words) {
+  std::vector<std::size_t> all;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (!words[i].starts_with('-'))
+      all.push_back(i);
+    else if (words[i].starts_with("-r") || words[i] == "--root")
+      ++i;
+  }
+  return all;
+}
+
+// Takes the variable and the element out of the words. They stand behind --; or, where no product
+// is named by -p, which takes any words behind it, they are the last two words: of these the first
+// that looks like a variable is it. The request comes first, so its first word is none.
+Asked take_asked(std::vector<std::string>* words) {
+  Asked asked;
+  if (const auto end = std::find(words->begin(), words->end(), "--"); end != words->end()) {
+    const std::vector<std::string> behind(end + 1, words->end());
+    if (behind.empty() || behind.size() > 2 || behind[0].empty())
+      misuse(
+          "behind -- stand a variable and, if you like, one of its elements, as in:\n"
+          "  zor why tools/weaver -- PATH /usr/bin");
+    asked.variable = behind[0];
+    if (behind.size() > 1) asked.element = behind[1];
+    words->erase(end, words->end());
+    return asked;
+  }
+  const auto names_by_option = [](const std::string& word) { return word.starts_with("-p"); };
+  if (std::any_of(words->begin(), words->end(), names_by_option)) return asked;
+  const std::vector<std::size_t> free = free_words(*words);
+  const auto is_variable = [&](std::size_t i) {
+    const std::string& before = (*words)[free[i] - 1];
+    return looks_like_variable((*words)[free[i]]) && before != "//" && before != "--and" &&
+           !before.starts_with("-A");
+  };
+  const std::size_t count = free.size();
+  const auto take = [&](std::size_t i) {
+    std::string word = std::move((*words)[free[i]]);
+    words->erase(words->begin() + static_cast<std::ptrdiff_t>(free[i]));
+    return word;
+  };
+  if (count > 2 && is_variable(count - 2)) {
+    asked.element = take(count - 1);
+    asked.variable = take(count - 2);
+  } else if (count > 1 && is_variable(count - 1)) {
+    asked.variable = take(count - 1);
+  }
+  return asked;
+}
+
+// ---- Choices ----
+
+struct NamedChoice {
+  ChoiceReason reason;
+  std::size_t group;
+  const NamedQuery* named;
+  std::vector<CatalogueVersion> versions;
+};
+
+std::vector<NamedChoice> choices_of(const Request& request, const Environment& base) {
+  Answer answer;
+  auto groups = choices_of(request.question(), base, &answer);
+  if (!answer.done) throw Error(explained(request, base, answer));
+  std::vector<NamedChoice> all;
+  for (std::size_t i = 0; i < groups.size(); ++i)
+    for (ChoiceReason& reason : groups[i]) {
+      NamedChoice choice = {std::move(reason), i, nullptr, {}};
+      choice.named = &request.groups[i][static_cast<std::size_t>(choice.reason.query)];
+      const ProductName& name = choice.reason.product;
+      for (CatalogueProduct& product :
+           read_catalogue(answer.root, name.category + '/' + name.name).products)
+        if (product.category == name.category && product.name == name.name)
+          choice.versions = std::move(product.versions);
+      all.push_back(std::move(choice));
+    }
+  return all;
+}
+
+// Whether the version comes from the settings, and not from the user's word.
+bool is_default_version(const NamedChoice& choice, const Request& request) {
+  const ProductName& asked = choice.named->query.product;
+  if (choice.named->exact || !request.config) return false;
+  return request.config->versions.contains(asked.category + '/' + asked.name) &&
+         choice.named->word.find('/' + asked.version) == std::string::npos;
+}
+
+std::string version_text(const NamedChoice& choice, const Request& request) {
+  const ProductName& asked = choice.named->query.product;
+  const ProductName& taken = choice.reason.product;
+  std::vector<std::string> others;
+  for (const CatalogueVersion& version : choice.versions)
+    for (const std::string& rev : version.revs)
+      if (version.version != taken.version || rev != taken.rev)
+        others.push_back(version.version + '/' + rev);
+  std::string why = is_default_version(choice, request) ? "the default of the settings"
+                    : asked.version == "+"              ? "the latest version"
+                    : asked.rev == "+"                  ? "asked for, in its latest revision"
+                                                        : "asked for";
+  return fmt::format(
+      "  {}/{} is {}; {}\n", taken.version, taken.rev, why,
+      others.empty() ? "there is no other" : "there are also " + joined(others, " "));
+}
+
+std::string variety_text(const VarietyReason& reason) {
+  const Variety& variety = reason.variety;
+  std::string text = variety.name.empty() ? "the variety" : "the variety " + variety.name;
+  if (!variety.variables.empty()) text += " [" + bindings_text(variety.variables) + ']';
+  text += variety.chosen ? " is taken" : " is not taken:";
+  if (!reason.failed.empty())
+    text += fmt::format(" it does not meet {}", bindings_text(reason.failed));
+  else if (reason.other_host)
+    text += fmt::format(" it is not for this host, {}", host_platform_name());
+  if (!variety.complete)
+    text +=
+        fmt::format("{} {}", variety.chosen ? ", but gives no settings:" : ", and",
+                    reason.missing.empty()
+                        ? "it has no segments"
+                        : "its segment for " + joined(reason.missing, ", for ") + " is not here");
+  return "  " + text + '\n';
+}
+
+std::string text_of(const std::vector<NamedChoice>& choices, const Request& request) {
+  std::string text;
+  for (const NamedChoice& choice : choices) {
+    text +=
+        fmt::format("{}, named as {}\n", choice.reason.product.path(), word_text(*choice.named));
+    text += version_text(choice, request);
+    for (const VarietyReason& variety : choice.reason.varieties)
+      text += variety_text(variety);
+    if (choice.reason.varieties.empty()) text += "  it has no varieties, so it has no settings\n";
+  }
+  return text;
+}
+
+// ---- Variables ----
+
+// The steps that a variable has gone through: the old recipes, then group by group.
+struct Story {
+  std::string name;
+  std::vector<const VariableReason*> steps;
+  std::optional<std::string> base;  // its value before all of them
+};
+
+// What becomes of one element.
+struct Fate {
+  std::string value;
+  bool is_there = false;   // in the end
+  bool was_there = false;  // in the beginning
+};
+
+// Those that are there in the end in their order, then the others.
+std::vector<Fate> fates_of(const Story& story) {
+  std::vector<Fate> fates;
+  if (story.steps.empty()) return fates;
+  const auto add = [&](const ElementReason& element, bool is_there) {
+    const VariableReason& first = *story.steps.front();
+    const ElementReason* at_first = reason_of(first, element.value);
+    fates.push_back({element.value, is_there, at_first && at_first->was_there});
+  };
+  for (const ElementReason& element : story.steps.back()->elements)
+    if (element.position >= 0) add(element, true);
+  for (const VariableReason* step : story.steps)
+    for (const ElementReason& element : step->elements)
+      if (std::none_of(fates.begin(), fates.end(),
+                       [&](const Fate& fate) { return fate.value == element.value; }))
+        add(element, false);
+  return fates;
+}
+
+class StoryText {
+ public:
+  StoryText(const Account& account, const Request& request)
+      : account_(account), request_(request) {}
+
+  std::string of(const Story& story, const std::optional<std::string>& only) const {
+    std::string text = story.name + '\n';
+    if (story.steps.empty()) return text + untouched(story, only);
+    bool told = false;
+    for (const Fate& fate : fates_of(story)) {
+      if (only && fate.value != *only) continue;
+      text += of(story, fate);
+      told = true;
+    }
+    if (only && !told)
+      text += fmt::format("  {} is not there: nothing inserts it, and it was not there before\n",
+                          *only);
+    if (!only && !told) text += without_elements(story);
+    return text;
+  }
+
+ private:
+  static std::string untouched(const Story& story, const std::optional<std::string>& only) {
+    const char* const set = story.base ? "it was set before" : "it is not set";
+    if (!only) return fmt::format("  nothing in this request touches it; {}\n", set);
+    return fmt::format("  nothing in this request touches {}; {}\n", story.name, set);
+  }
+
+  // Operations touch a variable also where they leave no element, and find none.
+  std::string without_elements(const Story& story) const {
+    const VariableReason& last = *story.steps.back();
+    std::string text = last.after ? "  it is set and empty\n" : "  it is not set\n";
+    for (const VariableReason* step : story.steps)
+      for (const int operation : step->operations)
+        text += with_chain("touched by", operation);
+    return text;
+  }
+
+  std::string of(const Story& story, const Fate& fate) const {
+    std::string text =
+        fmt::format("  {}{}\n", fate.value, fate.is_there ? "" : ", which is not there");
+    if (fate.was_there) text += "    was there before\n";
+    for (const VariableReason* step : story.steps)
+      if (const ElementReason* element = reason_of(*step, fate.value)) text += of(*element);
+    return text;
+  }
+
+  std::string of(const ElementReason& element) const {
+    std::string text;
+    for (const int insert : element.inserts)
+      text += with_chain("inserted by", insert);
+    for (const int remove : element.removes)
+      text += with_chain("removed by", remove);
+    for (const auto& [loser, winner] : element.overruled)
+      text += fmt::format("    {} {}\n{}      gives way to {} {}\n", what(loser),
+                          operation_text(account_, loser),
+                          chain_text(account_, request_, loser, "      "), what(winner),
+                          operation_text(account_, winner));
+    if (element.placed_by)
+      text += fmt::format("    in front of {}: {}\n", element.placed_by->second,
+                          constraint_text(account_, *element.placed_by));
+    return text;
+  }
+
+  std::string with_chain(const char* verb, int operation) const {
+    return fmt::format("    {} {}\n{}", verb, operation_text(account_, operation),
+                       chain_text(account_, request_, operation, "      "));
+  }
+
+  std::string what(int operation) const {
+    const AppliedOperation& one = account_.operations[static_cast<std::size_t>(operation)];
+    switch (one.kind) {
+      case OperationKind::kInsert:
+        return "the insert of";
+      case OperationKind::kRemove:
+        return "the remove of";
+      case OperationKind::kDelete:
+        return "the delete of";
+      case OperationKind::kRecipe:
+        break;
+    }
+    return fmt::format("the {} of", one.word);
+  }
+
+  const Account& account_;
+  const Request& request_;
+};
+
+// One for the variable that is asked for, or one for each that there are reasons for.
+std::vector<Story> stories_of(const Account& account, const std::string& variable,
+                              const Environment& base) {
+  std::vector<Story> stories;
+  if (!variable.empty()) stories.push_back({variable, {}, {}});
+  for (const VariableReason& reason : account.variables) {
+    const auto same = [&](const Story& story) { return story.name == reason.name; };
+    auto story = std::find_if(stories.begin(), stories.end(), same);
+    if (story == stories.end()) story = stories.insert(story, {reason.name, {}, {}});
+    story->steps.push_back(&reason);
+  }
+  for (Story& story : stories)
+    if (const auto value = base.find(story.name)) story.base = std::string(*value);
+  if (variable.empty())
+    std::sort(stories.begin(), stories.end(),
+              [](const Story& a, const Story& b) { return a.name < b.name; });
+  return stories;
+}
+
+// ---- JSON ----
+
+Json json_of(const ProductName& product) {
+  return {{"category", json_text(product.category)},
+          {"name", json_text(product.name)},
+          {"version", json_text(product.version)},
+          {"rev", json_text(product.rev)}};
+}
+
+Json json_of(const std::vector<Binding>& bindings) {
+  Json list = Json::array();
+  for (const Binding& binding : bindings)
+    list.push_back({{"name", json_text(binding.name)}, {"value", json_text(binding.value)}});
+  return list;
+}
+
+Json json_of(const std::optional<std::string>& text) {
+  return text ? json_text(*text) : Json(nullptr);
+}
+
+Json index_or_null(int index) {
+  return index < 0 ? Json(nullptr) : Json(index);
+}
+
+Json json_of(const Location& place) {
+  return {{"file", json_text(place.file)}, {"line", place.line}, {"column", place.column}};
+}
+
+Json json_of(const Station& station, const Request& request) {
+  Json word = nullptr;
+  if (station.query >= 0)
+    word = json_text(request
+                         .groups[static_cast<std::size_t>(station.group)]
+                                [static_cast<std::size_t>(station.query)]
+                         .word);
+  return {{"product", json_of(station.product)},
+          {"variety", json_text(station.variety)},
+          {"variables", json_of(station.variables)},
+          {"group", station.group},
+          {"word", word},
+          {"includer", index_or_null(station.includer)},
+          {"part", station.includer < 0 ? Json(nullptr) : json_of(station.part)}};
+}
+
+Json json_of(const AppliedOperation& operation) {
+  const char* const kinds[] = {"insert", "remove", "delete", "recipe"};
+  return {{"kind", kinds[static_cast<int>(operation.kind)]},
+          {"word", json_text(operation.word)},
+          {"group", index_or_null(operation.group)},
+          {"station", operation.station},
+          {"place", json_of(operation.place)},
+          {"variable", json_text(operation.variable)},
+          {"separator", json_text(operation.separator)},
+          {"values", json_texts(operation.values)},
+          {"before", json_texts(operation.before)},
+          {"after", json_texts(operation.after)}};
+}
+
+Json json_of(const ElementReason& element) {
+  Json overruled = Json::array();
+  for (const auto& [loser, winner] : element.overruled)
+    overruled.push_back({{"loser", loser}, {"winner", winner}});
+  Json placed_by = nullptr;
+  if (element.placed_by)
+    placed_by = {{"first", json_text(element.placed_by->first)},
+                 {"second", json_text(element.placed_by->second)},
+                 {"operation", element.placed_by->operation}};
+  return {{"value", json_text(element.value)},
+          {"position", index_or_null(element.position)},
+          {"was_there", element.was_there},
+          {"inserts", element.inserts},
+          {"removes", element.removes},
+          {"overruled", overruled},
+          {"placed_by", placed_by}};
+}
+
+Json json_of(const Story& story, const std::optional<std::string>& only) {
+  Json steps = Json::array();
+  for (const VariableReason* step : story.steps) {
+    Json elements = Json::array();
+    for (const ElementReason& element : step->elements)
+      if (!only || element.value == *only) elements.push_back(json_of(element));
+    steps.push_back({{"group", index_or_null(step->group)},
+                     {"separator", json_text(step->separator)},
+                     {"before", json_of(step->before)},
+                     {"after", json_of(step->after)},
+                     {"operations", step->operations},
+                     {"elements", elements}});
+  }
+  return {{"name", json_text(story.name)}, {"base", json_of(story.base)}, {"steps", steps}};
+}
+
+Json json_of(const NamedChoice& choice) {
+  Json versions = Json::array();
+  for (const CatalogueVersion& version : choice.versions)
+    versions.push_back(
+        {{"version", json_text(version.version)}, {"revs", json_texts(version.revs)}});
+  Json varieties = Json::array();
+  for (const VarietyReason& reason : choice.reason.varieties)
+    varieties.push_back({{"name", json_text(reason.variety.name)},
+                         {"variables", json_of(reason.variety.variables)},
+                         {"chosen", reason.variety.chosen},
+                         {"complete", reason.variety.complete},
+                         {"failed", json_of(reason.failed)},
+                         {"other_host", reason.other_host},
+                         {"missing", json_texts(reason.missing)}});
+  return {{"group", choice.group},
+          {"word", json_text(choice.named->word)},
+          {"asked", json_of(choice.named->query.product)},
+          {"product", json_of(choice.reason.product)},
+          {"versions", versions},
+          {"varieties", varieties}};
+}
+
+template <typename T, typename... More>
+Json list_of(const std::vector<T>& all, const More&... more) {
+  Json list = Json::array();
+  for (const T& each : all)
+    list.push_back(json_of(each, more...));
+  return list;
+}
+
+std::string document(const std::string& root, const Json& choices, const Json& variables,
+                     const Account& account, const Request& request) {
+  return printed({{"version", 1},
+                  {"root", json_text(root)},
+                  {"choices", choices},
+                  {"variables", variables},
+                  {"operations", list_of(account.operations)},
+                  {"stations", list_of(account.stations, request)}});
+}
+
+// What is loaded in the shell, if the words name nothing.
+Request request_or_session(Request request, Environment* base) {
+  if (!request.empty()) return request;
+  const Session session = read_session(*base);
+  if (session.contents.groups.empty())
+    misuse("say which product, as in: zor why tools/weaver PATH");
+  *base = base_of(session, *base);
+  Request loaded = request_of(session.contents, session.root);
+  loaded.config = request.config;
+  return loaded;
+}
+
+}  // namespace
+
+int run_why(Context* context) {
+  CommandLine line("why",
+                   "Tell why a variable is as it is: REQUEST VARIABLE [ELEMENT], the variable in "
+                   "capital letters, or REQUEST -- VARIABLE [ELEMENT]. REQUEST alone tells why its "
+                   "versions and varieties were taken. Without a request: of what is loaded.",
+                   "zor why tools/weaver PATH");
+  bool all = false;
+  bool json = false;
+  line.flag("-a,--all", &all, "all variables that the request touches");
+  line.flag("--json", &json, "as JSON");
+  const Asked asked = take_asked(&context->words);
+  Environment base = context->environment;
+  const Request request = request_or_session(line.parse_request(*context), &base);
+  if (all && !asked.variable.empty()) misuse("--all takes the place of a variable");
+  context->notes += request.notes;
+  if (asked.variable.empty() && !all) {
+    const std::vector<NamedChoice> choices = choices_of(request, base);
+    context->out += json ? document(absolute_root(request.root), list_of(choices), Json::array(),
+                                    Account(), request)
+                         : text_of(choices, request);
+    return kDone;
+  }
+  const Account account = account_of(request.question(), base, asked.variable);
+  if (!account.answer.done) throw Error(explained(request, base, account.answer));
+  const std::vector<Story> stories = stories_of(account, asked.variable, base);
+  if (json) {
+    context->out += document(account.answer.root, Json::array(), list_of(stories, asked.element),
+                             account, request);
+    return kDone;
+  }
+  const StoryText text(account, request);
+  for (const Story& story : stories)
+    context->out += text.of(story, asked.element);
+  return kDone;
+}
+
+}  // namespace zor
