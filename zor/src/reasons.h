@@ -56,10 +56,11 @@ struct ConstraintReason {
 
 struct ElementReason {
   std::string value;
-  int position = -1;                           // in the new value; -1 if it is not there
-  bool was_there = false;                      // in the value before the group
-  std::vector<int> inserts;                    // those that stand; of recipes, that put it there
-  std::vector<int> removes;                    // those that stand; of recipes, that took it away
+  int position = -1;         // in the new value; -1 if it is not there
+  bool was_there = false;    // in the value before the group
+  std::vector<int> inserts;  // those that stand; of recipes, that put it there
+  // Those that stand; of recipes, what took it away last, also where a later one put it back.
+  std::vector<int> removes;
   std::vector<std::pair<int, int>> overruled;  // loser and winner
   // What made it come before its turn, in front of an element that had to wait for it. Otherwise
   // it came in its turn: those that were there in their old order, then the new ones.

@@ -219,7 +219,6 @@ class Replay {
       ElementReason& element = traced->variable.at(item.value);
       if (element.position >= 0) continue;  // a repetition
       element.position = position++;
-      element.removes.clear();
       if (item.operation >= 0) element.inserts.push_back(item.operation);
     }
     reason.name = name_from_table(reason.name);

@@ -250,11 +250,13 @@ class StoryText {
   }
 
   std::string of(const ElementReason& element) const {
-    std::string text;
+    std::string text, removes;
     for (const int insert : element.inserts)
       text += with_chain("inserted by", insert);
     for (const int remove : element.removes)
-      text += with_chain("removed by", remove);
+      removes += with_chain("removed by", remove);
+    // What an old recipe has taken away another one may put back.
+    text = element.position >= 0 ? removes + text : text + removes;
     for (const auto& [loser, winner] : element.overruled)
       text += fmt::format("    {} {}\n{}      gives way to {} {}\n", what(loser),
                           operation_text(account_, loser),

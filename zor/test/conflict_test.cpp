@@ -1,0 +1,222 @@
+// The texts of reasons: of elements, of choices, and of conflicts with the ways out of them.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "session_support.h"
+#include "zor.h"
+
+namespace {
+
+// Products in C that share a part, insert, remove and order elements of L and W.
+struct Why : testing::Test {
+  Why() {
+    w.Product("C/part/1/1", Insert("L", "p") + Insert("L", "q", After("u")));
+    w.ProductWithParts("C/whole/1/1", Remove("L", "p") + Insert("L", "a", Before("u")),
+                       Part("part", "1"));
+    w.Product("C/other/1/1", Insert("L", "other"));
+    w.Product("C/other/2/1", Remove("L", "q"));
+    w.Product("C/first/1/1", Insert("W", "one", Before("two")));
+    w.Product("C/second/1/1", Insert("W", "two", Before("three")));
+    w.Product("C/third/1/1", Insert("W", "three", Before("one")));
+    w.Product("C/third/2/1", Insert("W", "three"));
+    w.Product("C/colon/1/1", Insert("S", "x", "", " sep=':'"));
+    w.Product("C/comma/1/1", Insert("S", "y", "", " sep=','"));
+    w.Product("C/clear/1/1", Remove("NOTHING", "x"));
+    w.File("C/old/1/1", "product.xml", ProductXml(Variety()));
+    w.File("C/old/1/1", "partlist.xml", PartListXml(""));
+    w.File("C/old/1/1", "setup.xml",
+           RecipeXml("<SETENV op='prepend' name='L' value='r'/>"
+                     "<SETENV op='unappend' name='L' value='u'/>"));
+  }
+
+  RunResult Run(const std::vector<std::string>& words) const {
+    return Zor(words, {"ZORROOT=" + w.Root(), "L=u:v"});
+  }
+  // "C/part/1/1 (file:line:column)" of the operation that begins so.
+  std::string At(const std::string& product, const std::string& text,
+                 const std::string& file = "env.xml") const {
+    return product + " (" + Place(w.Root() + '/' + product + '/' + file, text) + ")\n";
+  }
+
+  Warehouse w;
+};
+
+TEST_F(Why, EachElementIsToldOfInOrder) {
+  const std::string part =
+      "      a part of " + At("C/whole/1/1", "<PRODUCT", "partlist.xml") + "      named as whole\n";
+  const std::string before = At("C/whole/1/1", "<ENV-INSERT");
+  Expect(Run({"why", "whole", "L"}),
+         "L\n"
+         "  a\n    inserted by " +
+             before +
+             "      named as whole\n"
+             "    in front of u: BEFORE u of " +
+             before +
+             "  u\n    was there before\n"
+             "  v\n    was there before\n"
+             "  q\n    inserted by " +
+             At("C/part/1/1", "<ENV-INSERT><NAME>L</NAME><VALUE>q") + part +
+             "  p, which is not there\n    removed by " + At("C/whole/1/1", "<ENV-REMOVE") +
+             "      named as whole\n"
+             "    the insert of " +
+             At("C/part/1/1", "<ENV-INSERT") + part + "      gives way to the remove of " +
+             At("C/whole/1/1", "<ENV-REMOVE"),
+         "", 0);
+}
+
+TEST_F(Why, AnElementMayBeAskedForAlone) {
+  Expect(Run({"why", "whole", "L", "v"}), "L\n  v\n    was there before\n", "", 0);
+  Expect(Run({"why", "whole", "--", "L", "nowhere"}),
+         "L\n  nowhere is not there: nothing inserts it, and it was not there before\n", "", 0);
+  Expect(Run({"why", "-p", "C", "whole", "--", "N"}),
+         "N\n  nothing in this request touches it; it is not set\n", "", 0);
+  // A remove sets the variable all the same.
+  Expect(Run({"why", "clear", "NOTHING"}),
+         "NOTHING\n  it is set and empty\n    touched by " + At("C/clear/1/1", "<ENV-REMOVE") +
+             "      named as clear\n",
+         "", 0);
+}
+
+TEST_F(Why, GroupsAndOldRecipesAreToldOfInTurn) {
+  const std::string recipe = "C/old/1/1";
+  Expect(Run({"why", "other/1", "//", "old", "L"}),
+         "L\n"
+         "  r\n    inserted by " +
+             At(recipe, "<SETENV op='prepend'", "setup.xml") +
+             "      named as old in group 2\n"
+             "  v\n    was there before\n"
+             "  other\n    inserted by " +
+             At("C/other/1/1", "<ENV-INSERT") +
+             "      named as other/1 in group 1\n"
+             "  u, which is not there\n    was there before\n    removed by " +
+             At(recipe, "<SETENV op='unappend'", "setup.xml") + "      named as old in group 2\n",
+         "", 0);
+}
+
+TEST_F(Why, ChoicesTellWhatElseThereWas) {
+  w.File("C/many/1/1", "product.xml", ProductXml(Variety()));
+  w.File("C/many/1/1", "partlist.xml", PartListXml(""));
+  w.File("C/many/1.10/1", "product.xml",
+         "<PRODUCT-INFO><VARIETIES>"
+         "<VARIETY name='g'><VAR n='compiler' v='gcc'/><SEGMENT host='all' here='1'/></VARIETY>"
+         "<VARIETY name='l'><VAR n='compiler' v='llvm'/><SEGMENT host='sun' here='0'/></VARIETY>"
+         "</VARIETIES></PRODUCT-INFO>");
+  w.File("C/many/1.10/1", "partlist.xml", PartListXml(""));
+  Expect(Run({"why", "C/many[compiler=gcc]"}),
+         "C/many/1.10/1, named as C/many[compiler=gcc]\n"
+         "  1.10/1 is the latest version; there are also 1/1\n"
+         "  the variety g [compiler=gcc] is taken\n"
+         "  the variety l [compiler=llvm] is not taken: it does not meet compiler=gcc, and its "
+         "segment for sun is not here\n",
+         "", 0);
+  Expect(Run({"why", "many/1"}),
+         "C/many/1/1, named as many/1\n"
+         "  1/1 is asked for, in its latest revision; there are also 1.10/1\n"
+         "  the variety is taken\n",
+         "", 0);
+}
+
+TEST_F(Why, DocumentsHaveTheirSchema) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"whole"}, {"whole", "L"}, {"old", "//", "whole", "--all"}}) {
+    std::vector<std::string> all = {"why", "--json"};
+    all.insert(all.end(), words.begin(), words.end());
+    const RunResult result = Run(all);
+    EXPECT_EQ(0, result.status) << result.err;
+    ExpectValid(result.out, "why");
+  }
+}
+
+TEST_F(Why, WhatIsLoadedNeedsNoRequest) {
+  ShellModel shell({{"LC_ALL", "C.UTF-8"}, {"PATH", "/usr/bin:/bin"}, {"ZORROOT", w.Root()}});
+  EXPECT_EQ(0, shell.Run({"load", "other/1"}).status);
+  const RunResult result = shell.Ask({"why", "--", "L"});
+  Expect(result,
+         "L\n  other\n    inserted by " + At("C/other/1/1", "<ENV-INSERT") +
+             "      named as other/1\n",
+         "", 0);
+}
+
+TEST_F(Why, WrongUsageIsTold) {
+  Expect(Run({"why"}), "", "zor: say which product, as in: zor why tools/weaver PATH\n", 2);
+  Expect(Run({"why", "--all", "whole", "L"}), "", "zor: --all takes the place of a variable\n", 2);
+  Expect(Run({"why", "whole", "--", "a", "b", "c"}), "",
+         "zor: behind -- stand a variable and, if you like, one of its elements, as in:\n"
+         "  zor why tools/weaver -- PATH /usr/bin\n",
+         2);
+}
+
+// ---- Conflicts ----
+
+TEST_F(Why, ACircleIsShownWithAllItsMembers) {
+  const RunResult result = Run({"env", "first", "second", "third/1"});
+  EXPECT_EQ(1, result.status);
+  EXPECT_TRUE(result.err.starts_with("zor: value ")) << result.err;
+  EXPECT_TRUE(result.err.find(" has cyclic constraints in environment variable W\n") <
+              result.err.find("\n  "));
+  std::string circle;
+  const std::string one = "  one before two: BEFORE two of " + At("C/first/1/1", "<ENV-INSERT") +
+                          "    named as first\n";
+  const std::string two = "  two before three: BEFORE three of " +
+                          At("C/second/1/1", "<ENV-INSERT") + "    named as second\n";
+  const std::string three = "  three before one: BEFORE one of " +
+                            At("C/third/1/1", "<ENV-INSERT") + "    named as third/1\n";
+  // It has no beginning, but an order.
+  const bool whole = result.err.find(one + two + three) != std::string::npos ||
+                     result.err.find(two + three + one) != std::string::npos ||
+                     result.err.find(three + one + two) != std::string::npos;
+  EXPECT_TRUE(whole) << result.err;
+}
+
+TEST_F(Why, OnlyWhatWorksIsProposed) {
+  // The latest third has no such constraint, and without any of the three there is no circle.
+  const RunResult result = Run({"env", "first", "second", "third/1"});
+  const std::string ways = result.err.substr(result.err.find("  what works"));
+  EXPECT_EQ(
+      "  what works, as trying it has shown:\n"
+      "    first behind // (or --and), where it overrides the others\n"
+      "    without first\n"
+      "    second behind // (or --and), where it overrides the others\n"
+      "    without second\n"
+      "    C/third/2/1 in place of third/1\n"
+      "    third/1 behind // (or --and), where it overrides the others\n"
+      "    without third/1\n",
+      ways);
+}
+
+TEST_F(Why, SeparatorsThatDifferAreNamed) {
+  Expect(Run({"env", "colon", "comma"}), "",
+         "zor: inconsistent separators for environment variable S\n"
+         "  separated by \":\" in " +
+             At("C/colon/1/1", "<ENV-INSERT") + "    named as colon\n" +
+             "  separated by \",\" in " + At("C/comma/1/1", "<ENV-INSERT") +
+             "    named as comma\n" +
+             "  what works, as trying it has shown:\n"
+             "    colon behind // (or --and), where it overrides the others\n"
+             "    without colon\n"
+             "    comma behind // (or --and), where it overrides the others\n"
+             "    without comma\n",
+         1);
+}
+
+TEST_F(Why, TheChainOfPartsLeadsToTheUsersWord) {
+  Expect(Run({"why", "whole", "other", "L"}), "",
+         "zor: value q is both inserted and removed in environment variable L\n"
+         "  inserted by " +
+             At("C/part/1/1", "<ENV-INSERT><NAME>L</NAME><VALUE>q") + "    a part of " +
+             At("C/whole/1/1", "<PRODUCT", "partlist.xml") +
+             "    named as whole\n"
+             "  removed by " +
+             At("C/other/2/1", "<ENV-REMOVE") +
+             "    named as other\n"
+             "  what works, as trying it has shown:\n"
+             "    whole behind // (or --and), where it overrides the others\n"
+             "    without whole\n"
+             "    C/other/1/1 in place of other\n"
+             "    other behind // (or --and), where it overrides the others\n"
+             "    without other\n",
+         1);
+}
+
+}  // namespace
