@@ -328,10 +328,13 @@ class AsPlatform {
   std::string before_;
 };
 
+bool ends_silently = false;
+
 // The program can't go on: memory is exhausted. Nothing has been printed yet that a shell might
 // evaluate, and nothing is from here on.
 void exit_for_ever(FwTextString message) {
   const char* const reason = message ? FWC(message) : "interrupted";
+  if (ends_silently) _exit(kTrouble);
   for (const char* piece : {"zor: ", reason, "; nothing was changed\n"})
     if (write(STDERR_FILENO, piece, std::strlen(piece)) < 0) break;
   _exit(kTrouble);
@@ -366,6 +369,10 @@ std::string name_from_table(std::string_view name) {
       bytes += name[i];
   }
   return bytes;
+}
+
+void end_silently() {
+  ends_silently = true;
 }
 
 WH_PRODUCT_NAME* make_name(ProductName name) {
@@ -460,10 +467,21 @@ Answer compute(const Question& question, const Environment& base, const Inside& 
   all.places = 1;
   all.oldenv = wh_get_process_env(&err);
   std::string root = question.root;
+  // Its own index gives way while the computation lasts.
+  WH_INDEX* index = inside.index;
+  const auto share_index = [&] {
+    if (index) std::swap(all.index, index);
+    return true;
+  };
   answer.done = wh_computation_open(&all, root.empty() ? FwCurrentDir() : text(root)) &&
-                wh_computation_find_latest(&all) && wh_computation_load(&all) &&
+                share_index() && wh_computation_find_latest(&all) && wh_computation_load(&all) &&
                 (question.choices_only || wh_computation_compute(&all)) && answer.faults.empty();
   take_choices(&answer, &all);
+  if (index) {
+    std::swap(all.index, index);
+    wh_computation_close(&all);
+    return answer;
+  }
   take_names(&answer, lists.get());
   take_products(&answer, &all);
   if (question.list_reads) take_reads(&answer, &all);

@@ -135,6 +135,10 @@ class Engine {
   Engine& operator=(const Engine&) = delete;
 };
 
+// Lets exhausted memory end the process with status 2 and without a word, where a process above it
+// tells of it.
+void end_silently();
+
 // Computes the environment that a question leads to from base. %{NAME} in data files means base.
 Answer compute(const Question& question, const Environment& base);
 

@@ -88,6 +88,9 @@ struct Inside {
   // Called once the products are loaded and, unless there is a fault or only choices are asked for,
   // the environment is computed, while everything is still there.
   std::function<void(WH_COMPUTATION*)> look;
+  // The products that were read so far, which stay the caller's and are not read again. The answer
+  // then tells of choices and faults alone.
+  WH_INDEX* index = nullptr;
 };
 
 Answer compute(const Question& question, const Environment& base, const Inside& inside);

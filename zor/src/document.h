@@ -1,0 +1,67 @@
+// A data file as it is written: its elements and attributes, also those that mean nothing, with
+// their places. What a data file means is for the readers to say; this is for those who look at how
+// it is put down.
+#ifndef ZOR_DOCUMENT_H
+#define ZOR_DOCUMENT_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zor {
+
+struct Attribute {
+  std::string name;
+  std::string value;
+};
+
+struct Element {
+  std::string name;
+  std::size_t at = 0;  // of its start tag, in the document's content
+  std::vector<Attribute> attributes;
+  std::string text;  // directly in it
+  std::size_t text_at = 0;
+  std::size_t text_end = 0;
+  std::vector<Element> children;
+
+  // Null if there is none.
+  const std::string* find(std::string_view attribute) const;
+  const Element* child(std::string_view name) const;
+};
+
+// From 1; columns count characters.
+struct Position {
+  int line = 0;
+  int column = 0;
+};
+
+// A piece of the content, in bytes.
+struct Span {
+  std::size_t at = 0;
+  std::size_t end = 0;
+};
+
+struct Document {
+  std::string content;  // in UTF-8, without a byte order mark
+  Element root;
+
+  Position position(std::size_t at) const;
+  // The start tag.
+  Span tag(const Element& element) const;
+  // The value of an attribute, without its quotes; the start tag if it is not written there.
+  Span value(const Element& element, std::string_view attribute) const;
+  // The name of an attribute, likewise.
+  Span name(const Element& element, std::string_view attribute) const;
+};
+
+// The text of a data file in UTF-8, without a byte order mark, whatever it is encoded in.
+std::string decoded(std::string content);
+
+// Nothing if the text is no XML.
+std::optional<Document> parse_document(std::string content);
+
+}  // namespace zor
+
+#endif

@@ -1,0 +1,207 @@
+#include <expat.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "document.h"
+#include "render/text.h"
+
+namespace zor {
+
+namespace {
+
+bool is_blank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+void append_utf8(std::string* text, std::uint32_t character) {
+  const auto put = [&](std::uint32_t byte) { *text += static_cast<char>(byte); };
+  if (character < 0x80) {
+    put(character);
+  } else if (character < 0x800) {
+    put(0xC0 | character >> 6);
+    put(0x80 | (character & 0x3F));
+  } else if (character < 0x10000) {
+    put(0xE0 | character >> 12);
+    put(0x80 | (character >> 6 & 0x3F));
+    put(0x80 | (character & 0x3F));
+  } else {
+    put(0xF0 | character >> 18);
+    put(0x80 | (character >> 12 & 0x3F));
+    put(0x80 | (character >> 6 & 0x3F));
+    put(0x80 | (character & 0x3F));
+  }
+}
+
+std::string from_utf16(std::string_view content, bool big_endian) {
+  const auto unit = [&](std::size_t i) -> std::uint32_t {
+    const auto first = static_cast<unsigned char>(content[i]);
+    const auto second = static_cast<unsigned char>(content[i + 1]);
+    return big_endian ? first << 8U | second : second << 8U | first;
+  };
+  std::string text;
+  for (std::size_t i = 2; i + 1 < content.size(); i += 2) {
+    std::uint32_t character = unit(i);
+    if (character >= 0xD800 && character < 0xDC00 && i + 3 < content.size()) {
+      i += 2;
+      character = 0x10000 + ((character & 0x3FF) << 10) + (unit(i) & 0x3FF);
+    }
+    append_utf8(&text, character);
+  }
+  return text;
+}
+
+bool declares_latin1(std::string_view content) {
+  if (!content.starts_with("<?xml")) return false;
+  const std::string declaration = folded(content.substr(0, content.find('>')));
+  return declaration.find("iso-8859-1") != std::string::npos;
+}
+
+std::string from_latin1(std::string_view content) {
+  std::string text;
+  for (const char c : content)
+    append_utf8(&text, static_cast<unsigned char>(c));
+  return text;
+}
+
+// Builds the tree while the parser reads. Pointers into it stay valid, as an element gets no
+// sibling while it is open.
+struct Builder {
+  XML_Parser parser;
+  Element root;
+  std::vector<Element*> open;
+
+  std::size_t at() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(parser)); }
+};
+
+void start(void* data, const XML_Char* name, const XML_Char** attributes) {
+  auto* builder = static_cast<Builder*>(data);
+  Element* element = &builder->root;
+  if (!builder->open.empty()) element = &builder->open.back()->children.emplace_back();
+  element->name = name;
+  element->at = builder->at();
+  for (; *attributes; attributes += 2)
+    element->attributes.push_back({attributes[0], attributes[1]});
+  builder->open.push_back(element);
+}
+
+void end(void* data, const XML_Char*) {
+  static_cast<Builder*>(data)->open.pop_back();
+}
+
+void characters(void* data, const XML_Char* text, int length) {
+  auto* builder = static_cast<Builder*>(data);
+  Element& element = *builder->open.back();
+  const std::size_t at = builder->at();
+  if (element.text.empty()) element.text_at = at;
+  element.text.append(text, static_cast<std::size_t>(length));
+  element.text_end =
+      at + static_cast<std::size_t>(std::max(0, XML_GetCurrentByteCount(builder->parser)));
+}
+
+std::size_t behind_blanks(std::string_view text, std::size_t at) {
+  while (at < text.size() && is_blank(text[at]))
+    ++at;
+  return at;
+}
+
+bool ends_name(char c) {
+  return is_blank(c) || c == '=' || c == '>' || c == '/';
+}
+
+std::size_t behind_name(std::string_view text, std::size_t at) {
+  while (at < text.size() && !ends_name(text[at]))
+    ++at;
+  return at;
+}
+
+struct WrittenAttribute {
+  Span name;
+  Span value;
+};
+
+std::optional<WrittenAttribute> written(std::string_view content, const Element& element,
+                                        std::string_view attribute) {
+  std::size_t at = behind_name(content, element.at + 1);
+  while (true) {
+    at = behind_blanks(content, at);
+    const Span name = {at, behind_name(content, at)};
+    if (name.end == name.at) return std::nullopt;
+    at = behind_blanks(content, name.end);
+    if (at >= content.size() || content[at] != '=') return std::nullopt;
+    at = behind_blanks(content, at + 1);
+    if (at >= content.size()) return std::nullopt;
+    const std::size_t close = std::min(content.find(content[at], at + 1), content.size());
+    if (content.substr(name.at, name.end - name.at) == attribute)
+      return WrittenAttribute{name, {at + 1, close}};
+    at = std::min(close + 1, content.size());
+  }
+}
+
+}  // namespace
+
+const std::string* Element::find(std::string_view attribute) const {
+  for (const Attribute& each : attributes)
+    if (each.name == attribute) return &each.value;
+  return nullptr;
+}
+
+const Element* Element::child(std::string_view wanted) const {
+  for (const Element& each : children)
+    if (each.name == wanted) return &each;
+  return nullptr;
+}
+
+Position Document::position(std::size_t at) const {
+  Position position = {1, 1};
+  for (std::size_t i = 0; i < std::min(at, content.size()); ++i) {
+    const bool second_half = content[i] == '\n' && i > 0 && content[i - 1] == '\r';
+    if (second_half) continue;
+    if (content[i] == '\n' || content[i] == '\r') {
+      ++position.line;
+      position.column = 1;
+    } else if ((static_cast<unsigned char>(content[i]) & 0xC0) != 0x80) {
+      ++position.column;
+    }
+  }
+  return position;
+}
+
+Span Document::tag(const Element& element) const {
+  return {element.at, behind_name(content, element.at + 1)};
+}
+
+Span Document::value(const Element& element, std::string_view attribute) const {
+  const auto place = written(content, element, attribute);
+  return place ? place->value : tag(element);
+}
+
+Span Document::name(const Element& element, std::string_view attribute) const {
+  const auto place = written(content, element, attribute);
+  return place ? place->name : tag(element);
+}
+
+std::string decoded(std::string content) {
+  if (content.starts_with("\xFF\xFE")) return from_utf16(content, false);
+  if (content.starts_with("\xFE\xFF")) return from_utf16(content, true);
+  if (content.starts_with("\xEF\xBB\xBF")) return content.substr(3);
+  return declares_latin1(content) ? from_latin1(content) : std::move(content);
+}
+
+std::optional<Document> parse_document(std::string content) {
+  Document document;
+  document.content = decoded(std::move(content));
+  Builder builder = {XML_ParserCreate("UTF-8"), {}, {}};
+  if (!builder.parser) return std::nullopt;
+  XML_SetUserData(builder.parser, &builder);
+  XML_SetElementHandler(builder.parser, start, end);
+  XML_SetCharacterDataHandler(builder.parser, characters);
+  const XML_Status status = XML_Parse(builder.parser, document.content.data(),
+                                      static_cast<int>(document.content.size()), 1);
+  XML_ParserFree(builder.parser);
+  if (status != XML_STATUS_OK) return std::nullopt;
+  document.root = std::move(builder.root);
+  return document;
+}
+
+}  // namespace zor

@@ -1,0 +1,260 @@
+#include <algorithm>
+#include <iterator>
+
+#include "fwmem.h"
+#include "inspection.h"
+#include "vqosarch.h"
+#include "warehouse_private.h"
+
+namespace zor {
+
+namespace {
+
+std::vector<std::string> strings_of(const FwVector& vector) {
+  std::vector<std::string> strings;
+  for (FwTextByte* each : elements<FwTextByte>(vector))
+    strings.push_back(string_of(each));
+  return strings;
+}
+
+VarietyFacts facts_of(WH_VARIETY* from) {
+  VarietyFacts variety;
+  variety.name = string_of(from->name);
+  for (const WH_VAR* var = from->vars; var; var = var->next)
+    variety.variables.push_back({string_of(var->n), string_of(var->v)});
+  for (const WH_SEG* segment = from->segs; segment; segment = segment->next)
+    variety.segments.push_back({string_of(segment->host), segment->here != 0});
+  variety.complete = wh_variety_is_complete(from) != 0;
+  return variety;
+}
+
+// Freed by free_pattern. Without any alternative it is null, which matches everything.
+WH_PATTERN* make_pattern(const Condition& condition) {
+  WH_PATTERN* first = nullptr;
+  WH_PATTERN** end = &first;
+  for (const Alternative& alternative : condition) {
+    *end = ::make_pattern();
+    WH_VAR** last = &(*end)->vars;
+    for (Binding variable : alternative.variables) {
+      *last = make_var(text(variable.name), text(variable.value));
+      last = &(*last)->next;
+    }
+    end = &(*end)->next;
+  }
+  return first;
+}
+
+AppliedStep step_of(const WH_OPERATION* operation) {
+  const WH_ENV_OP* op = operation->op;
+  AppliedStep step;
+  step.place = place_of(operation);
+  step.variable = string_of(op->name);
+  const bool inserts = op->type == wh_env_insert;
+  const FwTextCharacter separator = inserts ? op->u.ins->sep : op->u.rem->sep;
+  if (separator != 0) step.separator = string_of(separator);
+  if (inserts) {
+    step.values = {string_of(op->u.ins->value)};
+    step.before = strings_of(op->u.ins->before);
+    step.after = strings_of(op->u.ins->after);
+  } else {
+    step.kind = op->type == wh_env_remove ? OperationKind::kRemove : OperationKind::kDelete;
+    step.values = strings_of(op->u.rem->values);
+  }
+  return step;
+}
+
+// The trial that the observer's callbacks write into. They get no context of ours, as those that
+// note places are called with none.
+Trial* observed = nullptr;
+
+void take_collected(void*, const WH_OPERATION* operation) {
+  observed->steps.push_back(step_of(operation));
+}
+
+bool has_constraints(const WH_ENV_OP* op) {
+  return !elements<FwTextByte>(op->u.ins->before).empty() ||
+         !elements<FwTextByte>(op->u.ins->after).empty();
+}
+
+void take_overruled(void*, const WH_ELEMENT* element, const WH_OPERATION* loser,
+                    const WH_OPERATION* winner) {
+  if (loser->op->type != wh_env_insert || winner->op->type != wh_env_insert) return;
+  observed->overruled.push_back({place_of(loser), place_of(winner), string_of(element->variable),
+                                 string_of(element->value),
+                                 has_constraints(loser->op) && !has_constraints(winner->op)});
+}
+
+}  // namespace
+
+struct Inspection::State {
+  std::string root;
+  WH_INDEX* index = nullptr;
+  WH_PRODUCT_NAME* name = nullptr;
+  WH_PRODUCT* product = nullptr;
+  std::vector<VarietyFacts> varieties;
+
+  WH_VARIETY* variety(std::size_t i) const {
+    return element<WH_VARIETY>(product->prodinfo->varieties->seq, static_cast<int32>(i));
+  }
+
+  void open() {
+    index = index_open(text(root));
+    index->parse_flags |= WH_XML_PF_PLACES;
+  }
+
+  // What names mean in one of the product's files, for a variety. Freed by free_symtab.
+  WH_SYMTAB* symbols(std::size_t i, std::string file) {
+    WH_SYMTAB* symtab = symtab_from_prodname(name, text(file));
+    add_context(symtab, make_context(make_cv(FWT("BASE-DIRECTORY"), text(root), nullptr)));
+    add_context(symtab, context_from_variety(variety(i)));
+    return symtab;
+  }
+};
+
+Inspection::Inspection(const std::string& root) : state_(std::make_unique<State>()) {
+  state_->root = root;
+  state_->open();
+}
+
+Inspection::~Inspection() {
+  free_prodname(&state_->name);
+  index_close(state_->index);
+}
+
+void Inspection::forget() {
+  index_close(state_->index);
+  state_->product = nullptr;
+  state_->open();
+}
+
+std::vector<Fault> Inspection::load(const ProductName& product) {
+  std::vector<Fault> faults;
+  const Collecting collecting(&faults);
+  FwErrorState err;
+  free_prodname(&state_->name);
+  state_->name = make_name(product);
+  state_->product = index_fetch(&err, state_->index, state_->name, 0);
+  if (!state_->product) collect_error(&err);
+  FwErrorClear(&err);
+  state_->varieties.clear();
+  if (state_->product)
+    for (WH_VARIETY* variety : elements<WH_VARIETY>(state_->product->prodinfo->varieties->seq))
+      state_->varieties.push_back(facts_of(variety));
+  return faults;
+}
+
+const std::vector<VarietyFacts>& Inspection::varieties() const {
+  return state_->varieties;
+}
+
+bool Inspection::meets(std::size_t variety, const Condition& condition) const {
+  WH_PATTERN* pattern = make_pattern(condition);
+  const bool met = matchvar(state_->variety(variety), pattern, nullptr) != 0;
+  free_pattern(&pattern);
+  return met;
+}
+
+Expansion Inspection::expand(std::size_t variety, const char* file, const std::string& form) const {
+  std::vector<Fault> faults;
+  const Collecting collecting(&faults);
+  WH_SYMTAB* symtab = state_->symbols(variety, file);
+  FwErrorState err;
+  std::string written = form;
+  Expansion expansion;
+  if (FwTextString expanded = wh_expand(&err, text(written), symtab)) {
+    expansion.text = string_of(expanded);
+    FwMemFree(expanded);
+  }
+  if (err.pError) {
+    collect_error(&err);
+    const std::string about = err.items[0].name ? string_of(err.items[0].name) : "?";
+    (faults[0].kind == FaultKind::kUndefined ? expansion.undefined
+     : faults[0].kind == FaultKind::kMissing ? expansion.missing
+                                             : expansion.fault) =
+        faults[0].kind == FaultKind::kUndefined || faults[0].kind == FaultKind::kMissing
+            ? about
+            : faults[0].text;
+  }
+  FwErrorClear(&err);
+  free_symtab(&symtab);
+  return expansion;
+}
+
+PartFacts Inspection::part(std::size_t variety, const ProductName& written,
+                           const Condition& taken) const {
+  PartFacts facts;
+  const Collecting collecting(&facts.faults);
+  WH_SYMTAB* symtab = state_->symbols(variety, "partlist.xml");
+  WH_PATTERN* pattern = make_pattern(taken);
+  FwErrorState err;
+  WH_PRODUCT_NAME* name = make_name(written);
+  WH_PRODUCT_NAME* expanded = wh_expand_prodname(&err, name, symtab);
+  if (!err.pError) {
+    facts.product = name_of(expanded);
+    WH_PATTERN* expanded_pattern = wh_expand_pattern(&err, pattern, symtab);
+    if (WH_PRODUCT* product = index_fetch(&err, state_->index, expanded, 0)) {
+      facts.exists = true;
+      for (WH_VARIETY* each : elements<WH_VARIETY>(product->prodinfo->varieties->seq)) {
+        if (!wh_variety_is_complete(each)) continue;
+        ++facts.complete;
+        if (matchvar(each, expanded_pattern, nullptr)) facts.taken.push_back(facts_of(each));
+      }
+    }
+    free_pattern(&expanded_pattern);
+  }
+  collect_error(&err);
+  FwErrorClear(&err);
+  if (expanded) free_prodname(&expanded);
+  free_prodname(&name);
+  free_pattern(&pattern);
+  free_symtab(&symtab);
+  return facts;
+}
+
+Trial Inspection::compute(const std::vector<Binding>& conditions, bool undo,
+                          const Environment& base) const {
+  Trial trial;
+  observed = &trial;
+  WH_OBSERVER observer = collecting_observer();
+  observer.collected = take_collected;
+  observer.overruled = take_overruled;
+  Question question;
+  question.root = state_->root;
+  question.groups = {{{name_of(state_->name), conditions}}};
+  question.undo = undo;
+  trial.answer = zor::compute(question, base, {&observer, {}, state_->index});
+  observed = nullptr;
+  return trial;
+}
+
+bool platforms_fit(const std::string& one, const std::string& other) {
+  std::string first = one;
+  std::string second = other;
+  return platform_overlaps(first.data(), second.data()) != 0;
+}
+
+bool is_reserved_name(const std::string& name) {
+  static constexpr const char* kNames[] = {"FS",
+                                           "EXE",
+                                           "DLL",
+                                           "LIB",
+                                           "THIS-CNVR",
+                                           "PLAT-THIS-CNVR",
+                                           "BASE-CN",
+                                           "FROM-CN",
+                                           "BASE-CNV",
+                                           "FROM-CNV",
+                                           "BASE-CNVR",
+                                           "FROM-CNVR",
+                                           "BINPATH",
+                                           "THIS-REV",
+                                           "HOST-PLATFORM",
+                                           "THIS-CATEGORY",
+                                           "THIS-NAME",
+                                           "THIS-VERSION",
+                                           "BASE-DIRECTORY",
+                                           "PLAT-CATEGORY"};
+  return std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+}
+
+}  // namespace zor
