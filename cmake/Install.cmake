@@ -81,6 +81,7 @@ zor_install_page(tool 1 zorenv)
 zor_install_page(tool 1 zor)
 zor_install_page(tool 5 zor.toml)
 zor_install_page(tool 5 zorenv-warehouse)
+zor_install_page(tool 7 zor-check)
 zor_install_page(tool 7 zor-formats)
 zor_install_page(tool 7 zor-session)
 
@@ -91,6 +92,7 @@ install(FILES share/completions/_zorenv DESTINATION ${ZOR_ZSH_DIR} COMPONENT too
 install(FILES share/completions/zorenv.fish
   DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 
+install(DIRECTORY share/ci DESTINATION ${zor_share} COMPONENT tool)
 install(DIRECTORY share/schemas DESTINATION ${zor_share} COMPONENT tool PATTERN README.md EXCLUDE)
 
 # The documents lie to each other as in the source, so that their links hold.

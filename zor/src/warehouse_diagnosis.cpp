@@ -252,7 +252,7 @@ class Reading {
     bool counts;  // the reader takes it
     bool holds_text;
     bool refuses = false;  // an element in it was refused
-    Names refused = {};         // those that were
+    Names refused = {};    // those that were
     std::string text = {};
   };
 

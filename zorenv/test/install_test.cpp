@@ -150,7 +150,8 @@ TEST_F(Installed, CompletionsLieWhereShellsLookByTheCommandsName) {
 TEST_F(Installed, PagesSchemasAndDocumentsAreThere) {
   for (const char* file :
        {"man/man1/zorenv.1", "man/man1/zor.1", "man/man5/zorenv-warehouse.5",
-        "man/man7/zor-formats.7", "man/man7/zor-session.7", "man/man3/zorenv-framework.3",
+        "man/man7/zor-check.7", "man/man7/zor-formats.7", "man/man7/zor-session.7",
+        "man/man3/zorenv-framework.3", "zorenv/ci/action.yml", "zorenv/ci/.pre-commit-hooks.yaml",
         "zorenv/schemas/json/avail.schema.json", "zorenv/schemas/env.rng",
         "zorenv/schemas/xsd/env.xsd", "doc/zorenv/README.md", "doc/zorenv/doc/guide.md",
         "doc/zorenv/doc/daily-use.md", "doc/zorenv/doc/sharp-edges.md",

@@ -37,6 +37,11 @@ void CommandLine::option(const char* names, std::string* target, const std::stri
   parser_->app.add_option(names, *target, summary);
 }
 
+void CommandLine::options(const char* names, std::vector<std::string>* targets,
+                          const std::string& summary) {
+  parser_->app.add_option(names, *targets, summary)->allow_extra_args(false);
+}
+
 void CommandLine::flag(const char* names, bool* target, const std::string& summary) {
   parser_->app.add_flag(names, *target, summary);
 }

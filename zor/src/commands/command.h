@@ -44,6 +44,7 @@ struct Command {
 };
 
 int run_avail(Context* context);
+int run_check(Context* context);
 int run_complete(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
@@ -78,6 +79,8 @@ class CommandLine {
   ~CommandLine();
 
   void option(const char* names, std::string* target, const std::string& summary);
+  // For an option that may be given more than once.
+  void options(const char* names, std::vector<std::string>* targets, const std::string& summary);
   void flag(const char* names, bool* target, const std::string& summary);
   // Words that are not options; only for a subcommand without a request.
   void positional(const char* name, std::string* target, const std::string& summary);

@@ -1,0 +1,284 @@
+// What comes of a product together with its parts. The engine says so: each product is asked for as
+// a user would, on its own, with the conditions of each variety, for setting and for undoing; once
+// in an environment of next to nothing, and once in one that holds whatever its patterns speak of.
+#include <algorithm>
+#include <set>
+
+#include "check/product.h"
+#include "error.h"
+
+namespace zor::check {
+
+namespace {
+
+constexpr std::size_t kMostVarieties = 64;
+constexpr int kTagLength = 11;  // of <ENV-INSERT, <ENV-REMOVE and <ENV-DELETE
+
+using Conditions = std::vector<Binding>;
+
+// A text that the pattern matches, as a rule.
+std::string witness(const std::string& pattern) {
+  std::string text;
+  const std::size_t bar = pattern.find('|');
+  for (std::size_t i = 0; i < std::min(bar, pattern.size()); ++i) {
+    if (pattern[i] == '?' || pattern[i] == '*') {
+      text += 'x';
+      while (pattern[i] == '*' && i + 1 < pattern.size() && pattern[i + 1] == '*')
+        ++i;
+    } else {
+      text += pattern[i];
+    }
+  }
+  return text;
+}
+
+// An environment in which every pattern of the steps meets something.
+Environment full_environment(const Environment& base, const std::vector<AppliedStep>& steps) {
+  std::map<std::string, std::vector<std::string>> elements;
+  std::map<std::string, std::string> separators;
+  const auto add = [](std::vector<std::string>* list, const std::string& element) {
+    if (!element.empty() && std::find(list->begin(), list->end(), element) == list->end())
+      list->push_back(element);
+  };
+  for (const AppliedStep& step : steps) {
+    const std::string name = witness(step.variable);
+    if (!step.separator.empty()) separators.emplace(name, step.separator);
+    std::vector<std::string>* list = &elements[name];
+    for (const auto* patterns : {&step.before, &step.after, &step.values})
+      for (const std::string& pattern : *patterns)
+        add(list, witness(pattern));
+  }
+  Environment full = base;
+  for (const auto& [name, list] : elements) {
+    if (name.empty() || name.find('=') != std::string::npos) continue;
+    const auto stated = separators.find(name);
+    const std::string separator = stated == separators.end() ? ":" : stated->second;
+    full.set(name, fmt::format("{}", fmt::join(list, separator)));
+  }
+  return full;
+}
+
+// Whether the environment could make a difference.
+bool depends_on_environment(const std::vector<AppliedStep>& steps) {
+  return std::any_of(steps.begin(), steps.end(), [](const AppliedStep& step) {
+    return !step.before.empty() || !step.after.empty() || is_pattern(step.variable) ||
+           (step.kind != OperationKind::kInsert && step.separator.empty());
+  });
+}
+
+std::string detail(const Fault& fault, const char* word) {
+  for (const Binding& binding : fault.details)
+    if (binding.name == word) return binding.value;
+  return {};
+}
+
+class ComputationCheck {
+ public:
+  explicit ComputationCheck(Product* product) : product_(product) {
+    base_ = Environment({"HOME=/home/user", "PATH=/usr/bin:/bin"});
+  }
+
+  void run() {
+    const bool parts = !product_->facts().links.empty();
+    const bool sets = parts || product_->has_files("env.xml") || product_->has_files("setup.xml");
+    const bool undoes =
+        parts || product_->has_files("unenv.xml") || product_->has_files("unset.xml");
+    for (const bool undo : {false, true}) {
+      if (undo ? !undoes : !sets) continue;
+      for (const Conditions& conditions : requests())
+        run(conditions, undo);
+      check_removals(undo ? "unenv.xml" : "env.xml");
+    }
+  }
+
+ private:
+  // The request without conditions comes last: what is told of a variety alone is told as that.
+  std::vector<Conditions> requests() const {
+    std::vector<Conditions> all;
+    const std::vector<VarietyFacts>& varieties = product_->inspection().varieties();
+    for (const VarietyFacts& variety : varieties) {
+      if (!variety.complete || variety.variables.empty() || all.size() == kMostVarieties) continue;
+      Conditions conditions;
+      for (const Binding& variable : variety.variables)
+        if (variable.value.find_first_of("%*?|,") == std::string::npos)
+          conditions.push_back(variable);
+      if (std::find(all.begin(), all.end(), conditions) == all.end()) all.push_back(conditions);
+    }
+    // A single variety without a platform is taken in any case.
+    if (all.size() == 1 && varieties.size() == 1 &&
+        std::none_of(all[0].begin(), all[0].end(),
+                     [](const Binding& condition) { return condition.name == "platform"; }))
+      all.clear();
+    all.emplace_back();
+    return all;
+  }
+
+  void run(const Conditions& conditions, bool undo) {
+    const Trial trial = computed(conditions, undo, base_);
+    note(trial);
+    if (!depends_on_environment(trial.steps)) return;
+    note(computed(conditions, undo, full_environment(base_, trial.steps)));
+  }
+
+  // With each %{NAME} set that it asks for.
+  Trial computed(const Conditions& conditions, bool undo, Environment base) {
+    while (true) {
+      Trial trial = product_->inspection().compute(conditions, undo, base);
+      bool again = false;
+      for (const Fault& fault : trial.answer.faults) {
+        if (fault.kind != FaultKind::kUndefined || fault.details.empty()) continue;
+        const std::string name = fault.details[0].value;
+        if (!tried_.insert(name).second) continue;
+        base.set(name, "x");
+        base_.set(name, "x");
+        again = true;
+      }
+      if (!again) return trial;
+    }
+  }
+
+  void note(const Trial& trial) {
+    for (const Fault& fault : trial.answer.faults)
+      tell_of(fault, trial);
+    for (const OverruledInsert& overruled : trial.overruled)
+      if (overruled.loses_constraints)
+        tell("ZW509", overruled.loser,
+             fmt::format("{}: where {} includes this product, its insert of {} counts, and the "
+                         "BEFORE and AFTER stated here are lost",
+                         overruled.variable, overruled.winner.product.path(), overruled.value),
+             fmt::format("State the constraints at {} as well.", shown(overruled.winner)));
+    for (const AppliedStep& step : trial.steps)
+      if (step.kind == OperationKind::kInsert || step.kind == OperationKind::kDelete)
+        inserted_.insert(step.variable);
+  }
+
+  std::string below_root(const std::string& file) const {
+    const std::string above = product_->root() + '/';
+    return file.starts_with(above) ? file.substr(above.size()) : file;
+  }
+
+  std::string shown(const Location& place) const {
+    return fmt::format("{}:{}:{}", below_root(place.file), place.line, place.column);
+  }
+
+  void tell(const char* rule, const Location& place, std::string text, std::string help) {
+    product_->tell(Finding{below_root(place.file), place.line, place.column, place.line,
+                           place.column + kTagLength, rule, std::move(text), std::move(help),
+                           product_->path()});
+  }
+
+  void tell_of(const Fault& fault, const Trial& trial) {
+    const std::string variable = detail(fault, "environment variable");
+    const std::string value = detail(fault, "value");
+    if (fault.kind == FaultKind::kClash && fault.places.size() >= 2) {
+      const bool alike = fault.places[0].product == fault.places[1].product;
+      tell(alike ? "ZW505" : "ZW501", fault.places[0],
+           fmt::format("{}: the value {} is inserted here and removed at {}", variable, value,
+                       shown(fault.places[1])),
+           alike
+               ? "Two varieties that are taken together say so: state a condition wherever the "
+                 "product is used, or give the varieties variables that exclude one another."
+               : "Take one of the two out; or let the product that removes include the other one, "
+                 "since then the removal counts.");
+    } else if (fault.kind == FaultKind::kCycle && !fault.places.empty()) {
+      // A circle has no first member, so each way to meet it begins with the one that sorts first.
+      std::vector<Location> places = fault.places;
+      std::rotate(places.begin(), std::min_element(places.begin(), places.end()), places.end());
+      std::string others;
+      for (std::size_t i = 1; i < places.size(); ++i)
+        others += (i == 1 ? "" : ", ") + shown(places[i]);
+      tell("ZW502", places[0],
+           fmt::format("{}: the order that is wanted here leads round in a circle{}{}", variable,
+                       others.empty() ? "" : ", together with ", others),
+           "Take out one of the BEFORE and AFTER.");
+    } else if (fault.kind == FaultKind::kEndless && fault.places.size() >= 2) {
+      tell("ZW503", fault.places[0],
+           fmt::format("{}: the value {} is inserted here and removed by a part, at {}: zorenv "
+                       "never ends",
+                       variable, value, shown(fault.places[1])),
+           "Take one of the two out: a part must not remove what a product that includes it "
+           "inserts.");
+    } else if (fault.kind == FaultKind::kSeparators) {
+      tell_of_separators(variable, trial);
+    } else {
+      tell_of_others(fault);
+    }
+  }
+
+  void tell_of_separators(const std::string& variable, const Trial& trial) {
+    const AppliedStep* first = nullptr;
+    for (const AppliedStep& step : trial.steps) {
+      if (step.variable != variable && !pattern_matches(step.variable, variable)) continue;
+      const bool removes = step.kind != OperationKind::kInsert;
+      const std::string separator = step.separator.empty() && removes ? ":" : step.separator;
+      if (separator.empty()) continue;
+      const std::string before = !first                     ? separator
+                                 : first->separator.empty() ? ":"
+                                                            : first->separator;
+      if (!first) {
+        first = &step;
+      } else if (separator != before) {
+        tell("ZW504", step.place,
+             fmt::format("{}: the separator is {} here and {} at {}", variable, separator, before,
+                         shown(first->place)),
+             "State one sep in every operation on the variable.");
+        return;
+      }
+    }
+    tell("ZW504", first ? first->place : Location{product_->name(), product_->directory(), 0, 0},
+         fmt::format("{}: the operations do not agree on the separator", variable),
+         "State one sep in every operation on the variable.");
+  }
+
+  void tell_of_others(const Fault& fault) {
+    // What is wrong with the files of a part, and with names in it, is told of at the part.
+    const std::string file = below_root(detail(fault, "File"));
+    const bool own = file.empty() || file.starts_with(product_->path() + '/');
+    const bool base = !fault.details.empty() && fault.kind == FaultKind::kUndefined &&
+                      fault.details[0].value.starts_with("BASE-");
+    if (!own || base || fault.kind == FaultKind::kData || fault.kind == FaultKind::kMissing) return;
+    if (told_of_texts()) return;
+    product_->tell("ZW508", file.empty() ? product_->path() : file, fault.text,
+                   "Ask for the product with zor env to see what comes of it.");
+  }
+
+  // Of a text that leads to a fault by itself.
+  bool told_of_texts() const {
+    const auto& findings = product_->findings();
+    return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
+      return finding.rule == "ZW415" || finding.rule == "ZW508";
+    });
+  }
+
+  // Removals from variables that nothing inserts into and that may not be set.
+  void check_removals(const char* file) {
+    static const std::set<std::string> kAlwaysSet = {"PATH",  "HOME", "USER", "LOGNAME",
+                                                     "SHELL", "TERM", "LANG", "PWD"};
+    const Document* document = product_->document(file);
+    if (!document) return;
+    for (const Element& group : document->root.children)
+      for (const Element& operation : group.children) {
+        if (operation.name != "ENV-REMOVE") continue;
+        const std::string& name = name_element(operation).text;
+        if (is_pattern(name) || name.find('%') != std::string::npos || inserted_.contains(name) ||
+            kAlwaysSet.contains(name))
+          continue;
+        product_->tell("ZW412", file, operation,
+                       fmt::format("where {} is not set, this makes it an empty variable", name),
+                       "Write ENV-DELETE if the variable is to go as a whole.");
+      }
+  }
+
+  Product* product_;
+  Environment base_;
+  std::set<std::string> tried_;     // names that were set in vain or not
+  std::set<std::string> inserted_;  // variables
+};
+
+}  // namespace
+
+void check_computations(Product* product) {
+  ComputationCheck(product).run();
+}
+
+}  // namespace zor::check

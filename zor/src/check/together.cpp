@@ -1,0 +1,174 @@
+#include "check/together.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_map>
+
+#include "error.h"
+
+namespace zor::check {
+
+namespace {
+
+template <typename T>
+auto place_of(const T& one) {
+  return std::tie(one.file, one.at.line, one.at.column);
+}
+
+template <typename T>
+Finding finding_at(const T& place, const char* rule, std::string text, std::string help) {
+  return {place.file,      place.at.line,    place.at.column,
+          place.end.line,  place.end.column, rule,
+          std::move(text), std::move(help),  ""};
+}
+
+// The members of each circle of a graph, of which each node has a list of the nodes behind it; by
+// the algorithm of Tarjan, with a stack of its own, as chains of parts may be long.
+class Circles {
+ public:
+  explicit Circles(const std::vector<std::vector<std::size_t>>& next)
+      : next_(next), order_(next.size()), lowest_(next.size()), on_stack_(next.size()) {
+    for (std::size_t node = 0; node < next.size(); ++node)
+      if (order_[node] == 0) visit(node);
+  }
+
+  const std::vector<std::vector<std::size_t>>& members() const { return members_; }
+
+ private:
+  void visit(std::size_t start) {
+    std::vector<std::pair<std::size_t, std::size_t>> path = {{start, 0}};
+    enter(start);
+    while (!path.empty()) {
+      auto& [node, edge] = path.back();
+      if (edge < next_[node].size()) {
+        const std::size_t to = next_[node][edge++];
+        if (order_[to] == 0) {
+          enter(to);
+          path.emplace_back(to, 0);
+        } else if (on_stack_[to]) {
+          lowest_[node] = std::min(lowest_[node], order_[to]);
+        }
+        continue;
+      }
+      const std::size_t done = node;
+      path.pop_back();
+      if (!path.empty())
+        lowest_[path.back().first] = std::min(lowest_[path.back().first], lowest_[done]);
+      if (lowest_[done] == order_[done]) leave(done);
+    }
+  }
+
+  void enter(std::size_t node) {
+    order_[node] = lowest_[node] = ++count_;
+    stack_.push_back(node);
+    on_stack_[node] = true;
+  }
+
+  void leave(std::size_t node) {
+    std::vector<std::size_t> members;
+    std::size_t member = 0;
+    do {
+      member = stack_.back();
+      stack_.pop_back();
+      on_stack_[member] = false;
+      members.push_back(member);
+    } while (member != node);
+    const bool to_itself =
+        std::find(next_[node].begin(), next_[node].end(), node) != next_[node].end();
+    if (members.size() > 1 || to_itself) members_.push_back(std::move(members));
+  }
+
+  const std::vector<std::vector<std::size_t>>& next_;
+  std::vector<std::size_t> order_;  // of the first visit, from 1
+  std::vector<std::size_t> lowest_;
+  std::vector<bool> on_stack_;
+  std::vector<std::size_t> stack_;
+  std::size_t count_ = 0;
+  std::vector<std::vector<std::size_t>> members_;
+};
+
+}  // namespace
+
+void Together::add(Facts& facts) {
+  std::move(facts.links.begin(), facts.links.end(), std::back_inserter(links_));
+  for (Stated& stated : facts.separators) {
+    Uses& uses = separators_[stated.variable][stated.separator];
+    if (uses.count++ == 0 || place_of(stated) < place_of(uses.first))
+      uses.first = std::move(stated);
+  }
+}
+
+void Together::tell(std::vector<Finding>* findings) const {
+  tell_of_separators(findings);
+  tell_of_circles(findings);
+}
+
+void Together::tell_of_separators(std::vector<Finding>* findings) const {
+  for (const auto& [variable, all] : separators_) {
+    if (all.size() < 2) continue;
+    // Where the computation has met them, enough is said.
+    const auto told = [&](const Finding& finding) {
+      return finding.rule == "ZW504" && finding.text.starts_with(variable + ':');
+    };
+    if (std::any_of(findings->begin(), findings->end(), told)) continue;
+    const Uses* usual = nullptr;
+    for (const auto& entry : all)
+      if (!usual || entry.second.count > usual->count ||
+          (entry.second.count == usual->count &&
+           place_of(entry.second.first) < place_of(usual->first)))
+        usual = &entry.second;
+    for (const auto& [separator, uses] : all)
+      if (&uses != usual)
+        findings->push_back(finding_at(
+            uses.first, "ZW506",
+            fmt::format("{}: the separator is {} here and {} at {}:{}:{}, so the products can't be "
+                        "used together",
+                        variable, separator, usual->first.separator, usual->first.file,
+                        usual->first.at.line, usual->first.at.column),
+            "Agree on one separator for the variable."));
+  }
+}
+
+void Together::tell_of_circles(std::vector<Finding>* findings) const {
+  std::unordered_map<std::string, std::size_t> numbers;
+  std::vector<std::string> names;
+  const auto number_of = [&](const std::string& name) {
+    const auto [entry, is_new] = numbers.try_emplace(name, names.size());
+    if (is_new) names.push_back(name);
+    return entry->second;
+  };
+  for (const Link& link : links_) {
+    number_of(link.from);
+    number_of(link.to);
+  }
+  std::vector<std::vector<std::size_t>> next(names.size());
+  for (const Link& link : links_)
+    next[numbers.at(link.from)].push_back(numbers.at(link.to));
+  const Circles circles(next);
+  std::vector<std::size_t> circle_of(names.size());  // from 1
+  for (std::size_t i = 0; i < circles.members().size(); ++i)
+    for (const std::size_t member : circles.members()[i])
+      circle_of[member] = i + 1;
+  std::vector<const Link*> first(circles.members().size());
+  for (const Link& link : links_) {
+    const std::size_t circle = circle_of[numbers.at(link.from)];
+    if (circle == 0 || circle != circle_of[numbers.at(link.to)]) continue;
+    const Link*& known = first[circle - 1];
+    if (!known || place_of(link) < place_of(*known)) known = &link;
+  }
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    std::vector<std::string> members;
+    for (const std::size_t member : circles.members()[i])
+      members.push_back(names[member]);
+    std::sort(members.begin(), members.end());
+    const std::string text =
+        members.size() == 1
+            ? fmt::format("{} is a part of itself, which counts for nothing", members[0])
+            : fmt::format("these products are parts of each other in a circle: {}",
+                          fmt::join(members, ", "));
+    findings->push_back(finding_at(*first[i], "ZW303", text,
+                                   "Take out one of the parts, so that the circle opens."));
+  }
+}
+
+}  // namespace zor::check

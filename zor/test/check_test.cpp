@@ -1,0 +1,473 @@
+// zor check: each rule by the example of its section in zor-check(7).
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "model/generator.h"
+#include "session_support.h"
+#include "zor.h"
+
+namespace {
+
+// ---- The manual page ----
+
+using Files = std::vector<std::pair<std::string, std::string>>;  // name, content or what it is
+
+struct Section {
+  std::string id;
+  std::string name;
+  std::string severity;
+  std::string sentence;
+  std::string place;  // of the finding: "a/1/1/env.xml:2:3" or a path alone
+  Files bad;
+  Files repaired;
+};
+
+std::string Plain(std::string line) {
+  if (line.starts_with("\\&")) line.erase(0, 2);
+  for (std::size_t at = 0; (at = line.find("\\e", at)) != std::string::npos; ++at)
+    line.replace(at, 2, "\\");
+  return line;
+}
+
+Files ReadBlock(std::istream& page) {
+  static const std::regex caption("([a-z0-9][^ :<]*):( (as always|a directory|a pipe|nothing))?");
+  Files files;
+  for (std::string line; std::getline(page, line) && line != ".Ed";) {
+    std::smatch match;
+    line = Plain(line);
+    if (std::regex_match(line, match, caption))
+      files.emplace_back(match[1], match[3].matched ? "(" + match[3].str() + ")" : "");
+    else
+      files.back().second += line + '\n';
+  }
+  return files;
+}
+
+std::vector<Section> ReadPage() {
+  static const std::regex heading("\\.Ss (ZW[0-9]{3}) ([a-z-]+), an? (error|warning|note)");
+  std::istringstream page(ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/man/zor-check.7"));
+  std::vector<Section> sections;
+  std::string before;
+  bool repaired = false;
+  for (std::string line; std::getline(page, line);) {
+    std::smatch match;
+    if (std::regex_match(line, match, heading)) {
+      sections.push_back({match[1], match[2], match[3], "", "", {}, {}});
+      repaired = false;
+    } else if (!sections.empty()) {
+      Section& section = sections.back();
+      if (before.starts_with(".Ss ZW")) section.sentence = line;
+      if (before == "Found at") section.place = line.substr(4, line.size() - 6);
+      if (line == "Repaired:") repaired = true;
+      if (line.starts_with(".Bd")) (repaired ? section.repaired : section.bad) = ReadBlock(page);
+    }
+    before = line;
+  }
+  return sections;
+}
+
+const std::vector<Section>& Page() {
+  static const std::vector<Section> page = ReadPage();
+  return page;
+}
+
+// ---- Warehouses ----
+
+constexpr const char* kInfo =
+    "<PRODUCT-INFO><VARIETIES>\n  <VARIETY><SEGMENT here=\"1\"/></VARIETY>\n"
+    "</VARIETIES></PRODUCT-INFO>\n";
+
+// Lays out an example below a category of its own, each product with the two files that it needs.
+void LayOutExample(const TemporaryTree& tree, const std::string& category, const Files& files) {
+  std::map<std::string, std::string> all;
+  for (const auto& [name, content] : files) {
+    if (!name.ends_with(".xml")) continue;
+    const std::string product = name.substr(0, name.rfind('/'));
+    all[product + "/product.xml"] = kInfo;
+    all[product + "/partlist.xml"] = "<PARTLIST/>\n";
+  }
+  for (const auto& [name, content] : files)
+    if (content != "(as always)") all[name] = content;
+  for (auto& [name, content] : all) {
+    const std::string path = category + '/' + name;
+    const std::size_t at = content.find("category=\"tools");
+    if (at != std::string::npos) content.replace(at + 10, 5, category);
+    if (content == "(a directory)") {
+      tree.Directory(path);
+    } else if (content == "(a pipe)") {
+      tree.Directory(path.substr(0, path.rfind('/')));
+      ASSERT_EQ(0, mkfifo((tree / path).c_str(), 0644));
+    } else if (content != "(nothing)") {
+      tree.Write(path, content);
+    }
+  }
+}
+
+// ---- Findings ----
+
+struct Found {
+  std::string place;  // below the category
+  std::string severity;
+  std::string rule;  // identifier and name
+
+  bool operator==(const Found&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Found& found) {
+  return out << found.place << ' ' << found.severity << ' ' << found.rule;
+}
+
+// By category, from the text for people.
+std::map<std::string, std::vector<Found>> FoundIn(const RunResult& result,
+                                                  const std::string& root) {
+  static const std::regex finding("([^ ].*?): (error|warning|note): .* \\[(ZW[0-9]{3} [a-z-]+)\\]");
+  std::map<std::string, std::vector<Found>> all;
+  std::istringstream lines(result.out);
+  for (std::string line; std::getline(lines, line);) {
+    std::smatch match;
+    if (!std::regex_match(line, match, finding)) continue;
+    std::string place = match[1];
+    EXPECT_TRUE(place.starts_with(root + '/')) << line;
+    place.erase(0, root.size() + 1);
+    const std::size_t slash = place.find('/');
+    all[place.substr(0, slash)].push_back({place.substr(slash + 1), match[2], match[3]});
+  }
+  return all;
+}
+
+int Rank(const std::string& severity) {
+  return severity == "error" ? 2 : severity == "warning" ? 1 : 0;
+}
+
+TEST(CheckRules, EachFindsItsBadExampleAtItsPlaceAndNothingElse) {
+  const TemporaryTree tree;
+  for (const Section& section : Page())
+    LayOutExample(tree, section.id, section.bad);
+  const RunResult result = Zor({"check", tree.path(), "--severity", "note"});
+  EXPECT_EQ(1, result.status);
+  EXPECT_EQ("", result.err);
+  auto found = FoundIn(result, tree.path());
+  for (const Section& section : Page()) {
+    std::vector<Found> expected = {
+        {section.place, section.severity, section.id + ' ' + section.name}};
+    std::vector<Found>& there = found[section.id];
+    // An example of a warning need not be free of what is worth a note.
+    std::erase_if(there,
+                  [&](const Found& each) { return Rank(each.severity) < Rank(section.severity); });
+    EXPECT_EQ(expected, there) << section.id;
+  }
+}
+
+TEST(CheckRules, NoneFindsAnythingInRepairedExamples) {
+  const TemporaryTree tree;
+  std::map<std::string, int> severities;
+  for (const Section& section : Page()) {
+    LayOutExample(tree, section.id, section.repaired);
+    severities[section.id] = Rank(section.severity);
+  }
+  const RunResult result = Zor({"check", tree.path(), "--severity", "note"});
+  EXPECT_EQ("", result.err);
+  for (const auto& [category, findings] : FoundIn(result, tree.path()))
+    for (const Found& found : findings)
+      EXPECT_LT(Rank(found.severity), severities[category]) << category << ' ' << found;
+}
+
+TEST(CheckRules, ThePageHasASectionForEachAndNoOther) {
+  const RunResult result = Zor({"check", "--rules"});
+  EXPECT_EQ(0, result.status);
+  std::string listed;
+  for (const Section& section : Page()) {
+    std::string name = section.name;
+    name.resize(std::max<std::size_t>(22, name.size()), ' ');
+    std::string severity = section.severity;
+    severity.resize(8, ' ');
+    listed += section.id + "  " + name + ' ' + severity + ' ' + section.sentence + '\n';
+    EXPECT_FALSE(section.bad.empty()) << section.id;
+    EXPECT_FALSE(section.repaired.empty()) << section.id;
+  }
+  EXPECT_EQ(listed, result.out);
+}
+
+TEST(CheckRules, SharpEdgesNameThoseThatThereAre) {
+  const std::string edges = ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/sharp-edges.md");
+  static const std::regex id("ZW[0-9]{3}");
+  int named = 0;
+  for (std::sregex_iterator each(edges.begin(), edges.end(), id), end; each != end; ++each) {
+    ++named;
+    EXPECT_TRUE(std::any_of(Page().begin(), Page().end(), [&](const Section& section) {
+      return section.id == each->str();
+    })) << each->str();
+  }
+  EXPECT_LT(40, named);
+}
+
+// ---- Output ----
+
+// A product for any host, with these settings.
+void AddProduct(const TemporaryTree& tree, const std::string& product, const std::string& env) {
+  LayOutExample(tree, product, {{"1/1/env.xml", env}});
+}
+
+std::string Settings(const std::string& operations) {
+  return "<ENV-SETTINGS><ENV-GROUP><PATTERN/>\n" + operations + "\n</ENV-GROUP></ENV-SETTINGS>\n";
+}
+
+TEST(Check, MarksWhatItIsAboutBelowTheLine) {
+  const TemporaryTree tree;
+  // Two columns for each of the wide characters, one for the letter with an accent that combines.
+  AddProduct(tree, "t/wide",
+             Settings("<!-- \xE6\xBC\xA2\xE5\xAD\x97 e\xCC\x81 -->\t<ENV-INSERT><NAME>A</NAME>"
+                      "<VALUE> \xC3\xA9\xE6\xBC\xA2</VALUE></ENV-INSERT>"));
+  const RunResult result = Zor({"check", tree.path(), "--rule", "ZW401"});
+  EXPECT_EQ(1, result.status);
+  EXPECT_EQ(tree.path() +
+                "/t/wide/1/1/env.xml:2:49: warning: the blanks or line ends around it belong to "
+                "the text of VALUE [ZW401 blanks-in-text]\n"
+                "  2 | <!-- \xE6\xBC\xA2\xE5\xAD\x97 e\xCC\x81 --> <ENV-INSERT><NAME>A</NAME>"
+                "<VALUE> \xC3\xA9\xE6\xBC\xA2</VALUE></ENV-INSERT>\n"
+                "    | " +
+                std::string(49, ' ') +
+                "^~~~\n"
+                "  help: Put the tags right beside the text.\n"
+                "1 product: 1 warning\n",
+            result.out);
+}
+
+TEST(Check, CountsColumnsInCharactersWhateverTheEncodingIs) {
+  const TemporaryTree tree;
+  const std::string text = Settings("<!-- \xE9 --><ENV-DELETE> A</ENV-DELETE>");
+  AddProduct(tree, "t/latin", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n" + text);
+  std::string wide = "\xFF\xFE";
+  for (const char c : text) {
+    wide += c;
+    wide += '\0';
+  }
+  AddProduct(tree, "t/utf16", wide);
+  const RunResult result = Zor({"check", tree.path(), "--rule", "ZW401"});
+  EXPECT_NE(std::string::npos, result.out.find("t/latin/1/1/env.xml:3:23: ")) << result.out;
+  EXPECT_NE(std::string::npos, result.out.find("t/utf16/1/1/env.xml:2:23: ")) << result.out;
+}
+
+TEST(Check, HasFormatsForProgramsAndABaseline) {
+  const TemporaryTree tree;
+  AddProduct(tree, "t/a,b:c%",
+             Settings("<ENV-DELETE> A</ENV-DELETE>\n<ENV-DELETE>B </ENV-DELETE>"));
+  const auto check = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), {"check", tree.path(), "--rule", "blanks-in-text,ZW101"});
+    return Zor(more, {"GITHUB_WORKSPACE=" + tree.path()});
+  };
+  const RunResult json = check({"--format", "json"});
+  EXPECT_EQ(1, json.status);
+  ExpectValid(json.out, "check");
+  EXPECT_NE(std::string::npos, json.out.find("\"rule\": \"ZW401\"")) << json.out;
+
+  const RunResult sarif = check({"--format", "sarif"});
+  EXPECT_EQ(1, sarif.status);
+  ExpectValid(sarif.out, "sarif");
+  EXPECT_NE(std::string::npos, sarif.out.find("\"uri\": \"t/a%2Cb%3Ac%25/1/1/env.xml\""))
+      << sarif.out;
+
+  EXPECT_EQ(
+      "::warning file=t/a%2Cb%3Ac%25/1/1/env.xml,line=2,endLine=2,col=13,endColumn=15,title=ZW401 "
+      "blanks-in-text::the blanks or line ends around it belong to the text of ENV-DELETE.%0APut "
+      "the tags right beside the text.\n"
+      "::warning file=t/a%2Cb%3Ac%25/1/1/env.xml,line=3,endLine=3,col=13,endColumn=15,title=ZW401 "
+      "blanks-in-text::the blanks or line ends around it belong to the text of ENV-DELETE.%0APut "
+      "the tags right beside the text.\n",
+      check({"--format", "github"}).out);
+
+  const TemporaryTree other;
+  const std::string baseline = other.Write("known.json", json.out);
+  const RunResult known = check({"--baseline", baseline});
+  EXPECT_EQ(0, known.status);
+  EXPECT_EQ("1 product: nothing found\n", known.out);
+  // A third finding of the kind is new, wherever it stands.
+  AddProduct(tree, "t/a,b:c%",
+             Settings("\n<ENV-DELETE> C</ENV-DELETE>\n<ENV-DELETE> A</ENV-DELETE>\n"
+                      "<ENV-DELETE>B </ENV-DELETE>"));
+  EXPECT_EQ(1, check({"--baseline", baseline}).status);
+  const RunResult clean = Zor({"check", tree.path(), "--rule", "ZW101", "--format", "sarif"});
+  EXPECT_EQ(0, clean.status);
+  ExpectValid(clean.out, "sarif");
+}
+
+TEST(Check, FindsNothingInTheExamplesButTheCircle) {
+  const RunResult result = ZorOnExamples({"check", "--format", "github"});
+  EXPECT_EQ(1, result.status);
+  EXPECT_EQ(1, std::count(result.out.begin(), result.out.end(), '\n')) << result.out;
+  EXPECT_NE(std::string::npos, result.out.find("/studio/knot/1/1/env.xml,line=5")) << result.out;
+  EXPECT_EQ(0, ZorOnExamples({"check", "tools"}).status);
+  EXPECT_EQ("3 products: nothing found\n", ZorOnExamples({"check", "tools/weaver"}).out);
+}
+
+TEST(Check, TellsOfTroubleWithAStatusOfItsOwn) {
+  const TemporaryTree tree;
+  for (const auto& [words, text] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{tree / "nowhere"}, "there is no such directory"},
+           {{tree.path(), "--rule", "ZW999"}, "there is no rule ZW999"},
+           {{tree.path(), "--format", "xml"}, "--format is text, json, sarif or github"},
+           {{tree.path(), "--severity", "high"}, "--severity is note, warning or error"},
+           {{tree.path(), "--baseline", tree / "none"}, "none"},
+           {{tree.path(), "--baseline", tree.Write("bad.json", "[]")},
+            "this is not what zor check --format json prints"}}) {
+    std::vector<std::string> all = {"check"};
+    all.insert(all.end(), words.begin(), words.end());
+    const RunResult result = Zor(all);
+    EXPECT_EQ(2, result.status) << text;
+    EXPECT_EQ("", result.out);
+    EXPECT_NE(std::string::npos, result.err.find(text)) << result.err;
+  }
+  EXPECT_EQ("0 products: nothing found\n", Zor({"check", tree.path()}).out);
+}
+
+// On a terminal: how far the check is, after a second, and a line that is clean after an interrupt.
+TEST(Check, LeavesATerminalCleanWhenItIsInterrupted) {
+  const TemporaryTree tree;
+  // The part is a pipe that nobody writes into, so that the check of whole does not end by itself.
+  LayOutExample(tree, "t",
+                {{"whole/1/1/partlist.xml",
+                  "<PARTLIST><PARTSPEC><PATTERN/><PARTS><PRODUCT name=\"part\"><PATTERN/></PRODUCT>"
+                  "</PARTS></PARTSPEC></PARTLIST>\n"},
+                 {"part/1/1/env.xml", "(a pipe)"}});
+  const RunResult result =
+      RunProgram({"/usr/bin/python3", std::string(ZOR_SOURCE_DIR) + "/zor/test/check_terminal.py",
+                  ZOR_PROGRAM, tree.path()});
+  EXPECT_EQ(0, result.status) << result.out << result.err;
+}
+
+// The files for continuous integration, as far as they can be run here.
+TEST(Check, RunsByTheFilesForContinuousIntegration) {
+  const TemporaryTree tree;
+  AddProduct(tree, "t/a", Settings("<ENV-DELETE> A</ENV-DELETE>"));
+  const std::string source = ZOR_SOURCE_DIR;
+  RunOptions options;
+  const std::string program = ZOR_PROGRAM;
+  options.environment = std::vector<std::string>{
+      "PATH=" + program.substr(0, program.rfind('/')) + ":/usr/bin:/bin", "ROOT=" + tree.path()};
+  options.directory = tree.path();
+  const RunResult result = RunProgram(
+      {"/usr/bin/python3", source + "/zor/test/check_ci.py", source + "/share/ci"}, options);
+  EXPECT_EQ(0, result.status) << result.out << result.err;
+}
+
+// ---- Random warehouses ----
+
+// What the tool says of a product that is asked for on its own, each fault once.
+class Faults {
+ public:
+  explicit Faults(const model::Case& run) : run_(run) {}
+
+  void Ask(const std::vector<std::string>& product, bool undo) {
+    model::Case asked = run_;
+    asked.arguments = {"-r", run_.base + "/root", "-p"};
+    asked.arguments.insert(asked.arguments.end(), product.begin(), product.end());
+    if (undo) asked.arguments.push_back("-u");
+    asked.arguments.push_back("--sh");
+    const model::Answer answer = model::Compute(asked);
+    if (answer.out.starts_with("usage:")) return;
+    if (answer.endless) lines.insert("endless");
+    std::istringstream err(answer.err);
+    for (std::string line; std::getline(err, line);)
+      lines.insert(line);
+  }
+
+  std::set<std::string> lines;
+
+ private:
+  const model::Case& run_;
+};
+
+// Whether a finding tells of the fault: by what is at odds, or by the file.
+bool IsTold(const std::string& fault, const std::string& findings, const std::string& root) {
+  const auto has = [&](const std::string& text) {
+    return findings.find(text) != std::string::npos;
+  };
+  if (fault == "endless") return has("[ZW503 ");
+  const std::size_t variable = fault.rfind(" environment variable ");
+  if (variable != std::string::npos) {
+    if (has(": " + fault.substr(variable + 22) + ": ")) return true;
+    // One of the user's, whom a pattern of names reaches. The check has another in its place.
+    return has("[ZW407 ") &&
+           (fault.find("separators") != std::string::npos ? has("[ZW504 ")
+            : fault.find("cyclic") != std::string::npos   ? has("[ZW502 ")
+                                                          : has("[ZW501 ") || has("[ZW505 "));
+  }
+  const std::size_t name = fault.find("% variable ");
+  if (name != std::string::npos) {
+    const std::size_t end = fault.find(" is not defined", name);
+    const std::string undefined = fault.substr(name + 11, end - name - 11);
+    return has(undefined) || has("[ZW309 ");
+  }
+  const std::size_t file = fault.find(root);
+  // A fault of which the tool names no file.
+  if (file == std::string::npos) return has(root);
+  std::string path = fault.substr(file);
+  for (const char* end : {" Does not exist", " String parameter", " Access denied"})
+    path = path.substr(0, path.find(end));
+  while (path.ends_with('/'))
+    path.pop_back();
+  // The file, what is beside it, or the directory that it should be in; in words it is below the
+  // root.
+  path.erase(0, std::min(path.size(), root.size() + 1));
+  return has(path) || has(path.substr(0, path.rfind('/')));
+}
+
+// Without the lines of the files.
+std::string Summary(const std::string& out) {
+  std::istringstream lines(out);
+  std::string summary;
+  for (std::string line; std::getline(lines, line);)
+    if (!line.starts_with(' ')) summary += line + '\n';
+  return summary;
+}
+
+TEST(RandomWarehouses, EachFaultOfTheToolHasAFinding) {
+  const int wanted = Rounds(12);
+  const TemporaryTree tree;
+  int faulty = 0;
+  int all = 0;
+  for (unsigned long long seed = 1; all < wanted && !testing::Test::HasFailure(); ++seed, ++all) {
+    const model::Case run = model::Generate(seed, tree / std::to_string(seed));
+    std::filesystem::create_directories(run.base + "/root");
+    LayOut(run);
+    Faults faults(run);
+    for (const model::Product& product : run.products) {
+      if (!product.info.there) continue;
+      const std::filesystem::path path = product.directory;
+      const std::filesystem::path version = path.parent_path();
+      const std::string category = version.parent_path().parent_path().string();
+      if (category.empty()) continue;
+      for (const bool undo : {false, true})
+        faults.Ask({category, version.parent_path().filename().string(),
+                    version.filename().string(), path.filename().string()},
+                   undo);
+    }
+    if (!faults.lines.empty()) {
+      ++faulty;
+      const std::string root = run.base + "/root";
+      RunOptions options;
+      options.environment = PlainEnvironment({});
+      options.directory = run.base;  // where the tool ran
+      const RunResult result =
+          RunProgram({ZOR_PROGRAM, "check", root, "--severity", "note"}, options);
+      EXPECT_EQ(1, result.status) << result.err;
+      const std::string summary = Summary(result.out);
+      for (const std::string& fault : faults.lines)
+        EXPECT_TRUE(IsTold(fault, summary, root)) << "seed " << seed << ": " << fault << '\n'
+                                                  << summary;
+    }
+    std::filesystem::remove_all(run.base);
+  }
+  EXPECT_LE(all / 8, faulty);
+  std::cout << faulty << " of " << all << " warehouses with faults\n";
+}
+
+}  // namespace
