@@ -138,6 +138,21 @@ TEST_F(Why, WhatIsLoadedNeedsNoRequest) {
          "", 0);
 }
 
+TEST_F(Why, EnvAndLoadSayWhatTheyTook) {
+  const std::string taken =
+      "zor: took tools/weaver/1.9/1, variety linux-x86 [platform=linux-x86]\n";
+  const RunResult env = ZorOnExamples({"env", "weaver/1.9", "-v"});
+  EXPECT_EQ(taken, env.err);
+  EXPECT_EQ(0, env.status);
+  // Behind -p a -v is a condition.
+  const RunResult line = ZorOnExamples(
+      {"env", "-p", "tools", "weaver", "1.9", "-v", "platform", "linux-x86", "--verbose"});
+  EXPECT_EQ(taken, line.err);
+  EXPECT_EQ(env.out, line.out);
+  ShellModel shell({{"LC_ALL", "C.UTF-8"}, {"PATH", "/usr/bin:/bin"}, {"ZORROOT", Examples()}});
+  EXPECT_EQ(taken, shell.Run({"load", "--verbose", "weaver/1.9"}).err);
+}
+
 TEST_F(Why, WrongUsageIsTold) {
   Expect(Run({"why"}), "", "zor: say which product, as in: zor why tools/weaver PATH\n", 2);
   Expect(Run({"why", "--all", "whole", "L"}), "", "zor: --all takes the place of a variable\n", 2);

@@ -272,7 +272,7 @@ class Completer {
     } else if (word == "-p") {
       in_product_ = true;
       fields_.clear();
-    } else if (word == "-v") {
+    } else if (word == "-v" && in_product_) {
       skip_ = 2;
     } else if (word == "-r") {
       expects_root_ = true;
@@ -320,7 +320,7 @@ class Completer {
         candidates.push_back({name, option.about});
     if (takes_request(command))
       for (const auto& row : kRequestWords)
-        candidates.push_back({row.word, row.about});
+        if (!find_option(options, row.word)) candidates.push_back({row.word, row.about});
     return candidates;
   }
 

@@ -2,6 +2,7 @@
 #include "commands/command.h"
 #include "error.h"
 #include "formats/format.h"
+#include "render/account.h"
 
 namespace zor {
 
@@ -39,6 +40,9 @@ int run_env(Context* context) {
   line.option("-f,--format", &name, "the dialect: " + format_names());
   line.flag("--full", &full, "all variables, not only what changes");
   line.flag("--changes", &changes, "only what changes; this is the default");
+  bool verbose = false;
+  line.flag("-v,--verbose", &verbose,
+            "say which versions and varieties were taken; behind -p only in its long form");
   std::string locked;
   line.option("--locked", &locked, "the lock in this file, in place of a request");
   const Request request = line.parse_request(*context);
@@ -49,6 +53,7 @@ int run_env(Context* context) {
   if (!format) misuse("there is no format {}; there are {}", name, format_names());
 
   const Answer answer = answer_to(request, locked, context);
+  if (verbose) context->notes += taken_text(answer);
   std::vector<Change> result =
       difference(full ? Environment() : context->environment, answer.environment);
   if (full) context->notes += leave_out(*format, context->environment, &result);

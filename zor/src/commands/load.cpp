@@ -6,6 +6,7 @@
 #include "error.h"
 #include "facts.h"
 #include "log.h"
+#include "render/account.h"
 #include "session/session.h"
 
 namespace zor {
@@ -55,6 +56,14 @@ void note_further_versions(const Contents& contents, const std::vector<std::vect
                                   other.named.query.product.path(), pin.named.word);
 }
 
+// The versions and varieties that pins lead to.
+Answer chosen(const std::vector<std::vector<Pin>>& groups, const std::string& root,
+              const Session& session, const Context& context) {
+  Question question = request_of({groups, {}}, root).question();
+  question.choices_only = true;
+  return compute(question, base_of(session, context.environment));
+}
+
 // What the settings want told once a step has come to its end: the site of the products that were
 // named, and the user of the news.
 void tell_site(const char* command, const Request& request, const std::string& root,
@@ -79,6 +88,9 @@ int run_load(Context* context) {
   CommandLine line("load", "Load products into this shell.", "zor load tools/weaver");
   bool over = false;
   line.flag("--over", &over, "override what is loaded, in place of joining it");
+  bool verbose = false;
+  line.flag("-v,--verbose", &verbose,
+            "say which versions and varieties were taken; behind -p only in its long form");
   const Deadline deadline(line.time_limit(*context));
   const Session session = read_session(context->environment);
   Request request = request_in(session, context, &line);
@@ -90,6 +102,8 @@ int run_load(Context* context) {
   require_shell(*context, "load");
   Contents contents = session.contents;
   std::vector<std::vector<Pin>> groups = pins_of(session, request, *context);
+  if (verbose)
+    context->notes += taken_text(chosen(groups, root_for(session, request), session, *context));
   note_further_versions(contents, groups, &context->notes);
   for (std::size_t i = 0; i < groups.size(); ++i) {
     if (contents.groups.empty() || over || i > 0) contents.groups.emplace_back();

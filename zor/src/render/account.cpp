@@ -86,4 +86,18 @@ std::string constraint_text(const Account& account, const ConstraintReason& cons
                      operation_text(account, constraint.operation));
 }
 
+std::string taken_text(const Answer& answer) {
+  std::string text;
+  for (const auto& group : answer.groups)
+    for (const Choice& choice : group) {
+      text += "zor: took " + choice.product.path();
+      for (const Variety& variety : choice.varieties)
+        if (variety.chosen)
+          text += fmt::format(", variety {}[{}]", variety.name.empty() ? "" : variety.name + ' ',
+                              bindings_text(variety.variables));
+      text += '\n';
+    }
+  return text;
+}
+
 }  // namespace zor

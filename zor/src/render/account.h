@@ -33,6 +33,9 @@ std::string chain_text(const Account& account, const Request& request, int opera
 // "BEFORE /usr/** of tools/weaver/1.10/2 (...)"
 std::string constraint_text(const Account& account, const ConstraintReason& constraint);
 
+// A line for each product that was named: the version that was taken, and the varieties.
+std::string taken_text(const Answer& answer);
+
 }  // namespace zor
 
 #endif
