@@ -178,7 +178,10 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
     script += "printf '%s' '" + mark + "'\n";
   }
   RunOptions options;
-  options.environment = {"PATH=" + path, "HOME=/home/you", "LC_ALL=C.UTF-8", "ZORROOT=" + root,
+  options.environment = {"PATH=" + path,
+                         "HOME=/home/you",
+                         "LC_ALL=C.UTF-8",
+                         "ZORROOT=" + root,
                          std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM,
                          std::string("ZOR_PROGRAM=") + ZOR_PROGRAM};
   options.directory = GetParam().elsewhere ? directory.Directory("work") : root;
