@@ -56,9 +56,18 @@ struct OverruledInsert {
   bool loses_constraints = false;  // it states some, and the other one states none
 };
 
+// What operations of a computation state, of any variable.
+struct Stated {
+  bool before = false;
+  bool after = false;
+  bool separator = false;      // another one than a colon
+  bool pattern_names = false;  // a pattern over names of variables
+};
+
 struct Trial {
   Answer answer;
-  std::vector<AppliedStep> steps;
+  Stated stated;
+  std::vector<AppliedStep> steps;  // if asked for
   std::vector<OverruledInsert> overruled;
 };
 
@@ -76,11 +85,15 @@ class Inspection {
 
   const std::vector<VarietyFacts>& varieties() const;
   bool meets(std::size_t variety, const Condition& condition) const;
-  // The text as it stands in that data file.
-  Expansion expand(std::size_t variety, const char* file, const std::string& text) const;
+  // The text as it stands in a data file. The reference stays until the next load.
+  const Expansion& expand(std::size_t variety, const std::string& text) const;
   PartFacts part(std::size_t variety, const ProductName& written, const Condition& taken) const;
   // What comes of a request for the product. answer.environment is not made.
-  Trial compute(const std::vector<Binding>& conditions, bool undo, const Environment& base) const;
+  Trial compute(const std::vector<Binding>& conditions, bool undo, const Environment& base,
+                bool with_steps) const;
+  // Whether undoing it and its parts only takes out, by whatever separator, so that nothing can be
+  // at odds.
+  bool undoes_plainly() const;
 
  private:
   struct State;

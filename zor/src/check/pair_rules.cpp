@@ -58,12 +58,11 @@ Environment full_environment(const Environment& base, const std::vector<AppliedS
   return full;
 }
 
-// Whether the environment could make a difference.
-bool depends_on_environment(const std::vector<AppliedStep>& steps) {
-  return std::any_of(steps.begin(), steps.end(), [](const AppliedStep& step) {
-    return !step.before.empty() || !step.after.empty() || is_pattern(step.variable) ||
-           (step.kind != OperationKind::kInsert && step.separator.empty());
-  });
+// Whether what is in the environment could make a difference. An element of it can only be in a
+// circle if one constraint leads to it and another one from it; and the colon that a removal
+// without a separator settles is only at odds with others.
+bool depends_on_environment(const Stated& stated) {
+  return (stated.before && stated.after) || stated.separator || stated.pattern_names;
 }
 
 std::string detail(const Fault& fault, const char* word) {
@@ -85,8 +84,9 @@ class ComputationCheck {
         parts || product_->has_files("unenv.xml") || product_->has_files("unset.xml");
     for (const bool undo : {false, true}) {
       if (undo ? !undoes : !sets) continue;
-      for (const Conditions& conditions : requests())
-        run(conditions, undo);
+      if (!undo || !product_->inspection().undoes_plainly())
+        for (const Conditions& conditions : requests())
+          run(conditions, undo);
       check_removals(undo ? "unenv.xml" : "env.xml");
     }
   }
@@ -114,16 +114,21 @@ class ComputationCheck {
   }
 
   void run(const Conditions& conditions, bool undo) {
-    const Trial trial = computed(conditions, undo, base_);
-    note(trial);
-    if (!depends_on_environment(trial.steps)) return;
-    note(computed(conditions, undo, full_environment(base_, trial.steps)));
+    const Trial trial = computed(conditions, undo, base_, false);
+    const bool depends = depends_on_environment(trial.stated);
+    if (!depends && trial.answer.faults.empty()) {
+      note(trial);
+      return;
+    }
+    const Trial whole = computed(conditions, undo, base_, true);
+    note(whole);
+    if (depends) note(computed(conditions, undo, full_environment(base_, whole.steps), true));
   }
 
   // With each %{NAME} set that it asks for.
-  Trial computed(const Conditions& conditions, bool undo, Environment base) {
+  Trial computed(const Conditions& conditions, bool undo, Environment base, bool with_steps) {
     while (true) {
-      Trial trial = product_->inspection().compute(conditions, undo, base);
+      Trial trial = product_->inspection().compute(conditions, undo, base, with_steps);
       bool again = false;
       for (const Fault& fault : trial.answer.faults) {
         if (fault.kind != FaultKind::kUndefined || fault.details.empty()) continue;
@@ -147,9 +152,6 @@ class ComputationCheck {
                          "BEFORE and AFTER stated here are lost",
                          overruled.variable, overruled.winner.product.path(), overruled.value),
              fmt::format("State the constraints at {} as well.", shown(overruled.winner)));
-    for (const AppliedStep& step : trial.steps)
-      if (step.kind == OperationKind::kInsert || step.kind == OperationKind::kDelete)
-        inserted_.insert(step.variable);
   }
 
   std::string below_root(const std::string& file) const {
@@ -250,6 +252,28 @@ class ComputationCheck {
     });
   }
 
+  // The variables that settings of the product or of its parts fill or delete. It is seldom that
+  // those of the product itself don't answer the question.
+  const std::set<std::string>& filled() {
+    if (filled_) return *filled_;
+    filled_.emplace();
+    for (const Conditions& conditions : requests())
+      for (const AppliedStep& step : computed(conditions, false, base_, true).steps)
+        if (step.kind != OperationKind::kRemove) filled_->insert(step.variable);
+    return *filled_;
+  }
+
+  bool fills(const char* file, const std::string& name) const {
+    const Document* document = product_->document(file);
+    if (!document) return false;
+    for (const Element& group : document->root.children)
+      for (const Element& operation : group.children)
+        if (is_operation(operation) && operation.name != "ENV-REMOVE" &&
+            name_element(operation).text == name)
+          return true;
+    return false;
+  }
+
   // Removals from variables that nothing inserts into and that may not be set.
   void check_removals(const char* file) {
     static const std::set<std::string> kAlwaysSet = {"PATH",  "HOME", "USER", "LOGNAME",
@@ -260,8 +284,8 @@ class ComputationCheck {
       for (const Element& operation : group.children) {
         if (operation.name != "ENV-REMOVE") continue;
         const std::string& name = name_element(operation).text;
-        if (is_pattern(name) || name.find('%') != std::string::npos || inserted_.contains(name) ||
-            kAlwaysSet.contains(name))
+        if (is_pattern(name) || name.find('%') != std::string::npos || kAlwaysSet.contains(name) ||
+            fills(file, name) || fills("env.xml", name) || filled().contains(name))
           continue;
         product_->tell("ZW412", file, operation,
                        fmt::format("where {} is not set, this makes it an empty variable", name),
@@ -271,8 +295,8 @@ class ComputationCheck {
 
   Product* product_;
   Environment base_;
-  std::set<std::string> tried_;     // names that were set in vain or not
-  std::set<std::string> inserted_;  // variables
+  std::set<std::string> tried_;  // names that were set in vain or not
+  std::optional<std::set<std::string>> filled_;
 };
 
 }  // namespace

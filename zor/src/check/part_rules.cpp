@@ -168,7 +168,7 @@ void check_file(Product* product, const Element& file, const std::vector<std::si
   const std::string* name = file.find("name");
   if (!name) return;
   for (const std::size_t variety : varieties) {
-    const Expansion path = product->inspection().expand(variety, kFile, *name);
+    const Expansion& path = product->inspection().expand(variety, *name);
     if (!path.done() || path.text.empty()) continue;
     const std::string full =
         path.text[0] == '/' ? path.text : product->directory() + '/' + path.text;

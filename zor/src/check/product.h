@@ -27,7 +27,7 @@ struct Link {
 };
 
 // A separator that is stated for a variable.
-struct Stated {
+struct StatedSeparator {
   std::string variable;
   std::string separator;
   std::string file;
@@ -38,7 +38,7 @@ struct Stated {
 // What a product gives besides findings.
 struct Facts {
   std::vector<Link> links;
-  std::vector<Stated> separators;
+  std::vector<StatedSeparator> separators;
 };
 
 class Product {

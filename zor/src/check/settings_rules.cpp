@@ -140,7 +140,7 @@ class FileCheck {
       for (Alternative& alternative : all)
         for (Binding& variable : alternative.variables)
           if (has_reference(variable.value))
-            variable.value = product_->inspection().expand(variety, file_, variable.value).text;
+            variable.value = product_->inspection().expand(variety, variable.value).text;
     return all;
   }
 
@@ -165,7 +165,7 @@ class FileCheck {
     std::optional<std::string> meaning;
     bool told = false;
     for (const std::size_t variety : varieties_) {
-      const Expansion expansion = product_->inspection().expand(variety, file_, text);
+      const Expansion& expansion = product_->inspection().expand(variety, text);
       if (!told) told = tell_of(expansion, text, piece);
       if (!meaning && expansion.done()) meaning = expansion.text;
     }
@@ -370,7 +370,7 @@ class FileCheck {
       for (const Binding& variable : product_->inspection().varieties()[variety].variables)
         if (variable.name == "platform") fits = platforms_fit(variable.value, host_platform_name());
       if (!fits) continue;
-      const Expansion path = product_->inspection().expand(variety, file_, at.text);
+      const Expansion& path = product_->inspection().expand(variety, at.text);
       if (!path.done()) continue;
       if (!path.text.starts_with(product_->root() + '/')) continue;
       if (access(path.text.c_str(), F_OK) == 0) continue;

@@ -91,7 +91,7 @@ class Circles {
 
 void Together::add(Facts& facts) {
   std::move(facts.links.begin(), facts.links.end(), std::back_inserter(links_));
-  for (Stated& stated : facts.separators) {
+  for (StatedSeparator& stated : facts.separators) {
     Uses& uses = separators_[stated.variable][stated.separator];
     if (uses.count++ == 0 || place_of(stated) < place_of(uses.first))
       uses.first = std::move(stated);

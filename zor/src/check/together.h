@@ -21,7 +21,7 @@ class Together {
 
   // Of each variable and separator the first place, and how many there are.
   struct Uses {
-    Stated first;
+    StatedSeparator first;
     int count = 0;
   };
   std::map<std::string, std::map<std::string, Uses>> separators_;

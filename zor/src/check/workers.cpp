@@ -114,7 +114,7 @@ void write_findings(Writer* writer, const Findings& all) {
   for (const Link& link : all.facts.links)
     writer->letter('l').text(link.from).text(link.to).text(link.file).position(link.at).position(
         link.end);
-  for (const Stated& stated : all.facts.separators)
+  for (const StatedSeparator& stated : all.facts.separators)
     writer->letter('s')
         .text(stated.variable)
         .text(stated.separator)
@@ -346,8 +346,8 @@ class Pool {
     return link;
   }
 
-  static Stated read_stated(Reader* reader) {
-    Stated stated;
+  static StatedSeparator read_stated(Reader* reader) {
+    StatedSeparator stated;
     stated.variable = reader->text();
     stated.separator = reader->text();
     stated.file = reader->text();
