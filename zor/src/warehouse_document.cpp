@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
+#include <random>
+#include <type_traits>
 
 #include "document.h"
 #include "render/text.h"
@@ -63,6 +66,30 @@ std::string from_latin1(std::string_view content) {
     append_utf8(&text, static_cast<unsigned char>(c));
   return text;
 }
+
+// A parser that is used again and again, as making one costs more than reading a small file.
+class Parser {
+ public:
+  Parser() : parser_(made()) {
+    static const unsigned long salt = std::random_device()() | 1UL;
+    if (!parser_) return;
+    XML_ParserReset(parser_, "UTF-8");
+    XML_SetHashSalt(parser_, salt);
+  }
+  XML_Parser get() const { return parser_; }
+
+ private:
+  static XML_Parser made() {
+    struct Free {
+      void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+    };
+    static const std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser(
+        XML_ParserCreate("UTF-8"));
+    return parser.get();
+  }
+
+  XML_Parser parser_;
+};
 
 // Builds the tree while the parser reads. Pointers into it stay valid, as an element gets no
 // sibling while it is open.
@@ -191,14 +218,14 @@ std::string decoded(std::string content) {
 std::optional<Document> parse_document(std::string content) {
   Document document;
   document.content = decoded(std::move(content));
-  Builder builder = {XML_ParserCreate("UTF-8"), {}, {}};
+  const Parser parser;
+  Builder builder = {parser.get(), {}, {}};
   if (!builder.parser) return std::nullopt;
   XML_SetUserData(builder.parser, &builder);
   XML_SetElementHandler(builder.parser, start, end);
   XML_SetCharacterDataHandler(builder.parser, characters);
   const XML_Status status = XML_Parse(builder.parser, document.content.data(),
                                       static_cast<int>(document.content.size()), 1);
-  XML_ParserFree(builder.parser);
   if (status != XML_STATUS_OK) return std::nullopt;
   document.root = std::move(builder.root);
   return document;

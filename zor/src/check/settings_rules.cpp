@@ -49,10 +49,18 @@ std::vector<std::string> environment_names(const std::string& text) {
 
 // Why dialects can't carry a variable, or nothing.
 std::string refusals(const Change& change) {
-  std::map<std::string, std::vector<std::string>> dialects;
+  // Dialects of one family ask by one function.
+  static const std::vector<const Format*> families = [] {
+    std::vector<const Format*> different;
+    for (const Format& format : formats())
+      if (std::none_of(different.begin(), different.end(),
+                       [&](const Format* other) { return other->refusal == format.refusal; }))
+        different.push_back(&format);
+    return different;
+  }();
   std::string text;
-  for (const Format& format : formats()) {
-    const std::string reason = format.refusal(change);
+  for (const Format* family : families) {
+    const std::string reason = family->refusal(change);
     if (!reason.empty()) text += (text.empty() ? "" : "; ") + reason;
   }
   return text;
