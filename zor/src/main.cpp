@@ -25,6 +25,8 @@ constexpr Command kCommands[] = {
     {"exec", "start a program in it", zor::run_exec},
     {"files", "the files of a product, and those that are missing", zor::run_files, false,
      zor::Prints::kText},
+    {"graph", "which products a request leads to, and which include which", zor::run_graph, false,
+     zor::Prints::kText},
     {"init", "print the function zor for a shell", zor::run_init},
     {"lock", "pin a request with all that it depends on", zor::run_lock},
     {"load", "load products into this shell", zor::run_load, true},

@@ -199,24 +199,6 @@ bool holds(const WH_VARIETY_SEQ* sequence, const WH_VARIETY* variety) {
   return false;
 }
 
-Choice choice_of(const WH_PRODUCT_SPEC* spec) {
-  const WH_PRODUCT_INFO* info = spec->product->prodinfo;
-  Choice choice;
-  choice.product = name_of(info->prodname);
-  const FwVector& all = info->varieties->seq;
-  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&all)); ++i) {
-    auto* from = element<WH_VARIETY>(all, i);
-    Variety variety;
-    variety.name = string_of(from->name);
-    for (const WH_VAR* var = from->vars; var; var = var->next)
-      variety.variables.push_back({string_of(var->n), string_of(var->v)});
-    variety.complete = wh_variety_is_complete(from) != 0;
-    variety.chosen = holds(spec->varieties, from);
-    choice.varieties.push_back(std::move(variety));
-  }
-  return choice;
-}
-
 void take_choices(Answer* answer, WH_COMPUTATION* all) {
   if (all->group_speclists.state != FW_VECTOR_OPEN) return;
   for (int32 i = 0; i < FwVectorLength(&all->group_speclists); ++i) {
@@ -373,6 +355,24 @@ std::string name_from_table(std::string_view name) {
 
 void end_silently() {
   ends_silently = true;
+}
+
+Choice choice_of(const WH_PRODUCT_SPEC* spec) {
+  const WH_PRODUCT_INFO* info = spec->product->prodinfo;
+  Choice choice;
+  choice.product = name_of(info->prodname);
+  const FwVector& all = info->varieties->seq;
+  for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&all)); ++i) {
+    auto* from = element<WH_VARIETY>(all, i);
+    Variety variety;
+    variety.name = string_of(from->name);
+    for (const WH_VAR* var = from->vars; var; var = var->next)
+      variety.variables.push_back({string_of(var->n), string_of(var->v)});
+    variety.complete = wh_variety_is_complete(from) != 0;
+    variety.chosen = holds(spec->varieties, from);
+    choice.varieties.push_back(std::move(variety));
+  }
+  return choice;
 }
 
 WH_PRODUCT_NAME* make_name(ProductName name) {

@@ -52,6 +52,9 @@ std::vector<T*> elements(const FwVector& vector) {
 WH_PRODUCT_NAME* make_name(ProductName name);
 ProductName name_of(const WH_PRODUCT_NAME* name);
 
+// What a query led to, and which of the product's varieties it takes.
+Choice choice_of(const WH_PRODUCT_SPEC* spec);
+
 // Names in an environment's table hold each byte as a character of its own, so one above ASCII
 // stands there as two bytes.
 std::string name_from_table(std::string_view name);

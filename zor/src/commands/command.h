@@ -49,6 +49,7 @@ int run_complete(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
 int run_files(Context* context);
+int run_graph(Context* context);
 int run_init(Context* context);
 int run_list(Context* context);
 int run_load(Context* context);

@@ -1,0 +1,245 @@
+// What includes what: the drawings of requests, the order of a variable's elements, and what a
+// change has an effect on.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+#include "zor.h"
+
+namespace {
+
+// What a drawing shows, line by line as drawings.py tells it, sorted.
+std::vector<std::string> Shown(const std::string& drawing, const std::string& kind) {
+  RunOptions options;
+  options.input = drawing;
+  const RunResult result = RunProgram(
+      {"/usr/bin/python3", std::string(ZOR_SOURCE_DIR) + "/zor/test/drawings.py", kind}, options);
+  EXPECT_EQ(0, result.status) << result.err << drawing;
+  std::vector<std::string> lines;
+  std::istringstream stream(result.out);
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+bool HasGraphviz() {
+  return access("/usr/bin/dot", X_OK) == 0;
+}
+
+std::string SvgOfDot(const std::string& dot) {
+  RunOptions options;
+  options.input = dot;
+  const RunResult result = RunProgram({"/usr/bin/dot", "-Tsvg"}, options);
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ("", result.err);
+  return result.out;
+}
+
+// A part on a line of its own.
+std::string PartLine(const std::string& name, const std::string& version = "1.0",
+                     const std::string& rest = "") {
+  return "\n  <PRODUCT category='C' name='" + name + "' version='" + version + "' rev='1'" + rest +
+         "><PATTERN/></PRODUCT>";
+}
+
+// Names with all that has a meaning in one of the formats.
+struct OddNames : Warehouse {
+  const std::string first = "a\"b<i>&amp;";
+  const std::string second = "x[y]{z}|#35;(p)";
+  const std::string third = "\xC3\xA9\xE7\xB9\x94";
+  const std::string last = "n\nl\x1B\\N%%";
+  OddNames() {
+    ProductWithParts(InC(first), "", PartLine(second) + PartLine("gone", "9", " optional='1'"));
+    ProductWithParts(InC(second), "", PartLine("a&quot;b&lt;i>&amp;amp;") + PartLine(third));
+    Product(InC(third));
+    Product(InC(last));
+  }
+  RunResult Run(const std::string& format) const {
+    return Zor({"graph", "-r", Root(), "-p", "C", first, "1.0", "1", "--and", "-p", "C", last,
+                "1.0", "1", "--format", format});
+  }
+};
+
+TEST(Graph, IsATreeForPeople) {
+  const OddNames odd;
+  const std::string from_first = "  C/" + odd.first + "/1.0/1/partlist.xml:";
+  const std::string from_second = "  C/" + odd.second + "/1.0/1/partlist.xml:";
+  Expect(odd.Run("text"),
+         "group 1:\n  C/" + odd.first + "/1.0/1\n    C/" + odd.second + "/1.0/1" + from_first +
+             "2:3\n      C/" + odd.first + "/1.0/1" + from_second + "2:3  (see above)\n      C/" +
+             odd.third + "/1.0/1" + from_second + "3:3\n    C/gone/9/1 [missing] (optional)" +
+             from_first + "3:3\ngroup 2, overrides group 1:\n  C/" + odd.last + "/1.0/1\n",
+         "", 0);
+}
+
+TEST(Graph, IsJsonForPrograms) {
+  const OddNames odd;
+  const RunResult result = odd.Run("json");
+  EXPECT_EQ(0, result.status) << result.err;
+  ExpectValid(result.out, "graph");
+  for (const char* piece :
+       {R"("name": "a\"b<i>&amp;")", R"("name": "n\nl\u001b\\N%%")", "\"presence\": \"missing\"",
+        "\"from\": 0,\n      \"to\": 2,", "\"from\": 1,\n      \"to\": 0,", "\"optional\": true",
+        "\"line\": 3,\n      \"column\": 3,"})
+    EXPECT_NE(std::string::npos, result.out.find(piece)) << piece << result.out;
+}
+
+TEST(Graph, IsDrawnByMermaidAndGraphviz) {
+  const OddNames odd;
+  const std::string gone = R"("C/gone\n9/1\n[missing]")";
+  const std::string last = R"("C/n\\x0al\\x1b\\N%%\n1.0/1")";
+  const std::string second = R"x("C/x[y]{z}|#35;(p)\n1.0/1")x";
+  const std::vector<std::string> charted = {R"(cluster "g0" "group 1")",
+                                            R"(cluster "g1" "group 2")",
+                                            R"(edge "g1-.->g0" "overrides")",
+                                            R"(edge "n0-->n1" "partlist.xml:2")",
+                                            R"x(edge "n0-.->n2" "partlist.xml:3 (optional)")x",
+                                            R"(edge "n1-->n0" "partlist.xml:2")",
+                                            R"(edge "n1-->n3" "partlist.xml:3")",
+                                            R"(node "n0" "C/a\"b<i>&amp;\n1.0/1" "bold")",
+                                            "node \"n1\" " + second + " \"\"",
+                                            "node \"n2\" " + gone + " \"dashed\"",
+                                            "node \"n3\" \"C/\xC3\xA9\xE7\xB9\x94\\n1.0/1\" \"\"",
+                                            "node \"n4\" " + last + " \"bold\""};
+  EXPECT_EQ(charted, Shown(odd.Run("mermaid").out, "mermaid"));
+  if (!HasGraphviz()) GTEST_SKIP() << "there is no dot";
+  const std::vector<std::string> drawn = {R"(cluster "cluster_0" "group 1" "")",
+                                          R"(cluster "cluster_1" "group 2" "")",
+                                          R"(edge "n0->n1" "partlist.xml:2" "")",
+                                          R"x(edge "n0->n2" "partlist.xml:3 (optional)" "5,2")x",
+                                          R"(edge "n1->n0" "partlist.xml:2" "")",
+                                          R"(edge "n1->n3" "partlist.xml:3" "")",
+                                          R"(edge "n4->n0" "overrides" "5,2")",
+                                          R"(node "n0" "C/a\"b<i>&amp;\n1.0/1" "2")",
+                                          "node \"n1\" " + second + " \"\"",
+                                          "node \"n2\" " + gone + " \"5,2\"",
+                                          "node \"n3\" \"C/\xC3\xA9\xE7\xB9\x94\\n1.0/1\" \"\"",
+                                          "node \"n4\" " + last + " \"2\""};
+  EXPECT_EQ(drawn, Shown(odd.Run("svg").out, "svg"));
+  EXPECT_EQ(drawn, Shown(SvgOfDot(odd.Run("dot").out), "svg"));
+}
+
+TEST(Graph, NamesThePackageOfDot) {
+  Warehouse warehouse;
+  warehouse.Product(InC("P"));
+  const std::vector<std::string> words = {"graph", "-r", warehouse.Root(), "C/P", "-f", "svg"};
+  const std::string none = "PATH=" + warehouse.Directory("none");
+  Expect(Zor(words, {none}), "",
+         "zor: the format svg needs the program dot, which is not on PATH; it is in the package "
+         "graphviz. --format dot prints what it would be given\n",
+         2);
+  std::filesystem::permissions(warehouse.Write("none/dot", "#!/bin/sh\nexit 3\n"),
+                               std::filesystem::perms::owner_all);
+  Expect(Zor(words, {none}), "", "zor: " + (warehouse / "none/dot") + " could not draw this\n", 2);
+}
+
+TEST(Graph, TellsVarietiesAndWhatCanNotBeRead) {
+  Warehouse warehouse;
+  const std::string root = warehouse.Root();
+  const auto run = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), "graph");
+    return Zor(words, {"ZORROOT=" + root});
+  };
+  warehouse.File(InC("w"), "product.xml",
+                 ProductXml("<VARIETY name='one'><VAR n='k' v='1'/><SEGMENT here='1'/></VARIETY>"
+                            "<VARIETY><VAR n='k' v='2'/><VAR n='l' v='x'/>"
+                            "<SEGMENT host='h' here='0'/></VARIETY>"));
+  warehouse.File(InC("w"), "partlist.xml", PartListXml(""));
+  Expect(run({"C/w"}), "C/w/1.0/1 [one; k=2, l=x, not here]\n", "", 0);
+  Expect(run({"C/w[k=1]"}), "C/w/1.0/1 [one]\n", "", 0);
+  Expect(run({"C/w[k=3]"}), "C/w/1.0/1 [no variety fits]\n",
+         "zor: no variety of C/w/1.0/1 has k=3; there are 1, 2\n", 0);
+
+  warehouse.ProductWithParts(InC("includes"), "", PartLine("broken") + PartLine("w"));
+  warehouse.Product(InC("broken"));
+  warehouse.File(InC("broken"), "env.xml", "<oops/>");
+  const std::string fault = "zor: XML parsing error in File " + root + "/C/broken/1.0/1/env.xml\n";
+  const RunResult result = run({"C/includes"});
+  EXPECT_EQ(
+      "C/includes/1.0/1\n  C/broken/1.0/1 [can't be read]  C/includes/1.0/1/partlist.xml:2:3\n"
+      "  C/w/1.0/1 [one; k=2, l=x, not here]  C/includes/1.0/1/partlist.xml:3:3\n",
+      result.out);
+  EXPECT_EQ(1, result.status);
+  EXPECT_EQ(fault, result.err);
+  const RunResult named = run({"C/w", "C/broken"});
+  EXPECT_EQ("C/w/1.0/1 [one; k=2, l=x, not here]\nC/broken/1.0/1 [can't be read]\n", named.out);
+  EXPECT_EQ(1, named.status);
+  Expect(run({}), "", "zor: say which product, as in: zor graph tools/weaver\n", 2);
+  Expect(run({"C/w", "-f", "png"}), "",
+         "zor: there is no format png; there are text, dot, svg, mermaid, json\n", 2);
+  Expect(run({"-i", "-p", "C", "none", "1", "1"}), "C/none/1/1 [missing]\n", "", 0);
+}
+
+TEST(Constraints, AreShownOfAnyElements) {
+  Warehouse warehouse;
+  warehouse.Product(InC("o"), Insert("LIST", "new", Before("**"), "sep='~'"));
+  const std::string list = "LIST=q\"u~n\nl~[b]{c}|<d>&amp;#35;~`t`~\xC3\xA9~\x01\xE9-+";
+  const auto run = [&](const std::string& format) {
+    return Zor({"graph", "-r", warehouse.Root(), "C/o", "--constraints", "LIST", "-f", format},
+               {list});
+  };
+  // The operation begins behind "<ENV-SETTINGS><ENV-GROUP><PATTERN/>".
+  const std::string place = "  C/o/1.0/1/env.xml:1:36\n";
+  const RunResult text = run("text");
+  for (const std::string behind :
+       {"q\"u", "n\nl", "[b]{c}|<d>&amp;#35;", "\x01\xE9-+", "`t`", "\xC3\xA9"})
+    EXPECT_NE(std::string::npos, text.out.find("  new before " + behind + place)) << text.out;
+  EXPECT_EQ(0, text.status) << text.err;
+  const RunResult json = run("json");
+  ExpectValid(json.out, "constraints");
+  // 01 E9 2D 2B in base64.
+  EXPECT_NE(std::string::npos, json.out.find("\"base64\": \"AektKw==\"")) << json.out;
+
+  // The new element stands in front of all, and so is the first box.
+  const auto boxes = [](const std::vector<std::string>& lines) {
+    std::vector<std::string> some;
+    for (const std::string& line : lines)
+      if (line.starts_with("node")) some.push_back(line);
+    return some;
+  };
+  const std::vector<std::string> expected = {
+      R"(node "n0" "new" "")",         R"(node "n1" "q\"u" "")",
+      R"(node "n2" "n\\x0al" "")",     R"(node "n3" "[b]{c}|<d>&amp;#35;" "")",
+      R"(node "n4" "`t`" "")",         "node \"n5\" \"\xC3\xA9\" \"\"",
+      R"(node "n6" "\\x01\\xe9-+" "")"};
+  EXPECT_EQ(expected, boxes(Shown(run("mermaid").out, "mermaid")));
+  if (!HasGraphviz()) GTEST_SKIP() << "there is no dot";
+  EXPECT_EQ(expected, boxes(Shown(run("svg").out, "svg")));
+}
+
+TEST(Constraints, MarkCircles) {
+  const std::vector<std::string> words = {"graph", "studio/knot", "--constraints", "KNOT_ENDS"};
+  const auto with = [&](const std::string& format) {
+    std::vector<std::string> all = words;
+    all.insert(all.end(), {"--format", format});
+    return ZorOnExamples(all);
+  };
+  const RunResult text = ZorOnExamples(words);
+  EXPECT_EQ(
+      "KNOT_ENDS:\n  left before right  studio/knot/1/1/env.xml:5:5\n"
+      "  right before left  studio/knot/1/1/env.xml:10:5\n"
+      "  a circle: left before right before left\n",
+      text.out);
+  EXPECT_EQ(1, text.status);
+  EXPECT_NE(std::string::npos, text.err.find("KNOT_ENDS")) << text.err;
+  const RunResult json = with("json");
+  ExpectValid(json.out, "constraints");
+  EXPECT_EQ(std::string::npos, json.out.find("\"circular\": false")) << json.out;
+  EXPECT_NE(std::string::npos, json.out.find("\"circular\": true")) << json.out;
+  const std::vector<std::string> lines = Shown(with("mermaid").out, "mermaid");
+  EXPECT_EQ(2, std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+              return line.starts_with("edge") && line.find("==>") != std::string::npos;
+            }));
+  // Two groups, of which the second overrides; and a variable that nothing touches.
+  Expect(ZorOnExamples({"graph", "site", "//", "studio/proof", "--constraints", "RENDER_MODE"}),
+         "RENDER_MODE, group 1:\n  nothing orders its elements\n"
+         "RENDER_MODE, group 2, overrides group 1:\n  nothing orders its elements\n",
+         "", 0);
+  Expect(ZorOnExamples({"graph", "site", "--constraints", "NOTHING"}), "",
+         "zor: these products do nothing to NOTHING\n", 1);
+}
+
+}  // namespace
