@@ -27,6 +27,7 @@ constexpr Command kCommands[] = {
      zor::Prints::kText},
     {"graph", "which products a request leads to, and which include which", zor::run_graph, false,
      zor::Prints::kText},
+    {"impact", "what includes a product or a file", zor::run_impact, false, zor::Prints::kText},
     {"init", "print the function zor for a shell", zor::run_init},
     {"lock", "pin a request with all that it depends on", zor::run_lock},
     {"load", "load products into this shell", zor::run_load, true},

@@ -242,4 +242,86 @@ TEST(Constraints, MarkCircles) {
          "zor: these products do nothing to NOTHING\n", 1);
 }
 
+// Products of several versions that include each other, one that is not there, and files.
+struct Library : Warehouse {
+  Library() {
+    Product("C/lib/1.0/1");
+    Product("C/lib/2.0/1");
+    ProductWithParts("C/mid/1.0/1", "", PartLine("lib"));
+    ProductWithParts("C/top/1.0/1", "", PartLine("mid") + PartLine("gone", "7"));
+    ProductWithParts("C/top/1.1/1", "", PartLine("lib", "2.0"));
+    ProductWithParts("C/other/1/1", "", "<FILE name='" + (*this / "shared/data.txt") + "'/>");
+    Write("shared/data.txt", "shared");
+    Product("C/broken/1/1");
+    File("C/broken/1/1", "env.xml", "<oops/>");
+    // Its variety 2 includes the library, and the user of it takes the other one.
+    File("C/v/1/1", "product.xml",
+         ProductXml("<VARIETY><VAR n='k' v='1'/><SEGMENT here='1'/></VARIETY>"
+                    "<VARIETY><VAR n='k' v='2'/><SEGMENT here='1'/></VARIETY>"));
+    File("C/v/1/1", "partlist.xml",
+         "<PARTLIST><PARTSPEC><PATTERN><MATCH><VAR n='k' v='2'/></MATCH></PATTERN><PARTS>" +
+             PartLine("lib") + "</PARTS></PARTSPEC></PARTLIST>");
+    ProductWithParts("C/user/1/1", "",
+                     "<PRODUCT category='C' name='v' version='1' rev='1'><PATTERN><MATCH>"
+                     "<VAR n='k' v='1'/></MATCH></PATTERN></PRODUCT>");
+    Write("root/zor.toml",
+          "default = [\"C/top\"]\n[sets]\nplain = [\"C/other\"]\nweaving = "
+          "[\"C/top/1.0\"]\n");
+  }
+  RunResult Run(std::vector<std::string> words) const {
+    return Zor(words, {"ZORROOT=" + Root(), "XDG_CONFIG_HOME=" + (*this / "config")});
+  }
+  std::string Broken() const {
+    return "zor: C/broken/1/1: XML parsing error in File " + Root() + "/C/broken/1/1/env.xml\n";
+  }
+};
+
+TEST(Impact, FollowsPartsBackThroughAllVersions) {
+  const Library library;
+  const RunResult lock = library.Run({"lock", "C/mid"});
+  library.Write("config/zor/saved/mine.lock", lock.out);
+  const std::string mid = "C/mid/1.0/1 (at C/top/1.0/1/partlist.xml:2:3)";
+  const std::string lib = "C/lib/1.0/1 (at C/mid/1.0/1/partlist.xml:2:3)";
+  Expect(library.Run({"impact", "C/lib/1.0"}),
+         "C/mid/1.0/1 includes " + lib + "\nC/top/1.0/1 includes " + mid + ", " + lib +
+             "\nC/v/1/1 includes C/lib/1.0/1 (at C/v/1/1/partlist.xml:2:3)\n"
+             "@weaving leads to C/top/1.0/1, " +
+             mid + ", " + lib + "\n@mine, saved, leads to C/mid/1.0/1, " + lib + "\n",
+         library.Broken(), 0);
+  const std::string second = "C/top/1.1/1 includes C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
+  const RunResult any = library.Run({"impact", "C/lib"});
+  EXPECT_NE(std::string::npos, any.out.find(second)) << any.out;
+  EXPECT_NE(std::string::npos, any.out.find("the default requests lead to C/top/1.1/1, C/lib"))
+      << any.out;
+  EXPECT_EQ(std::string::npos, any.out.find("C/user")) << any.out;
+  const RunResult json = library.Run({"impact", "C/lib", "--json"});
+  ExpectValid(json.out, "impact");
+  EXPECT_EQ(0, json.status);
+  // A product that is not there any more, in the form that takes it without a look at the disk.
+  const std::string gone = "C/gone/7/1 (at C/top/1.0/1/partlist.xml:3:3)\n";
+  Expect(library.Run({"impact", "-p", "C", "gone", "7", "1"}),
+         "C/top/1.0/1 includes " + gone + "@weaving leads to C/top/1.0/1, " + gone,
+         library.Broken(), 0);
+}
+
+TEST(Impact, CountsTheProductsOfAFile) {
+  const Library library;
+  const std::string top = "C/top/1.1/1 includes C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
+  const std::string lib = "C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
+  for (const std::string& file :
+       {library.Root() + "/C/lib/2.0/1/product.xml", std::string("C/lib/2.0/1/partlist.xml")})
+    Expect(library.Run({"impact", file}),
+           "C/lib/2.0/1\n" + top + "the default requests lead to C/top/1.1/1, " + lib,
+           library.Broken(), 0);
+  Expect(library.Run({"impact", library / "shared/data.txt"}),
+         "C/other/1/1\n@plain leads to C/other/1/1\n", library.Broken(), 0);
+  Expect(library.Run({"impact", "C/user"}), "", library.Broken() + "zor: nothing includes it\n", 1);
+  const RunResult json = library.Run({"impact", "C/user", "--json"});
+  ExpectValid(json.out, "impact");
+  EXPECT_EQ(1, json.status);
+  Expect(library.Run({"impact"}), "",
+         "zor: say which product or file, and only one, as in: zor impact libs/graphics/fibre\n",
+         2);
+}
+
 }  // namespace

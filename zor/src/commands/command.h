@@ -50,6 +50,7 @@ int run_env(Context* context);
 int run_exec(Context* context);
 int run_files(Context* context);
 int run_graph(Context* context);
+int run_impact(Context* context);
 int run_init(Context* context);
 int run_list(Context* context);
 int run_load(Context* context);
