@@ -89,6 +89,11 @@ struct ProductFacts {
 // Reads all data files of a product. Throws Error that says what is wrong with them.
 ProductFacts read_product(const std::string& root, const ProductName& product);
 
+// What the values in a product's env.xml mean, operation by operation as in the facts: the distinct
+// expansions for all complete varieties that meet the operation's condition. Throws Error as above.
+std::vector<std::vector<std::string>> read_meanings(const std::string& root,
+                                                    const ProductName& product);
+
 // The product with the latest version and rev that are on disk in place of "+". Throws Error if
 // there are none.
 ProductName latest_of(const std::string& root, const ProductName& product);

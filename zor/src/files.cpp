@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -45,12 +46,28 @@ std::string behind_links(const std::string& path) {
   return real ? real.get() : path;
 }
 
-// A temporary file is its owner's alone, so the mode is given in any case.
-void replace_file(const std::string& given, std::string_view content, mode_t mode) {
-  make_directories(given);
-  const std::string path = behind_links(given);
+// Gives the temporary file its name; what must be new takes no name that is there.
+bool take_name(const std::string& temporary, const std::string& path, bool is_new) {
+  if (!is_new) return rename(temporary.c_str(), path.c_str()) == 0;
+  if (renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+    return true;
+  // Not every file system can do so in one step.
+  if (errno != EINVAL && errno != ENOSYS) return false;
   struct stat info = {};
-  const bool there = stat(path.c_str(), &info) == 0;
+  if (lstat(path.c_str(), &info) == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  return rename(temporary.c_str(), path.c_str()) == 0;
+}
+
+// A temporary file is its owner's alone, so the mode is given in any case.
+void replace_file(const std::string& given, std::string_view content, mode_t mode,
+                  bool is_new = false) {
+  make_directories(given);
+  const std::string path = is_new ? given : behind_links(given);
+  struct stat info = {};
+  const bool there = !is_new && stat(path.c_str(), &info) == 0;
   std::string temporary = path + ".XXXXXX";
   const int fd = mkostemp(temporary.data(), O_CLOEXEC);
   if (fd < 0) fail_errno(path, errno);
@@ -63,10 +80,16 @@ void replace_file(const std::string& given, std::string_view content, mode_t mod
     good = false;
     reason = errno;
   }
-  if (good && rename(temporary.c_str(), path.c_str()) == 0) return;
+  if (good && take_name(temporary, path, is_new)) return;
   if (good) reason = errno;
   unlink(temporary.c_str());
   fail_errno(path, reason);
+}
+
+mode_t usual_mode() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
 }
 
 }  // namespace
@@ -85,9 +108,11 @@ std::optional<std::string> content_if_there(const std::string& path) {
 }
 
 void write_file(const std::string& path, std::string_view content) {
-  const mode_t mask = umask(0);
-  umask(mask);
-  replace_file(path, content, 0666 & ~mask);
+  replace_file(path, content, usual_mode());
+}
+
+void write_new_file(const std::string& path, std::string_view content) {
+  replace_file(path, content, usual_mode(), true);
 }
 
 void write_file_for_all(const std::string& path, std::string_view content) {

@@ -25,6 +25,9 @@ void write_file(const std::string& path, std::string_view content);
 // The same for a file that all users are to read, whatever the umask is.
 void write_file_for_all(const std::string& path, std::string_view content);
 
+// The same for a file that must not be there yet. Throws Error if it is.
+void write_new_file(const std::string& path, std::string_view content);
+
 // Writes all of the text, or gives false with errno set.
 bool write_all(int fd, std::string_view text);
 

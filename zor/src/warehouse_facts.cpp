@@ -304,6 +304,32 @@ ProductFacts read_product(const std::string& root, const ProductName& product) {
   return facts;
 }
 
+std::vector<std::vector<std::string>> read_meanings(const std::string& root,
+                                                    const ProductName& product) {
+  const Loaded loaded(root, product);
+  const WH_PRODUCT* from = loaded.get();
+  std::vector<std::vector<std::string>> meanings;
+  if (!from->envset) return meanings;
+  const auto varieties = elements<WH_VARIETY>(from->prodinfo->varieties->seq);
+  for (const WH_ENV_GROUP* group : elements<WH_ENV_GROUP>(from->envset->groups))
+    for (const WH_ENV_OP* op : elements<WH_ENV_OP>(group->ops)) {
+      const bool inserts = op->type == wh_env_insert;
+      std::vector<FwTextString> forms;
+      if (inserts) forms = {op->u.ins->value};
+      if (op->type == wh_env_remove) forms = elements<FwTextByte>(op->u.rem->values);
+      meanings.emplace_back();
+      for (WH_VARIETY* variety : varieties) {
+        if (!wh_variety_is_complete(variety) || !matchvar(variety, group->pattern, nullptr))
+          continue;
+        Meaning meaning(loaded, variety, "env.xml");
+        for (FwTextString form : forms)
+          if (std::string value = meaning.of(form); !contains(meanings.back(), value))
+            meanings.back().push_back(std::move(value));
+      }
+    }
+  return meanings;
+}
+
 ProductName latest_of(const std::string& root, const ProductName& product) {
   std::vector<Fault> faults;
   const Collecting collecting(&faults);

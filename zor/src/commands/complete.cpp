@@ -344,7 +344,8 @@ class Completer {
     }
     if (takes_request(command)) return request_words();
     if (is_one_of(command, {"restore", "save"})) return saved_words("");
-    if (is_one_of(command, {"avail", "files", "impact", "search", "show"})) return paths();
+    if (is_one_of(command, {"avail", "files", "impact", "search", "show", "undo-file"}))
+      return paths();
     return {};
   }
 
