@@ -21,6 +21,8 @@ using zor::Context;
 constexpr Command kCommands[] = {
     {"avail", "list the products that there are", zor::run_avail},
     {"check", "what is wrong with the data files of a warehouse", zor::run_check},
+    {"diff", "compare two environments, element by element", zor::run_diff, false,
+     zor::Prints::kText},
     {"env", "print the environment of products, in any dialect", zor::run_env},
     {"exec", "start a program in it", zor::run_exec},
     {"files", "the files of a product, and those that are missing", zor::run_files, false,

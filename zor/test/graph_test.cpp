@@ -324,4 +324,116 @@ TEST(Impact, CountsTheProductsOfAFile) {
          2);
 }
 
+// Two versions of a product, and one that adds to the first.
+struct Versions : Warehouse {
+  Versions() {
+    const std::string on_path = "\n" + Insert("PATH", "%(BASE-CNVR)/bin", Before("/usr/bin"));
+    Product("C/P/1/1", on_path + "\n" + Insert("LIST", "a") + "\n" + Insert("LIST", "b"));
+    Product("C/P/2/1", on_path + "\n" + Insert("LIST", "b") + "\n" + Insert("LIST", "c") + "\n" +
+                           Insert("NEW", "x") + "\n" + Insert("OLD", "y", Before("x")));
+    Product("C/Q/1/1", "\n" + Insert("LIST", "z"));
+  }
+  RunResult Run(std::vector<std::string> words, std::vector<std::string> more = {}) const {
+    words.insert(words.begin(), "diff");
+    more.push_back("ZORROOT=" + Root());
+    return Zor(words, more);
+  }
+  // What the environments of the two versions have different.
+  std::string Variables() const {
+    return "LIST:\n  - a  C/P/1/1/env.xml:3:1\n  + c  C/P/2/1/env.xml:4:1\n"
+           "NEW (was not set):\n  + x  C/P/2/1/env.xml:5:1\n"
+           "OLD:\n  ~ y (moved)\n"
+           "PATH:\n  - " +
+           Root() + "/C/P/1/1/bin  C/P/1/1/env.xml:2:1\n  + " + Root() +
+           "/C/P/2/1/bin  C/P/2/1/env.xml:2:1\n";
+  }
+};
+
+TEST(Diff, ComparesTwoRequests) {
+  const Versions versions;
+  const std::string products = "Products:\n  - C/P/1/1\n  + C/P/2/1\n";
+  const std::vector<std::string> old = {"OLD=x:y"};
+  Expect(versions.Run({"C/P/1", "C/P"}, old),
+         "--- C/P/1\n+++ C/P\n" + products + versions.Variables(), "", 1);
+  Expect(versions.Run({"-p", "C", "P", "1", "--with", "C/P"}, old),
+         "--- -p C P 1\n+++ C/P\n" + products + versions.Variables(), "", 1);
+  Expect(versions.Run({"C/P/1", "C/P/1"}), "", "", 0);
+  const RunResult json = versions.Run({"--json", "C/P/1", "C/P/2"}, old);
+  EXPECT_EQ(1, json.status);
+  ExpectValid(json.out, "diff");
+  for (const char* piece : {"\"change\": \"moved\"", "\"change\": \"kept\"", "\"first\": null",
+                            "\"second\": \"y:x\"", "\"alike\": false"})
+    EXPECT_NE(std::string::npos, json.out.find(piece)) << piece << json.out;
+  const RunResult alike = versions.Run({"--json", "C/P/1", "C/P/1"});
+  ExpectValid(alike.out, "diff");
+  EXPECT_NE(std::string::npos, alike.out.find("\"alike\": true")) << alike.out;
+  Expect(versions.Run({"C/P/none", "C/P"}), "",
+         "zor: C/P has no such version or revision: C/P/none\nthere are: 1 2\n", 2);
+}
+
+TEST(Diff, ComparesWithThePresentEnvironment) {
+  const Versions versions;
+  const std::string head = "--- the present environment\n+++ C/Q\n";
+  Expect(versions.Run({"C/Q"}), head + "LIST (was not set):\n  + z  C/Q/1/1/env.xml:2:1\n", "", 1);
+  // It was there already, so no product is behind it.
+  Expect(versions.Run({"C/Q"}, {"LIST=a:z"}), "", "", 0);
+  Expect(versions.Run({"C/Q"}, {"LIST=z::a"}), head + "LIST:\n  - (empty)\n", "", 1);
+  const RunResult both = versions.Run({"C/Q", "C/P", "--current"});
+  EXPECT_EQ(0u, both.out.find("--- the present environment\n+++ C/Q C/P\nLIST")) << both.out;
+  Expect(versions.Run({"C/Q", "C/P", "C/P/1"}), "",
+         "zor: say where the second request begins, by --with, or that all of it is one to be "
+         "compared with the present environment, by --current\n",
+         2);
+  Expect(versions.Run({}), "",
+         "zor: say which two requests, as in: zor diff tools/weaver/1.9 --with tools/weaver\n", 2);
+}
+
+TEST(Diff, ComparesTwoLocks) {
+  const Versions versions;
+  const auto lock = [&](const std::string& name, const std::string& product) {
+    return versions.Write(name, Zor({"lock", product}, {"ZORROOT=" + versions.Root()}).out);
+  };
+  const std::string first = lock("first.lock", "C/P/1");
+  const std::string second = lock("second.lock", "C/P/2");
+  const std::string head =
+      "--- " + first + "\n+++ " + second +
+      "\nProducts:\n  - C/P/1/1\n  + C/P/2/1\nData files:\n"
+      "  removed C/P/1/1/env.xml\n  removed C/P/1/1/partlist.xml\n  removed C/P/1/1/product.xml\n"
+      "  added C/P/2/1/env.xml\n  added C/P/2/1/partlist.xml\n  added C/P/2/1/product.xml\n";
+  Expect(versions.Run({first, second}, {"OLD=x:y"}), head + versions.Variables(), "", 1);
+  Expect(versions.Run({"--locked", second, "--with", "C/P"}), "", "", 0);
+  // The files of the first are not what they were.
+  versions.Write("root/C/P/1/1/env.xml", EnvXml(""));
+  const std::string changed = "zor: " + first + " does not hold any more in " + versions.Root() +
+                              ", so its environment can't be computed:\n"
+                              "zor:   changed: C/P/1/1/env.xml\n";
+  Expect(versions.Run({first, "--with", second}), head, changed, 1);
+  const RunResult json = versions.Run({"--json", first, second});
+  ExpectValid(json.out, "diff");
+  EXPECT_NE(std::string::npos, json.out.find("\"computed\": false")) << json.out;
+  const std::string again = lock("again.lock", "C/P/1");
+  Expect(versions.Run({first, again}),
+         "--- " + first + "\n+++ " + again + "\nData files:\n  changed C/P/1/1/env.xml\n", changed,
+         1);
+  // What the same pins led to was the same.
+  Expect(versions.Run({first, first}), "", changed + changed, 0);
+}
+
+TEST(Diff, ComparesTwoWarehouses) {
+  const Versions versions;
+  std::filesystem::copy(versions.Root(), versions / "other",
+                        std::filesystem::copy_options::recursive);
+  const std::vector<std::string> words = {"C/P/1", "--with", "-r", versions / "other"};
+  // The elements below the roots differ, and mean the same.
+  Expect(versions.Run(words), "", "", 0);
+  versions.Write("other/C/P/1/1/env.xml",
+                 EnvXml("\n" + Insert("PATH", "%(BASE-CNVR)/lib") + Insert("LIST", "a")));
+  Expect(versions.Run(words),
+         "--- C/P/1\n+++ -r " + (versions / "other") +
+             " C/P/1\nLIST:\n  - b  C/P/1/1/env.xml:4:1\n"
+             "PATH:\n  - %(BASE-DIRECTORY)/C/P/1/1/bin  C/P/1/1/env.xml:2:1\n"
+             "  + %(BASE-DIRECTORY)/C/P/1/1/lib  C/P/1/1/env.xml:2:1\n",
+         "", 1);
+}
+
 }  // namespace

@@ -46,6 +46,7 @@ struct Command {
 int run_avail(Context* context);
 int run_check(Context* context);
 int run_complete(Context* context);
+int run_diff(Context* context);
 int run_env(Context* context);
 int run_exec(Context* context);
 int run_files(Context* context);

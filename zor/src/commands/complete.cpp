@@ -329,8 +329,8 @@ class Completer {
   }
 
   static bool takes_request(const Command& command) {
-    return is_one_of(command,
-                     {"env", "exec", "graph", "load", "lock", "shell", "swap", "which", "why"});
+    return is_one_of(
+        command, {"diff", "env", "exec", "graph", "load", "lock", "shell", "swap", "which", "why"});
   }
 
   Candidates arguments_of(const Command& command) const {
