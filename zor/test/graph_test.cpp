@@ -436,4 +436,25 @@ TEST(Diff, ComparesTwoWarehouses) {
          "", 1);
 }
 
+// The words of the example that --help of a command ends with.
+std::vector<std::string> ExampleOf(const std::string& command) {
+  const std::string help = Zor({command, "--help"}).out;
+  const std::size_t at = help.find("Example:\n  zor ");
+  EXPECT_NE(std::string::npos, at) << help;
+  std::vector<std::string> words;
+  std::istringstream line(help.substr(at + 15, help.find('\n', at + 15) - at - 15));
+  for (std::string word; line >> word;)
+    words.push_back(word);
+  return words;
+}
+
+TEST(Help, ExamplesOfCommandsForWarehousesRun) {
+  for (const char* command : {"graph", "impact", "undo-file"})
+    EXPECT_EQ(0, ZorOnExamples(ExampleOf(command)).status) << command;
+  // The two versions differ.
+  EXPECT_EQ(1, ZorOnExamples(ExampleOf("diff")).status);
+  Warehouse warehouse;
+  EXPECT_EQ(0, Zor(ExampleOf("new"), {"ZORROOT=" + warehouse.Root()}).status);
+}
+
 }  // namespace

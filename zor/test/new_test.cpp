@@ -332,7 +332,7 @@ bool Holds(const nlohmann::json& claim, const std::string& name, const Table& be
 
 TEST(UndoFile, RestoresWhatItPromisesToRestore) {
   const char* const factor = std::getenv("ZOR_TEST_ROUNDS");
-  const int rounds = 40 * (factor ? std::max(1, std::atoi(factor)) : 1);
+  const int rounds = 25 * (factor ? std::max(1, std::atoi(factor)) : 1);
   Warehouse warehouse;
   warehouse.File(InC("p"), "product.xml", ProductXml(Variety("<VAR n='k' v='1'/>")));
   warehouse.File(InC("p"), "partlist.xml", PartListXml(""));

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <tuple>
 
 #include "catalogue.h"
 #include "commands/command.h"

@@ -1,7 +1,8 @@
 // zor undo-file: the unenv.xml that a product's env.xml needs.
 #include <unistd.h>
 
-#include "catalogue.h"
+#include <algorithm>
+
 #include "commands/command.h"
 #include "error.h"
 #include "facts.h"
