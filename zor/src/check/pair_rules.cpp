@@ -40,13 +40,22 @@ Environment full_environment(const Environment& base, const std::vector<AppliedS
     if (!element.empty() && std::find(list->begin(), list->end(), element) == list->end())
       list->push_back(element);
   };
-  for (const AppliedStep& step : steps) {
-    const std::string name = witness(step.variable);
+  for (const AppliedStep& step : steps)
+    elements[witness(step.variable)];
+  const auto add_step = [&](const AppliedStep& step, const std::string& name,
+                            std::vector<std::string>* list) {
     if (!step.separator.empty()) separators.emplace(name, step.separator);
-    std::vector<std::string>* list = &elements[name];
     for (const auto* patterns : {&step.before, &step.after, &step.values})
       for (const std::string& pattern : *patterns)
         add(list, witness(pattern));
+  };
+  for (const AppliedStep& step : steps) {
+    if (!is_pattern(step.variable)) {
+      add_step(step, step.variable, &elements[step.variable]);
+      continue;
+    }
+    for (auto& [name, list] : elements)
+      if (pattern_matches(step.variable, name)) add_step(step, name, &list);
   }
   Environment full = base;
   for (const auto& [name, list] : elements) {

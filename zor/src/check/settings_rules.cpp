@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "check/product.h"
 #include "error.h"
@@ -132,14 +133,23 @@ class FileCheck {
                        "the attribute host of a pattern has no effect",
                        "Write the condition as <VAR n=\"platform\" v=\"...\"/>.");
       const std::string* value = element.find("v");
-      if (!value) return;
-      if (expands)
-        check_references(*value, document_.value(element, "v"));
-      else if (has_reference(*value))
+      if (value && !expands && has_reference(*value))
         product_->tell("ZW403", file_, document_.value(element, "v"),
                        "references are not replaced in this pattern, so no variety meets it",
                        "State the value itself.");
     });
+    if (expands) check_expanded(*pattern);
+  }
+
+  // What stands in the pattern of a recipe's step is replaced for each variety, met or not.
+  void check_expanded(const Element& pattern) {
+    const std::vector<std::size_t> met = std::exchange(varieties_, complete_);
+    for_each_element(pattern, [&](const Element& element) {
+      for (const char* attribute : {"n", "v"})
+        if (const std::string* text = element.find(attribute))
+          check_references(*text, document_.value(element, attribute));
+    });
+    varieties_ = met;
   }
 
   Condition condition(const Element& pattern, std::size_t variety, bool expands) const {
