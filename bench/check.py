@@ -2,10 +2,11 @@
 """check.py [PRODUCTS...]: what zor check takes on warehouses of that many products.
 
 Each product has the seven data files, with 20 operations or commands in each file of settings and of recipes, and two
-others of its category as parts. Told are the wall time, the processor time, and the most memory that all processes
-together held at a time, shared pages counted once. The warehouses are laid out in a directory that is removed at the end.
+others of its category as parts. Told are the wall time, the processor time, and, if asked for, the most memory that all
+processes together held at a time, shared pages counted once. The warehouses are laid out in a directory that is removed at the end.
 
   --program PATH   the program (build/release/zor)
+  --memory         look at the memory, too, which costs time
 """
 import argparse
 import os
@@ -83,12 +84,12 @@ def memory_of(process):
     return total
 
 
-def measure(program, root):
+def measure(program, root, memory):
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     start = time.monotonic()
     with subprocess.Popen([program, "check", root], stdout=subprocess.DEVNULL) as process:
         most = 0
-        while process.poll() is None:
+        while memory and process.poll() is None:
             most = max(most, memory_of(process.pid))
             time.sleep(0.05)
     wall = time.monotonic() - start
@@ -100,11 +101,12 @@ def measure(program, root):
 parser = argparse.ArgumentParser()
 parser.add_argument("products", type=int, nargs="*", default=[1000, 10000])
 parser.add_argument("--program", default=SOURCE + "/build/release/zor")
+parser.add_argument("--memory", action="store_true")
 options = parser.parse_args()
 for count in options.products:
     root = tempfile.mkdtemp(prefix="zor-check-")
     try:
         lay_out(root, count)
-        print("%d products: %.2f s, %.2f s of processors, %.0f MiB, status %d" % (count, *measure(options.program, root)))
+        print("%d products: %.2f s, %.2f s of processors, %.0f MiB, status %d" % (count, *measure(options.program, root, options.memory)))
     finally:
         shutil.rmtree(root)

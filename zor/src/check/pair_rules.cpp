@@ -32,6 +32,31 @@ std::string witness(const std::string& pattern) {
   return text;
 }
 
+constexpr std::size_t kMostCrossed = 12;
+
+// Texts that one of the patterns matches, and as a rule some that two of them match: with ** as
+// nothing, and with ** as what another pattern speaks of.
+std::vector<std::string> witnesses(const std::vector<std::string>& patterns) {
+  std::vector<std::string> texts;
+  for (const std::string& pattern : patterns)
+    texts.push_back(witness(pattern));
+  const std::size_t plain = std::min(texts.size(), kMostCrossed);
+  for (const std::string& pattern : patterns) {
+    const std::size_t at = pattern.find("**");
+    if (at == std::string::npos) continue;
+    const std::string before = pattern.substr(0, at);
+    const std::string behind = pattern.substr(at + 2);
+    if (before.ends_with('/')) texts.push_back(witness(before.substr(0, at - 1) + behind));
+    if (behind.starts_with('/')) texts.push_back(witness(before + behind.substr(1)));
+    for (std::size_t i = 0; i < plain; ++i) {
+      const std::size_t start = before.empty() ? 0 : texts[i].find_first_not_of('/');
+      if (start != std::string::npos)
+        texts.push_back(witness(before + texts[i].substr(start) + behind));
+    }
+  }
+  return texts;
+}
+
 // An environment in which every pattern of the steps meets something.
 Environment full_environment(const Environment& base, const std::vector<AppliedStep>& steps) {
   std::map<std::string, std::vector<std::string>> elements;
@@ -47,7 +72,7 @@ Environment full_environment(const Environment& base, const std::vector<AppliedS
     if (!step.separator.empty()) separators.emplace(name, step.separator);
     for (const auto* patterns : {&step.before, &step.after, &step.values})
       for (const std::string& pattern : *patterns)
-        add(list, witness(pattern));
+        add(list, pattern);
   };
   for (const AppliedStep& step : steps) {
     if (!is_pattern(step.variable)) {
@@ -62,7 +87,7 @@ Environment full_environment(const Environment& base, const std::vector<AppliedS
     if (name.empty() || name.find('=') != std::string::npos) continue;
     const auto stated = separators.find(name);
     const std::string separator = stated == separators.end() ? ":" : stated->second;
-    full.set(name, fmt::format("{}", fmt::join(list, separator)));
+    full.set(name, fmt::format("{}", fmt::join(witnesses(list), separator)));
   }
   return full;
 }
