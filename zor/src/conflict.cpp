@@ -17,8 +17,7 @@ namespace zor {
 namespace {
 
 constexpr int kMostTries = 24;
-constexpr int kMostVersions = 4;  // of one product that are tried, and proposed
-constexpr std::size_t kMostExplained = 10;
+constexpr int kMostVersions = 4;          // of one product that are tried, and proposed
 constexpr std::size_t kMostMembers = 12;  // of a circle that are shown as its beginning
 constexpr auto kMostTime = std::chrono::seconds(2);
 
@@ -47,17 +46,39 @@ std::vector<Side> sides_of_clash(const VariableReason& variable, const Fault& fa
   return {{"inserted by", element->inserts[0]}, {"removed by", element->removes[0]}};
 }
 
-// The first operation that states a separator, and the first that states another one.
-std::vector<Side> sides_of_separators(const Account& account, const VariableReason& variable) {
-  std::vector<Side> sides;
-  std::string first;
-  for (const int index : variable.operations) {
-    const std::string& separator = account.operations[static_cast<std::size_t>(index)].separator;
-    if (separator.empty() || separator == first) continue;
-    sides.push_back({fmt::format("separated by \"{}\" in", separator), index});
-    if (!first.empty()) break;
-    first = separator;
+bool touches(const AppliedOperation& operation, const std::string& variable) {
+  return operation.variable == variable ||
+         (is_pattern(operation.variable) && pattern_matches(operation.variable, variable));
+}
+
+// The operation from which the variable has its separator, and the first with another one. Removes
+// that state none take ":" of a variable that is there, and an operation on a pattern over names
+// takes along that of the first variable which has one.
+std::vector<Side> sides_of_separators(const Account& account, const std::string& variable,
+                                      int group, bool is_set) {
+  std::vector<Side> sides, carrying;
+  std::string separator;
+  for (std::size_t i = 0; i < account.operations.size() && sides.size() < 2; ++i) {
+    const AppliedOperation& operation = account.operations[i];
+    if (operation.group != group || !touches(operation, variable)) continue;
+    const bool states = !operation.separator.empty();
+    if (states && operation.separator == separator) continue;
+    const int index = static_cast<int>(i);
+    if (states)
+      sides.push_back({fmt::format("separated by \"{}\" in", operation.separator), index});
+    else if (is_pattern(operation.variable))
+      carrying.push_back({"separated as another variable, for none is stated, in", index});
+    else if (separator.empty() && is_set && operation.kind != OperationKind::kInsert)
+      sides.push_back({"separated by \":\", for none is stated, in", index});
+    else
+      continue;
+    if (!sides.empty() && sides.back().operation == index)
+      separator = states ? operation.separator : ":";
   }
+  for (std::size_t i = 0; i < carrying.size() && sides.size() < 2; ++i)
+    sides.push_back(carrying[i]);
+  std::sort(sides.begin(), sides.end(),
+            [](const Side& a, const Side& b) { return a.operation < b.operation; });
   return sides;
 }
 
@@ -69,28 +90,31 @@ struct Conflict {
 
 class Explanation {
  public:
-  Explanation(const Account& account, const Request& request)
-      : account_(account), request_(request) {}
+  Explanation(const Account& account, const Request& request, const Environment& base)
+      : account_(account), request_(request), base_(base) {}
 
   // Of the first group in which the variable has that conflict.
   Conflict of(const Fault& fault) const {
+    const std::string variable = detail(fault, "environment variable");
     Conflict conflict;
-    for (const VariableReason& variable : account_.variables) {
-      if (!is_of_variable(variable, fault)) continue;
-      if (fault.kind == FaultKind::kCycle)
-        add_circles(variable, &conflict);
-      else
-        add_sides(fault.kind == FaultKind::kSeparators ? sides_of_separators(account_, variable)
-                                                       : sides_of_clash(variable, fault),
+    for (int group = 0; group < static_cast<int>(request_.groups.size()); ++group) {
+      const VariableReason* reason = reason_of(account_, variable_of(fault), group);
+      if (fault.kind == FaultKind::kSeparators)
+        add_sides(sides_of_separators(account_, variable, group, is_set(variable, reason)),
                   &conflict);
+      else if (reason && fault.kind == FaultKind::kCycle)
+        add_circles(*reason, &conflict);
+      else if (reason)
+        add_sides(sides_of_clash(*reason, fault), &conflict);
       if (!conflict.text.empty()) break;
     }
     return conflict;
   }
 
  private:
-  static bool is_of_variable(const VariableReason& variable, const Fault& fault) {
-    return variable.group != kRecipes && variable.name == detail(fault, "environment variable");
+  // Before the group that the reason is of.
+  bool is_set(const std::string& variable, const VariableReason* reason) const {
+    return (reason && reason->before) || base_.find(variable).has_value();
   }
 
   void add_sides(const std::vector<Side>& sides, Conflict* conflict) const {
@@ -126,6 +150,7 @@ class Explanation {
 
   const Account& account_;
   const Request& request_;
+  const Environment& base_;
 };
 
 // ---- Ways out ----
@@ -250,15 +275,17 @@ std::string explained(const Request& request, const Environment& base, const Ans
   const bool any = std::any_of(answer.faults.begin(), answer.faults.end(),
                                [](const Fault& fault) { return is_conflict(fault.kind); });
   const Account account = any ? account_of(request.question(), base) : Account();
-  const Explanation explanation(account, request);
+  const Explanation explanation(account, request, base);
   std::string text;
   std::vector<int> operations;
-  std::size_t count = 0;
+  std::set<std::string> told;
   for (const Fault& fault : answer.faults) {
     text += (text.empty() ? "" : "\n") + fault.text;
     if (!is_conflict(fault.kind)) continue;
-    Conflict conflict = explanation.of(fault);
-    if (count++ < kMostExplained) text += conflict.text;
+    // Two operations may stand against each other over many values.
+    const Conflict conflict = explanation.of(fault);
+    text +=
+        told.insert(conflict.text).second ? conflict.text : "\n  by the same operations as above";
     operations.insert(operations.end(), conflict.operations.begin(), conflict.operations.end());
   }
   if (operations.empty()) return text;

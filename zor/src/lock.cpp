@@ -8,10 +8,12 @@
 #include <set>
 
 #include "config.h"
+#include "conflict.h"
 #include "error.h"
 #include "files.h"
 #include "formats/names.h"
 #include "sha256.h"
+#include "words.h"
 
 namespace zor {
 
@@ -266,11 +268,26 @@ std::vector<std::string> differences(const Lock& lock, const Answer& answer) {
 }
 
 [[noreturn]] void fail_changed(const std::string& name, const std::string& root,
-                               const std::vector<std::string>& lines) {
-  std::string text = fmt::format("{} does not hold any more in {}:", name, root);
-  for (const std::string& line : lines)
-    text += "\n  " + line;
+                               const std::string& lines) {
+  std::string text = fmt::format("{} does not hold any more in {}:\n  ", name, root);
+  for (const char c : lines)
+    text += c == '\n' ? "\n  " : std::string(1, c);
   throw Error(text);
+}
+
+// What a lock holds as a request.
+Request request_of(const Lock& lock, const std::string& root) {
+  Request request;
+  request.root = root;
+  request.undo = lock.undo;
+  request.platform = lock.platform;
+  request.list_reads = true;
+  for (const auto& group : lock.groups) {
+    request.groups.emplace_back();
+    for (const LockedProduct& product : group)
+      request.groups.back().push_back({product.query, product.query.product.path(), false});
+  }
+  return request;
 }
 
 // Operating system and architecture without versions.
@@ -381,26 +398,12 @@ Answer answer_to(const Lock& lock, const std::string& root, const Environment& b
                  const std::string& name) {
   const std::string place = absolute_root(root.empty() ? lock.root : root);
   const std::vector<std::string> changes = changes_since(lock, place);
-  if (!changes.empty()) fail_changed(name, place, changes);
-  Question question;
-  question.root = place;
-  question.undo = lock.undo;
-  question.platform = lock.platform;
-  question.list_reads = true;
-  for (const auto& group : lock.groups) {
-    question.groups.emplace_back();
-    for (const LockedProduct& product : group)
-      question.groups.back().push_back(product.query);
-  }
-  Answer answer = compute(question, base);
-  if (!answer.done) {
-    std::vector<std::string> faults;
-    for (const Fault& fault : answer.faults)
-      faults.push_back(fault.text);
-    fail_changed(name, place, faults);
-  }
+  if (!changes.empty()) fail_changed(name, place, joined(changes, "\n"));
+  const Request request = request_of(lock, place);
+  Answer answer = compute(request.question(), base);
+  if (!answer.done) fail_changed(name, place, explained(request, base, answer));
   const std::vector<std::string> other = differences(lock, answer);
-  if (!other.empty()) fail_changed(name, place, other);
+  if (!other.empty()) fail_changed(name, place, joined(other, "\n"));
   return answer;
 }
 

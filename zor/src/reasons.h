@@ -95,6 +95,9 @@ struct Account {
 Account account_of(const Question& question, const Environment& base,
                    const std::string& variable = "", bool constraints = false);
 
+// The variable that a fault is about, as environments name it; faults give names as data files do.
+std::string variable_of(const Fault& fault);
+
 // Of a variable or of an element, null if there is none.
 const VariableReason* reason_of(const Account& account, const std::string& variable, int group);
 const ElementReason* reason_of(const VariableReason& variable, const std::string& element);

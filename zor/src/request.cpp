@@ -405,6 +405,7 @@ Question Request::question() const {
   question.undo = undo;
   question.ignore_missing = ignore_missing;
   question.list_reads = list_reads;
+  question.platform = platform;
   for (const auto& group : groups) {
     question.groups.emplace_back();
     for (const NamedQuery& named : group)

@@ -36,6 +36,7 @@ struct Request {
   bool undo = false;
   bool ignore_missing = false;
   bool list_reads = false;  // the answer is to tell what it depends on
+  std::string platform;     // that the host counts as, if not as what it is
   std::shared_ptr<const Config> config;
   std::string notes;  // what the user is to hear of it, as lines
   // What zorenv would have made of it: an output option of its own, or a program and its arguments.

@@ -370,8 +370,9 @@ VariableReason VariableAccount::take(const std::string& stated) {
 }
 
 // The character in front of the last element of the new value is it; else what the operations
-// state.
+// state. Old recipes have but one.
 std::string VariableAccount::separator(const std::string& stated) const {
+  if (reason_.group == kRecipes) return ":";
   const ElementReason* last = nullptr;
   for (const ElementReason& element : reason_.elements)
     if (element.position >= 0) last = &element;
@@ -398,6 +399,12 @@ Account account_of(const Question& question, const Environment& base, const std:
   };
   account.answer = compute(question, base, inside);
   return account;
+}
+
+std::string variable_of(const Fault& fault) {
+  for (const Binding& detail : fault.details)
+    if (detail.name == "environment variable") return name_from_table(detail.value);
+  return {};
 }
 
 const VariableReason* reason_of(const Account& account, const std::string& variable, int group) {

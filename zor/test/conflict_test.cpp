@@ -1,8 +1,16 @@
 // The texts of reasons: of elements, of choices, and of conflicts with the ways out of them.
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <regex>
+#include <sstream>
 
+#include "model/generator.h"
+#include "model/model.h"
+#include "process.h"
 #include "session_support.h"
 #include "zor.h"
 
@@ -232,6 +240,65 @@ TEST_F(Why, TheChainOfPartsLeadsToTheUsersWord) {
              "    other behind // (or --and), where it overrides the others\n"
              "    without other\n",
          1);
+}
+
+// The lines of a text.
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+bool IsConflict(const std::string& line) {
+  return !line.starts_with("  ") &&
+         std::ranges::any_of(
+             std::array{"both inserted and removed", "cyclic constraints",
+                        "inconsistent separators", "nothing settles this"},
+             [&](const char* words) { return line.find(words) != std::string::npos; });
+}
+
+// Below each conflict stand two operations or more, each at a place where there is one.
+TEST(Conflicts, AreExplainedOnRandomWarehouses) {
+  const int wanted = Rounds(4);  // requests with conflicts
+  const TemporaryTree tree;
+  const std::regex place(R"(\((/[^()]*/(un)?env\.xml):(\d+):(\d+)\)$)");
+  int requests = 0, conflicts = 0, ways = 0;
+  for (unsigned long long seed = 1; requests < wanted && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const model::Case run = model::Generate(seed, tree / std::to_string(seed));
+    std::filesystem::create_directories(run.base);
+    LayOut(run);
+    std::vector<std::string> argv = {ZOR_PROGRAM, "env"};
+    for (const std::string& argument : run.arguments)
+      if (!argument.starts_with("--") || argument == "--and" || argument == "--undo")
+        argv.push_back(argument);
+    RunOptions options;
+    options.environment = run.environment;
+    options.directory = run.base;
+    const RunResult result = RunProgram(argv, options);
+    const std::vector<std::string> lines = Lines(result.err);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      if (!IsConflict(lines[i])) continue;
+      ++conflicts;
+      int operations = 0;
+      for (std::size_t j = i + 1; j < lines.size() && lines[j].starts_with("  "); ++j) {
+        if (lines[j] == "  by the same operations as above") operations = 2;
+        std::smatch match;
+        if (lines[j].starts_with("   ") || !std::regex_search(lines[j], match, place)) continue;
+        ++operations;
+        const std::string content = ReadFile(match[1]);
+        EXPECT_LE(std::stol(match[3]), std::ranges::count(content, '\n')) << lines[j];
+      }
+      EXPECT_GE(operations, 2) << result.err;
+    }
+    requests += std::ranges::any_of(lines, IsConflict) ? 1 : 0;
+    if (result.err.find("  what works") != std::string::npos) ++ways;
+    std::filesystem::remove_all(run.base);
+  }
+  std::printf("%d requests with %d conflicts, %d with ways out\n", requests, conflicts, ways);
+  EXPECT_GT(conflicts, wanted - 1);
 }
 
 }  // namespace

@@ -32,6 +32,15 @@ bool IsText(const Json& text) {
   return text.is_string();
 }
 
+// The tool writes each byte of another name as a character of its own.
+bool IsAscii(const std::string& name) {
+  return std::all_of(name.begin(), name.end(), [](char c) { return c >= 0; });
+}
+
+bool IsTried(const Json& variable) {
+  return IsText(variable["name"]) && IsAscii(TextOf(variable["name"]));
+}
+
 // ---- Lines of data files ----
 
 // The position of a line and a column, in characters, of a file.
@@ -129,7 +138,7 @@ class Trial {
     ++counts_->requests;
     AllIsAccountedFor(told, *result);
     for (const Json& variable : told["variables"])
-      if (IsText(variable["name"]) && !testing::Test::HasFailure()) TryVariable(told, variable);
+      if (IsTried(variable) && !testing::Test::HasFailure()) TryVariable(told, variable);
     return true;
   }
 
@@ -177,7 +186,7 @@ class Trial {
       base.merge(Take(text));
     std::set<std::string> names;
     for (const Json& variable : told["variables"]) {
-      if (!IsText(variable["name"])) continue;
+      if (!IsTried(variable)) continue;
       const std::string name = variable["name"];
       names.insert(name);
       const Json& last = variable["steps"].back();
@@ -205,11 +214,8 @@ class Trial {
           EXPECT_TRUE(has_reason) << element.dump(1) << variable.dump(1);
         }
     }
-    const auto is_ascii = [](const std::string& name) {
-      return std::all_of(name.begin(), name.end(), [](char c) { return c >= 0; });
-    };
     for (const auto& [name, value] : result)
-      if (is_ascii(name) && !names.contains(name)) {
+      if (IsAscii(name) && !names.contains(name)) {
         EXPECT_TRUE(base.contains(name)) << name;
         EXPECT_EQ(base[name], value) << name;
       }
@@ -338,7 +344,7 @@ class Trial {
     const std::set<int> standing = Of(element["removes"]);
     for (const int one : standing) {
       const Places place = PlacesOf(told, {one});
-      if (standing.size() == 1 || PlacesOf(told, removes) == place) break;
+      if (place == PlacesOf(told, standing)) break;
       const auto still = HasElement(variable, element["value"], place);
       EXPECT_FALSE(still.value_or(false));
     }
