@@ -271,12 +271,17 @@ class Trial {
   void TryVariable(const Json& told, const Json& variable) {
     const Json& last = variable["steps"].back();
     const bool is_recipe = last["group"].is_null();
+    // An inserted text may be a list itself, in which another element seems to stand.
+    const std::string separator = TextOf(last["separator"]);
+    if (std::ranges::any_of(last["elements"], [&](const Json& element) {
+          return TextOf(element["value"]).find(separator) != std::string::npos;
+        })) {
+      ++counts_->skipped;
+      return;
+    }
     for (const Json& element : last["elements"]) {
-      // An empty element can't be seen in a value, nor one with the separator in it told from two.
-      const std::string value = TextOf(element["value"]);
-      if (!IsText(element["value"]) || value.empty() ||
-          value.find(TextOf(last["separator"])) != std::string::npos)
-        continue;
+      // An empty element can't be seen in a value.
+      if (!IsText(element["value"]) || TextOf(element["value"]).empty()) continue;
       SCOPED_TRACE(TextOf(variable["name"]) + ": " + element.dump(1));
       std::set<int> inserts = Of(element["inserts"]), removes = Of(element["removes"]);
       for (const Json& pair : element["overruled"]) {
