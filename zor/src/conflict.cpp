@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <set>
 
 #include "catalogue.h"
@@ -178,6 +179,7 @@ class WaysOut {
 
   std::string of(const std::set<Spot>& spots) {
     for (const Spot& spot : spots) {
+      try_conditions(spot);
       try_versions(spot);
       try_behind(spot);
       try_without(spot);
@@ -227,6 +229,28 @@ class WaysOut {
     std::reverse(others.begin(), others.end());
     if (others.size() > kMostVersions) others.resize(kMostVersions);
     return others;
+  }
+
+  // Where several varieties are taken, the variables that tell them apart.
+  void try_conditions(const Spot& spot) {
+    if (spot.first >= answer_.groups.size() || spot.second >= answer_.groups[spot.first].size())
+      return;
+    std::map<std::string, std::set<std::string>> values;
+    for (const Variety& variety : answer_.groups[spot.first][spot.second].varieties)
+      if (variety.chosen && variety.complete)
+        for (const Binding& variable : variety.variables)
+          values[variable.name].insert(variable.value);
+    for (const auto& [name, all] : values)
+      for (const std::string& value : all) {
+        if (all.size() < 2 || is_pattern(value)) continue;
+        Request request = request_;
+        request.groups[spot.first][spot.second].query.conditions.push_back({name, value});
+        if (works(request))
+          propose(word_text(named(spot)) +
+                  (named(spot).exact ? fmt::format(" -v {} {}", name, value)
+                                     : fmt::format("[{}={}]", name, value)) +
+                  ", as several varieties of it fit");
+      }
   }
 
   void try_versions(const Spot& spot) {
