@@ -236,11 +236,43 @@ std::string normal_path(std::string_view path) {
   return joined(path_elements(path), "/");
 }
 
+std::string no_warehouse(const std::string& root, bool given) {
+  const char* const read_on = "\n  see zor(1), ENVIRONMENT";
+  if (!given)
+    return fmt::format(
+        "neither -r nor ZORROOT says where the warehouse is, and the current directory is none\n"
+        "  say it with -r DIRECTORY, or for all commands with export ZORROOT=DIRECTORY{}",
+        read_on);
+  struct stat info = {};
+  const int reason = stat(root.c_str(), &info) == 0 ? ENOTDIR : errno;
+  const std::size_t slash = root.rfind('/');
+  const std::string above = slash == std::string::npos ? "." : root.substr(0, slash + 1);
+  std::vector<std::string> names;
+  if (Directory directory = open_directory(AT_FDCWD, above.c_str()))
+    while (const dirent* entry = readdir(directory.get()))
+      if (is_searched(entry->d_name) && is_directory(dirfd(directory.get()), entry))
+        names.emplace_back(entry->d_name);
+  const std::vector<std::string> near =
+      nearest(slash == std::string::npos ? root : root.substr(slash + 1), names, 1);
+  return fmt::format(
+      "there is no warehouse {}: {}\n  that is where -r or ZORROOT says it is\n  {}{}", root,
+      std::strerror(reason),
+      near.empty()
+          ? "say where it is, with -r DIRECTORY or export ZORROOT=DIRECTORY"
+          : fmt::format("did you mean {}{}?", slash == std::string::npos ? "" : above, near[0]),
+      read_on);
+}
+
 Catalogue read_catalogue(const std::string& root, const std::string& below) {
   Catalogue catalogue;
   Walk walk(&catalogue, below);
   const std::string start = below.empty() ? root : root + '/' + below;
-  if (access(start.c_str(), R_OK | X_OK) != 0) fail("{}: {}", start, std::strerror(errno));
+  if (access(start.c_str(), R_OK | X_OK) != 0) {
+    const int reason = errno;
+    if (below.empty() && (reason == ENOENT || reason == ENOTDIR))
+      fail("{}", no_warehouse(root, true));
+    fail("{}: {}", start, std::strerror(reason));
+  }
   if (!walk.is_revision(start)) walk.visit(AT_FDCWD, start.c_str(), false);
   std::vector<Found>& found = walk.found();
   std::sort(found.begin(), found.end());

@@ -43,6 +43,10 @@ std::vector<std::string> path_elements(std::string_view path);
 // The path with one separator between two elements and none at its ends.
 std::string normal_path(std::string_view path);
 
+// Why no warehouse is at a root that nobody has given (then it is the current directory) or that is
+// no directory: what, why and what to do, in lines.
+std::string no_warehouse(const std::string& root, bool given);
+
 // All products below a directory of the warehouse; an empty one is the whole of it.
 // Throws Error if the directory can't be read.
 Catalogue read_catalogue(const std::string& root, const std::string& below = "");

@@ -4,8 +4,10 @@
 #include <set>
 
 #include "catalogue.h"
+#include "diagnosis.h"
 #include "error.h"
 #include "files.h"
+#include "formats/format.h"
 #include "lock.h"
 #include "words.h"
 
@@ -177,6 +179,7 @@ std::string listed(const std::vector<ProductName>& products) {
     candidates.push_back(path);
     candidates.push_back(product.name);
   }
+  if (root.empty() && catalogue.products.empty()) fail("{}", no_warehouse(root, false));
   const std::vector<std::string> near = nearest(joined(elements, "/"), candidates);
   std::string hint =
       near.empty() ? "zor avail lists what there is" : "did you mean " + joined(near, " or ") + "?";
@@ -204,7 +207,7 @@ ProductName resolve(const std::string& word, const std::string& path, const std:
     hide(config, &catalogue);
     found = readings_by_name(elements, catalogue);
     if (found.size() == 1 && !product_exists(root, found[0])) found.clear();
-    if (found.empty()) fail_unknown(word, elements, catalogue, root);
+    if (found.empty()) fail_unknown(word, elements, catalogue, given_root);
   }
   if (found.size() > 1) fail("{} may be any of these; say which:\n{}", word, listed(found));
   const bool asks_for_latest =
@@ -319,9 +322,14 @@ class Splitter {
     const std::string key = is_long ? word : word.substr(0, 2);
     if (key == "-v" && conditions_ && words->left() >= 2) {
       const std::string name = words->take();
+      if (words->peek().starts_with("--"))
+        misuse("-v {0} needs a value, and behind it stands {1}\nas in -v {0} VALUE {1}", name,
+               words->peek());
       conditions_->query.conditions.push_back({name, words->take()});
       return true;
     }
+    // Elsewhere it may be the subcommand's own.
+    if (key == "-v" && conditions_ && words->left() == 1 && words->free(0)) fail_option(word);
     if (options_(word) != OptionForm::kUnknown) return false;
     if (key == "-p") {
       split_.request.groups.back().push_back(take_product(words));
@@ -348,9 +356,23 @@ class Splitter {
     return true;
   }
 
+  [[noreturn]] void fail_option(const std::string& word) const {
+    const bool is_condition = word.starts_with("-v");
+    if (is_condition && conditions_)
+      misuse("-v needs the name of a variable and a value: -v VARIABLE VALUE");
+    if (is_condition)
+      misuse(
+          "-v stands behind the product whose variety it chooses: -p CATEGORY NAME -v VARIABLE "
+          "VALUE");
+    const std::string name = word.substr(std::min(word.size(), word.find_first_not_of('-')));
+    if (find_format(name))
+      misuse("there is no option {0}\nthe dialect {1} is chosen with --format {1}", word, name);
+    misuse("there is no option {}", word);
+  }
+
   void take_own(const std::string& word, Words* words) {
     const OptionForm form = options_(word);
-    if (form == OptionForm::kUnknown) misuse("there is no option {}", word);
+    if (form == OptionForm::kUnknown) fail_option(word);
     split_.rest.push_back(word);
     if (form == OptionForm::kTakesValue && !words->done()) split_.rest.push_back(words->take());
   }
@@ -370,6 +392,18 @@ std::string values_of(const Choice& choice, const std::string& name) {
   return joined({values.begin(), values.end()}, ", ");
 }
 
+// Which variables the varieties have in place of one that none has.
+std::string no_variable(const Choice& choice, const std::string& name) {
+  std::set<std::string> names;
+  for (const Variety& variety : choice.varieties)
+    for (const Binding& variable : variety.variables)
+      names.insert(variable.name);
+  const std::vector<std::string> all(names.begin(), names.end());
+  const std::string near = meant(name, all);
+  return "none has such a variable" + (all.empty() ? "" : ", they have " + enumerated(all)) +
+         (near.empty() ? "" : fmt::format(" (did you mean {}?)", near));
+}
+
 std::string why_silent(const Choice& choice, const std::vector<Binding>& conditions) {
   const std::string path = choice.product.path();
   const bool any = std::any_of(choice.varieties.begin(), choice.varieties.end(),
@@ -384,9 +418,10 @@ std::string why_silent(const Choice& choice, const std::vector<Binding>& conditi
   std::string text;
   for (const Binding& condition : conditions) {
     const std::string values = values_of(choice, condition.name);
-    text += fmt::format("{}no variety of {} has {}={}; {}", text.empty() ? "" : "\n", path,
-                        condition.name, condition.value,
-                        values.empty() ? "none has such a variable" : "there are " + values);
+    text +=
+        fmt::format("{}no variety of {} has {}={}; {}", text.empty() ? "" : "\n", path,
+                    condition.name, condition.value,
+                    values.empty() ? no_variable(choice, condition.name) : "there are " + values);
   }
   if (!text.empty()) return text;
   return fmt::format("no variety of {} is for this host, {}; there are {}", path,
@@ -429,7 +464,8 @@ Request default_request(const std::string& word, const std::shared_ptr<const Con
   Request request = Splitter(no_options, environment, config).split({word}).request;
   if (!config->skip_broken_defaults) return request;
   const Answer answer = compute(request.question(), environment);
-  if (!answer.done) fail("{}", answer.faults.empty() ? "no answer" : answer.faults[0].text);
+  if (!answer.done)
+    fail("{}", answer.faults.empty() ? "no answer" : first_line(answer.faults[0].text));
   return request;
 }
 
@@ -477,6 +513,15 @@ std::vector<std::string> silent_choices(const Request& request, const Answer& an
           conditions = named.query.conditions;
       lines.push_back(why_silent(choice, conditions));
     }
+  return lines;
+}
+
+std::string missing_parts(const Answer& answer) {
+  std::string lines;
+  for (const MissingPart& part : answer.missing_parts)
+    lines += fmt::format("zor: {}:{}:{}: {} is without its part {}: {}\n", part.where.file,
+                         part.where.line, part.where.column, part.where.product.path(),
+                         part.product.path(), part.why);
   return lines;
 }
 

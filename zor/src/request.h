@@ -73,6 +73,9 @@ Query read_word(const std::string& word, const std::string& root, const Config& 
 // variety meets the conditions, or none that does is complete.
 std::vector<std::string> silent_choices(const Request& request, const Answer& answer);
 
+// The same of parts that do not exist, which are passed over: lines with their ends.
+std::string missing_parts(const Answer& answer);
+
 }  // namespace zor
 
 #endif

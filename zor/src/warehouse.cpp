@@ -241,6 +241,68 @@ void take_products(Answer* answer, const WH_COMPUTATION* all) {
   }
 }
 
+// ---- What was asked for ----
+
+// A part as far as its name stands in the part list; varieties may give parts of names.
+struct PartName {
+  ProductName name;
+  const WH_PART* part;
+};
+
+std::vector<PartName> parts_of(const WH_PRODUCT* product) {
+  std::vector<PartName> parts;
+  WH_SYMTAB* symtab = symtab_from_prodname(product->prodinfo->prodname, FWT("partlist.xml"));
+  for (const WH_PARTSPEC* spec = product->partlist->partspecs; spec; spec = spec->next)
+    for (const WH_PART* part = spec->parts; part; part = part->next) {
+      if (part->type != part_product) continue;
+      FwErrorState err;
+      WH_PRODUCT_NAME* name = wh_expand_prodname(&err, part->u.product->prodname, symtab);
+      if (!err.pError) parts.push_back({name_of(name), part});
+      free_prodname(&name);
+      FwErrorClear(&err);
+    }
+  free_symtab(&symtab);
+  return parts;
+}
+
+void take_missing_parts(Answer* answer, const WH_COMPUTATION* all) {
+  if (!all->index || !all->index->missing) return;
+  for (const WH_PRODUCT* product : elements<WH_PRODUCT>(all->index->entries))
+    for (const PartName& each : parts_of(product)) {
+      if (each.part->u.product->optional || !each.part->place) continue;
+      WH_PRODUCT_NAME* name = make_name(each.name);
+      if (FwHashLookupEntry(all->index->missing, name, nullptr))
+        answer->missing_parts.push_back(
+            {each.name,
+             {name_of(product->prodinfo->prodname), string_of(each.part->place->file),
+              each.part->place->line, each.part->place->column},
+             why_missing(answer->root, each.name)});
+      free_prodname(&name);
+    }
+}
+
+// Whether there is a fault other than those of contradicting operations.
+bool wants_words(const Answer& answer) {
+  return std::any_of(answer.faults.begin(), answer.faults.end(), [](const Fault& fault) {
+    return fault.kind > FaultKind::kSeparators;
+  });
+}
+
+// Also the parts of what could be loaded, as far as their names stand in part lists.
+Asked asked_in(const Question& question, const Answer& answer, const WH_COMPUTATION* all) {
+  Asked asked = {absolute_root(question.root), !question.root.empty(), {}};
+  for (const Group& group : question.groups)
+    for (const Query& query : group)
+      asked.products.push_back(query.product);
+  for (const auto& group : answer.taken)
+    asked.products.insert(asked.products.end(), group.begin(), group.end());
+  if (all->index)
+    for (const WH_PRODUCT* product : elements<WH_PRODUCT>(all->index->entries))
+      for (const PartName& part : parts_of(product))
+        asked.products.push_back(part.name);
+  return asked;
+}
+
 // ---- What an answer depends on ----
 
 // Where the names of files go that stand in %[FILE], while a computation runs that is to tell.
@@ -486,6 +548,8 @@ Answer compute(const Question& question, const Environment& base, const Inside& 
   take_products(&answer, &all);
   if (question.list_reads) take_reads(&answer, &all);
   if (inside.look && all.group_speclists.state == FW_VECTOR_OPEN) inside.look(&all);
+  take_missing_parts(&answer, &all);
+  if (wants_words(answer)) explain_faults(&answer.faults, asked_in(question, answer, &all));
   if (answer.done && !question.choices_only)
     answer.environment = changed(base, all.oldenv, all.newenv);
   wh_computation_close(&all);

@@ -81,11 +81,14 @@ struct Location {
 // A fault, once however often the computation met it.
 struct Fault {
   FaultKind kind = FaultKind::kOther;
-  std::string text;  // the engine's words, without "Error:" in front of them
+  // For people. The engine's words, without "Error:" in front of them; for faults of data files and
+  // of what lies on disk, where, what, why and what to do, in lines.
+  std::string text;
   // The details in it, each a word for what it is ("File", "environment variable") and its name.
   std::vector<Binding> details;
   // The insert and the remove of a clash and of what has no end; the operations of a circle, each
-  // of which wants its element in front of that of the next.
+  // of which wants its element in front of that of the next; the places of faults in a data file,
+  // and of uses of a name that nothing defines, these without a product.
   std::vector<Location> places = {};
 
   bool operator==(const Fault&) const = default;
@@ -104,6 +107,13 @@ struct Choice {
   std::vector<Variety> varieties;  // all, in the order of the file
 };
 
+// A part that a part list names and that does not exist.
+struct MissingPart {
+  ProductName product;
+  Location where;   // of the product that has it
+  std::string why;  // in words
+};
+
 struct Answer {
   bool done = false;  // no fault: environment holds
   Environment environment;
@@ -116,6 +126,8 @@ struct Answer {
   // The separators that data files state: a variable's name, which may be a pattern, and the
   // separator that is stated first for it.
   std::vector<Binding> separators;
+  // Parts that were passed over, but for those that are optional.
+  std::vector<MissingPart> missing_parts;
   // If asked for: the paths of all data files that were looked for, those that do not exist as
   // well, sorted, each once. Paths below the root are relative to it.
   std::vector<std::string> reads;

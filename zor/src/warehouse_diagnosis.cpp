@@ -99,6 +99,11 @@ std::string hint(const std::string& word, const Names& candidates) {
   return near.empty() ? "" : fmt::format(" (did you mean {}?)", near);
 }
 
+// "a product.xml", "an env.xml"
+std::string with_article(const char* file) {
+  return fmt::format("{} {}", std::strchr("aeiou", file[0]) ? "an" : "a", file);
+}
+
 // What the engine calls a fault of the parser.
 std::string engine_word(int code) {
   const FwError* kind = x2fwerr(code);
@@ -172,37 +177,16 @@ Names names_of(const WH_CONTEXT* context) {
   return names;
 }
 
-// The names that %(NAME) may have in the files of the product whose directory this is. Those that
-// only lead to one that is not defined are left out.
-Names defined_names(const std::string& directory) {
-  Names names = {"BASE-DIRECTORY"};
-  std::string path = directory + "/product.xml";
-  WH_PRODUCT_NAME* nobody = make_name({});
-  FwErrorState err;
-  WH_PRODUCT_INFO* info = read_prodinfo_file(&err, nobody, text(path), 1, WH_XML_PF_NO_CHECKS);
-  const auto add = [&names](const WH_CONTEXT* context) {
-    for (std::string& name : names_of(context))
-      if (std::find(names.begin(), names.end(), name) == names.end())
-        names.push_back(std::move(name));
-  };
-  if (info)
-    for (WH_VARIETY* variety : elements<WH_VARIETY>(info->varieties->seq)) {
-      WH_CONTEXT* context = context_from_variety(variety);
-      add(context);
-      free_context(&context);
-    }
-  WH_SYMTAB* symtab = symtab_from_prodname(nobody, FWT(""));
-  for (const WH_CONTEXT* context : elements<WH_CONTEXT>(symtab->contexts))
-    for (const WH_CONTEXT_VALUE* value = context->vals; value; value = value->next) {
-      const bool leads_nowhere =
-          value->v && string_of(value->v).starts_with("%(INSTALLED-FROM)") &&
-          std::find(names.begin(), names.end(), "INSTALLED-FROM") == names.end();
-      if (value->v && !leads_nowhere) names.push_back(string_of(value->n));
-    }
+// The names, of the global ones, whose values lead to a name, and the name itself.
+Names leading_to(const std::string& wanted) {
+  Names names = {wanted};
+  WH_SYMTAB* symtab = make_symtab(FWT(""));
+  for (std::size_t i = 0; i < names.size(); ++i)
+    for (const WH_CONTEXT* context : elements<WH_CONTEXT>(symtab->contexts))
+      for (const WH_CONTEXT_VALUE* value = context->vals; value; value = value->next)
+        if (string_of(value->v).find("%(" + names[i] + ")") != std::string::npos)
+          names.push_back(string_of(value->n));
   free_symtab(&symtab);
-  free_prodinfo(&info);
-  free_prodname(&nobody);
-  FwErrorClear(&err);
   return names;
 }
 
@@ -457,15 +441,15 @@ class Reading {
         break;
       case wh_refused_file:
         add_refusal(DiagnosisKind::kRefused, place,
-                    fmt::format("{} can't stand in a {}", refusal.name, row_.name),
+                    fmt::format("{} can't stand in {}", refusal.name, with_article(row_.name)),
                     std::strcmp(refusal.name, "SETENV") == 0
                         ? "it is for setup.xml, unset.xml and prep.xml"
                         : "it is for install.xml and uninstall.xml");
         break;
       case wh_refused_host:
         add_refusal(DiagnosisKind::kRefused, place,
-                    fmt::format("{} does not say for which host it is, as it must in a {}",
-                                refusal.name, row_.name),
+                    fmt::format("{} does not say for which host it is, as it must in {}",
+                                refusal.name, with_article(row_.name)),
                     "add host=\"...\" to it or to its PATTERN");
         break;
     }
@@ -512,7 +496,7 @@ class Reading {
     add_refusal(DiagnosisKind::kMisplaced, place,
                 fmt::format("{} {}; here {} stand {}{}", name,
                             known ? fmt::format("has no place here in {}", parent.name)
-                                  : fmt::format("is no element of a {}", row_.name),
+                                  : "is no element of " + with_article(row_.name),
                             refusal.end ? "may" : "must", enumerated(may, "or"),
                             near.empty() ? "" : fmt::format(" (did you mean {}?)", near)),
                 near.empty() ? known ? fmt::format("move {} to where it may stand", name)
@@ -523,16 +507,16 @@ class Reading {
   void refuse_root(const std::string& name, const Names& starts, SourceText::Place place) {
     for (const FileRow& other : kFiles)
       if (name == other.root || (other.format == Format::kProduct && name == "VARIETIES")) {
-        add_refusal(
-            DiagnosisKind::kMisplaced, place,
-            fmt::format("the root is {}, so this is a {}; the root of a {} is {}", name, other.name,
-                        row_.name, row_.root),
-            fmt::format("give the file the name {}, and put a {} here", other.name, row_.name));
+        add_refusal(DiagnosisKind::kMisplaced, place,
+                    fmt::format("the root is {}, so this is {}; the root of {} is {}", name,
+                                with_article(other.name), with_article(row_.name), row_.root),
+                    fmt::format("give the file the name {}, and put {} here", other.name,
+                                with_article(row_.name)));
         return;
       }
     const std::string near = meant(name, starts);
     add_refusal(DiagnosisKind::kMisplaced, place,
-                fmt::format("the root is {}; the root of a {} is {}{}", name, row_.name,
+                fmt::format("the root is {}; the root of {} is {}{}", name, with_article(row_.name),
                             enumerated(starts, "or"), hint(name, starts)),
                 fmt::format("write {}, in its end tag too", near.empty() ? row_.root : near));
   }
@@ -556,13 +540,17 @@ class Reading {
 
 void Reading::add_unreadable() {
   struct stat info = {};
-  const bool is_directory = stat(path_.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+  const int failed = stat(path_.c_str(), &info) == 0 ? 0 : errno;
+  if (failed == ENOENT || failed == ENOTDIR) return;
+  const bool is_directory = failed == 0 && S_ISDIR(info.st_mode);
   found_.push_back({DiagnosisKind::kUnreadable, path_, 0, 0,
                     is_directory ? "this is a directory, and should be a file"
                                  : "the file can't be read: permission denied",
                     "its product can't be used",
                     is_directory ? "move it away, and put the file in its place"
-                                 : "make it readable for all who use the warehouse: chmod a+r",
+                                 : fmt::format("make it readable for all who use the warehouse: "
+                                               "chmod a+r {}",
+                                               path_),
                     fmt::format("{}, {}", kPage, row_.section)});
 }
 
@@ -704,6 +692,55 @@ std::string folded(std::string word) {
 }
 
 }  // namespace
+
+std::vector<std::string> defined_names(const std::string& directory) {
+  Names names = {"BASE-DIRECTORY"};
+  std::string path = directory + "/product.xml";
+  WH_PRODUCT_NAME* nobody = make_name({});
+  FwErrorState err;
+  WH_PRODUCT_INFO* info = read_prodinfo_file(&err, nobody, text(path), 1, WH_XML_PF_NO_CHECKS);
+  const auto add = [&names](const WH_CONTEXT* context) {
+    for (std::string& name : names_of(context))
+      if (std::find(names.begin(), names.end(), name) == names.end())
+        names.push_back(std::move(name));
+  };
+  if (info)
+    for (WH_VARIETY* variety : elements<WH_VARIETY>(info->varieties->seq)) {
+      WH_CONTEXT* context = context_from_variety(variety);
+      add(context);
+      free_context(&context);
+    }
+  WH_SYMTAB* symtab = symtab_from_prodname(nobody, FWT(""));
+  for (const WH_CONTEXT* context : elements<WH_CONTEXT>(symtab->contexts))
+    for (const WH_CONTEXT_VALUE* value = context->vals; value; value = value->next) {
+      const bool leads_nowhere =
+          value->v && string_of(value->v).starts_with("%(INSTALLED-FROM)") &&
+          std::find(names.begin(), names.end(), "INSTALLED-FROM") == names.end();
+      if (value->v && !leads_nowhere) names.push_back(string_of(value->n));
+    }
+  free_symtab(&symtab);
+  free_prodinfo(&info);
+  free_prodname(&nobody);
+  FwErrorClear(&err);
+  return names;
+}
+
+std::vector<NameUse> uses_of_name(const std::vector<std::string>& files, const std::string& name) {
+  const Names names = leading_to(name);
+  std::vector<NameUse> found;
+  for (const std::string& file : files) {
+    const FileRow* row = row_of(file);
+    if (!row) continue;
+    Reading reading(*row, file);
+    reading.run();
+    for (const Use& use : reading.uses())
+      if (use.reference.bracket != '[' &&
+          std::find(names.begin(), names.end(), use.reference.name) != names.end())
+        found.push_back({file, use.place.line, use.place.column, use.reference.name,
+                         use.reference.bracket == '{'});
+  }
+  return found;
+}
 
 std::string enumerated(const std::vector<std::string>& words, std::string_view word) {
   std::string text;

@@ -19,6 +19,7 @@ namespace {
 class Loaded {
  public:
   Loaded(std::string root, const ProductName& product) : collecting_(&faults_) {
+    const Asked asked = {absolute_root(root), !root.empty(), {product}};
     if (root.empty()) root = ".";
     FwTextString base = FwFileAbsolutePath(&err_, text(root));
     if (base) {
@@ -32,6 +33,7 @@ class Loaded {
     }
     if (!product_) collect_error(&err_);
     FwErrorClear(&err_);
+    explain_faults(&faults_, asked);
   }
   ~Loaded() {
     free_prodname(&name_);
@@ -344,6 +346,7 @@ ProductName latest_of(const std::string& root, const ProductName& product) {
   free_prodname(&name);
   if (err.pError) collect_error(&err);
   FwErrorClear(&err);
+  explain_faults(&faults, {absolute_root(root), !root.empty(), {product}});
   if (!faults.empty()) throw Error(faults[0].text);
   return latest;
 }

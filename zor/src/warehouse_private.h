@@ -98,6 +98,34 @@ struct Inside {
 
 Answer compute(const Question& question, const Environment& base, const Inside& inside);
 
+// What was asked for when faults came about.
+struct Asked {
+  std::string root;                   // absolute
+  bool root_given = true;             // by somebody; otherwise it is the current directory
+  std::vector<ProductName> products;  // as they were asked for, and what they led to
+};
+
+// Puts faults of data files, and of what lies on disk, into words for people: where, what, why and
+// what to do. Those that come to the same text become one.
+void explain_faults(std::vector<Fault>* faults, const Asked& asked);
+
+// Why a product that is asked for does not exist, in a line.
+std::string why_missing(const std::string& root, const ProductName& product);
+
+// Where a data file uses a name, or one that leads to it.
+struct NameUse {
+  std::string file;
+  int line;
+  int column;
+  std::string name;     // the one that stands there
+  bool of_environment;  // %{NAME}, not %(NAME)
+};
+std::vector<NameUse> uses_of_name(const std::vector<std::string>& files, const std::string& name);
+
+// The names that %(NAME) may have in the files of the product whose directory this is. Those that
+// only lead to one that is not defined are left out.
+std::vector<std::string> defined_names(const std::string& directory);
+
 }  // namespace zor
 
 #endif

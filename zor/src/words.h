@@ -14,6 +14,11 @@ inline std::string joined(const std::vector<std::string>& words, std::string_vie
   return fmt::format("{}", fmt::join(words, separator));
 }
 
+// The first line of a text, without its end.
+inline std::string first_line(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
+
 }  // namespace zor
 
 #endif

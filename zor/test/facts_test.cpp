@@ -268,7 +268,13 @@ TEST(Show, TellsWhatIsWrongWithAProduct) {
   const std::string root = warehouse.Root();
   const RunResult broken = Zor({"show", "-r", root, "C/P"});
   EXPECT_EQ("", broken.out);
-  EXPECT_EQ("zor: XML parsing error in File " + root + "/C/P/1/1/env.xml\n", broken.err);
+  EXPECT_EQ(
+      "zor: " + root +
+          "/C/P/1/1/env.xml:1:15: NO is no element of an env.xml; here may stand ENV-GROUP or "
+          "the end of ENV-SETTINGS\n"
+          "  XML parsing error: the file is not read, and its product can't be used\n"
+          "  take NO out\n  see zorenv-warehouse(5), ENV.XML AND UNENV.XML\n",
+      broken.err);
   EXPECT_EQ(1, broken.status);
   const std::string one = "zor: say which product, and only one, as in: zor show tools/weaver\n";
   Expect(Zor({"show", "-r", root}), "", one, 2);
@@ -311,7 +317,9 @@ TEST(Search, PassesOverBrokenProducts) {
   const std::string root = warehouse.Root();
   const std::string file = root + "/C/P/1/1/product.xml";
   Expect(Zor({"search", "-r", root, "p"}), "C/PP/1/1\n",
-         "zor: passed over C/P/1/1: XML parsing error in File " + file + "\n", 0);
+         "zor: passed over C/P/1/1: " + file +
+             ":1:1: the root is NO; the root of a product.xml is PRODUCT-INFO or VARIETIES\n",
+         0);
 }
 
 TEST(Which, FindsTheCommandInTheNewEnvironment) {

@@ -47,12 +47,12 @@ struct Shop : Warehouse {
     more.push_back("ZORROOT=" + Root());
     return Zor(std::move(words), std::move(more));
   }
-  std::string Lock(const std::vector<std::string>& request,
-                   std::vector<std::string> more = {}) const {
+  std::string Lock(const std::vector<std::string>& request, std::vector<std::string> more = {},
+                   const std::string& told = "") const {
     std::vector<std::string> words = {"lock"};
     words.insert(words.end(), request.begin(), request.end());
     const RunResult result = Run(words, std::move(more));
-    EXPECT_EQ("", result.err);
+    EXPECT_EQ(told, result.err);
     EXPECT_EQ(0, result.status);
     return result.out;
   }
@@ -142,7 +142,11 @@ TEST(Lock, NamesEachFileThatHasChangedOrGoneOrCome) {
 TEST(Lock, NamesAPartThatWasMissingAndHasCome) {
   Shop shop;
   shop.ProductWithParts("C/whole/1/1", Insert("WHOLE", "x"), Part("hole", "1", "1"));
-  const std::string file = shop.LockFile({"whole"});
+  const std::string told =
+      "zor: " + shop.Path("C/whole/1/1/partlist.xml") +
+      ":1:38: C/whole/1/1 is without its part C/hole/1/1: C has no product hole; there are part, "
+      "tool and whole (did you mean whole?)\n";
+  const std::string file = shop.Write("zor.lock", shop.Lock({"whole"}, {}, told));
   Expect(shop.Run({"env", "--locked", file}), "WHOLE='x'; export WHOLE;\n", "", 0);
   shop.Product("C/hole/1/1");
   Expect(shop.Run({"env", "--locked", file}), "",

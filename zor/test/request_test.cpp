@@ -59,7 +59,8 @@ TEST(Request, TellsWhatIsWrongWithANameAndWhatThereIs) {
        "zor: tools/weaver has no such version or revision: weaver/7\nthere are: 1.9 1.10\n",
        1},
       {{"env", "weaver[compiler=gc]"},
-       "zor: no variety of tools/weaver/1.10/2 has compiler=gc; none has such a variable\n",
+       "zor: no variety of tools/weaver/1.10/2 has compiler=gc; none has such a variable, "
+       "they have platform\n",
        1},
       {{"env", "weaver[compiler]"},
        "zor: weaver[compiler]: a condition is written [name=value], as in "
@@ -124,7 +125,9 @@ TEST(Exec, BecomesTheProgram) {
   const RunResult killed = ZorOnExamples({"exec", "site", "--", "sh", "-c", "kill -TERM $$"});
   EXPECT_EQ(SIGTERM, killed.signal);
   Expect(ZorOnExamples({"exec", "site", "--", "no-such-program"}), "",
-         "zor: no-such-program: No such file or directory\n", 127);
+         "zor: there is no program no-such-program on the PATH of this environment\n"
+         "zor search no-such-program tells which products have one\n",
+         127);
 }
 
 TEST(Exec, AFailureStartsNothing) {

@@ -127,8 +127,10 @@ TEST(Defaults, AreWhatLoadAloneLoads) {
 TEST(Defaults, ABrokenOneIsAFaultUnlessItIsToBeLeftOut) {
   Desk desk;
   desk.File("tools/broken/1/1", "product.xml", "<NO/>");
-  const std::string fault =
-      "XML parsing error in File " + desk.Root() + "/tools/broken/1/1/product.xml\n";
+  const std::string fault = desk.Root() +
+                            "/tools/broken/1/1/product.xml:1:1: the root is NO; the root of a "
+                            "product.xml is PRODUCT-INFO "
+                            "or VARIETIES\n";
   const std::string list = "default = ['wheel', 'tools/broken', 'tools/none', 'loom']\n";
   desk.Write("root/zor.toml", list);
   const RunResult whole = desk.Run("zor load; echo $WHEEL-$LOOM");

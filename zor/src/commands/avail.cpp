@@ -2,6 +2,7 @@
 #include "catalogue.h"
 #include "commands/command.h"
 #include "config.h"
+#include "diagnosis.h"
 #include "error.h"
 #include "render/json.h"
 #include "render/text.h"
@@ -78,6 +79,10 @@ int run_avail(Context* context) {
   const Config config = load_config(root, context->environment);
   Catalogue catalogue = read_catalogue(root);
   hide(config, &catalogue);
+  std::vector<std::string> names;
+  for (const CatalogueProduct& product : catalogue.products)
+    for (const std::string& name : {product.name, product.category + '/' + product.name})
+      names.push_back(name);
   std::erase_if(catalogue.products,
                 [&](const CatalogueProduct& product) { return !is_wanted(product, pattern); });
   if (json) {
@@ -93,7 +98,11 @@ int run_avail(Context* context) {
   }
   for (const CatalogueRemark& remark : catalogue.remarks)
     context->notes += fmt::format("zor: {}: {}\n", remark.path, remark.text);
-  if (catalogue.products.empty()) fail("there is no such product in {}", root);
+  if (catalogue.products.empty()) {
+    const std::string near = meant(pattern, names);
+    fail("there is no such product in {}{}", root,
+         near.empty() ? "" : fmt::format("; did you mean {}?", near));
+  }
   std::vector<std::string> lines;
   for (const CatalogueProduct& product : catalogue.products)
     add_lines(product, &lines);

@@ -139,6 +139,11 @@ ProductName one_product(const Request& request) {
   execvp(arguments[0], arguments.data());
   const int reason = errno;
   environ = nullptr;
+  if (reason == ENOENT && program[0].find('/') == std::string::npos)
+    throw Error(fmt::format("there is no program {0} on the PATH of this environment\n"
+                            "zor search {0} tells which products have one",
+                            program[0]),
+                127);
   throw Error(fmt::format("{}: {}", program[0], std::strerror(reason)),
               reason == ENOENT ? 127 : 126);
 }
@@ -164,6 +169,7 @@ Answer answer_to(const Request& request, const Environment& base, Context* conte
   // A line of zorenv means here what it means there, though not without a word.
   if (!lines.empty() && !exact) throw Error(lines);
   if (!lines.empty()) context->notes += lines + '\n';
+  context->notes += missing_parts(answer);
   check_deprecated(request, context);
   return answer;
 }

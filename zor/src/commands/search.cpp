@@ -11,6 +11,7 @@
 #include "files.h"
 #include "render/json.h"
 #include "render/text.h"
+#include "words.h"
 
 namespace zor {
 
@@ -120,7 +121,8 @@ int run_search(Context* context) {
     try {
       hit.facts = read_product(root, name);
     } catch (const Error& error) {
-      context->notes += fmt::format("zor: passed over {}: {}\n", name.path(), error.what());
+      context->notes +=
+          fmt::format("zor: passed over {}: {}\n", name.path(), first_line(error.what()));
       continue;
     }
     for (const std::string& directory : hit.facts.path)
