@@ -141,7 +141,7 @@ std::string program_on_path(const std::string& name, const Environment& environm
   const std::string path(environment.find("PATH").value_or(""));
   for (std::size_t start = 0; start <= path.size();) {
     const std::size_t end = std::min(path.find(':', start), path.size());
-    const std::string file = path.substr(start, end - start) + '/' + name;
+    std::string file = path.substr(start, end - start) + '/' + name;
     if (end > start && is_program(file)) return file;
     start = end + 1;
   }
