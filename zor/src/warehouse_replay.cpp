@@ -33,8 +33,9 @@ class Replay {
   Replay& operator=(const Replay&) = delete;
 
   void run() {
-    index_unvisit(all_->index);
     for (group_ = 0; group_ < FwVectorLength(&all_->group_speclists); ++group_) {
+      // Each group goes through its products anew.
+      index_unvisit(all_->index);
       const auto* list = element<WH_PRODUCT_SPEC_LIST>(all_->group_speclists, group_);
       for (WH_PRODUCT_SPEC* spec : elements<WH_PRODUCT_SPEC>(list->specs))
         wh_traverse_spec(all_->index, spec, in_variety, nullptr,

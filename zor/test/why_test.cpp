@@ -319,7 +319,7 @@ class Trial {
     if (!removes.empty()) ++counts_->overruled;
     // With the one that stands gone alone, one that it overrules takes its place.
     const Places standing = PlacesOf(told, Of(element["inserts"]));
-    if (standing == places || !removes.empty()) return;
+    if (standing == places || !removes.empty() || !IsClean(told, variable, standing)) return;
     const auto still = HasElement(variable, element["value"], standing);
     EXPECT_TRUE(still.value_or(true));
     ++counts_->overruled;
