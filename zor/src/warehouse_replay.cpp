@@ -218,9 +218,12 @@ class Replay {
     int position = 0;
     for (const Item& item : traced->items) {
       ElementReason& element = traced->variable.at(item.value);
-      if (element.position >= 0) continue;  // a repetition
-      element.position = position++;
-      if (item.operation >= 0) element.inserts.push_back(item.operation);
+      // A list that is put in may repeat what is there.
+      if (element.position < 0) element.position = position++;
+      auto& inserts = element.inserts;
+      if (item.operation >= 0 &&
+          std::find(inserts.begin(), inserts.end(), item.operation) == inserts.end())
+        inserts.push_back(item.operation);
     }
     reason.name = name_from_table(reason.name);
     return traced->variable.take(":");
