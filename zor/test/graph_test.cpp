@@ -156,7 +156,12 @@ TEST(Graph, TellsVarietiesAndWhatCanNotBeRead) {
   warehouse.ProductWithParts(InC("includes"), "", PartLine("broken") + PartLine("w"));
   warehouse.Product(InC("broken"));
   warehouse.File(InC("broken"), "env.xml", "<oops/>");
-  const std::string fault = "zor: XML parsing error in File " + root + "/C/broken/1.0/1/env.xml\n";
+  const std::string fault =
+      "zor: " + root +
+      "/C/broken/1.0/1/env.xml:1:1: the root is oops; the root of an env.xml is ENV-SETTINGS\n"
+      "  XML parsing error: the file is not read, and its product can't be used\n"
+      "  write ENV-SETTINGS, in its end tag too\n"
+      "  see zorenv-warehouse(5), ENV.XML AND UNENV.XML\n";
   const RunResult result = run({"C/includes"});
   EXPECT_EQ(
       "C/includes/1.0/1\n  C/broken/1.0/1 [can't be read]  C/includes/1.0/1/partlist.xml:2:3\n"
