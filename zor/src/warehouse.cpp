@@ -283,9 +283,8 @@ void take_missing_parts(Answer* answer, const WH_COMPUTATION* all) {
 
 // Whether there is a fault other than those of contradicting operations.
 bool wants_words(const Answer& answer) {
-  return std::any_of(answer.faults.begin(), answer.faults.end(), [](const Fault& fault) {
-    return fault.kind > FaultKind::kSeparators;
-  });
+  return std::any_of(answer.faults.begin(), answer.faults.end(),
+                     [](const Fault& fault) { return fault.kind > FaultKind::kSeparators; });
 }
 
 // Also the parts of what could be loaded, as far as their names stand in part lists.

@@ -64,37 +64,11 @@ class Loaded {
   WH_PRODUCT* product_ = nullptr;
 };
 
-std::vector<Binding> bindings_of(const WH_VAR* vars) {
-  std::vector<Binding> bindings;
-  for (; vars; vars = vars->next)
-    bindings.push_back({string_of(vars->n), string_of(vars->v)});
-  return bindings;
-}
-
 Condition condition_of(const WH_PATTERN* pattern) {
   Condition condition;
   for (; pattern; pattern = pattern->next)
     condition.push_back({string_of(pattern->host), bindings_of(pattern->vars)});
   return condition;
-}
-
-std::vector<std::string> strings_of(const FwVector& vector) {
-  std::vector<std::string> strings;
-  for (FwTextByte* each : elements<FwTextByte>(vector))
-    strings.push_back(string_of(each));
-  return strings;
-}
-
-VarietyFacts facts_of(WH_VARIETY* from) {
-  VarietyFacts variety;
-  variety.name = string_of(from->name);
-  for (const WH_DESC* description : elements<WH_DESC>(from->descriptions->descs))
-    variety.description = string_of(description->text);
-  variety.variables = bindings_of(from->vars);
-  for (const WH_SEG* segment = from->segs; segment; segment = segment->next)
-    variety.segments.push_back({string_of(segment->host), segment->here != 0});
-  variety.complete = wh_variety_is_complete(from) != 0;
-  return variety;
 }
 
 // Marks those that a request without conditions takes.
@@ -127,15 +101,7 @@ class Meaning {
   Meaning(const Meaning&) = delete;
   Meaning& operator=(const Meaning&) = delete;
 
-  // Empty for what can't be expanded, of which a computation tells.
-  std::string of(FwTextString form) {
-    FwErrorState err;
-    FwTextString expanded = wh_expand(&err, form, symtab_);
-    const std::string result = err.pError ? "" : string_of(expanded);
-    if (expanded) FwMemFree(expanded);
-    FwErrorClear(&err);
-    return result;
-  }
+  std::string of(FwTextString form) { return expanded(form, symtab_); }
 
  private:
   WH_SYMTAB* symtab_;
@@ -276,6 +242,41 @@ std::vector<std::string> words_of_host(const char* (*word)(int number), const st
 }
 
 }  // namespace
+
+std::vector<Binding> bindings_of(const WH_VAR* vars) {
+  std::vector<Binding> bindings;
+  for (; vars; vars = vars->next)
+    bindings.push_back({string_of(vars->n), string_of(vars->v)});
+  return bindings;
+}
+
+std::string expanded(FwTextString form, WH_SYMTAB* symtab) {
+  FwErrorState err;
+  FwTextString meaning = wh_expand(&err, form, symtab);
+  std::string result = err.pError ? "" : string_of(meaning);
+  if (meaning) FwMemFree(meaning);
+  FwErrorClear(&err);
+  return result;
+}
+
+std::vector<std::string> strings_of(const FwVector& vector) {
+  std::vector<std::string> strings;
+  for (FwTextByte* each : elements<FwTextByte>(vector))
+    strings.push_back(string_of(each));
+  return strings;
+}
+
+VarietyFacts facts_of(WH_VARIETY* from) {
+  VarietyFacts variety;
+  variety.name = string_of(from->name);
+  for (const WH_DESC* description : elements<WH_DESC>(from->descriptions->descs))
+    variety.description = string_of(description->text);
+  variety.variables = bindings_of(from->vars);
+  for (const WH_SEG* segment = from->segs; segment; segment = segment->next)
+    variety.segments.push_back({string_of(segment->host), segment->here != 0});
+  variety.complete = wh_variety_is_complete(from) != 0;
+  return variety;
+}
 
 ProductFacts read_product(const std::string& root, const ProductName& product) {
   const Loaded loaded(root, product);

@@ -48,14 +48,7 @@ class Names {
     FwErrorClear(&err);
     return result;
   }
-  std::string meant(FwTextString form) const {
-    FwErrorState err;
-    FwTextString expanded = wh_expand(&err, form, symtab_);
-    const std::string result = err.pError ? "" : string_of(expanded);
-    if (expanded) FwMemFree(expanded);
-    FwErrorClear(&err);
-    return result;
-  }
+  std::string meant(FwTextString form) const { return expanded(form, symtab_); }
 
  private:
   WH_SYMTAB* symtab_ = nullptr;

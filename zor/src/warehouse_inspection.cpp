@@ -12,24 +12,6 @@ namespace zor {
 
 namespace {
 
-std::vector<std::string> strings_of(const FwVector& vector) {
-  std::vector<std::string> strings;
-  for (FwTextByte* each : elements<FwTextByte>(vector))
-    strings.push_back(string_of(each));
-  return strings;
-}
-
-VarietyFacts facts_of(WH_VARIETY* from) {
-  VarietyFacts variety;
-  variety.name = string_of(from->name);
-  for (const WH_VAR* var = from->vars; var; var = var->next)
-    variety.variables.push_back({string_of(var->n), string_of(var->v)});
-  for (const WH_SEG* segment = from->segs; segment; segment = segment->next)
-    variety.segments.push_back({string_of(segment->host), segment->here != 0});
-  variety.complete = wh_variety_is_complete(from) != 0;
-  return variety;
-}
-
 // Freed by free_pattern. Without any alternative it is null, which matches everything.
 WH_PATTERN* make_pattern(const Condition& condition) {
   WH_PATTERN* first = nullptr;

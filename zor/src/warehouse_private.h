@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "computation.h"
+#include "facts.h"
 #include "fwerror.h"
 #include "fwstring.h"
 #include "fwvector.h"
@@ -51,6 +52,13 @@ std::vector<T*> elements(const FwVector& vector) {
 // Freed by free_prodname.
 WH_PRODUCT_NAME* make_name(ProductName name);
 ProductName name_of(const WH_PRODUCT_NAME* name);
+
+std::vector<Binding> bindings_of(const WH_VAR* vars);
+std::vector<std::string> strings_of(const FwVector& vector);
+VarietyFacts facts_of(WH_VARIETY* variety);
+
+// What a text means; empty if it can't be expanded, of which a computation tells.
+std::string expanded(FwTextString form, WH_SYMTAB* symtab);
 
 // What a query led to, and which of the product's varieties it takes.
 Choice choice_of(const WH_PRODUCT_SPEC* spec);

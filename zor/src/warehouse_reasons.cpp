@@ -14,13 +14,6 @@ namespace {
 
 // ---- Records ----
 
-std::vector<std::string> strings_of(const FwVector& vector) {
-  std::vector<std::string> strings;
-  for (FwTextByte* each : elements<FwTextByte>(vector))
-    strings.push_back(string_of(each));
-  return strings;
-}
-
 void add_once(std::vector<int>* all, int one) {
   if (std::find(all->begin(), all->end(), one) == all->end()) all->push_back(one);
 }
@@ -317,13 +310,6 @@ std::vector<ChoiceReason> choices_in(const WH_COMPUTATION* all, int32 group) {
 }
 
 }  // namespace
-
-std::vector<Binding> bindings_of(const WH_VAR* vars) {
-  std::vector<Binding> bindings;
-  for (; vars; vars = vars->next)
-    bindings.push_back({string_of(vars->n), string_of(vars->v)});
-  return bindings;
-}
 
 std::vector<std::string> split(const std::string& value, const std::string& separator) {
   std::vector<std::string> parts;

@@ -11,8 +11,6 @@
 
 namespace zor {
 
-std::vector<Binding> bindings_of(const WH_VAR* vars);
-
 // The elements of a value. Empty ones are none, as for the engine.
 std::vector<std::string> split(const std::string& value, const std::string& separator);
 
