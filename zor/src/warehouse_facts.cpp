@@ -233,9 +233,11 @@ std::vector<std::string> words_of_host(const char* (*word)(int number), const st
   for (int i = 0; word(i); ++i)
     if (includes(word(i), host_platform_name())) words.emplace_back(word(i));
   std::map<std::string, int> wider;
-  for (const std::string& narrow : words)
+  for (const std::string& narrow : words) {
+    const std::string platform = fmt::format("{}{}{}", before, narrow, behind);
     for (const std::string& wide : words)
-      wider[narrow] += includes(wide, before + narrow + behind) ? 1 : 0;
+      wider[narrow] += includes(wide, platform) ? 1 : 0;
+  }
   std::stable_sort(words.begin(), words.end(),
                    [&](const std::string& a, const std::string& b) { return wider[a] > wider[b]; });
   return words;

@@ -6,9 +6,6 @@
 #include <map>
 #include <set>
 
-#include "error.h"
-#include "fwfile.h"
-#include "fwmem.h"
 #include "warehouse_private.h"
 
 namespace zor {
@@ -42,9 +39,9 @@ class Names {
   // What a part list writes as a name, as far as it can be expanded.
   ProductName meant(WH_PRODUCT_NAME* name) const {
     FwErrorState err;
-    WH_PRODUCT_NAME* expanded = wh_expand_prodname(&err, name, symtab_);
-    const ProductName result = name_of(expanded && !err.pError ? expanded : name);
-    if (expanded) free_prodname(&expanded);
+    WH_PRODUCT_NAME* meaning = wh_expand_prodname(&err, name, symtab_);
+    ProductName result = name_of(meaning && !err.pError ? meaning : name);
+    if (meaning) free_prodname(&meaning);
     FwErrorClear(&err);
     return result;
   }

@@ -44,6 +44,7 @@ T* element(const FwVector& vector, int32 i) {
 template <typename T>
 std::vector<T*> elements(const FwVector& vector) {
   std::vector<T*> all;
+  all.reserve(static_cast<std::size_t>(FwVectorLength(const_cast<FwVector*>(&vector))));
   for (int32 i = 0; i < FwVectorLength(const_cast<FwVector*>(&vector)); ++i)
     all.push_back(element<T>(vector, i));
   return all;

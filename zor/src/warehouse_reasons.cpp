@@ -117,7 +117,7 @@ class Accountant {
         if (!stated.empty()) break;
       }
       reason.name = name_from_table(reason.name);
-      account_->variables.push_back(variable.take(std::move(stated)));
+      account_->variables.push_back(variable.take(stated));
     }
     variables_.clear();
     by_name_.clear();
@@ -231,6 +231,7 @@ class Accountant {
     VariableAccount* variable = find(constraints->variable);
     if (!variable) return;
     std::vector<ConstraintReason> members;
+    members.reserve(static_cast<std::size_t>(count));
     for (int32 i = 0; i < count; ++i)
       members.push_back(reason_of(constraints[i]));
     variable->reason().cycles.push_back(std::move(members));

@@ -189,9 +189,10 @@ TEST(Constraints, AreShownOfAnyElements) {
   // The operation begins behind "<ENV-SETTINGS><ENV-GROUP><PATTERN/>".
   const std::string place = "  C/o/1.0/1/env.xml:1:36\n";
   const RunResult text = run("text");
-  for (const std::string behind :
+  for (const char* behind :
        {"q\"u", "n\nl", "[b]{c}|<d>&amp;#35;", "\x01\xE9-+", "`t`", "\xC3\xA9"})
-    EXPECT_NE(std::string::npos, text.out.find("  new before " + behind + place)) << text.out;
+    EXPECT_NE(std::string::npos, text.out.find(std::string("  new before ") + behind + place))
+        << text.out;
   EXPECT_EQ(0, text.status) << text.err;
   const RunResult json = run("json");
   ExpectValid(json.out, "constraints");
@@ -273,7 +274,7 @@ struct Library : Warehouse {
           "default = [\"C/top\"]\n[sets]\nplain = [\"C/other\"]\nweaving = "
           "[\"C/top/1.0\"]\n");
   }
-  RunResult Run(std::vector<std::string> words) const {
+  RunResult Run(const std::vector<std::string>& words) const {
     return Zor(words, {"ZORROOT=" + Root(), "XDG_CONFIG_HOME=" + (*this / "config")});
   }
   std::string Broken() const {
@@ -313,11 +314,11 @@ TEST(Impact, CountsTheProductsOfAFile) {
   const Library library;
   const std::string top = "C/top/1.1/1 includes C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
   const std::string lib = "C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
+  const std::string told =
+      "C/lib/2.0/1\n" + top + "the default requests lead to C/top/1.1/1, " + lib;
   for (const std::string& file :
        {library.Root() + "/C/lib/2.0/1/product.xml", std::string("C/lib/2.0/1/partlist.xml")})
-    Expect(library.Run({"impact", file}),
-           "C/lib/2.0/1\n" + top + "the default requests lead to C/top/1.1/1, " + lib,
-           library.Broken(), 0);
+    Expect(library.Run({"impact", file}), told, library.Broken(), 0);
   Expect(library.Run({"impact", library / "shared/data.txt"}),
          "C/other/1/1\n@plain leads to C/other/1/1\n", library.Broken(), 0);
   Expect(library.Run({"impact", "C/user"}), "", library.Broken() + "zor: nothing includes it\n", 1);
