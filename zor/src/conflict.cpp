@@ -137,8 +137,8 @@ class Explanation {
     for (const ConstraintReason& member : circle) {
       if (member.operation >= 0) conflict->operations.push_back(member.operation);
       if (shown++ >= kMostMembers) continue;
-      conflict->text += fmt::format("\n  {} before {}: {}\n{}", member.first, member.second,
-                                    constraint_text(account_, member),
+      conflict->text += fmt::format("\n  {} before {}: {}\n{}", in_one_line(member.first),
+                                    in_one_line(member.second), constraint_text(account_, member),
                                     member.operation < 0
                                         ? std::string()
                                         : chain_text(account_, request_, member.operation, "    "));
@@ -146,7 +146,7 @@ class Explanation {
     }
     if (circle.size() > kMostMembers)
       conflict->text += fmt::format("\n  and so on over {} more, back to {}",
-                                    circle.size() - kMostMembers, circle[0].first);
+                                    circle.size() - kMostMembers, in_one_line(circle[0].first));
   }
 
   const Account& account_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "render/text.h"
 #include "words.h"
 
 namespace zor {
@@ -22,11 +23,15 @@ const Station& station_at(const Account& account, int index) {
 std::string accepting(const std::vector<std::string>& patterns, const std::string& value) {
   std::vector<std::string> all;
   for (const std::string& pattern : patterns)
-    if (pattern_matches(pattern, value)) all.push_back(pattern);
+    if (pattern_matches(pattern, value)) all.push_back(in_one_line(pattern));
   return joined(all, " ");
 }
 
 }  // namespace
+
+std::string in_one_line(const std::string& text) {
+  return without_controls(text, false);
+}
 
 std::string place_text(const Location& place) {
   return fmt::format("{}:{}:{}", place.file, place.line, place.column);

@@ -10,6 +10,9 @@
 
 namespace zor {
 
+// A value or a pattern, in which line ends and what steers a terminal are \xNN.
+std::string in_one_line(const std::string& text);
+
 // file:line:column
 std::string place_text(const Location& place);
 
