@@ -1,7 +1,5 @@
 #include "conflict.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <chrono>
 #include <map>
@@ -11,7 +9,6 @@
 #include "error.h"
 #include "reasons.h"
 #include "render/account.h"
-#include "words.h"
 
 namespace zor {
 

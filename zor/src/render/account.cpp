@@ -1,9 +1,5 @@
 #include "render/account.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
-
 #include "render/text.h"
 #include "words.h"
 
