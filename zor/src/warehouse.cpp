@@ -138,6 +138,8 @@ int32 take_changed(FwHashEntry* entry, void* context, FwErrorState*) {
 int32 take_removed(FwHashEntry* entry, void* context, FwErrorState*) {
   const auto* pass = static_cast<Pass*>(context);
   auto* name = static_cast<FwTextString>(entry->key);
+  // What has no name can be set, but not taken out of a process's environment.
+  if (*name == 0) return 1;
   if (!wh_lookup_ev(name, pass->other)) pass->changes->push_back({name_from_table(FWC(name)), {}});
   return 1;
 }

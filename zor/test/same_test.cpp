@@ -238,4 +238,21 @@ TEST(Same, WhereTheToolNeverEndsBothOperationsAreNamed) {
             result.err);
 }
 
+// A variable without a name can't be taken out of a process's environment, so both keep it.
+TEST(Same, WhatHasNoNameStays) {
+  const TemporaryTree tree;
+  AddProduct(tree, "all", "<ENV-DELETE>**</ENV-DELETE>", "");
+  RunOptions options;
+  options.environment = {"=nameless", "GONE=x"};
+  for (const char* program : {ZORENV_PROGRAM, ZOR_PROGRAM}) {
+    std::vector<std::string> argv = {program, "-r", tree.path(), "-p", "tools", "all", "--exec"};
+    if (program == std::string(ZOR_PROGRAM))
+      argv = {program, "exec", "-r", tree.path(), "tools/all", "--"};
+    argv.insert(argv.end(), {"/usr/bin/env", "-0"});
+    const RunResult result = RunProgram(argv, options);
+    EXPECT_EQ(std::string("=nameless\0", 10), result.out) << result.err;
+    EXPECT_EQ(0, result.status);
+  }
+}
+
 }  // namespace
