@@ -64,8 +64,8 @@ void tell_start(WATCHED* user, const XML_Char* name, const XML_Char** atts, cons
   wh_syntax_observer->start(wh_syntax_observer->context, &tag);
 }
 
-// An element without a place is passed over as if it weren't there, so that more is found than the
-// first fault; in the end the file is refused all the same.
+// An element that has no place here is passed over, so that the faults behind it are found as well.
+// At its end the file is refused.
 void watched_start(void* userData, const XML_Char* name, const XML_Char** atts) {
   WATCHED* user = watched(userData);
   const FORMAT* format = user->handlers->format;

@@ -1,5 +1,5 @@
-// Products one after another, as the computation sees them: what their texts mean for each of their
-// varieties, what their parts lead to, and what comes of them.
+// One product after another, as a computation sees it: what its texts mean for each of its
+// varieties, which products its parts are, and which environment it gives.
 //
 //   Inspection inspection(root);
 //   if (inspection.load(product).empty())

@@ -79,7 +79,7 @@ TEST_F(Why, AnElementMayBeAskedForAlone) {
          "L\n  nowhere is not there: nothing inserts it, and it was not there before\n", "", 0);
   Expect(Run({"why", "-p", "C", "whole", "--", "N"}),
          "N\n  nothing in this request touches it; it is not set\n", "", 0);
-  // A remove sets the variable all the same.
+  // A remove creates the variable.
   Expect(Run({"why", "clear", "NOTHING"}),
          "NOTHING\n  it is set and empty\n    touched by " + At("C/clear/1/1", "<ENV-REMOVE") +
              "      named as clear\n",

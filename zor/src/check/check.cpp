@@ -99,8 +99,8 @@ Report check_warehouse(const std::string& root, const std::string& below, const 
     const std::string path = items[number].product.path();
     all.findings.push_back(
         {path, 0, 0, 0, 0, "ZW507",
-         takes_long ? "working out what comes of the product takes longer than this check waits"
-                    : "working out what comes of the product exhausts memory",
+         takes_long ? "computing the product's environment takes longer than this check waits"
+                    : "computing the product's environment exhausts memory",
          "Look for a value that refers to itself, for parts of enormous number, and for pipes in "
          "place of files.",
          path});

@@ -1,6 +1,6 @@
-// What comes of a product together with its parts. The engine says so: each product is asked for as
-// a user would, on its own, with the conditions of each variety, for setting and for undoing; once
-// in an environment of next to nothing, and once in one that holds whatever its patterns speak of.
+// The environment of a product together with its parts, computed by the engine. Each product is
+// requested alone, as a user would, with the conditions of each variety, for setting and for
+// undoing: once in a nearly empty environment, and once in one where each of its patterns matches.
 #include <algorithm>
 #include <set>
 
@@ -275,7 +275,7 @@ class ComputationCheck {
     if (!own || base || fault.kind == FaultKind::kData || fault.kind == FaultKind::kMissing) return;
     if (told_of_texts()) return;
     product_->tell("ZW508", file.empty() ? product_->path() : file, fault.text,
-                   "Ask for the product with zor env to see what comes of it.");
+                   "zor env with the product's name shows the fault by itself.");
   }
 
   // Of a text that leads to a fault by itself.

@@ -1,8 +1,8 @@
-// The rules of zor check, and what is found by them. Each rule has a section in zor-check(7).
+// The rules of zor check and their findings. Each rule has a section in zor-check(7).
 //
-// Identifiers stay what they are; a rule that goes leaves a gap. They are grouped by what they are
-// about: files that can't be read, what lies on disk, varieties, parts, settings, and what comes of
-// products together with others.
+// An identifier never changes its meaning; a rule that is dropped leaves a gap. The hundreds are
+// subjects: files that can't be read, the directory tree, varieties, parts, settings, and products
+// together with others.
 #ifndef ZOR_CHECK_RULE_H
 #define ZOR_CHECK_RULE_H
 

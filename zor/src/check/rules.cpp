@@ -15,7 +15,8 @@ constexpr Rule kRules[] = {
     // What the readers of data files say.
     {"ZW001", "unreadable-data", kError, "The data file can't be read as what its name says."},
     {"ZW002", "unknown-attribute", kWarning, "The attribute means nothing here."},
-    {"ZW003", "doctype-mismatch", kWarning, "The document type is not that of the root element."},
+    {"ZW003", "doctype-mismatch", kWarning,
+     "The document type names another element than the root."},
     // What lies on disk.
     {"ZW101", "stray-file", kWarning, "A file counts as a version or a revision."},
     {"ZW102", "stray-directory", kWarning, "A directory without a product counts as a version."},
@@ -77,7 +78,7 @@ constexpr Rule kRules[] = {
     {"ZW504", "separators", kError, "Two separators are stated for one variable."},
     {"ZW505", "varieties-at-odds", kWarning, "Varieties that are taken together contradict."},
     {"ZW506", "separators-differ", kWarning, "Products state different separators."},
-    {"ZW507", "exhausting", kError, "Working it out exhausts memory."},
+    {"ZW507", "exhausting", kError, "Computing its environment exhausts memory."},
     {"ZW508", "other-fault", kError, "The computation fails."},
     {"ZW509", "lost-constraint", kNote, "A part's BEFORE or AFTER goes with its insert."},
 };

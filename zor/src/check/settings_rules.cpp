@@ -248,8 +248,8 @@ class FileCheck {
     } else if (!is_identifier(name) && !name.empty() && !is_blank(name.front()) &&
                !is_blank(name.back())) {
       product_->tell("ZW408", file_, piece,
-                     fmt::format("{} is no name that a shell takes; zorenv writes it into the "
-                                 "script as it is, where it may be a command",
+                     fmt::format("shells don't accept the name {}; zorenv writes it into the "
+                                 "script unchanged, where it may be a command",
                                  name),
                      "Use letters, digits and _, and begin with no digit.");
     } else if (is_identifier(name)) {

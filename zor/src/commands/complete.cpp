@@ -388,7 +388,7 @@ class Completer {
       for (const std::string& name : saved_names(context_.environment))
         candidates.push_back({before + name, ""});
     } catch (const Error&) {
-      // Nothing can be saved where there is no directory for it.
+      // Without a directory for them there are no saved names.
     }
     return candidates;
   }
