@@ -1,8 +1,13 @@
 #include "undo.h"
 
 #include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+#include <unordered_map>
 
 #include "error.h"
+#include "words.h"
 
 namespace zor {
 
@@ -58,13 +63,165 @@ std::vector<std::string> outside_forms(const std::string& text) {
   return forms;
 }
 
+// A text that is the same for conditions that say the same.
+std::string key_of(const Condition& when) {
+  std::string key;
+  for (const Alternative& alternative : when) {
+    key.append(alternative.host).append(1, '\1');
+    for (const Binding& variable : alternative.variables)
+      key.append(variable.name).append(1, '\2').append(variable.value).append(1, '\3');
+    key += '\4';
+  }
+  return key;
+}
+
+// The operations of a file in their order, with answers to what is asked of each about the others.
+class Operations {
+ public:
+  explicit Operations(const ProductFacts& facts) {
+    std::unordered_map<std::string, std::size_t> groups;
+    for (const Operation& operation : facts.operations)
+      if (operation.kind != OperationKind::kRecipe)
+        add(operation, groups.emplace(key_of(operation.when), groups.size()).first->second);
+    for (std::size_t i = 0; i < operations_.size(); ++i)
+      names_[name_of_[i]].own.first.try_emplace(separator_for_elements(i), i);
+    relate();
+  }
+
+  std::size_t size() const { return operations_.size(); }
+  const Operation& operator[](std::size_t i) const { return operations_[i]; }
+
+  // Whether some operation on the same variable is of that kind, in the same group or anywhere.
+  bool exists(OperationKind kind, std::size_t like, bool in_group) const {
+    const Name& name = names_[name_of_[like]];
+    return in_group ? name.kinds_in_groups.contains({group_of_[like], kind})
+                    : name.kinds.contains(kind);
+  }
+
+  // The separator that the operation states or gets from another one of its group.
+  std::string separator(std::size_t i) const {
+    if (!operations_[i].separator.empty()) return operations_[i].separator;
+    const auto& stated = names_[name_of_[i]].stated;
+    const auto found = stated.find(group_of_[i]);
+    return found == stated.end() ? "" : found->second;
+  }
+
+  // The same, or what counts where none is stated.
+  std::string separator_for_elements(std::size_t i) const {
+    const std::string stated = separator(i);
+    return stated.empty() ? ":" : stated;
+  }
+
+  // The first operation on what may be the same variable that has another separator; size() if
+  // there is none.
+  std::size_t first_at_odds(std::size_t i) const {
+    const std::string own = separator_for_elements(i);
+    std::size_t first = size();
+    for (const auto& [separator, at] : names_[name_of_[i]].all.first)
+      if (separator != own) first = std::min(first, at);
+    return first;
+  }
+
+  // New elements lead old ones past each other only where some go in front of old ones and some
+  // behind.
+  bool may_reorder(std::size_t i) const {
+    const Uses& uses = names_[name_of_[i]].all;
+    return uses.before && uses.after;
+  }
+
+  // Whether some operation is on the variable.
+  bool change(const std::string& variable) const {
+    return numbers_.contains(variable) ||
+           std::any_of(patterns_.begin(), patterns_.end(), [&](std::size_t name) {
+             return pattern_matches(names_[name].text, variable);
+           });
+  }
+
+ private:
+  // What some operations have among them.
+  struct Uses {
+    std::map<std::string, std::size_t> first;  // the first of them with each separator
+    bool before = false;
+    bool after = false;
+
+    void add(const Uses& others) {
+      for (const auto& [separator, at] : others.first) {
+        const auto [known, is_new] = first.try_emplace(separator, at);
+        known->second = std::min(known->second, at);
+      }
+      before = before || others.before;
+      after = after || others.after;
+    }
+  };
+
+  // A variable as operations write it.
+  struct Name {
+    std::string text;
+    std::map<std::size_t, std::string> stated;  // the first separator in each group
+    std::set<OperationKind> kinds;
+    std::set<std::pair<std::size_t, OperationKind>> kinds_in_groups;
+    Uses own;
+    Uses all;  // also those of other names that may mean the same variable
+  };
+
+  void add(const Operation& operation, std::size_t group) {
+    const std::string& variable = operation.variable;
+    const auto [number, is_new] = numbers_.emplace(variable, names_.size());
+    if (is_new) {
+      names_.emplace_back().text = variable;
+      if (is_pattern(variable)) patterns_.push_back(number->second);
+    }
+    Name& name = names_[number->second];
+    if (!operation.separator.empty()) name.stated.try_emplace(group, operation.separator);
+    name.kinds.insert(operation.kind);
+    name.kinds_in_groups.insert({group, operation.kind});
+    name.own.before = name.own.before || !operation.before.empty();
+    name.own.after = name.own.after || !operation.after.empty();
+    operations_.push_back(operation);
+    name_of_.push_back(number->second);
+    group_of_.push_back(group);
+  }
+
+  // A name with %(NAME) in it may mean any variable, and so may two patterns mean the same. Two
+  // plain names never do, and a pattern means those that it matches.
+  void relate() {
+    Uses everything, forms, patterns;
+    for (const Name& name : names_) {
+      everything.add(name.own);
+      if (is_form(name)) forms.add(name.own);
+      if (is_pattern(name.text)) patterns.add(name.own);
+    }
+    for (Name& name : names_) {
+      name.all = name.own;
+      name.all.add(is_form(name) ? everything : forms);
+      if (is_pattern(name.text)) name.all.add(patterns);
+    }
+    for (const std::size_t number : patterns_)
+      for (Name& plain : names_) {
+        Name& pattern = names_[number];
+        if (is_form(plain) || is_pattern(plain.text) || is_form(pattern) ||
+            !pattern_matches(pattern.text, plain.text))
+          continue;
+        plain.all.add(pattern.own);
+        pattern.all.add(plain.own);
+      }
+  }
+
+  static bool is_form(const Name& name) { return name.text.find('%') != std::string::npos; }
+
+  std::vector<Operation> operations_;
+  std::vector<std::size_t> name_of_;   // of each operation
+  std::vector<std::size_t> group_of_;  // likewise
+  std::vector<Name> names_;
+  std::unordered_map<std::string, std::size_t> numbers_;  // of names
+  std::vector<std::size_t> patterns_;                     // of these, the patterns
+};
+
 class Undoing {
  public:
   Undoing(const ProductFacts& facts, const std::vector<std::vector<std::string>>& meanings,
           const std::vector<std::string>& own)
-      : meanings_(meanings), own_(own) {
-    for (const Operation& operation : facts.operations)
-      if (operation.kind != OperationKind::kRecipe) operations_.push_back(operation);
+      : operations_(facts), meanings_(meanings), own_(own.begin(), own.end()) {
     for (const VarietyFacts& variety : facts.varieties)
       for (const Binding& variable : variety.variables)
         for (const std::string& form : outside_forms(variable.value))
@@ -74,73 +231,84 @@ class Undoing {
   UndoFile take() {
     for (std::size_t i = 0; i < operations_.size(); ++i) {
       if (file_.groups.empty() || !same_condition(file_.groups.back().when, operations_[i].when))
-        file_.groups.push_back({operations_[i].when, {}});
+        begin_group(operations_[i].when);
       take(i);
     }
     std::erase_if(file_.groups, [](const UndoGroup& group) { return group.steps.empty(); });
-    std::erase_if(file_.claims, [&](const UndoClaim& claim) {
-      return std::any_of(file_.not_undone.begin(), file_.not_undone.end(),
-                         [&](const NotUndone& each) { return voids(each, claim); });
-    });
+    erase_void_claims();
     return std::move(file_);
   }
 
  private:
+  void begin_group(const Condition& when) {
+    file_.groups.push_back({when, {}});
+    steps_.clear();
+  }
+
   void take(std::size_t i) {
     const Operation& operation = operations_[i];
-    if (const std::string why = why_unsure(operation); !why.empty()) {
+    if (const std::string why = why_unsure(i); !why.empty()) {
       // An attempt with the wrong separator would spoil the rest.
-      claim(operation);
+      claim(i);
       file_.not_undone.push_back({operation, why});
       return;
     }
-    if (is_emptied(operation))
-      take_emptied(operation);
+    if (is_emptied(i))
+      take_emptied(i);
     else if (operation.kind == OperationKind::kInsert)
       take_insert(i);
     else if (operation.kind == OperationKind::kRemove)
       take_remove(i);
   }
 
-  // Whether an operation that stays leaves nothing to be claimed.
-  static bool voids(const NotUndone& each, const UndoClaim& claim) {
-    const std::string& name = each.operation.variable;
-    return !each.is_covered &&
-           (name == claim.variable || (is_pattern(name) && pattern_matches(name, claim.variable)));
-  }
-
-  // Whether some operation on the variable does so, in the same group or anywhere.
-  bool exists(OperationKind kind, const Operation& like, bool in_group) const {
-    return std::any_of(operations_.begin(), operations_.end(), [&](const Operation& other) {
-      return other.kind == kind && other.variable == like.variable &&
-             (!in_group || same_condition(other.when, like.when));
+  // Where an operation stays and its variable's claims don't cover it, nothing can be claimed.
+  void erase_void_claims() {
+    std::set<std::string> names, patterns;
+    for (const NotUndone& each : file_.not_undone) {
+      if (each.is_covered) continue;
+      names.insert(each.operation.variable);
+      if (is_pattern(each.operation.variable)) patterns.insert(each.operation.variable);
+    }
+    std::erase_if(file_.claims, [&](const UndoClaim& claim) {
+      return names.contains(claim.variable) ||
+             std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
+               return pattern_matches(pattern, claim.variable);
+             });
     });
   }
 
   // Whether the variable as a whole is to go again: it is the product's own, or its group empties
   // it before it gets its values.
-  bool is_emptied(const Operation& operation) const {
-    if (exists(OperationKind::kDelete, operation, true)) return true;
-    return holds(own_, operation.variable) && exists(OperationKind::kInsert, operation, false);
+  bool is_emptied(std::size_t i) const {
+    if (operations_.exists(OperationKind::kDelete, i, true)) return true;
+    return own_.contains(operations_[i].variable) &&
+           operations_.exists(OperationKind::kInsert, i, false);
   }
 
-  void take_emptied(const Operation& operation) {
-    claim(operation).unset = true;
+  // The step of this group on the variable with that separator, made if there is none.
+  UndoStep& step(bool deletes, const std::string& variable, const std::string& separator) {
+    std::vector<UndoStep>& steps = file_.groups.back().steps;
+    const auto [at, is_new] =
+        steps_.try_emplace({deletes, variable, deletes ? "" : separator}, steps.size());
+    if (is_new) steps.push_back({deletes, variable, separator, {}});
+    return steps[at->second];
+  }
+
+  void take_emptied(std::size_t i) {
+    const Operation& operation = operations_[i];
+    claim(i).unset = true;
     if (operation.kind == OperationKind::kDelete) add_lost(operation);
-    if (!exists(OperationKind::kInsert, operation, false)) return;
-    for (const UndoStep& step : file_.groups.back().steps)
-      if (step.deletes && step.variable == operation.variable) return;
-    file_.groups.back().steps.push_back({true, operation.variable, separator_of(operation), {}});
+    if (operations_.exists(OperationKind::kInsert, i, false))
+      step(true, operation.variable, operations_.separator(i));
   }
 
   void take_insert(std::size_t i) {
     const Operation& operation = operations_[i];
-    UndoClaim& claimed = claim(operation);
+    UndoClaim& claimed = claim(i);
     claimed.set = claimed.tidy = true;
-    if (may_reorder(operation.variable)) claimed.order = true;
+    if (operations_.may_reorder(i)) claimed.order = true;
     const std::string& value = operation.values[0];
-    const std::string stated = separator_of(operation);
-    const std::string separator = separator_for_elements(operation);
+    const std::string separator = operations_.separator_for_elements(i);
     std::vector<std::string> outside = outside_forms(value);
     if (value.find("%(") != std::string::npos)
       for (const std::string& form : forms_of_varieties_)
@@ -154,28 +322,23 @@ class Undoing {
     }
     for (const std::string& meaning : meanings_[i])
       for (const std::string& piece : pieces_of(meaning, separator))
-        add_once(&claimed.lacks, piece);
-    UndoStep step = {false, operation.variable, stated, pieces_of(value, separator)};
+        add_lack(&claimed, piece);
+    std::vector<std::string> pieces = pieces_of(value, separator);
     // An empty one is no element, and the variable has to be put together again nevertheless.
-    if (step.values.empty()) step.values = {value};
-    std::vector<UndoStep>& steps = file_.groups.back().steps;
-    const auto before = std::find_if(steps.begin(), steps.end(), [&](const UndoStep& other) {
-      return !other.deletes && other.variable == step.variable && other.separator == step.separator;
-    });
-    if (before == steps.end()) {
-      steps.push_back(std::move(step));
-      return;
-    }
-    for (const std::string& each : step.values)
-      add_once(&before->values, each);
+    if (pieces.empty()) pieces = {value};
+    UndoStep& removal = step(false, operation.variable, operations_.separator(i));
+    for (const std::string& piece : pieces)
+      if (removed_.insert({file_.groups.size(), &removal - file_.groups.back().steps.data(), piece})
+              .second)
+        removal.values.push_back(piece);
   }
 
   void take_remove(std::size_t i) {
     const Operation& operation = operations_[i];
-    UndoClaim& claimed = claim(operation);
+    UndoClaim& claimed = claim(i);
     claimed.set = claimed.tidy = true;
     for (const std::string& pattern : meanings_[i])
-      add_once(&claimed.lacks, pattern);
+      add_lack(&claimed, pattern);
     if (!operation.values.empty()) add_lost(operation);
   }
 
@@ -184,11 +347,8 @@ class Undoing {
                               const std::string& separator) const {
     for (const std::string& form : outside) {
       const std::string name = form.size() > 3 ? form.substr(2, form.size() - 3) : "";
-      for (const Operation& other : operations_)
-        if (form.starts_with("%{") &&
-            (other.variable == name ||
-             (is_pattern(other.variable) && pattern_matches(other.variable, name))))
-          return fmt::format("{} has another value once the product has changed {}", form, name);
+      if (form.starts_with("%{") && operations_.change(name))
+        return fmt::format("{} has another value once the product has changed {}", form, name);
     }
     const auto count = [&](const std::string& text) {
       std::size_t found = 0;
@@ -210,64 +370,31 @@ class Undoing {
     return {};
   }
 
-  // New elements lead old ones past each other only where some go in front of old ones and some
-  // behind.
-  bool may_reorder(const std::string& variable) const {
-    bool before = false, after = false;
-    for (const Operation& operation : operations_) {
-      if (operation.variable != variable && !overlap(operation.variable, variable)) continue;
-      before = before || !operation.before.empty();
-      after = after || !operation.after.empty();
-    }
-    return before && after;
-  }
-
-  // Whether two names that are written differently may mean one variable.
-  static bool overlap(const std::string& a, const std::string& b) {
-    if (a.find('%') != std::string::npos || b.find('%') != std::string::npos) return true;
-    if (is_pattern(a) && is_pattern(b)) return true;
-    return (is_pattern(a) && pattern_matches(a, b)) || (is_pattern(b) && pattern_matches(b, a));
-  }
-
-  // The separator that the operation states or gets from another one of its group.
-  std::string separator_of(const Operation& operation) const {
-    if (!operation.separator.empty()) return operation.separator;
-    for (const Operation& other : operations_)
-      if (other.variable == operation.variable && same_condition(other.when, operation.when) &&
-          !other.separator.empty())
-        return other.separator;
-    return {};
-  }
-
-  // The same, or what counts where none is stated.
-  std::string separator_for_elements(const Operation& operation) const {
-    const std::string separator = separator_of(operation);
-    return separator.empty() ? ":" : separator;
-  }
-
   // Why it can't be told from the file what the operation does; empty if it can.
-  std::string why_unsure(const Operation& operation) const {
+  std::string why_unsure(std::size_t i) const {
+    const Operation& operation = operations_[i];
     if (operation.variable.empty() || operation.variable.find('=') != std::string::npos)
       return "no variable can have such a name";
-    const std::string separator = separator_for_elements(operation);
-    for (const Operation& other : operations_) {
-      const bool same = other.variable == operation.variable;
-      if (!same && !overlap(other.variable, operation.variable)) continue;
-      if (separator_for_elements(other) != separator)
-        return fmt::format(
-            "which separator counts depends on the operation in line {}; state it in both",
-            other.line);
-    }
-    return {};
+    const std::size_t other = operations_.first_at_odds(i);
+    if (other == operations_.size()) return {};
+    return fmt::format(
+        "which separator counts depends on the operation in line {}; state it in both",
+        operations_[other].line);
   }
 
-  UndoClaim& claim(const Operation& operation) {
-    for (UndoClaim& claim : file_.claims)
-      if (claim.variable == operation.variable) return claim;
-    file_.claims.push_back({});
-    file_.claims.back().variable = operation.variable;
-    file_.claims.back().separator = separator_for_elements(operation);
-    return file_.claims.back();
+  UndoClaim& claim(std::size_t i) {
+    const std::string& variable = operations_[i].variable;
+    const auto [at, is_new] = claims_.try_emplace(variable, file_.claims.size());
+    if (is_new) {
+      file_.claims.push_back({});
+      file_.claims.back().variable = variable;
+      file_.claims.back().separator = operations_.separator_for_elements(i);
+    }
+    return file_.claims[at->second];
+  }
+
+  void add_lack(UndoClaim* claim, const std::string& pattern) {
+    if (lacks_.insert({claim->variable, pattern}).second) claim->lacks.push_back(pattern);
   }
 
   void add_lost(const Operation& operation) {
@@ -279,11 +406,15 @@ class Undoing {
          true});
   }
 
+  const Operations operations_;
   const std::vector<std::vector<std::string>>& meanings_;
-  const std::vector<std::string>& own_;
-  std::vector<Operation> operations_;
+  const std::set<std::string> own_;
   std::vector<std::string> forms_of_varieties_;
   UndoFile file_;
+  std::unordered_map<std::string, std::size_t> claims_;                      // of a variable
+  std::set<std::pair<std::string, std::string>> lacks_;                      // that are there
+  std::map<std::tuple<bool, std::string, std::string>, std::size_t> steps_;  // of this group
+  std::set<std::tuple<std::size_t, std::ptrdiff_t, std::string>> removed_;   // group, step, value
 };
 
 // ---- The text of the file ----
@@ -344,13 +475,6 @@ std::string xml_of(const UndoStep& step) {
   return text + "    </ENV-REMOVE>\n";
 }
 
-std::string joined(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts)
-    all += (all.empty() ? "" : ", ") + text;
-  return all;
-}
-
 }  // namespace
 
 UndoFile undo_of(const ProductFacts& facts, const std::vector<std::vector<std::string>>& meanings,
@@ -377,9 +501,9 @@ std::string shown(const UndoClaim& claim) {
       fmt::format("{} is as before if it was {}", claim.variable, claim.unset ? "not set" : "set");
   if (claim.unset) return text;
   text += " and had no empty or repeated elements";
-  if (!claim.lacks.empty()) text += "; none may have been " + joined(claim.lacks);
+  if (!claim.lacks.empty()) text += "; none may have been " + joined(claim.lacks, ", ");
   if (claim.order) text += "; its elements must have stood as BEFORE and AFTER want them";
-  if (!claim.same.empty()) text += "; still the same must be " + joined(claim.same);
+  if (!claim.same.empty()) text += "; still the same must be " + joined(claim.same, ", ");
   return text;
 }
 
