@@ -10,6 +10,8 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -101,6 +103,23 @@ std::string variable_of(const Fault& fault);
 // Of a variable or of an element, null if there is none.
 const VariableReason* reason_of(const Account& account, const std::string& variable, int group);
 const ElementReason* reason_of(const VariableReason& variable, const std::string& element);
+
+// The reasons of an account by variables and elements, for those who ask for many. The account must
+// outlive it unchanged.
+class ReasonIndex {
+ public:
+  explicit ReasonIndex(const Account& account);
+  // The steps that a variable has gone through: the old recipes, then group by group.
+  std::vector<const VariableReason*> steps(const std::string& variable) const;
+  // The element in one of these steps, null if it is not there.
+  const ElementReason* find(const VariableReason& step, const std::string& element) const;
+
+ private:
+  std::unordered_map<std::string_view, std::vector<const VariableReason*>> steps_;
+  std::unordered_map<const VariableReason*,
+                     std::unordered_map<std::string_view, const ElementReason*>>
+      elements_;
+};
 
 // The stations from the one that the request names to that of an operation.
 std::vector<int> chain_of(const Account& account, int operation);

@@ -394,27 +394,6 @@ std::string variable_of(const Fault& fault) {
   return {};
 }
 
-const VariableReason* reason_of(const Account& account, const std::string& variable, int group) {
-  for (const VariableReason& reason : account.variables)
-    if (reason.group == group && reason.name == variable) return &reason;
-  return nullptr;
-}
-
-const ElementReason* reason_of(const VariableReason& variable, const std::string& element) {
-  for (const ElementReason& reason : variable.elements)
-    if (reason.value == element) return &reason;
-  return nullptr;
-}
-
-std::vector<int> chain_of(const Account& account, int operation) {
-  std::vector<int> chain;
-  int station = account.operations[static_cast<std::size_t>(operation)].station;
-  for (; station >= 0; station = account.stations[static_cast<std::size_t>(station)].includer)
-    chain.push_back(station);
-  std::reverse(chain.begin(), chain.end());
-  return chain;
-}
-
 std::vector<std::vector<ChoiceReason>> choices_of(const Question& question, const Environment& base,
                                                   Answer* answer) {
   std::vector<std::vector<ChoiceReason>> choices;

@@ -249,11 +249,24 @@ struct Difference {
   bool empty() const { return products.empty() && files.empty() && variables.empty(); }
 };
 
-std::string separator_of(const Side& side, const std::string& variable) {
-  for (const VariableReason& reason : side.account.variables)
-    if (reason.name == variable && !reason.separator.empty()) return reason.separator;
-  return {};
-}
+// A side by its variables.
+struct Look {
+  explicit Look(const Side& of) : side(of), values(*of.results), reasons(of.account) {}
+
+  std::optional<std::string> value(const std::string& variable) const {
+    const auto found = values.find(variable);
+    return found ? std::optional(std::string(*found)) : std::nullopt;
+  }
+  std::string separator(const std::string& variable) const {
+    for (const VariableReason* step : reasons.steps(variable))
+      if (!step->separator.empty()) return step->separator;
+    return {};
+  }
+
+  const Side& side;
+  const Values values;
+  const ReasonIndex reasons;
+};
 
 // Where the roots differ, the same place in both warehouses is the same.
 std::string without_root(std::string text, const Side& side, const Side& other) {
@@ -282,15 +295,14 @@ std::vector<std::string> elements_of(const std::optional<std::string>& value,
 }
 
 // The operation of the last group that put the element there; none if it was there before all.
-Origin origin_of(const Side& side, const std::string& variable, const std::string& element) {
-  const std::vector<VariableReason>& reasons = side.account.variables;
-  for (auto reason = reasons.rbegin(); reason != reasons.rend(); ++reason) {
-    if (reason->name != variable) continue;
-    const ElementReason* found = reason_of(*reason, element);
+Origin origin_of(const Look& look, const std::vector<const VariableReason*>& steps,
+                 const std::string& element) {
+  for (auto step = steps.rbegin(); step != steps.rend(); ++step) {
+    const ElementReason* found = look.reasons.find(**step, element);
     if (!found || found->position < 0) continue;
+    const std::vector<AppliedOperation>& operations = look.side.account.operations;
     if (!found->inserts.empty() && !found->was_there)
-      return {true,
-              side.account.operations[static_cast<std::size_t>(found->inserts.front())].place};
+      return {true, operations[static_cast<std::size_t>(found->inserts.front())].place};
   }
   return {};
 }
@@ -364,16 +376,12 @@ std::vector<ElementDifference> compare(const std::vector<std::string>& first,
   return all;
 }
 
-VariableDifference compare_variable(const std::string& name, const Side& one, const Side& two) {
-  const auto value_in = [&](const Side& side) -> std::optional<std::string> {
-    const auto value = side.results->find(name);
-    return value ? std::optional(std::string(*value)) : std::nullopt;
-  };
+VariableDifference compare_variable(const std::string& name, const Look& one, const Look& two) {
   VariableDifference result;
   result.name = name;
-  result.before = value_in(one);
-  result.after = value_in(two);
-  std::string separators[] = {separator_of(one, name), separator_of(two, name)};
+  result.before = one.value(name);
+  result.after = two.value(name);
+  std::string separators[] = {one.separator(name), two.separator(name)};
   if (separators[0].empty()) separators[0] = separators[1];
   if (separators[1].empty()) separators[1] = separators[0];
   for (std::string& separator : separators)
@@ -384,15 +392,17 @@ VariableDifference compare_variable(const std::string& name, const Side& one, co
   std::vector<std::string> shown[2];
   std::map<std::string, std::string> real[2];
   for (const std::string& element : first)
-    real[0][shown[0].emplace_back(without_root(element, one, two))] = element;
+    real[0][shown[0].emplace_back(without_root(element, one.side, two.side))] = element;
   for (const std::string& element : second)
-    real[1][shown[1].emplace_back(without_root(element, two, one))] = element;
+    real[1][shown[1].emplace_back(without_root(element, two.side, one.side))] = element;
   result.elements = compare(shown[0], shown[1]);
+  const auto first_steps = one.reasons.steps(name);
+  const auto second_steps = two.reasons.steps(name);
   for (ElementDifference& element : result.elements) {
     if (element.change != Change::kAdded)
-      element.first = origin_of(one, name, real[0][element.value]);
+      element.first = origin_of(one, first_steps, real[0][element.value]);
     if (element.change != Change::kRemoved)
-      element.second = origin_of(two, name, real[1][element.value]);
+      element.second = origin_of(two, second_steps, real[1][element.value]);
   }
   return result;
 }
@@ -444,8 +454,9 @@ Difference compare(const Side& one, const Side& two) {
   if (one.lock && two.lock) all.files = compare_files(*one.lock, *two.lock);
   all.is_computed = one.results && two.results;
   if (!all.is_computed) return all;
+  const Look first(one), second(two);
   for (const auto& change : difference(*one.results, *two.results)) {
-    VariableDifference variable = compare_variable(change.name, one, two);
+    VariableDifference variable = compare_variable(change.name, first, second);
     if (!are_alike(variable)) all.variables.push_back(std::move(variable));
   }
   return all;

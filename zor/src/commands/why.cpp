@@ -1,6 +1,8 @@
 // zor why: why a variable is as it is, and why a version and a variety were taken.
 #include <algorithm>
 #include <optional>
+#include <set>
+#include <unordered_set>
 
 #include "catalogue.h"
 #include "commands/command.h"
@@ -184,34 +186,33 @@ struct Fate {
 };
 
 // Those that are there in the end in their order, then the others.
-std::vector<Fate> fates_of(const Story& story) {
+std::vector<Fate> fates_of(const Story& story, const ReasonIndex& index) {
   std::vector<Fate> fates;
   if (story.steps.empty()) return fates;
+  std::unordered_set<std::string_view> known;
   const auto add = [&](const ElementReason& element, bool is_there) {
-    const VariableReason& first = *story.steps.front();
-    const ElementReason* at_first = reason_of(first, element.value);
+    if (!known.insert(element.value).second) return;
+    const ElementReason* at_first = index.find(*story.steps.front(), element.value);
     fates.push_back({element.value, is_there, at_first && at_first->was_there});
   };
   for (const ElementReason& element : story.steps.back()->elements)
     if (element.position >= 0) add(element, true);
   for (const VariableReason* step : story.steps)
     for (const ElementReason& element : step->elements)
-      if (std::none_of(fates.begin(), fates.end(),
-                       [&](const Fate& fate) { return fate.value == element.value; }))
-        add(element, false);
+      add(element, false);
   return fates;
 }
 
 class StoryText {
  public:
-  StoryText(const Account& account, const Request& request)
-      : account_(account), request_(request) {}
+  StoryText(const Account& account, const ReasonIndex& index, const Request& request)
+      : account_(account), index_(index), request_(request) {}
 
   std::string of(const Story& story, const std::optional<std::string>& only) const {
     std::string text = story.name + '\n';
     if (story.steps.empty()) return text + untouched(story, only);
     bool told = false;
-    for (const Fate& fate : fates_of(story)) {
+    for (const Fate& fate : fates_of(story, index_)) {
       if (only && fate.value != *only) continue;
       text += of(story, fate);
       told = true;
@@ -245,7 +246,7 @@ class StoryText {
         fmt::format("  {}{}\n", fate.value, fate.is_there ? "" : ", which is not there");
     if (fate.was_there) text += "    was there before\n";
     for (const VariableReason* step : story.steps)
-      if (const ElementReason* element = reason_of(*step, fate.value)) text += of(*element);
+      if (const ElementReason* element = index_.find(*step, fate.value)) text += of(*element);
     return text;
   }
 
@@ -289,25 +290,23 @@ class StoryText {
   }
 
   const Account& account_;
+  const ReasonIndex& index_;
   const Request& request_;
 };
 
 // One for the variable that is asked for, or one for each that there are reasons for.
-std::vector<Story> stories_of(const Account& account, const std::string& variable,
-                              const Environment& base) {
+std::vector<Story> stories_of(const Account& account, const ReasonIndex& index,
+                              const std::string& variable, const Environment& base) {
+  std::set<std::string> names;
+  if (!variable.empty()) names.insert(variable);
+  for (const VariableReason& reason : account.variables)
+    names.insert(reason.name);
+  const Values values(base);
   std::vector<Story> stories;
-  if (!variable.empty()) stories.push_back({variable, {}, {}});
-  for (const VariableReason& reason : account.variables) {
-    const auto same = [&](const Story& story) { return story.name == reason.name; };
-    auto story = std::find_if(stories.begin(), stories.end(), same);
-    if (story == stories.end()) story = stories.insert(story, {reason.name, {}, {}});
-    story->steps.push_back(&reason);
+  for (const std::string& name : names) {
+    stories.push_back({name, index.steps(name), {}});
+    if (const auto value = values.find(name)) stories.back().base = std::string(*value);
   }
-  for (Story& story : stories)
-    if (const auto value = base.find(story.name)) story.base = std::string(*value);
-  if (variable.empty())
-    std::sort(stories.begin(), stories.end(),
-              [](const Story& a, const Story& b) { return a.name < b.name; });
   return stories;
 }
 
@@ -481,13 +480,14 @@ int run_why(Context* context) {
   }
   const Account account = account_of(request.question(), base, asked.variable);
   if (!account.answer.done) throw Error(explained(request, base, account.answer));
-  const std::vector<Story> stories = stories_of(account, asked.variable, base);
+  const ReasonIndex index(account);
+  const std::vector<Story> stories = stories_of(account, index, asked.variable, base);
   if (json) {
     context->out += document(account.answer.root, Json::array(), list_of(stories, asked.element),
                              account, request);
     return kDone;
   }
-  const StoryText text(account, request);
+  const StoryText text(account, index, request);
   for (const Story& story : stories)
     context->out += text.of(story, asked.element);
   return kDone;
