@@ -46,6 +46,7 @@ struct Span {
 struct Document {
   std::string content;  // in UTF-8, without a byte order mark
   Element root;
+  std::vector<std::size_t> lines;  // where each line begins in it
 
   Position position(std::size_t at) const;
   // The start tag.

@@ -142,6 +142,16 @@ std::size_t behind_name(std::string_view text, std::size_t at) {
   return at;
 }
 
+// A line ends with "\n", "\r\n" or "\r".
+std::vector<std::size_t> lines_of(std::string_view content) {
+  std::vector<std::size_t> lines = {0};
+  for (std::size_t at = 0; (at = content.find_first_of("\r\n", at)) != content.npos;) {
+    at += content.substr(at, 2) == "\r\n" ? 2 : 1;
+    lines.push_back(at);
+  }
+  return lines;
+}
+
 struct WrittenAttribute {
   Span name;
   Span value;
@@ -180,18 +190,13 @@ const Element* Element::child(std::string_view wanted) const {
 }
 
 Position Document::position(std::size_t at) const {
-  Position position = {1, 1};
-  for (std::size_t i = 0; i < std::min(at, content.size()); ++i) {
-    const bool second_half = content[i] == '\n' && i > 0 && content[i - 1] == '\r';
-    if (second_half) continue;
-    if (content[i] == '\n' || content[i] == '\r') {
-      ++position.line;
-      position.column = 1;
-    } else if ((static_cast<unsigned char>(content[i]) & 0xC0) != 0x80) {
-      ++position.column;
-    }
-  }
-  return position;
+  at = std::min(at, content.size());
+  const auto next = std::upper_bound(lines.begin(), lines.end(), at);
+  const auto characters =
+      std::count_if(content.begin() + static_cast<std::ptrdiff_t>(*(next - 1)),
+                    content.begin() + static_cast<std::ptrdiff_t>(at),
+                    [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
+  return {static_cast<int>(next - lines.begin()), static_cast<int>(characters) + 1};
 }
 
 Span Document::tag(const Element& element) const {
@@ -228,6 +233,7 @@ std::optional<Document> parse_document(std::string content) {
                                       static_cast<int>(document.content.size()), 1);
   if (status != XML_STATUS_OK) return std::nullopt;
   document.root = std::move(builder.root);
+  document.lines = lines_of(document.content);
   return document;
 }
 

@@ -297,15 +297,16 @@ class ComputationCheck {
     return *filled_;
   }
 
-  bool fills(const char* file, const std::string& name) const {
+  // The names of those that the file fills or deletes itself.
+  std::set<std::string> filled_by(const char* file) const {
+    std::set<std::string> names;
     const Document* document = product_->document(file);
-    if (!document) return false;
+    if (!document) return names;
     for (const Element& group : document->root.children)
       for (const Element& operation : group.children)
-        if (is_operation(operation) && operation.name != "ENV-REMOVE" &&
-            name_element(operation).text == name)
-          return true;
-    return false;
+        if (is_operation(operation) && operation.name != "ENV-REMOVE")
+          names.insert(name_element(operation).text);
+    return names;
   }
 
   // Removals from variables that nothing inserts into and that may not be set.
@@ -314,12 +315,14 @@ class ComputationCheck {
                                                      "SHELL", "TERM", "LANG", "PWD"};
     const Document* document = product_->document(file);
     if (!document) return;
+    std::set<std::string> own = filled_by(file);
+    own.merge(filled_by("env.xml"));
     for (const Element& group : document->root.children)
       for (const Element& operation : group.children) {
         if (operation.name != "ENV-REMOVE") continue;
         const std::string& name = name_element(operation).text;
         if (is_pattern(name) || name.find('%') != std::string::npos || kAlwaysSet.contains(name) ||
-            fills(file, name) || fills("env.xml", name) || filled().contains(name))
+            own.contains(name) || filled().contains(name))
           continue;
         product_->tell("ZW412", file, operation,
                        fmt::format("where {} is not set, this makes it an empty variable", name),

@@ -86,6 +86,11 @@ class FileCheck {
     const auto& varieties = product->inspection().varieties();
     for (std::size_t i = 0; i < varieties.size(); ++i)
       if (varieties[i].complete) complete_.push_back(i);
+    for (const Element& group : document_.root.children)
+      for (const Element& operation : group.children)
+        if (const std::string* separator = operation.find("sep");
+            separator && !separator->empty() && is_operation(operation))
+          stated_.try_emplace(name_element(operation).text, *separator);
   }
 
   void run() {
@@ -375,15 +380,9 @@ class FileCheck {
   }
 
   // The separator that any operation of the file states for the variable.
-  std::string stated_for(const std::string& name) {
-    for (const Element& group : document_.root.children)
-      for (const Element& operation : group.children) {
-        const std::string* separator = operation.find("sep");
-        if (is_operation(operation) && separator && !separator->empty() &&
-            name_element(operation).text == name)
-          return *separator;
-      }
-    return ":";
+  std::string stated_for(const std::string& name) const {
+    const auto stated = stated_.find(name);
+    return stated == stated_.end() ? ":" : stated->second;
   }
 
   // A directory below the root, for varieties that this host takes.
@@ -423,7 +422,8 @@ class FileCheck {
   const char* file_;
   const Document& document_;
   std::vector<std::size_t> complete_;
-  std::vector<std::size_t> varieties_;  // that get the group at hand
+  std::vector<std::size_t> varieties_;                   // that get the group at hand
+  std::unordered_map<std::string, std::string> stated_;  // of each variable the first separator
 };
 
 // Operations on one variable of which some state a separator and others none. An ENV-DELETE takes

@@ -104,13 +104,16 @@ void Together::tell(std::vector<Finding>* findings) const {
 }
 
 void Together::tell_of_separators(std::vector<Finding>* findings) const {
+  std::vector<std::string> met;
+  for (const Finding& finding : *findings)
+    if (finding.rule == "ZW504") met.push_back(finding.text);
   for (const auto& [variable, all] : separators_) {
     if (all.size() < 2) continue;
     // Where the computation has met them, enough is said.
-    const auto told = [&](const Finding& finding) {
-      return finding.rule == "ZW504" && finding.text.starts_with(variable + ':');
-    };
-    if (std::any_of(findings->begin(), findings->end(), told)) continue;
+    const std::string head = variable + ':';
+    if (std::any_of(met.begin(), met.end(),
+                    [&](const std::string& text) { return text.starts_with(head); }))
+      continue;
     const Uses* usual = nullptr;
     for (const auto& entry : all)
       if (!usual || entry.second.count > usual->count ||
