@@ -3,7 +3,8 @@
 
 Each product has the seven data files, with 20 operations or commands in each file of settings and of recipes, and two
 others of its category as parts. Told are the wall time, the processor time, and, if asked for, the most memory that all
-processes together held at a time, shared pages counted once. The warehouses are laid out in a directory that is removed at the end.
+processes together held at a time, shared pages counted once. The warehouses are laid out in a directory that is removed
+at the end.
 
   --program PATH   the program (build/release/zor)
   --memory         look at the memory, too, which costs time
@@ -107,6 +108,8 @@ for count in options.products:
     root = tempfile.mkdtemp(prefix="zor-check-")
     try:
         lay_out(root, count)
-        print("%d products: %.2f s, %.2f s of processors, %.0f MiB, status %d" % (count, *measure(options.program, root, options.memory)))
+        wall, cpu, memory, status = measure(options.program, root, options.memory)
+        print("%d products: %.2f s, %.2f s of processors, status %d" % (count, wall, cpu, status)
+              + (", %.0f MiB" % memory if options.memory else ""))
     finally:
         shutil.rmtree(root)

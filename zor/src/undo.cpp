@@ -1,12 +1,13 @@
 #include "undo.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <map>
 #include <set>
 #include <tuple>
 #include <unordered_map>
 
-#include "error.h"
 #include "words.h"
 
 namespace zor {

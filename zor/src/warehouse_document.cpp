@@ -71,10 +71,10 @@ std::string from_latin1(std::string_view content) {
 class Parser {
  public:
   Parser() : parser_(made()) {
-    static const unsigned long salt = std::random_device()() | 1UL;
+    static const unsigned long kSalt = std::random_device()() | 1UL;
     if (!parser_) return;
     XML_ParserReset(parser_, "UTF-8");
-    XML_SetHashSalt(parser_, salt);
+    XML_SetHashSalt(parser_, kSalt);
   }
   XML_Parser get() const { return parser_; }
 
@@ -83,9 +83,9 @@ class Parser {
     struct Free {
       void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
     };
-    static const std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser(
+    static const std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> kParser(
         XML_ParserCreate("UTF-8"));
-    return parser.get();
+    return kParser.get();
   }
 
   XML_Parser parser_;
@@ -145,9 +145,9 @@ std::size_t behind_name(std::string_view text, std::size_t at) {
 // A line ends with "\n", "\r\n" or "\r".
 std::vector<std::size_t> lines_of(std::string_view content) {
   std::vector<std::size_t> lines = {0};
-  for (std::size_t at = 0; (at = content.find_first_of("\r\n", at)) != content.npos;) {
-    at += content.substr(at, 2) == "\r\n" ? 2 : 1;
-    lines.push_back(at);
+  for (std::size_t at = 0; at < content.size(); ++at) {
+    const bool first_half = content[at] == '\r' && content.substr(at, 2) == "\r\n";
+    if (!first_half && (content[at] == '\n' || content[at] == '\r')) lines.push_back(at + 1);
   }
   return lines;
 }

@@ -1,11 +1,12 @@
 // The environment of a product together with its parts, computed by the engine. Each product is
 // requested alone, as a user would, with the conditions of each variety, for setting and for
 // undoing: once in a nearly empty environment, and once in one where each of its patterns matches.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <set>
 
 #include "check/product.h"
-#include "error.h"
 
 namespace zor::check {
 
@@ -38,6 +39,7 @@ constexpr std::size_t kMostCrossed = 12;
 // nothing, and with ** as what another pattern speaks of.
 std::vector<std::string> witnesses(const std::vector<std::string>& patterns) {
   std::vector<std::string> texts;
+  texts.reserve(2 * patterns.size());
   for (const std::string& pattern : patterns)
     texts.push_back(witness(pattern));
   const std::size_t plain = std::min(texts.size(), kMostCrossed);
@@ -51,7 +53,7 @@ std::vector<std::string> witnesses(const std::vector<std::string>& patterns) {
     for (std::size_t i = 0; i < plain; ++i) {
       const std::size_t start = before.empty() ? 0 : texts[i].find_first_not_of('/');
       if (start != std::string::npos)
-        texts.push_back(witness(before + texts[i].substr(start) + behind));
+        texts.push_back(witness(std::string(before).append(texts[i], start).append(behind)));
     }
   }
   return texts;

@@ -1,17 +1,15 @@
 // Settings: the texts of env.xml and unenv.xml, and the recipes that came before them.
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <set>
 #include <unordered_map>
 #include <utility>
 
 #include "check/product.h"
-#include "error.h"
 #include "formats/format.h"
 #include "formats/names.h"
-#include "words.h"
 
 namespace zor::check {
 
@@ -52,7 +50,7 @@ std::vector<std::string> environment_names(const std::string& text) {
 // Why dialects can't carry a variable, or nothing.
 std::string refusals(const Change& change) {
   // Dialects of one family ask by one function.
-  static const std::vector<const Format*> families = [] {
+  static const std::vector<const Format*> kFamilies = [] {
     std::vector<const Format*> different;
     for (const Format& format : formats())
       if (std::none_of(different.begin(), different.end(),
@@ -61,7 +59,7 @@ std::string refusals(const Change& change) {
     return different;
   }();
   std::string text;
-  for (const Format* family : families) {
+  for (const Format* family : kFamilies) {
     const std::string reason = family->refusal(change);
     if (!reason.empty()) text += (text.empty() ? "" : "; ") + reason;
   }

@@ -1,10 +1,10 @@
 #include "check/together.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <tuple>
 #include <unordered_map>
-
-#include "error.h"
 
 namespace zor::check {
 
