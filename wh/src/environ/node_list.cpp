@@ -25,9 +25,9 @@ FwTextString text_at(const NODE_LIST* nodes, int32 position) {
 void file_unusual(NODE_LIST* nodes) {
   if (nodes->unusual_filed) return;
   nodes->unusual_filed = true;
-  open_literals(&nodes->unusual_keys);
   for (int32 i = 0; i < FwVectorLength(&nodes->list); ++i) {
     if (is_own_key(text_at(nodes, i))) continue;
+    if (nodes->unusual.count == 0) open_literals(&nodes->unusual_keys);
     add_position(&nodes->unusual, i);
     add_literal(&nodes->unusual_keys, text_at(nodes, i), i);
   }
@@ -43,14 +43,19 @@ void match_literal(NODE_LIST* nodes, FwTextString key) {
   sort_positions(&nodes->found);
 }
 
-// Tries the pattern on each node. How a text begins often settles it without cutting it up.
+// Tries the pattern on each node. How a text that is its own key begins often settles it without
+// cutting it up.
 void try_nodes(NODE_LIST* nodes, const GLOB* glob) {
+  file_unusual(nodes);
   FwTextString beginning = literal_beginning(glob);
   const std::string_view head = glob_view(beginning);
+  const int32* unusual = nodes->unusual.begin();
   for (int32 i = 0; i < FwVectorLength(&nodes->list); ++i) {
     FwTextString text = text_at(nodes, i);
-    const bool begins = std::strncmp(FWC(text), head.data(), head.size()) == 0;
-    if (!begins && is_own_key(text)) continue;
+    if (unusual != nodes->unusual.end() && *unusual == i)
+      ++unusual;
+    else if (std::strncmp(FWC(text), head.data(), head.size()) != 0)
+      continue;
     if (glob_accepts(glob, text)) add_position(&nodes->found, i);
   }
   FwMemFree(beginning);

@@ -1,6 +1,7 @@
 #include "literals.h"
 
 #include <algorithm>
+#include <array>
 
 #include "fcpp.h"
 #include "fwmem.h"
@@ -8,6 +9,14 @@
 #include "glob.h"
 
 namespace {
+
+// The bytes at which is_own_key() stops to look, as it goes over every text that there is.
+constexpr std::array<bool, 256> kLookedAt = [] {
+  std::array<bool, 256> bytes = {};
+  for (const char c : {'\0', '*', '?', '|', '/'})
+    bytes[static_cast<unsigned char>(c)] = true;
+  return bytes;
+}();
 
 // Unlike in the environment tables, the order of these slots shows nowhere.
 uint32 literal_hash(void* key) {
@@ -91,12 +100,13 @@ FwTextString literal_key(FwTextString text) {
 }
 
 bool is_own_key(FwTextString text) {
-  for (const FwTextByte* p = text; *p; ++p) {
-    if (*p == '*' || *p == '?' || *p == '|') return false;
+  for (const FwTextByte* p = text;; ++p) {
+    while (!kLookedAt[*p])
+      ++p;
+    if (*p != '/') return *p == 0;
     // An empty element, or a separator behind the last one: only the root ends with one.
-    if (*p == '/' && (p[1] == '/' || (p[1] == 0 && p != text))) return false;
+    if (p[1] == '/' || (p[1] == 0 && p != text)) return false;
   }
-  return true;
 }
 
 FwTextString literal_beginning(const GLOB* glob) {
