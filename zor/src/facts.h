@@ -57,6 +57,9 @@ struct FilePart {
 
 enum class OperationKind { kInsert, kRemove, kDelete, kRecipe };
 
+// "insert", "remove", "delete" or "recipe".
+const char* word_for(OperationKind kind);
+
 // What happens to a variable.
 struct Operation {
   OperationKind kind = OperationKind::kInsert;

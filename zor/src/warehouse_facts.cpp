@@ -245,6 +245,20 @@ std::vector<std::string> words_of_host(const char* (*word)(int number), const st
 
 }  // namespace
 
+const char* word_for(OperationKind kind) {
+  switch (kind) {
+    case OperationKind::kInsert:
+      return "insert";
+    case OperationKind::kRemove:
+      return "remove";
+    case OperationKind::kDelete:
+      return "delete";
+    case OperationKind::kRecipe:
+      break;
+  }
+  return "recipe";
+}
+
 std::vector<Binding> bindings_of(const WH_VAR* vars) {
   std::vector<Binding> bindings;
   for (; vars; vars = vars->next)

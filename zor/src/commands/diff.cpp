@@ -516,25 +516,15 @@ const char* word_for(Change change) {
   return "kept";
 }
 
-Json json_of(const ProductName& product) {
-  return {{"category", json_text(product.category)},
-          {"name", json_text(product.name)},
-          {"version", json_text(product.version)},
-          {"rev", json_text(product.rev)}};
-}
-
 Json json_of(const Origin& origin) {
   if (!origin.is_known) return nullptr;
-  return {{"product", json_of(origin.place.product)},
+  return {{"product", json_product(origin.place.product)},
           {"file", json_text(origin.place.file)},
           {"line", origin.place.line},
           {"column", origin.place.column}};
 }
 
 Json json_of(const VariableDifference& variable) {
-  const auto value = [](const std::optional<std::string>& text) {
-    return text ? json_text(*text) : Json(nullptr);
-  };
   Json elements = Json::array();
   for (const ElementDifference& element : variable.elements)
     elements.push_back({{"value", json_text(element.value)},
@@ -543,8 +533,8 @@ Json json_of(const VariableDifference& variable) {
                         {"second", json_of(element.second)}});
   return {{"name", json_text(variable.name)},
           {"separator", json_text(variable.separator)},
-          {"first", value(variable.before)},
-          {"second", value(variable.after)},
+          {"first", json_text_or_null(variable.before)},
+          {"second", json_text_or_null(variable.after)},
           {"elements", elements}};
 }
 
@@ -556,7 +546,7 @@ Json json_of(const Side& side) {
 Json document_of(const Difference& all, const Side& one, const Side& two) {
   Json products = Json::array();
   for (const auto& [product, change] : all.products)
-    products.push_back({{"product", json_of(product)}, {"change", word_for(change)}});
+    products.push_back({{"product", json_product(product)}, {"change", word_for(change)}});
   Json files = Json::array();
   for (const FileDifference& file : all.files)
     files.push_back({{"path", json_text(file.path)}, {"change", file.word}});

@@ -34,13 +34,6 @@ std::string group_label(int group) {
   return group == 0 ? "group 1" : fmt::format("group {}, overrides group {}", group + 1, group);
 }
 
-Json json_of(const ProductName& product) {
-  return {{"category", json_text(product.category)},
-          {"name", json_text(product.name)},
-          {"version", json_text(product.version)},
-          {"rev", json_text(product.rev)}};
-}
-
 // The drawing in a format other than text and json.
 std::string drawn(const Drawing& drawing, const std::string& format, const Context& context) {
   if (format == "dot") return as_dot(drawing);
@@ -173,7 +166,7 @@ Json json_of(const Node& node) {
                          {"complete", variety.complete},
                          {"chosen", variety.chosen}});
   }
-  return {{"product", json_of(node.product)},
+  return {{"product", json_product(node.product)},
           {"group", node.group + 1},
           {"named", node.named},
           {"presence", word_for(node.presence)},
@@ -294,7 +287,7 @@ Json json_of(const VariableReason& reason, const Account& account) {
     const Location& place = account.operations[at(constraint.operation)].place;
     constraints.push_back({{"first", json_text(constraint.first)},
                            {"second", json_text(constraint.second)},
-                           {"product", json_of(place.product)},
+                           {"product", json_product(place.product)},
                            {"file", json_text(place.file)},
                            {"line", place.line},
                            {"column", place.column},

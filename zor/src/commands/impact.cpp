@@ -362,18 +362,11 @@ std::string text_of(const Impact& impact, const std::string& root) {
   return text;
 }
 
-Json json_of(const ProductName& product) {
-  return {{"category", json_text(product.category)},
-          {"name", json_text(product.name)},
-          {"version", json_text(product.version)},
-          {"rev", json_text(product.rev)}};
-}
-
 Json json_of(const Chain& chain) {
   Json steps = Json::array();
   for (const Step& step : chain) {
     const bool placed = !step.place.file.empty();
-    steps.push_back({{"product", json_of(step.product)},
+    steps.push_back({{"product", json_product(step.product)},
                      {"file", placed ? json_text(step.place.file) : Json(nullptr)},
                      {"line", placed ? Json(step.place.line) : Json(nullptr)},
                      {"column", placed ? Json(step.place.column) : Json(nullptr)}});

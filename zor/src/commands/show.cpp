@@ -13,18 +13,11 @@ namespace {
 
 // ---- JSON ----
 
-Json json_of(const std::vector<Binding>& bindings) {
-  Json list = Json::array();
-  for (const Binding& binding : bindings)
-    list.push_back({{"name", json_text(binding.name)}, {"value", json_text(binding.value)}});
-  return list;
-}
-
 Json json_of(const Condition& condition) {
   Json list = Json::array();
   for (const Alternative& alternative : condition)
-    list.push_back(
-        {{"host", json_text(alternative.host)}, {"variables", json_of(alternative.variables)}});
+    list.push_back({{"host", json_text(alternative.host)},
+                    {"variables", json_bindings(alternative.variables)}});
   return list;
 }
 
@@ -34,29 +27,15 @@ Json json_of(const VarietyFacts& variety) {
     segments.push_back({{"host", json_text(segment.host)}, {"here", segment.here}});
   return {{"name", json_text(variety.name)},
           {"description", json_text(variety.description)},
-          {"variables", json_of(variety.variables)},
+          {"variables", json_bindings(variety.variables)},
           {"segments", segments},
           {"complete", variety.complete},
           {"for_host", variety.for_host}};
 }
 
-const char* word_for(const Operation& operation) {
-  switch (operation.kind) {
-    case OperationKind::kInsert:
-      return "insert";
-    case OperationKind::kRemove:
-      return "remove";
-    case OperationKind::kDelete:
-      return "delete";
-    case OperationKind::kRecipe:
-      break;
-  }
-  return "recipe";
-}
-
 Json json_of(const Operation& operation) {
   return {
-      {"variable", json_text(operation.variable)}, {"kind", word_for(operation)},
+      {"variable", json_text(operation.variable)}, {"kind", word_for(operation.kind)},
       {"word", json_text(operation.word)},         {"separator", json_text(operation.separator)},
       {"values", json_texts(operation.values)},    {"before", json_texts(operation.before)},
       {"after", json_texts(operation.after)},      {"when", json_of(operation.when)},
@@ -64,12 +43,10 @@ Json json_of(const Operation& operation) {
 }
 
 Json json_of(const Part& part) {
-  return {{"category", json_text(part.product.category)},
-          {"name", json_text(part.product.name)},
-          {"version", json_text(part.product.version)},
-          {"rev", json_text(part.product.rev)},
-          {"when", json_of(part.when)},
-          {"varieties", json_of(part.varieties)}};
+  Json json = json_product(part.product);
+  json["when"] = json_of(part.when);
+  json["varieties"] = json_of(part.varieties);
+  return json;
 }
 
 template <typename T>
@@ -92,11 +69,7 @@ Json document_of(const ProductFacts& facts, const std::vector<CatalogueVersion>&
   for (const CatalogueVersion& version : versions)
     others.push_back({{"version", json_text(version.version)}, {"revs", json_texts(version.revs)}});
   return {{"version", 1},
-          {"product",
-           {{"category", json_text(facts.product.category)},
-            {"name", json_text(facts.product.name)},
-            {"version", json_text(facts.product.version)},
-            {"rev", json_text(facts.product.rev)}}},
+          {"product", json_product(facts.product)},
           {"directory", json_text(facts.directory)},
           {"title", json_text(facts.title)},
           {"visible", facts.visible},
@@ -144,8 +117,8 @@ std::string shown(const VarietyFacts& variety) {
 }
 
 std::string shown(const Operation& operation) {
-  std::string text =
-      operation.variable + ' ' + (operation.word.empty() ? word_for(operation) : operation.word);
+  std::string text = operation.variable + ' ' +
+                     (operation.word.empty() ? word_for(operation.kind) : operation.word);
   for (const std::string& value : operation.values)
     text += ' ' + value;
   for (const std::string& pattern : operation.before)

@@ -14,7 +14,7 @@ namespace zor {
 
 namespace {
 
-const char* word_for(OperationKind kind) {
+const char* element_name(OperationKind kind) {
   return kind == OperationKind::kInsert   ? "ENV-INSERT"
          : kind == OperationKind::kRemove ? "ENV-REMOVE"
                                           : "ENV-DELETE";
@@ -35,7 +35,7 @@ std::string notes_on(const UndoFile& file) {
   std::string notes;
   for (const NotUndone& each : file.not_undone)
     notes += fmt::format("zor: {}:{}: {} of {} can't be undone: {}\n", each.operation.file,
-                         each.operation.line, word_for(each.operation.kind),
+                         each.operation.line, element_name(each.operation.kind),
                          each.operation.variable, each.why);
   for (const UndoClaim& claim : file.claims)
     notes += "zor: " + shown(claim) + '\n';
@@ -56,7 +56,7 @@ Json document_of(const UndoFile& file, const std::string& path, bool is_written)
   Json not_undone = Json::array();
   for (const NotUndone& each : file.not_undone)
     not_undone.push_back({{"variable", json_text(each.operation.variable)},
-                          {"operation", word_for(each.operation.kind)},
+                          {"operation", element_name(each.operation.kind)},
                           {"file", json_text(each.operation.file)},
                           {"line", each.operation.line},
                           {"why", json_text(each.why)},

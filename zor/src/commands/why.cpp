@@ -312,24 +312,6 @@ std::vector<Story> stories_of(const Account& account, const ReasonIndex& index,
 
 // ---- JSON ----
 
-Json json_of(const ProductName& product) {
-  return {{"category", json_text(product.category)},
-          {"name", json_text(product.name)},
-          {"version", json_text(product.version)},
-          {"rev", json_text(product.rev)}};
-}
-
-Json json_of(const std::vector<Binding>& bindings) {
-  Json list = Json::array();
-  for (const Binding& binding : bindings)
-    list.push_back({{"name", json_text(binding.name)}, {"value", json_text(binding.value)}});
-  return list;
-}
-
-Json json_of(const std::optional<std::string>& text) {
-  return text ? json_text(*text) : Json(nullptr);
-}
-
 Json index_or_null(int index) {
   return index < 0 ? Json(nullptr) : Json(index);
 }
@@ -345,9 +327,9 @@ Json json_of(const Station& station, const Request& request) {
                          .groups[static_cast<std::size_t>(station.group)]
                                 [static_cast<std::size_t>(station.query)]
                          .word);
-  return {{"product", json_of(station.product)},
+  return {{"product", json_product(station.product)},
           {"variety", json_text(station.variety)},
-          {"variables", json_of(station.variables)},
+          {"variables", json_bindings(station.variables)},
           {"group", station.group},
           {"word", word},
           {"includer", index_or_null(station.includer)},
@@ -355,8 +337,7 @@ Json json_of(const Station& station, const Request& request) {
 }
 
 Json json_of(const AppliedOperation& operation) {
-  const char* const kinds[] = {"insert", "remove", "delete", "recipe"};
-  return {{"kind", kinds[static_cast<int>(operation.kind)]},
+  return {{"kind", word_for(operation.kind)},
           {"word", json_text(operation.word)},
           {"group", index_or_null(operation.group)},
           {"station", operation.station},
@@ -394,12 +375,13 @@ Json json_of(const Story& story, const std::optional<std::string>& only) {
       if (!only || element.value == *only) elements.push_back(json_of(element));
     steps.push_back({{"group", index_or_null(step->group)},
                      {"separator", json_text(step->separator)},
-                     {"before", json_of(step->before)},
-                     {"after", json_of(step->after)},
+                     {"before", json_text_or_null(step->before)},
+                     {"after", json_text_or_null(step->after)},
                      {"operations", step->operations},
                      {"elements", elements}});
   }
-  return {{"name", json_text(story.name)}, {"base", json_of(story.base)}, {"steps", steps}};
+  return {
+      {"name", json_text(story.name)}, {"base", json_text_or_null(story.base)}, {"steps", steps}};
 }
 
 Json json_of(const NamedChoice& choice) {
@@ -410,16 +392,16 @@ Json json_of(const NamedChoice& choice) {
   Json varieties = Json::array();
   for (const VarietyReason& reason : choice.reason.varieties)
     varieties.push_back({{"name", json_text(reason.variety.name)},
-                         {"variables", json_of(reason.variety.variables)},
+                         {"variables", json_bindings(reason.variety.variables)},
                          {"chosen", reason.variety.chosen},
                          {"complete", reason.variety.complete},
-                         {"failed", json_of(reason.failed)},
+                         {"failed", json_bindings(reason.failed)},
                          {"other_host", reason.other_host},
                          {"missing", json_texts(reason.missing)}});
   return {{"group", choice.group},
           {"word", json_text(choice.named->word)},
-          {"asked", json_of(choice.named->query.product)},
-          {"product", json_of(choice.reason.product)},
+          {"asked", json_product(choice.named->query.product)},
+          {"product", json_product(choice.reason.product)},
           {"versions", versions},
           {"varieties", varieties}};
 }

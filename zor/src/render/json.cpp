@@ -1,7 +1,5 @@
 #include "render/json.h"
 
-#include <optional>
-
 #include "base64.h"
 #include "error.h"
 #include "formats/names.h"
@@ -18,6 +16,24 @@ Json json_texts(const std::vector<std::string>& all) {
   for (const std::string& text : all)
     texts.push_back(json_text(text));
   return texts;
+}
+
+Json json_text_or_null(const std::optional<std::string>& bytes) {
+  return bytes ? json_text(*bytes) : Json(nullptr);
+}
+
+Json json_product(const ProductName& product) {
+  return {{"category", json_text(product.category)},
+          {"name", json_text(product.name)},
+          {"version", json_text(product.version)},
+          {"rev", json_text(product.rev)}};
+}
+
+Json json_bindings(const std::vector<Binding>& bindings) {
+  Json list = Json::array();
+  for (const Binding& binding : bindings)
+    list.push_back({{"name", json_text(binding.name)}, {"value", json_text(binding.value)}});
+  return list;
 }
 
 std::string bytes_of(const Json& text) {
