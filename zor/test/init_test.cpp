@@ -298,6 +298,50 @@ TEST_P(Init, WhatChangesNothingIsRunAsItStands) {
       << result_.err;
 }
 
+// The program ends with nothing printed, or with all of it and without its own end: nothing else is
+// possible, wherever a signal arrives.
+TEST_P(Init, AProgramThatIsInterruptedChangesNothing) {
+  warehouse_.Product("C/a/1.0/1", Insert("A", "new"));
+  program_ = warehouse_ / "zor";
+  const std::string real = warehouse_ / "real";
+  // Where these read a file they end with the program that an interrupt has ended.
+  const std::string interrupt = Is(kCsh) || Is(kFish) ? "PIPE" : "INT";
+  warehouse_.Write("plan", "before " + interrupt + "\nbefore TERM\nbefore HUP\nbefore 2\nafter " +
+                               interrupt + "\nafter TERM\nafter HUP\nafter 2\nafter 0\n");
+  warehouse_.Write("stand-in",
+                   "#!/bin/sh\n"
+                   "case $1 in --csh-file | --csh-after) exec " +
+                       real +
+                       " \"$@\" ;; esac\n"
+                       "cd " +
+                       warehouse_.path() +
+                       "\n"
+                       "read -r when end <plan\n"
+                       "sed -i 1d plan\n"
+                       "[ $when = before ] || " +
+                       real +
+                       " \"$@\"\n"
+                       "case $end in [0-9]) exit $end ;; esac\n"
+                       "kill -$end $$\n");
+  ASSERT_EQ(0, chmod((warehouse_ / "stand-in").c_str(), 0755));
+  std::filesystem::copy_file(ZOR_PROGRAM, real);
+  std::filesystem::copy_file(ZOR_PROGRAM, program_);
+  Keep("0");
+  script_ += "/bin/mv " + warehouse_ / "stand-in" + " " + program_ + "\n";
+  for (int step = 1; step <= 9; ++step)
+    Step("load C/a");
+  Run();
+  EXPECT_EQ("", ReadFile(warehouse_ / "plan"));
+  for (int step = 1; step <= 8; ++step) {
+    SCOPED_TRACE(step);
+    EXPECT_NE("0\n", StatusOf(step));
+    EXPECT_EQ(Behind(0), Behind(step));
+  }
+  EXPECT_EQ("0\n", StatusOf(9));
+  EXPECT_EQ(Model(Behind(0), warehouse_.Root(), {{"a", "1.0"}}), Computed(9)) << result_.err;
+  EXPECT_TRUE(std::filesystem::is_empty(warehouse_ / "tmp"));
+}
+
 // A value of this size takes the shells of before half a minute.
 TEST_P(Init, LongValuesArriveWhole) {
   const std::string value(100000, '\'');
