@@ -187,6 +187,23 @@ TEST(Observer, IsToldWhatGivesWayAndWhatStandsAgainstWhat) {
   EXPECT_EQ(Strings{clash}, reports.lines());
 }
 
+// A remove that arrives before the first insert counts again with each of them, and is told once.
+TEST(Observer, ARemoveIsToldOnceHoweverManyInsertsFollow) {
+  Warehouse w;
+  w.Add("A", Remove("V", {"x"}), {"B", "C", "D"});
+  w.Add("B", Remove("V", {"x"}));
+  w.Add("C", Insert("V", "x"));
+  w.Add("D", Insert("V", "x"));
+  Diary diary;
+  const Environment output(Observe(w, {"A"}, Environment(Pairs{{"V", "x"}}), diary.observer()));
+  Strings lines = diary.lines({"overruled", "removed", "clash"});
+  std::sort(lines.begin(), lines.end());
+  EXPECT_EQ((Strings{"overruled V=x: B:2 remove V by A:2 remove V",
+                     "overruled V=x: C:2 insert V by A:2 remove V",
+                     "overruled V=x: D:2 insert V by A:2 remove V", "removed V=x: A:2 remove V"}),
+            lines);
+}
+
 TEST(Observer, AContradictionWithoutEndIsToldAndEndsTheComputation) {
   Warehouse w;
   w.Add("A", Insert("V", "x") + Insert("W", "y"), {"B"});
