@@ -541,6 +541,30 @@ TEST(Ancestors, AQueryThatFailsIsReportedEachTimeTheListIsGoneThrough) {
             second.lines());
 }
 
+// Behind a part that is missing, which is an answer as well, a query is asked no more often, also
+// if only its expansion tells that it reads the environment.
+TEST(Ancestors, AQueryOfTheEnvironmentThatFailsIsReportedAsOftenBehindAMissingPart) {
+  for (const std::string name : {"%{NOPE}", "%(X)"}) {
+    Warehouse w;
+    w.index()->missing_is_silent = 1;
+    w.Add("A", "", {"B", "C"});
+    w.Add("B", "", {"D"});
+    w.Add("C", "", {"D"});
+    w.AddVarieties("D", "<VARIETY><VAR n='X' v='%{NOPE}'/><SEGMENT host='all' here='1'/></VARIETY>",
+                   "");
+    w.Write("D", "partlist.xml",
+            "<PARTLIST><PARTSPEC><PATTERN/><PARTS><PRODUCT category='C' name='MISSING'><PATTERN/>"
+            "</PRODUCT><PRODUCT category='C' name='" +
+                name + "'><PATTERN/></PRODUCT></PARTS></PARTSPEC></PARTLIST>");
+    Reports reports;
+    ApplyNothing(w, {"A"});
+    const Strings lines = reports.lines();  // of the part that is missing, too
+    EXPECT_EQ(3, std::count(lines.begin(), lines.end(),
+                            "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"))
+        << name;
+  }
+}
+
 // Parts that do not exist change nothing of who includes whom, whether they are looked for each
 // time or are known to be missing.
 TEST(Ancestors, AreTheSameWithPartsThatAreMissing) {
