@@ -196,6 +196,26 @@ TEST(Collect, GroupsApplyToTheVarietiesThatTheirPatternsMatch) {
   EXPECT_EQ((Strings{"+V=fast2", "+V=safe1", "+V=safe2"}), Steps(w, {"A"}, {}).eops());
 }
 
+// A part that is loaded by then is taken without expanding a pattern that has nothing to expand.
+TEST(Collect, NamesInThePatternOfAPartAreExpandedThoughThePartIsLoaded) {
+  Warehouse w;
+  w.AddVarieties("D",
+                 "<VARIETY><VAR n='q' v='1'/><SEGMENT host='all' here='1'/></VARIETY>"
+                 "<VARIETY><VAR n='q' v='2'/><SEGMENT host='all' here='1'/></VARIETY>",
+                 Insert("V", "%(q)"));
+  const auto with_part = [&](const std::string& name, const std::string& value) {
+    return "<PARTLIST><PARTSPEC><PATTERN/><PARTS><PRODUCT category='C' name='D'><PATTERN><MATCH>"
+           "<VAR n='" +
+           name + "' v='" + value + "'/></MATCH></PATTERN></PRODUCT></PARTS></PARTSPEC></PARTLIST>";
+  };
+  w.Add("A", "");
+  w.Write("A", "partlist.xml", with_part("q", "2"));
+  w.AddVarieties("B", "<VARIETY><VAR n='N' v='q'/><SEGMENT host='all' here='1'/></VARIETY>", "");
+  w.Write("B", "partlist.xml", with_part("%(N)", "1"));
+  EXPECT_EQ("2", w.Apply({"A"}, Pairs{})["V"]);
+  EXPECT_EQ("1", w.Apply({"B"}, Pairs{})["V"]);
+}
+
 TEST(Collect, TheFileIsChosenBySet) {
   Warehouse w;
   w.Add("A", Insert("V", "set"));
