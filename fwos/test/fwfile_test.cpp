@@ -614,6 +614,15 @@ TEST(FwFileSeek, AbortsAnExtensionBetweenChunks) {
   EXPECT_EQ(3 + 2 * 0x20000, Value(offset));
 }
 
+TEST(FwFileSeek, ForwardInWhatHasNoExtentIsDenied) {
+  Open file("/dev/null", FW_OPEN_RDWR);
+  Vq32x2 offset = Offset(5);
+  Error err;
+  EXPECT_EQ(0, FwFileSeek(err, file, &offset, FW_SEEK_SET));
+  EXPECT_EQ("OperationDenied File", Describe(err));
+  EXPECT_EQ(0, Value(offset));
+}
+
 TEST(FwFileExtent, IsTheLengthOfARegularFile) {
   TemporaryTree tree;
   Open file(tree.Write("a", "12345"), FW_OPEN_RDONLY);

@@ -219,6 +219,17 @@ TEST(FwStream, AFixedRecordTakesWhatFitsAndTheLineIsUsedUp) {
   EXPECT_EQ("g\n|2", stream.Line());
 }
 
+TEST(FwStream, AFixedRecordWithoutRoomKeepsTheCarriageReturnThatItEndsWith) {
+  Stream stream("\rg\n", 4);
+  uint8 buffer[4] = {'a', 'b', '\r', 0};
+  FwStrRecord record;
+  FwStrRecordOpenOn(&record, buffer, sizeof buffer);
+  EXPECT_EQ(0, Fw_msg_ReadLine(stream.top, &stream.err, &record));
+  EXPECT_STREQ("ab\r", reinterpret_cast<char*>(buffer));
+  FwStrRecordAbandon(&record);
+  EXPECT_EQ("g\n|2", stream.Line());
+}
+
 TEST(FwStream, AReadErrorIsStickyAndGivesMinusOne) {
   Stream stream("ab\ncd\n", 3);
   EXPECT_EQ("ab\n|3", stream.Line());

@@ -175,6 +175,16 @@ TEST(FwStrRecord, OpenOnChecksTheContent) {
   }
 }
 
+// What is known of the part that was cut off no longer counts.
+TEST(FwStrRecord, ATextThatItsOwnerHasCutInPlaceIsCheckedFromItsBeginning) {
+  Growing growing("abcdef");
+  EXPECT_EQ(1u, FwStrPutTextString(growing.get(), FWT("g")));
+  growing->pbTerminator = growing->pbz + 1;
+  *growing->pbTerminator = 0;
+  ExpectAsserts expected({kBadlyTerminated});
+  FwStrPutTextString(growing.get(), FWT("\xE2"));
+}
+
 // --- Growth ---
 
 TEST(FwStrRecordGrowth, TheCapacityIsAPowerOfTwoAboveTwiceTheRequest) {
