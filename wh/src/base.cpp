@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "fwmem.h"
 #include "fwstring.h"
 #include "fwvector.h"
 

@@ -1,5 +1,4 @@
 // The start of the warehouse floor.
-#include "base.h"
 #include "fwstring.h"
 #include "hostplat.h"
 #include "warehouse/private.h"

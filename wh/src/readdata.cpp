@@ -8,7 +8,6 @@
 #include "fwmem.h"
 #include "wherror.h"
 #include "whreaddata.h"
-#include "wqmem.h"
 
 namespace {
 

@@ -4,7 +4,6 @@
 
 #include "fcpp.h"
 #include "fwfile.h"
-#include "fwmem.h"
 #include "fwvector.h"
 #include "hostplat.h"
 #include "vqosarch.h"

@@ -12,7 +12,6 @@
 #include "environ/dump.h"
 #include "environ/generate.h"
 #include "environ/names_table.h"
-#include "environ/table.h"
 #include "recorder.h"
 
 namespace {

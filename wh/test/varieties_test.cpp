@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "model_support.h"
-#include "prodinfo.h"
 #include "warehouse/private.h"
 
 namespace {

@@ -1,5 +1,6 @@
 // The diagnosis of data files: the readers of the warehouse floor tell what they meet, and here it
 // becomes text.
+#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -12,14 +13,9 @@
 
 #include "catalogue.h"
 #include "diagnosis.h"
-#include "error.h"
-#include "fwfile.h"
-#include "fwmem.h"
 #include "source_text.h"
 #include "vqnexpat.h"
 #include "warehouse_private.h"
-#include "wherror.h"
-#include "words.h"
 
 namespace zor {
 

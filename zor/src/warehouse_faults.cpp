@@ -9,7 +9,6 @@
 
 #include "catalogue.h"
 #include "diagnosis.h"
-#include "error.h"
 #include "files.h"
 #include "warehouse_private.h"
 #include "words.h"

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <map>
 #include <random>
-#include <sstream>
 
 #include "zor.h"
 

@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <map>
 
 #include "zor.h"
 

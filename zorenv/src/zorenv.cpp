@@ -9,7 +9,6 @@
 #include "fwboot.h"
 #include "fwerror.h"
 #include "fwmem.h"
-#include "fwvector.h"
 #include "mymain.h"
 #include "output.h"
 #include "whbootfw.h"

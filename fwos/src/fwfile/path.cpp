@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include "fcboot.h"
-#include "fcfile.h"
 #include "fcpp.h"
 #include "fpfile.h"
 #include "fwerror.h"

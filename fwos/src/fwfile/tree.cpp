@@ -11,7 +11,6 @@
 #include "fwfile.h"
 #include "fwfile/coerce.h"
 #include "fwfile/validate.h"
-#include "fwmem.h"
 #include "fwprog.h"
 #include "fwstring.h"
 #include "vqassert.h"

@@ -1,6 +1,5 @@
 // The string module of the boot table.
 #include "fcboot.h"
-#include "fcstring.h"
 #include "fpstring.h"
 #include "fwmem.h"
 #include "fwunicod.h"

@@ -5,7 +5,6 @@
 #include "collect.h"
 #include "constraints.h"
 #include "fcpp.h"
-#include "fwmem.h"
 #include "generate.h"
 #include "names_table.h"
 #include "observation.h"

@@ -6,7 +6,6 @@
 #include "fwhash.h"
 #include "fwmem.h"
 #include "fwstring.h"
-#include "wqmem.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base.h"
 #include "fcpp.h"
 #include "fwfile.h"
 #include "fwstring.h"

@@ -1,6 +1,5 @@
 // Values by their names, for lists of bindings so long that walking them for each name shows.
 #include "fwhash.h"
-#include "fwstring.h"
 #include "private.h"
 
 namespace {

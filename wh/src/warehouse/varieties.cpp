@@ -9,10 +9,8 @@
 //                     names[1]  "kind"  "opt" -> 0, 1, 2 ...
 #include <cstring>
 
-#include "fwstring.h"
 #include "glob/literals.h"
 #include "private.h"
-#include "prodinfo.h"
 #include "wqmem.h"
 
 namespace {

@@ -7,7 +7,6 @@
 #include "check/product.h"
 #include "check/together.h"
 #include "check/workers.h"
-#include "error.h"
 
 namespace zor::check {
 

@@ -1,5 +1,6 @@
 // What lies on disk.
 #include <dirent.h>
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,9 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "catalogue.h"
 #include "check/product.h"
-#include "error.h"
 #include "files.h"
 #include "render/text.h"
 

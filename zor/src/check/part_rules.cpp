@@ -1,4 +1,5 @@
 // Parts: products and files that a part list names.
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -6,7 +7,6 @@
 
 #include "catalogue.h"
 #include "check/product.h"
-#include "error.h"
 
 namespace zor::check {
 

@@ -1,10 +1,9 @@
 #include "check/product.h"
 
-#include <unistd.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 
-#include "error.h"
 #include "files.h"
 
 namespace zor::check {

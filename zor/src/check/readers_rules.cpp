@@ -1,11 +1,11 @@
 // What the readers of data files say, and what they pass over.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 
 #include "check/product.h"
 #include "diagnosis.h"
-#include "error.h"
-#include "words.h"
 
 namespace zor::check {
 

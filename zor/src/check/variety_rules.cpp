@@ -1,9 +1,9 @@
 // Varieties: which are never taken, and which are taken together.
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "check/product.h"
-#include "error.h"
-#include "words.h"
 
 namespace zor::check {
 

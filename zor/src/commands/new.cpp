@@ -1,5 +1,4 @@
 // zor new: the data files of a new product.
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -4,7 +4,6 @@
 #include "commands/command.h"
 #include "deadline.h"
 #include "error.h"
-#include "formats/format.h"
 #include "session/session.h"
 
 namespace zor {

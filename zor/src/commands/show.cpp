@@ -1,5 +1,4 @@
 // zor show: one product, as its data files describe it.
-#include <algorithm>
 
 #include "catalogue.h"
 #include "commands/command.h"

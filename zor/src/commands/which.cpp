@@ -1,5 +1,4 @@
 // zor which: which file a command is in the environment of a request.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>

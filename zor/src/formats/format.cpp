@@ -1,6 +1,5 @@
 #include "formats/format.h"
 
-#include <algorithm>
 #include <map>
 
 #include "error.h"

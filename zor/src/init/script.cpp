@@ -1,8 +1,9 @@
 // The scripts that the functions evaluate.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "error.h"
 #include "formats/format.h"
 #include "init/init.h"
 

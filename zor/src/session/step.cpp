@@ -1,6 +1,5 @@
 // Steps from one content of a session to the next.
 #include <algorithm>
-#include <iterator>
 #include <map>
 #include <unordered_map>
 

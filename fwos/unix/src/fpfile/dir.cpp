@@ -6,7 +6,6 @@
 #include "fpfile.h"
 #include "fpfile/names.h"
 #include "fwerror.h"
-#include "fwmem.h"
 #include "fwstring.h"
 
 namespace {

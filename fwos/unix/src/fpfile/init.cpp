@@ -6,10 +6,8 @@
 #include "fcfile.h"
 #include "fcpp.h"
 #include "fpfile.h"
-#include "fwmem.h"
 #include "fwstring.h"
 #include "fwunicod.h"
-#include "fwvector.h"
 #include "vqassert.h"
 
 namespace {
