@@ -127,11 +127,15 @@ TEST(Syntax, TellsTagsTextsAndTheAttributesThatAreAskedFor) {
       "text 'stray  '\n"
       "3:6 ENV-DELETE sep=; asked(sep) text\n"
       "text ' Ä '\n"
-      "/ENV-DELETE\n/ENV-GROUP\n/ENV-SETTINGS\n",
+      "/ENV-DELETE\n/ENV-GROUP\n"
+      "3:54 ENV-GROUP asked()\n"
+      "3:65 PATTERN asked(host)\n"
+      "/PATTERN\n/ENV-GROUP\n/ENV-SETTINGS\n",
       file.Told("env.xml",
                 "<ENV-SETTINGS>\n"
                 " <ENV-GROUP><PATTERN hots='h'><MATCH><VAR n='a' v='b'/></MATCH></PATTERN>"
-                "stray<!--\n-->  <ENV-DELETE sep=';'> Ä </ENV-DELETE></ENV-GROUP></ENV-SETTINGS>"));
+                "stray<!--\n-->  <ENV-DELETE sep=';'> Ä </ENV-DELETE></ENV-GROUP>"
+                "<ENV-GROUP><PATTERN/></ENV-GROUP></ENV-SETTINGS>"));
   EXPECT_EQ("2:1 VARIETIES asked() doctype A\n/VARIETIES\n",
             file.Told("product.xml", "<!DOCTYPE A>\n<VARIETIES/>"));
 }
