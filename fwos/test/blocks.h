@@ -47,8 +47,8 @@ class CountedBlocks {
 
   // Blocks left on purpose stay known here, which keeps them from being reported as leaks.
   static std::set<void*>& known() {
-    static auto* const blocks = new std::set<void*>;
-    return *blocks;
+    static auto* const kBlocks = new std::set<void*>;
+    return *kBlocks;
   }
   static inline int live_ = 0;
   static inline int taken_ = 0;

@@ -30,7 +30,7 @@ bool Fails(MemoryStream* pStream, FwErrorState* pErrState) {
   return true;
 }
 
-int32 Memory_Read(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 size) {
+int32 MemoryRead(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 size) {
   auto* pStream = static_cast<MemoryStream*>(pObj);
   pStream->pCalls->push_back("read " + std::to_string(size));
   if (Fails(pStream, pErrState)) return -1;
@@ -41,7 +41,7 @@ int32 Memory_Read(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 siz
   return static_cast<int32>(part.size());
 }
 
-int32 Memory_Write(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 size) {
+int32 MemoryWrite(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 size) {
   auto* pStream = static_cast<MemoryStream*>(pObj);
   const std::string bytes(static_cast<char*>(buffer), size);
   pStream->pCalls->push_back("write " + bytes);
@@ -50,7 +50,7 @@ int32 Memory_Write(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 si
   return static_cast<int32>(size);
 }
 
-int32 Memory_Seek(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset, uint32 From) {
+int32 MemorySeek(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset, uint32 From) {
   auto* pStream = static_cast<MemoryStream*>(pObj);
   pStream->pCalls->push_back("seek " + std::to_string(static_cast<int32>(pOffset->low)) + " from " +
                              std::to_string(From));
@@ -62,7 +62,7 @@ int32 Memory_Seek(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset, uint32 
   return 1;
 }
 
-int32 Memory_Extent(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset) {
+int32 MemoryExtent(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset) {
   auto* pStream = static_cast<MemoryStream*>(pObj);
   pStream->pCalls->emplace_back("extent");
   if (Fails(pStream, pErrState)) return 0;
@@ -70,10 +70,10 @@ int32 Memory_Extent(FwObj* pObj, FwErrorState* pErrState, Vq32x2* pOffset) {
   return 7;  // any result but 0 is success
 }
 
-const FwIntercept MemoryMethods[] = {{_Fw_msg_StreamRead_Handle, FwMethodOf(Memory_Read)},
-                                     {_Fw_msg_StreamWrite_Handle, FwMethodOf(Memory_Write)},
-                                     {_Fw_msg_StreamSeek_Handle, FwMethodOf(Memory_Seek)},
-                                     {_Fw_msg_StreamExtent_Handle, FwMethodOf(Memory_Extent)},
+const FwIntercept MemoryMethods[] = {{_Fw_msg_StreamRead_Handle, FwMethodOf(MemoryRead)},
+                                     {_Fw_msg_StreamWrite_Handle, FwMethodOf(MemoryWrite)},
+                                     {_Fw_msg_StreamSeek_Handle, FwMethodOf(MemorySeek)},
+                                     {_Fw_msg_StreamExtent_Handle, FwMethodOf(MemoryExtent)},
                                      {nullptr, nullptr}};
 const FwClassRecord MemoryStreamClass = {FW_CLASS_COOKIE,  "MemoryStream", sizeof(MemoryStream),
                                          &FwStreamIOClass, MemoryMethods,  0};
@@ -256,7 +256,7 @@ TEST(FwStream, AReadErrorInsideALineGivesTheBytesBeforeIt) {
   class FailSecond {
    public:
     static int32 Read(FwObj* pObj, FwErrorState* pErrState, void* buffer, uint32 size) {
-      const int32 n = Memory_Read(pObj, pErrState, buffer, size);
+      const int32 n = MemoryRead(pObj, pErrState, buffer, size);
       static_cast<MemoryStream*>(pObj)->fFail = 1;
       return n;
     }

@@ -578,7 +578,7 @@ TEST(Ancestors, AQueryOfTheEnvironmentThatFailsIsReportedAsOftenBehindAMissingPa
                 name + "'><PATTERN/></PRODUCT></PARTS></PARTSPEC></PARTLIST>");
     Reports reports;
     ApplyNothing(w, {"A"});
-    const Strings lines = reports.lines();  // of the part that is missing, too
+    const Strings& lines = reports.lines();  // of the part that is missing, too
     EXPECT_EQ(3, std::count(lines.begin(), lines.end(),
                             "*** Error: % variable NOPE is not defined in File C/D/1/0/env.xml"))
         << name;

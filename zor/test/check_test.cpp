@@ -38,12 +38,12 @@ std::string Plain(std::string line) {
 }
 
 Files ReadBlock(std::istream& page) {
-  static const std::regex caption("([a-z0-9][^ :<]*):( (as always|a directory|a pipe|nothing))?");
+  static const std::regex kCaption("([a-z0-9][^ :<]*):( (as always|a directory|a pipe|nothing))?");
   Files files;
   for (std::string line; std::getline(page, line) && line != ".Ed";) {
     std::smatch match;
     line = Plain(line);
-    if (std::regex_match(line, match, caption))
+    if (std::regex_match(line, match, kCaption))
       files.emplace_back(match[1], match[3].matched ? "(" + match[3].str() + ")" : "");
     else
       files.back().second += line + '\n';
@@ -52,14 +52,14 @@ Files ReadBlock(std::istream& page) {
 }
 
 std::vector<Section> ReadPage() {
-  static const std::regex heading("\\.Ss (ZW[0-9]{3}) ([a-z-]+), an? (error|warning|note)");
+  static const std::regex kHeading("\\.Ss (ZW[0-9]{3}) ([a-z-]+), an? (error|warning|note)");
   std::istringstream page(ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/man/zor-check.7"));
   std::vector<Section> sections;
   std::string before;
   bool repaired = false;
   for (std::string line; std::getline(page, line);) {
     std::smatch match;
-    if (std::regex_match(line, match, heading)) {
+    if (std::regex_match(line, match, kHeading)) {
       sections.push_back({match[1], match[2], match[3], "", "", {}, {}});
       repaired = false;
     } else if (!sections.empty()) {
@@ -75,8 +75,8 @@ std::vector<Section> ReadPage() {
 }
 
 const std::vector<Section>& Page() {
-  static const std::vector<Section> page = ReadPage();
-  return page;
+  static const std::vector<Section> kPage = ReadPage();
+  return kPage;
 }
 
 // ---- Warehouses ----
@@ -128,12 +128,13 @@ std::ostream& operator<<(std::ostream& out, const Found& found) {
 // By category, from the text for people.
 std::map<std::string, std::vector<Found>> FoundIn(const RunResult& result,
                                                   const std::string& root) {
-  static const std::regex finding("([^ ].*?): (error|warning|note): .* \\[(ZW[0-9]{3} [a-z-]+)\\]");
+  static const std::regex kFinding(
+      "([^ ].*?): (error|warning|note): .* \\[(ZW[0-9]{3} [a-z-]+)\\]");
   std::map<std::string, std::vector<Found>> all;
   std::istringstream lines(result.out);
   for (std::string line; std::getline(lines, line);) {
     std::smatch match;
-    if (!std::regex_match(line, match, finding)) continue;
+    if (!std::regex_match(line, match, kFinding)) continue;
     std::string place = match[1];
     EXPECT_TRUE(place.starts_with(root + '/')) << line;
     place.erase(0, root.size() + 1);
@@ -198,9 +199,9 @@ TEST(CheckRules, ThePageHasASectionForEachAndNoOther) {
 
 TEST(CheckRules, SharpEdgesNameThoseThatThereAre) {
   const std::string edges = ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/sharp-edges.md");
-  static const std::regex id("ZW[0-9]{3}");
+  static const std::regex kId("ZW[0-9]{3}");
   int named = 0;
-  for (std::sregex_iterator each(edges.begin(), edges.end(), id), end; each != end; ++each) {
+  for (std::sregex_iterator each(edges.begin(), edges.end(), kId), end; each != end; ++each) {
     ++named;
     EXPECT_TRUE(std::any_of(Page().begin(), Page().end(), [&](const Section& section) {
       return section.id == each->str();

@@ -22,7 +22,7 @@ struct Shell {
   Family family;
 };
 
-const Shell shells[] = {
+const Shell kShells[] = {
     {"bash", {"/bin/bash", "--norc"}, kSh},
     {"zsh", {"/bin/zsh", "-f"}, kSh},
     {"dash", {"/bin/dash"}, kSh},
@@ -175,7 +175,7 @@ class Init : public testing::TestWithParam<Shell> {
   RunResult result_;
 };
 
-const char odd[] =
+const char kOdd[] =
     "a b\t $HOME ${HOME} `touch ran` $(touch ran); touch ran # \"x\" it's & | > * ? ~ [a] "
     "{b,c} (d) ! !! !x \\! \\\\! \\n \\\\ %% ^a^b \u00fcn\u00ef \u65e5\u672c\n\n first\nunset A "
     ";\n\\\n'q' \\'\n";
@@ -205,7 +205,7 @@ TEST_P(Init, FortyStepsGiveWhatTheToolComputesAndPurgeTheStart) {
   for (const std::string version : {"1.0", "2.0"}) {
     const auto at = [&](const std::string& name) { return "C/" + name + '/' + version + "/1"; };
     warehouse_.Product(at("a"), Insert("PATH", "/opt/a" + version, Before("/usr/bin")) +
-                                    Insert("A", "shared") + Verbatim("ODD", odd));
+                                    Insert("A", "shared") + Verbatim("ODD", kOdd));
     warehouse_.Product(at("b"), Insert("A", "shared") + Insert("A", "b" + version, After("here")) +
                                     Insert("ONLY_B", version));
     warehouse_.Product(at("c"), Delete("GONE") + Insert("PATH", "/opt/c" + version));
@@ -381,7 +381,7 @@ TEST_P(InitOfShFamily, ReadOnlyVariablesAreRefusedBeforeAnythingIsSet) {
 }
 
 TEST_P(InitOfShFamily, OptionsAndAliasesOfTheUserDoNoHarm) {
-  warehouse_.Product("C/a/1.0/1", Verbatim("ODD", odd) + Delete("GONE"));
+  warehouse_.Product("C/a/1.0/1", Verbatim("ODD", kOdd) + Delete("GONE"));
   std::vector<std::string> all = {"set -eu\nIFS=zo-u:\n", "set -f\n", "set -C\n", "set -a\n",
                                   "alias zor=false set=false return=false unalias=false\n"};
   if (IsNamed("bash")) {
@@ -404,7 +404,7 @@ TEST_P(InitOfShFamily, OptionsAndAliasesOfTheUserDoNoHarm) {
     std::filesystem::remove(warehouse_ / "environment.1");
     Run(before);
     EXPECT_EQ("", result_.err);
-    EXPECT_EQ(odd, Behind(1)["ODD"]);
+    EXPECT_EQ(kOdd, Behind(1)["ODD"]);
     EXPECT_EQ(0u, Behind(1).count("GONE"));
   }
 }
@@ -522,13 +522,13 @@ std::string NameOf(const testing::TestParamInfo<Shell>& shell) {
 
 std::vector<Shell> Chosen(std::initializer_list<std::string_view> names) {
   std::vector<Shell> chosen;
-  for (const Shell& shell : shells)
+  for (const Shell& shell : kShells)
     if (std::find(names.begin(), names.end(), shell.name) != names.end()) chosen.push_back(shell);
   return chosen;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Init, testing::ValuesIn(shells), NameOf);
-INSTANTIATE_TEST_SUITE_P(All, InitOfShFamily, testing::ValuesIn(shells, shells + 6), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, Init, testing::ValuesIn(kShells), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, InitOfShFamily, testing::ValuesIn(kShells, kShells + 6), NameOf);
 INSTANTIATE_TEST_SUITE_P(All, InitOfShellsWithNumbers,
                          testing::ValuesIn(Chosen({"bash", "zsh", "ksh", "mksh"})), NameOf);
 INSTANTIATE_TEST_SUITE_P(All, InitOfShellsThatCapture,

@@ -296,6 +296,7 @@ Json json_of(const VariableReason& reason, const Account& account) {
   Json cycles = Json::array();
   for (const auto& cycle : reason.cycles) {
     std::vector<std::string> members;
+    members.reserve(cycle.size());
     for (const ConstraintReason& constraint : cycle)
       members.push_back(constraint.first);
     cycles.push_back(json_texts(members));
