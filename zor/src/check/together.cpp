@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 #include <tuple>
 #include <unordered_map>
 
@@ -104,16 +105,15 @@ void Together::tell(std::vector<Finding>* findings) const {
 }
 
 void Together::tell_of_separators(std::vector<Finding>* findings) const {
-  std::vector<std::string> met;
+  std::set<std::string> met;
   for (const Finding& finding : *findings)
-    if (finding.rule == "ZW504") met.push_back(finding.text);
+    if (finding.rule == "ZW504") met.insert(finding.text);
   for (const auto& [variable, all] : separators_) {
     if (all.size() < 2) continue;
     // Where the computation has met them, enough is said.
     const std::string head = variable + ':';
-    if (std::any_of(met.begin(), met.end(),
-                    [&](const std::string& text) { return text.starts_with(head); }))
-      continue;
+    const auto text = met.lower_bound(head);
+    if (text != met.end() && text->starts_with(head)) continue;
     const Uses* usual = nullptr;
     for (const auto& entry : all)
       if (!usual || entry.second.count > usual->count ||
