@@ -244,6 +244,7 @@ class Undoing {
   void begin_group(const Condition& when) {
     file_.groups.push_back({when, {}});
     steps_.clear();
+    removed_.clear();
   }
 
   void take(std::size_t i) {
@@ -329,8 +330,7 @@ class Undoing {
     if (pieces.empty()) pieces = {value};
     UndoStep& removal = step(false, operation.variable, operations_.separator(i));
     for (const std::string& piece : pieces)
-      if (removed_.insert({file_.groups.size(), &removal - file_.groups.back().steps.data(), piece})
-              .second)
+      if (removed_.insert({&removal - file_.groups.back().steps.data(), piece}).second)
         removal.values.push_back(piece);
   }
 
@@ -415,7 +415,7 @@ class Undoing {
   std::unordered_map<std::string, std::size_t> claims_;                      // of a variable
   std::set<std::pair<std::string, std::string>> lacks_;                      // that are there
   std::map<std::tuple<bool, std::string, std::string>, std::size_t> steps_;  // of this group
-  std::set<std::tuple<std::size_t, std::ptrdiff_t, std::string>> removed_;   // group, step, value
+  std::set<std::pair<std::ptrdiff_t, std::string>> removed_;                 // by these, likewise
 };
 
 // ---- The text of the file ----
