@@ -22,6 +22,9 @@ enum class Presence {
   kUnreadable,  // its data files are faulty
 };
 
+// As documents name it: "there", "missing", "unreadable".
+const char* word_for(Presence presence);
+
 // A product in one group of a request.
 struct Node {
   ProductName product;

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "facts.h"
+#include "graph.h"
 #include "warehouse.h"
 
 namespace zor {
@@ -127,7 +128,7 @@ std::vector<int> chain_of(const Account& account, int operation);
 // Whether a variety fits a query.
 struct VarietyReason {
   Variety variety;
-  std::vector<Binding> failed;       // the conditions of the query that it does not meet
+  std::vector<Binding> failed;       // the conditions that it does not meet
   bool other_host = false;           // it meets them, but its platform is not this host's
   std::vector<std::string> missing;  // the hosts of the segments that are not here
 };
@@ -139,9 +140,31 @@ struct ChoiceReason {
   std::vector<VarietyReason> varieties;
 };
 
-// Of each query whose product exists, group by group.
-std::vector<std::vector<ChoiceReason>> choices_of(const Question& question, const Environment& base,
-                                                  Answer* answer);
+// What a part list led to. Varieties that ask for one product in the same way lead to it together.
+struct PartReason {
+  struct Includer {
+    ProductName product;
+    std::string variety;
+    Location place;  // of the part
+  };
+
+  int group = 0;
+  ProductName product;
+  Presence presence = Presence::kThere;
+  bool optional = false;
+  std::vector<std::vector<Binding>>
+      conditions;  // one of these lists must hold; none is no condition
+  std::vector<Includer> includers;
+  std::vector<VarietyReason> varieties;
+};
+
+struct Choices {
+  Answer answer;                                 // of the choices alone
+  std::vector<std::vector<ChoiceReason>> named;  // of each query whose product exists, by group
+  std::vector<PartReason> parts;                 // nearer ones before those further off, by group
+};
+
+Choices choices_of(const Question& question, const Environment& base);
 
 }  // namespace zor
 

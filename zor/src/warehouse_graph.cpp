@@ -6,86 +6,11 @@
 #include <map>
 #include <set>
 
-#include "warehouse_private.h"
+#include "warehouse_parts_private.h"
 
 namespace zor {
 
 namespace {
-
-// Whether a query failed for another reason than that there is no such product.
-bool is_faulty = false;
-
-void note_fault(FwErrorState* err) {
-  if (is_ErrorNonExistent(err)) return;
-  is_faulty = true;
-  collect_error(err);
-}
-
-// The names by which a variety's part list speaks, while it lives.
-class Names {
- public:
-  Names(const WH_INDEX* index, const WH_PRODUCT* product, WH_VARIETY* variety) {
-    std::string source = "partlist.xml";
-    symtab_ = symtab_from_prodname(product->prodinfo->prodname, text(source));
-    add_context(symtab_, make_context(make_cv(FWT("BASE-DIRECTORY"), index->base, nullptr)));
-    add_context(symtab_, context_from_variety(variety));
-  }
-  ~Names() { free_symtab(&symtab_); }
-  Names(const Names&) = delete;
-  Names& operator=(const Names&) = delete;
-
-  WH_SYMTAB* get() const { return symtab_; }
-
-  // What a part list writes as a name, as far as it can be expanded.
-  ProductName meant(WH_PRODUCT_NAME* name) const {
-    FwErrorState err;
-    WH_PRODUCT_NAME* meaning = wh_expand_prodname(&err, name, symtab_);
-    ProductName result = name_of(meaning && !err.pError ? meaning : name);
-    if (meaning) free_prodname(&meaning);
-    FwErrorClear(&err);
-    return result;
-  }
-  std::string meant(FwTextString form) const { return expanded(form, symtab_); }
-
- private:
-  WH_SYMTAB* symtab_ = nullptr;
-};
-
-// A product part of a variety.
-struct Found {
-  const WH_PART* part;
-  ProductName product;
-  WH_PRODUCT_SPEC* spec;  // null if it can't be had
-  Presence presence;
-};
-
-// Calls back for each part of a variety, in the order of the file. An incomplete variety has none.
-template <typename OfProduct, typename OfFile>
-void go_through_parts(WH_INDEX* index, WH_PRODUCT* product, WH_VARIETY* variety,
-                      OfProduct of_product, OfFile of_file) {
-  if (!wh_variety_is_complete(variety)) return;
-  const Names names(index, product, variety);
-  for (WH_PARTSPEC* spec = product->partlist->partspecs; spec; spec = spec->next) {
-    if (!matchvar(variety, spec->pattern, nullptr)) continue;
-    for (WH_PART* part = spec->parts; part; part = part->next) {
-      if (part->type == part_file) {
-        of_file(names.meant(part->u.file->file));
-        continue;
-      }
-      is_faulty = false;
-      WH_PRODUCT_SPEC* found =
-          query_expanded_product(index, part->u.product, names.get(), note_fault);
-      const Presence presence = found       ? Presence::kThere
-                                : is_faulty ? Presence::kUnreadable
-                                            : Presence::kMissing;
-      of_product(Found{part,
-                       found ? name_of(found->product->prodinfo->prodname)
-                             : names.meant(part->u.product->prodname),
-                       found, presence});
-      if (found) free_spec(&found);
-    }
-  }
-}
 
 // ---- The graph of a request ----
 
@@ -120,7 +45,7 @@ class GraphMaker {
       const auto [number, product, variety] = waiting_.front();
       go_through_parts(
           index_, product, variety,
-          [&, from = number, owner = product](const Found& found) {
+          [&, from = number, owner = product](const FoundPart& found) {
             const int to = enter(found.product, found.presence);
             const Edge edge = {from, to, place_of(owner, found.part->place),
                                found.part->u.product->optional != 0};
@@ -203,7 +128,7 @@ class InclusionReader {
     const Collecting collecting(&faults);
     go_through_parts(
         index_, product, variety,
-        [&](const Found& found) {
+        [&](const FoundPart& found) {
           const Location place = place_of(product, found.part->place);
           const auto taken = found.spec ? elements<WH_VARIETY>(found.spec->varieties->seq)
                                         : std::vector<WH_VARIETY*>();
@@ -245,6 +170,12 @@ class InclusionReader {
 };
 
 }  // namespace
+
+const char* word_for(Presence presence) {
+  return presence == Presence::kThere     ? "there"
+         : presence == Presence::kMissing ? "missing"
+                                          : "unreadable";
+}
 
 Graph graph_of(const Question& question, const Environment& base) {
   Graph graph;

@@ -110,14 +110,9 @@ class Accountant {
   void end_group() {
     for (VariableAccount& variable : variables_) {
       VariableReason& reason = variable.reason();
-      reason.operations = touching(reason.name);
-      std::string stated;
-      for (const int index : reason.operations) {
-        stated = account_->operations[static_cast<std::size_t>(index)].separator;
-        if (!stated.empty()) break;
-      }
+      if (reason.operations.empty()) reason.operations = touching(reason.name);
       reason.name = name_from_table(reason.name);
-      account_->variables.push_back(variable.take(stated));
+      account_->variables.push_back(variable.take());
     }
     variables_.clear();
     by_name_.clear();
@@ -168,20 +163,18 @@ class Accountant {
     operation.group = group_;
     operation.station = station_of(from->origin);
     operation.place = place_of(from);
-    FwTextCharacter separator = 0;
     if (from->op->type == wh_env_insert) {
       const WH_ENV_INSERT* insert = from->op->u.ins;
-      separator = insert->sep;
       operation.values = {string_of(insert->value)};
       operation.before = strings_of(insert->before);
       operation.after = strings_of(insert->after);
     } else {
       operation.kind =
           from->op->type == wh_env_remove ? OperationKind::kRemove : OperationKind::kDelete;
-      separator = from->op->u.rem->sep;
       operation.values = strings_of(from->op->u.rem->values);
     }
-    if (separator != 0) operation.separator = string_of(separator);
+    if (const FwTextCharacter separator = separator_of(from->op); separator != 0)
+      operation.separator = string_of(separator);
     const int index = static_cast<int>(account_->operations.size());
     operations_.emplace(from, index);
     if (is_pattern(operation.variable))
@@ -189,6 +182,13 @@ class Accountant {
     else
       literal_[operation.variable].push_back(index);
     account_->operations.push_back(std::move(operation));
+    sources_.push_back(from->op);
+  }
+
+  // What it states; once its variables are put together also what another one has settled for it.
+  // With a pattern for a name it hands that on to the next variable.
+  static FwTextCharacter separator_of(const WH_ENV_OP* op) {
+    return op->type == wh_env_insert ? op->u.ins->sep : op->u.rem->sep;
   }
 
   int index_of(const WH_OPERATION* operation) const {
@@ -248,8 +248,16 @@ class Accountant {
   void rebuild(FwTextString name, FwTextString before, FwTextString after) {
     VariableAccount* variable = find(name);
     if (!variable) return;
-    if (before) variable->reason().before = string_of(before);
-    if (after) variable->reason().after = string_of(after);
+    VariableReason& reason = variable->reason();
+    if (before) reason.before = string_of(before);
+    if (after) reason.after = string_of(after);
+    reason.operations = touching(reason.name);
+    for (const int index : reason.operations) {
+      const FwTextCharacter settled = separator_of(sources_[static_cast<std::size_t>(index)]);
+      if (settled == 0) continue;
+      reason.separator = string_of(settled);
+      break;
+    }
   }
 
   Account* account_;
@@ -257,6 +265,8 @@ class Accountant {
   WH_OBSERVER told_;
   WH_OBSERVER observer_;
   std::vector<std::pair<int, Origin>> named_;
+  std::vector<const WH_ENV_OP*>
+      sources_;  // of the account's operations; those before this group's are gone
   // Of this group.
   int group_ = 0;
   std::vector<VariableAccount> variables_;
@@ -267,48 +277,6 @@ class Accountant {
   std::unordered_map<std::string, std::vector<int>> literal_;
   std::vector<int> patterns_;
 };
-
-// ---- Choices ----
-
-VarietyReason reason_of(WH_VARIETY* from, const WH_PRODUCT_QUERY* query, bool chosen) {
-  VarietyReason reason;
-  reason.variety.name = string_of(from->name);
-  reason.variety.variables = bindings_of(from->vars);
-  reason.variety.complete = wh_variety_is_complete(from) != 0;
-  reason.variety.chosen = chosen;
-  for (const WH_VAR* var = query->pattern ? query->pattern->vars : nullptr; var; var = var->next)
-    if (!wh_test_var(from, var->n, wh_op_matches, var->v))
-      reason.failed.push_back({string_of(var->n), string_of(var->v)});
-  // Nothing but the host is left that could have decided against it.
-  reason.other_host = !chosen && reason.failed.empty();
-  for (const WH_SEG* segment = from->segs; segment; segment = segment->next)
-    if (!segment->here) reason.missing.push_back(string_of(segment->host));
-  return reason;
-}
-
-std::vector<ChoiceReason> choices_in(const WH_COMPUTATION* all, int32 group) {
-  std::vector<ChoiceReason> choices;
-  const auto* specs = element<WH_PRODUCT_SPEC_LIST>(all->group_speclists, group);
-  const auto* list = element<WH_PRODUCT_QUERY_LIST>(*all->group_querylists, group);
-  const auto queries = elements<WH_PRODUCT_QUERY>(list->queries);
-  std::size_t at = 0;
-  for (const WH_PRODUCT_SPEC* spec : elements<WH_PRODUCT_SPEC>(specs->specs)) {
-    const WH_PRODUCT_INFO* info = spec->product->prodinfo;
-    while (at < queries.size() && !equal_prodnames(queries[at]->prodname, info->prodname))
-      ++at;
-    if (at == queries.size()) break;
-    ChoiceReason choice;
-    choice.query = static_cast<int>(at);
-    choice.product = name_of(info->prodname);
-    const auto taken = elements<WH_VARIETY>(spec->varieties->seq);
-    for (WH_VARIETY* variety : elements<WH_VARIETY>(info->varieties->seq))
-      choice.varieties.push_back(reason_of(
-          variety, queries[at], std::find(taken.begin(), taken.end(), variety) != taken.end()));
-    choices.push_back(std::move(choice));
-    ++at;
-  }
-  return choices;
-}
 
 }  // namespace
 
@@ -343,12 +311,12 @@ int query_of(const WH_COMPUTATION* all, int group, const WH_PRODUCT* product,
   return -1;
 }
 
-VariableReason VariableAccount::take(const std::string& stated) {
+VariableReason VariableAccount::take() {
   std::stable_sort(reason_.elements.begin(), reason_.elements.end(),
                    [](const ElementReason& a, const ElementReason& b) {
                      return static_cast<unsigned>(a.position) < static_cast<unsigned>(b.position);
                    });
-  reason_.separator = separator(stated);
+  reason_.separator = separator();
   const std::vector<std::string> old = split(reason_.before.value_or(""), reason_.separator);
   const std::unordered_set<std::string_view> before(old.begin(), old.end());
   for (ElementReason& element : reason_.elements)
@@ -356,9 +324,9 @@ VariableReason VariableAccount::take(const std::string& stated) {
   return std::move(reason_);
 }
 
-// The character in front of the last element of the new value is it; else what the operations
-// state. Old recipes have but one.
-std::string VariableAccount::separator(const std::string& stated) const {
+// The character in front of the last element of the new value is it. Without one what an operation
+// holds in the end may have come from another variable, but not if this one had a value before.
+std::string VariableAccount::separator() const {
   if (reason_.group == kRecipes) return ":";
   const ElementReason* last = nullptr;
   for (const ElementReason& element : reason_.elements)
@@ -371,7 +339,7 @@ std::string VariableAccount::separator(const std::string& stated) const {
       --begin;
     return value.substr(begin, end - begin);
   }
-  return stated.empty() ? ":" : stated;
+  return reason_.separator.empty() ? ":" : reason_.separator;
 }
 
 Account account_of(const Question& question, const Environment& base, const std::string& variable,
@@ -392,20 +360,6 @@ std::string variable_of(const Fault& fault) {
   for (const Binding& detail : fault.details)
     if (detail.name == "environment variable") return name_from_table(detail.value);
   return {};
-}
-
-std::vector<std::vector<ChoiceReason>> choices_of(const Question& question, const Environment& base,
-                                                  Answer* answer) {
-  std::vector<std::vector<ChoiceReason>> choices;
-  Inside inside;
-  inside.look = [&](WH_COMPUTATION* all) {
-    for (int32 i = 0; i < FwVectorLength(&all->group_speclists); ++i)
-      choices.push_back(choices_in(all, i));
-  };
-  Question only_choices = question;
-  only_choices.choices_only = true;
-  *answer = compute(only_choices, base, inside);
-  return choices;
 }
 
 }  // namespace zor

@@ -31,11 +31,11 @@ class VariableAccount {
   }
   VariableReason& reason() { return reason_; }
 
-  // The reason whole. The separator is the one that operations state, if any does.
-  VariableReason take(const std::string& stated);
+  // The reason whole. Its separator is the one that an operation holds in the end, or empty.
+  VariableReason take();
 
  private:
-  std::string separator(const std::string& stated) const;
+  std::string separator() const;
 
   VariableReason reason_;
   std::unordered_map<std::string, std::size_t> positions_;

@@ -226,7 +226,7 @@ class Replay {
         inserts.push_back(item.operation);
     }
     reason.name = name_from_table(reason.name);
-    return traced->variable.take(":");
+    return traced->variable.take();
   }
 
   Account* account_;

@@ -86,6 +86,14 @@ TEST_F(Why, AnElementMayBeAskedForAlone) {
          "", 0);
 }
 
+// An operation on several variables that states no separator takes that of the first one that has
+// one, and with it goes on to the others.
+TEST_F(Why, AnElementIsWhatTheSeparatorMakesIt) {
+  w.Product("C/all/1/1", Insert("XL", "x", "", " sep=';'") + Remove("X*", "nothing"));
+  Expect(Zor({"why", "all", "XM"}, {"ZORROOT=" + w.Root(), "XL=y", "XM=a:b"}),
+         "XM\n  a:b\n    was there before\n", "", 0);
+}
+
 TEST_F(Why, GroupsAndOldRecipesAreToldOfInTurn) {
   const std::string recipe = "C/old/1/1";
   Expect(Run({"why", "other/1", "//", "old", "L"}),
@@ -123,6 +131,55 @@ TEST_F(Why, ChoicesTellWhatElseThereWas) {
          "  1/1 is asked for, in its latest revision; there are also 1.10/1\n"
          "  the variety is taken\n",
          "", 0);
+}
+
+TEST_F(Why, ChoicesOfPartsAreToldOfAsWell) {
+  const std::string varieties =
+      Variety("<VAR n='compiler' v='gcc'/>") + Variety("<VAR n='compiler' v='llvm'/>");
+  w.File("C/mpi/1/1", "product.xml", ProductXml(varieties));
+  w.File("C/mpi/1/1", "partlist.xml", PartListXml(""));
+  w.Product("C/mpi/2/1", "");
+  w.File("C/broken/1/1", "product.xml", "<PRODUCT-INFO>");
+  w.File("C/broken/1/1", "partlist.xml", PartListXml(""));
+  w.ProductWithParts("C/app/1/1", "",
+                     "<PRODUCT category='C' name='mpi' version='1' rev='1'>"
+                     "<PATTERN><MATCH><VAR n='compiler' v='g*'/></MATCH></PATTERN></PRODUCT>" +
+                         Part("gone", "3") + Part("broken", "1"));
+  w.ProductWithParts("C/suite/1/1", "",
+                     Part("app", "1") +
+                         "<PRODUCT category='C' name='mpi' version='1' rev='1'>"
+                         "<PATTERN><MATCH><VAR n='compiler' v='g*'/></MATCH></PATTERN></PRODUCT>");
+  const auto part = [&](const std::string& product, const std::string& text) {
+    return "a part of " + At(product, text, "partlist.xml");
+  };
+  const std::string app = part("C/suite/1/1", R"(<PRODUCT category="C" name="app")");
+  const RunResult result = Run({"why", "suite"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ(
+      "C/suite/1/1, named as suite\n"
+      "  1/1 is the latest version; there is no other\n"
+      "  the variety is taken\n"
+      "C/app/1/1, " +
+          app +
+          "  1/1 is what the part list names; there is no other\n"
+          "  the variety is taken\n"
+          "C/mpi/1/1, " +
+          part("C/suite/1/1", "<PRODUCT category='C' name='mpi'") + "  and " +
+          part("C/app/1/1", "<PRODUCT category='C' name='mpi'") +
+          "  asked for with compiler=g*\n"
+          "  1/1 is what the part list names; there are also 2/1\n"
+          "  the variety [compiler=gcc] is taken\n"
+          "  the variety [compiler=llvm] is not taken: it does not meet compiler=g*\n"
+          "C/gone/3/1, " +
+          part("C/app/1/1", R"(<PRODUCT category="C" name="gone")") +
+          "  3/1 does not exist and is passed over; there is no other\n"
+          "C/broken/1/1, " +
+          part("C/app/1/1", R"(<PRODUCT category="C" name="broken")") +
+          "  its data files can't be read; zor check tells why\n",
+      result.out);
+  const RunResult document = Run({"why", "--json", "suite"});
+  EXPECT_EQ(0, document.status) << document.err;
+  ExpectValid(document.out, "why");
 }
 
 TEST_F(Why, DocumentsHaveTheirSchema) {

@@ -211,7 +211,8 @@ class Trial {
           const bool has_reason =
               is_there ? element["was_there"] || !element["inserts"].empty()
                        : !element["removes"].empty() || !element["overruled"].empty();
-          EXPECT_TRUE(has_reason) << element.dump(1) << variable.dump(1);
+          EXPECT_TRUE(has_reason) << element.dump(1) << variable.dump(1)
+                                  << told["operations"].dump(1);
         }
     }
     for (const auto& [name, value] : result)

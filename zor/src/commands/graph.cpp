@@ -148,12 +148,6 @@ Drawing drawing_of(const Graph& graph) {
   return drawing;
 }
 
-const char* word_for(Presence presence) {
-  return presence == Presence::kThere     ? "there"
-         : presence == Presence::kMissing ? "missing"
-                                          : "unreadable";
-}
-
 Json json_of(const Node& node) {
   Json varieties = Json::array();
   for (const Variety& variety : node.varieties) {

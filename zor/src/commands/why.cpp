@@ -94,22 +94,43 @@ struct NamedChoice {
   std::vector<CatalogueVersion> versions;
 };
 
-std::vector<NamedChoice> choices_of(const Request& request, const Environment& base) {
-  Answer answer;
-  auto groups = choices_of(request.question(), base, &answer);
-  if (!answer.done) throw Error(explained(request, base, answer));
-  std::vector<NamedChoice> all;
-  for (std::size_t i = 0; i < groups.size(); ++i)
-    for (ChoiceReason& reason : groups[i]) {
-      NamedChoice choice = {std::move(reason), i, nullptr, {}};
-      choice.named = &request.groups[i][static_cast<std::size_t>(choice.reason.query)];
-      const ProductName& name = choice.reason.product;
-      for (CatalogueProduct& product :
-           read_catalogue(answer.root, name.category + '/' + name.name).products)
-        if (product.category == name.category && product.name == name.name)
-          choice.versions = std::move(product.versions);
-      all.push_back(std::move(choice));
+struct PartChoice {
+  PartReason reason;
+  std::vector<CatalogueVersion> versions;
+};
+
+struct AllChoices {
+  std::vector<NamedChoice> named;
+  std::vector<PartChoice> parts;
+};
+
+std::vector<CatalogueVersion> versions_of(const std::string& root, const ProductName& name) {
+  for (CatalogueProduct& product : read_catalogue(root, name.category + '/' + name.name).products)
+    if (product.category == name.category && product.name == name.name)
+      return std::move(product.versions);
+  return {};
+}
+
+AllChoices choices_of(const Request& request, const Environment& base) {
+  Choices choices = choices_of(request.question(), base);
+  const std::string& root = choices.answer.root;
+  if (!choices.answer.done) throw Error(explained(request, base, choices.answer));
+  AllChoices all;
+  for (std::size_t i = 0; i < choices.named.size(); ++i)
+    for (ChoiceReason& reason : choices.named[i]) {
+      const NamedQuery* named = &request.groups[i][static_cast<std::size_t>(reason.query)];
+      std::vector<CatalogueVersion> versions = versions_of(root, reason.product);
+      all.named.push_back({std::move(reason), i, named, std::move(versions)});
     }
+  for (PartReason& reason : choices.parts) {
+    std::vector<CatalogueVersion> versions;
+    try {
+      versions = versions_of(root, reason.product);
+    } catch (const Error&) {
+      // Of a part that is not there the directory may be missing as well.
+    }
+    all.parts.push_back({std::move(reason), std::move(versions)});
+  }
   return all;
 }
 
@@ -121,21 +142,25 @@ bool is_default_version(const NamedChoice& choice, const Request& request) {
          choice.named->word.find('/' + asked.version) == std::string::npos;
 }
 
-std::string version_text(const NamedChoice& choice, const Request& request) {
-  const ProductName& asked = choice.named->query.product;
-  const ProductName& taken = choice.reason.product;
+// The revisions of a product besides one, as words behind a statement on that one.
+std::string others_text(const std::vector<CatalogueVersion>& versions, const ProductName& taken) {
   std::vector<std::string> others;
-  for (const CatalogueVersion& version : choice.versions)
+  for (const CatalogueVersion& version : versions)
     for (const std::string& rev : version.revs)
       if (version.version != taken.version || rev != taken.rev)
         others.push_back(version.version + '/' + rev);
-  std::string why = is_default_version(choice, request) ? "the default of the settings"
-                    : asked.version == "+"              ? "the latest version"
-                    : asked.rev == "+"                  ? "asked for, in its latest revision"
-                                                        : "asked for";
-  return fmt::format(
-      "  {}/{} is {}; {}\n", taken.version, taken.rev, why,
-      others.empty() ? "there is no other" : "there are also " + joined(others, " "));
+  return others.empty() ? "there is no other" : "there are also " + joined(others, " ");
+}
+
+std::string version_text(const NamedChoice& choice, const Request& request) {
+  const ProductName& asked = choice.named->query.product;
+  const ProductName& taken = choice.reason.product;
+  const char* const why = is_default_version(choice, request) ? "the default of the settings"
+                          : asked.version == "+"              ? "the latest version"
+                          : asked.rev == "+"                  ? "asked for, in its latest revision"
+                                                              : "asked for";
+  return fmt::format("  {}/{} is {}; {}\n", taken.version, taken.rev, why,
+                     others_text(choice.versions, taken));
 }
 
 std::string variety_text(const VarietyReason& reason) {
@@ -156,16 +181,52 @@ std::string variety_text(const VarietyReason& reason) {
   return "  " + text + '\n';
 }
 
-std::string text_of(const std::vector<NamedChoice>& choices, const Request& request) {
+std::string varieties_text(const std::vector<VarietyReason>& varieties) {
   std::string text;
-  for (const NamedChoice& choice : choices) {
-    text +=
-        fmt::format("{}, named as {}\n", choice.reason.product.path(), word_text(*choice.named));
-    text += version_text(choice, request);
-    for (const VarietyReason& variety : choice.reason.varieties)
-      text += variety_text(variety);
-    if (choice.reason.varieties.empty()) text += "  it has no varieties, so it has no settings\n";
-  }
+  for (const VarietyReason& variety : varieties)
+    text += variety_text(variety);
+  return text.empty() ? "  it has no varieties, so it has no settings\n" : text;
+}
+
+std::string text_of(const NamedChoice& choice, const Request& request) {
+  return fmt::format("{}, named as {}\n", choice.reason.product.path(), word_text(*choice.named)) +
+         version_text(choice, request) + varieties_text(choice.reason.varieties);
+}
+
+std::string conditions_text(const PartReason& reason) {
+  std::vector<std::string> alternatives;
+  for (const std::vector<Binding>& conditions : reason.conditions)
+    if (!conditions.empty()) alternatives.push_back(bindings_text(conditions));
+  return alternatives.empty() ? "" : "  asked for with " + joined(alternatives, ", or ") + '\n';
+}
+
+std::string text_of(const PartChoice& choice) {
+  const PartReason& reason = choice.reason;
+  std::string text;
+  for (const PartReason::Includer& includer : reason.includers)
+    text += fmt::format(
+        "{} a part of {} ({}:{}:{})\n", text.empty() ? reason.product.path() + "," : "  and",
+        includer.product.path(), includer.place.file, includer.place.line, includer.place.column);
+  text += conditions_text(reason);
+  if (reason.presence == Presence::kUnreadable)
+    return text + "  its data files can't be read; zor check tells why\n";
+  if (reason.presence == Presence::kMissing)
+    return text + fmt::format("  {} does not exist and is passed over{}; {}\n",
+                              reason.product.version + '/' + reason.product.rev,
+                              reason.optional ? ", as it may be missing" : "",
+                              others_text(choice.versions, reason.product));
+  return text +
+         fmt::format("  {}/{} is what the part list names; {}\n", reason.product.version,
+                     reason.product.rev, others_text(choice.versions, reason.product)) +
+         varieties_text(reason.varieties);
+}
+
+std::string text_of(const AllChoices& choices, const Request& request) {
+  std::string text;
+  for (const NamedChoice& choice : choices.named)
+    text += text_of(choice, request);
+  for (const PartChoice& choice : choices.parts)
+    text += text_of(choice);
   return text;
 }
 
@@ -384,26 +445,24 @@ Json json_of(const Story& story, const std::optional<std::string>& only) {
       {"name", json_text(story.name)}, {"base", json_text_or_null(story.base)}, {"steps", steps}};
 }
 
-Json json_of(const NamedChoice& choice) {
-  Json versions = Json::array();
-  for (const CatalogueVersion& version : choice.versions)
-    versions.push_back(
-        {{"version", json_text(version.version)}, {"revs", json_texts(version.revs)}});
-  Json varieties = Json::array();
-  for (const VarietyReason& reason : choice.reason.varieties)
-    varieties.push_back({{"name", json_text(reason.variety.name)},
-                         {"variables", json_bindings(reason.variety.variables)},
-                         {"chosen", reason.variety.chosen},
-                         {"complete", reason.variety.complete},
-                         {"failed", json_bindings(reason.failed)},
-                         {"other_host", reason.other_host},
-                         {"missing", json_texts(reason.missing)}});
-  return {{"group", choice.group},
-          {"word", json_text(choice.named->word)},
-          {"asked", json_product(choice.named->query.product)},
-          {"product", json_product(choice.reason.product)},
-          {"versions", versions},
-          {"varieties", varieties}};
+Json json_of(const CatalogueVersion& version) {
+  return {{"version", json_text(version.version)}, {"revs", json_texts(version.revs)}};
+}
+
+Json json_of(const VarietyReason& reason) {
+  return {{"name", json_text(reason.variety.name)},
+          {"variables", json_bindings(reason.variety.variables)},
+          {"chosen", reason.variety.chosen},
+          {"complete", reason.variety.complete},
+          {"failed", json_bindings(reason.failed)},
+          {"other_host", reason.other_host},
+          {"missing", json_texts(reason.missing)}};
+}
+
+Json json_of(const PartReason::Includer& includer) {
+  return {{"product", json_product(includer.product)},
+          {"variety", json_text(includer.variety)},
+          {"place", json_of(includer.place)}};
 }
 
 template <typename T, typename... More>
@@ -414,11 +473,36 @@ Json list_of(const std::vector<T>& all, const More&... more) {
   return list;
 }
 
-std::string document(const std::string& root, const Json& choices, const Json& variables,
+Json json_of(const NamedChoice& choice) {
+  return {{"group", choice.group},
+          {"word", json_text(choice.named->word)},
+          {"asked", json_product(choice.named->query.product)},
+          {"product", json_product(choice.reason.product)},
+          {"versions", list_of(choice.versions)},
+          {"varieties", list_of(choice.reason.varieties)}};
+}
+
+Json json_of(const PartChoice& choice) {
+  const PartReason& reason = choice.reason;
+  Json conditions = Json::array();
+  for (const std::vector<Binding>& alternative : reason.conditions)
+    conditions.push_back(json_bindings(alternative));
+  return {{"group", reason.group},
+          {"product", json_product(reason.product)},
+          {"presence", word_for(reason.presence)},
+          {"optional", reason.optional},
+          {"conditions", conditions},
+          {"included_by", list_of(reason.includers)},
+          {"versions", list_of(choice.versions)},
+          {"varieties", list_of(reason.varieties)}};
+}
+
+std::string document(const std::string& root, const AllChoices& choices, const Json& variables,
                      const Account& account, const Request& request) {
   return printed({{"version", 1},
                   {"root", json_text(root)},
-                  {"choices", choices},
+                  {"choices", list_of(choices.named)},
+                  {"parts", list_of(choices.parts)},
                   {"variables", variables},
                   {"operations", list_of(account.operations)},
                   {"stations", list_of(account.stations, request)}});
@@ -454,10 +538,10 @@ int run_why(Context* context) {
   if (all && !asked.variable.empty()) misuse("--all takes the place of a variable");
   context->notes += request.notes;
   if (asked.variable.empty() && !all) {
-    const std::vector<NamedChoice> choices = choices_of(request, base);
-    context->out += json ? document(absolute_root(request.root), list_of(choices), Json::array(),
-                                    Account(), request)
-                         : text_of(choices, request);
+    const AllChoices choices = choices_of(request, base);
+    context->out +=
+        json ? document(absolute_root(request.root), choices, Json::array(), Account(), request)
+             : text_of(choices, request);
     return kDone;
   }
   const Account account = account_of(request.question(), base, asked.variable);
@@ -465,8 +549,8 @@ int run_why(Context* context) {
   const ReasonIndex index(account);
   const std::vector<Story> stories = stories_of(account, index, asked.variable, base);
   if (json) {
-    context->out += document(account.answer.root, Json::array(), list_of(stories, asked.element),
-                             account, request);
+    context->out +=
+        document(account.answer.root, {}, list_of(stories, asked.element), account, request);
     return kDone;
   }
   const StoryText text(account, index, request);
