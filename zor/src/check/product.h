@@ -3,9 +3,7 @@
 #define ZOR_CHECK_PRODUCT_H
 
 #include <array>
-#include <functional>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,10 +33,25 @@ struct StatedSeparator {
   Position end;
 };
 
+// A value that settings insert into a variable or take out of it, if it is no pattern. Values in
+// the product's own directory, which no other product names, are left out.
+struct Claim {
+  enum class Kind : char { kInsert = 'i', kRemove = 'r', kDelete = 'd' };  // the last: all values
+
+  Kind kind = Kind::kInsert;
+  std::string variable;
+  std::string value;
+  ProductName product;
+  std::string file;
+  Position at;
+  Position end;
+};
+
 // What a product gives besides findings.
 struct Facts {
   std::vector<Link> links;
   std::vector<StatedSeparator> separators;
+  std::vector<Claim> claims;
 };
 
 class Product {

@@ -71,6 +71,7 @@ constexpr Rule kRules[] = {
     {"ZW420", "undo-of-one-version", kNote, "Undoing takes the latest version's directory."},
     {"ZW421", "before-everything", kNote, "Two products that want to be first form a circle."},
     {"ZW422", "value-evaluated-twice", kNote, "The portable script lets sh evaluate the value."},
+    {"ZW423", "insert-adds", kWarning, "The variable holds one value and gets a second."},
     // Products and what they include.
     {"ZW501", "clash", kError, "One value is both inserted and removed."},
     {"ZW502", "circle", kError, "Constraints of order form a circle."},
@@ -81,6 +82,7 @@ constexpr Rule kRules[] = {
     {"ZW507", "exhausting", kError, "Computing its environment exhausts memory."},
     {"ZW508", "other-fault", kError, "The computation fails."},
     {"ZW509", "lost-constraint", kNote, "A part's BEFORE or AFTER goes with its insert."},
+    {"ZW510", "strangers-at-odds", kNote, "Another product inserts what this one removes."},
 };
 
 }  // namespace

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <map>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "check/product.h"
@@ -74,6 +77,18 @@ const std::string& refusals_of_name(const std::string& name) {
   return entry->second;
 }
 
+// ---- Variables ----
+
+// Whether all the world takes the variable for one value, not for a list.
+bool holds_one_value(std::string_view name) {
+  static constexpr std::string_view kNames[] = {
+      "BROWSER", "CC",       "COLORTERM", "CXX",     "DISPLAY", "EDITOR", "FC",
+      "HOME",    "HOSTNAME", "LANG",      "LOGNAME", "MAIL",    "PAGER",  "PWD",
+      "SHELL",   "TMPDIR",   "TERM",      "TZ",      "USER",    "VISUAL"};
+  return name.starts_with("LC_") ||
+         std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+}
+
 // ---- The rules ----
 
 // The settings of one file, group by group.
@@ -85,10 +100,13 @@ class FileCheck {
     for (std::size_t i = 0; i < varieties.size(); ++i)
       if (varieties[i].complete) complete_.push_back(i);
     for (const Element& group : document_.root.children)
-      for (const Element& operation : group.children)
-        if (const std::string* separator = operation.find("sep");
-            separator && !separator->empty() && is_operation(operation))
-          stated_.try_emplace(name_element(operation).text, *separator);
+      for (const Element& operation : group.children) {
+        if (!is_operation(operation)) continue;
+        const std::string& name = name_element(operation).text;
+        if (operation.name == "ENV-DELETE") deleted_.insert(name);
+        if (const std::string* separator = operation.find("sep"); separator && !separator->empty())
+          stated_.try_emplace(name, *separator);
+      }
   }
 
   void run() {
@@ -333,9 +351,13 @@ class FileCheck {
     if (name) check_name(*name, text_span(name_at));
     check_separator(operation, name.value_or(name_at.text));
     const bool inserts = operation.name == "ENV-INSERT";
+    if (inserts && name) check_only_value(*name, name_at);
+    if (operation.name == "ENV-DELETE" && name) claim(Claim::Kind::kDelete, *name, "", name_at);
     for (const Element& child : operation.children) {
       if (child.name == "NAME") continue;
       const std::optional<std::string> meaning = check_text(child);
+      if (meaning && name && child.name == "VALUE")
+        claim(inserts ? Claim::Kind::kInsert : Claim::Kind::kRemove, *name, *meaning, child);
       if (inserts && child.name == "VALUE") {
         if (meaning && name) check_inserted(operation, *name, *meaning, child);
         continue;
@@ -348,6 +370,32 @@ class FileCheck {
                        "this one, and nobody can use the two in one group",
                        "Say before what it must be, such as /usr/bin.");
     }
+  }
+
+  void check_only_value(const std::string& name, const Element& at) {
+    if (!holds_one_value(name) || deleted_.contains(at.text) ||
+        std::string_view(file_) != "env.xml")
+      return;
+    product_->tell(
+        "ZW423", file_, text_span(at),
+        fmt::format("where {} is set it gets a second value, since every variable is a "
+                    "list and ENV-INSERT adds to it",
+                    name),
+        fmt::format("Add <ENV-DELETE>{}</ENV-DELETE>; within one product the insert wins.",
+                    at.text));
+  }
+
+  // For the rule on strangers. A pattern for values would have to be tried on all that others
+  // insert; most mean the product's own directory.
+  void claim(Claim::Kind kind, const std::string& name, const std::string& value,
+             const Element& at) {
+    if (std::string_view(file_) != "env.xml" || !is_identifier(name) ||
+        (kind == Claim::Kind::kRemove && is_pattern(value)) ||
+        value.starts_with(product_->directory()))
+      return;
+    product_->facts().claims.push_back(
+        {kind, name, value, product_->name(), product_->path() + '/' + file_,
+         document_.position(at.text_at), document_.position(at.text_end)});
   }
 
   void check_undo(const Element& removed) {
@@ -422,6 +470,7 @@ class FileCheck {
   std::vector<std::size_t> complete_;
   std::vector<std::size_t> varieties_;                   // that get the group at hand
   std::unordered_map<std::string, std::string> stated_;  // of each variable the first separator
+  std::unordered_set<std::string> deleted_;
 };
 
 // Operations on one variable of which some state a separator and others none. An ENV-DELETE takes

@@ -6,6 +6,7 @@
 #include <set>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace zor::check {
 
@@ -88,10 +89,53 @@ class Circles {
   std::vector<std::vector<std::size_t>> members_;
 };
 
+// Which products include which, however far off. What is asked for is remembered of the product
+// that was asked for last.
+class Family {
+ public:
+  explicit Family(const std::vector<Link>& links) {
+    for (const Link& link : links) {
+      parts_[link.from].push_back(link.to);
+      includers_[link.to].push_back(link.from);
+    }
+  }
+
+  bool related(const std::string& one, const std::string& other) {
+    if (one != of_) {
+      of_ = one;
+      relatives_.clear();
+      follow(parts_);
+      follow(includers_);
+    }
+    return relatives_.contains(other);
+  }
+
+ private:
+  using Names = std::unordered_map<std::string_view, std::vector<std::string_view>>;
+
+  void follow(const Names& next) {
+    std::unordered_set<std::string_view> seen = {of_};
+    std::vector<std::string_view> waiting = {of_};
+    while (!waiting.empty()) {
+      const auto found = next.find(waiting.back());
+      waiting.pop_back();
+      if (found == next.end()) continue;
+      for (const std::string_view name : found->second)
+        if (seen.insert(name).second) waiting.push_back(name);
+    }
+    relatives_.merge(seen);
+  }
+
+  Names parts_, includers_;
+  std::string of_;
+  std::unordered_set<std::string_view> relatives_;
+};
+
 }  // namespace
 
 void Together::add(Facts& facts) {
   std::move(facts.links.begin(), facts.links.end(), std::back_inserter(links_));
+  std::move(facts.claims.begin(), facts.claims.end(), std::back_inserter(claims_));
   for (StatedSeparator& stated : facts.separators) {
     Uses& uses = separators_[stated.variable][stated.separator];
     if (uses.count++ == 0 || place_of(stated) < place_of(uses.first))
@@ -102,6 +146,7 @@ void Together::add(Facts& facts) {
 void Together::tell(std::vector<Finding>* findings) const {
   tell_of_separators(findings);
   tell_of_circles(findings);
+  tell_of_strangers(findings);
 }
 
 void Together::tell_of_separators(std::vector<Finding>* findings) const {
@@ -171,6 +216,52 @@ void Together::tell_of_circles(std::vector<Finding>* findings) const {
                           fmt::join(members, ", "));
     findings->push_back(finding_at(*first[i], "ZW303", text,
                                    "Take out one of the parts, so that the circle opens."));
+  }
+}
+
+// One that removes a value and one that inserts it can't be used in one group, unless one of them
+// includes the other. Of several the first is told of. Versions of one product are not meant to be
+// used together.
+void Together::tell_of_strangers(std::vector<Finding>* findings) const {
+  std::vector<const Claim*> removals;
+  for (const Claim& claim : claims_)
+    if (claim.kind != Claim::Kind::kInsert) removals.push_back(&claim);
+  if (removals.empty()) return;
+  std::unordered_set<std::string_view> removed;
+  for (const Claim* removal : removals)
+    removed.insert(removal->variable);
+  std::unordered_map<std::string_view, std::vector<const Claim*>> inserts;
+  for (const Claim& claim : claims_)
+    if (claim.kind == Claim::Kind::kInsert && removed.contains(claim.variable))
+      inserts[claim.variable].push_back(&claim);
+  const auto by_value_and_place = [](const Claim* a, const Claim* b) {
+    return std::tie(a->value, a->file, a->at.line, a->at.column) <
+           std::tie(b->value, b->file, b->at.line, b->at.column);
+  };
+  for (auto& [variable, all] : inserts)
+    std::sort(all.begin(), all.end(), by_value_and_place);
+  Family family(links_);
+  for (const Claim* removal : removals) {
+    const std::vector<const Claim*>& all = inserts[removal->variable];
+    auto insert = all.begin();
+    auto end = all.end();
+    if (removal->kind == Claim::Kind::kRemove) {
+      const auto by_value = [](const Claim* a, const Claim* b) { return a->value < b->value; };
+      std::tie(insert, end) = std::equal_range(all.begin(), all.end(), removal, by_value);
+    }
+    insert = std::find_if(insert, end, [&](const Claim* other) {
+      return std::tie(other->product.category, other->product.name) !=
+                 std::tie(removal->product.category, removal->product.name) &&
+             !family.related(removal->product.path(), other->product.path());
+    });
+    if (insert == end) continue;
+    findings->push_back(finding_at(
+        *removal, "ZW510",
+        fmt::format("{} inserts {} into {} at {}:{}:{}, so nobody can use the two in one group",
+                    (*insert)->product.path(), (*insert)->value, removal->variable, (*insert)->file,
+                    (*insert)->at.line, (*insert)->at.column),
+        "Remove only what is certainly the product's own, or let users put the products into "
+        "groups with --and."));
   }
 }
 

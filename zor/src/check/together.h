@@ -18,6 +18,7 @@ class Together {
  private:
   void tell_of_separators(std::vector<Finding>* findings) const;
   void tell_of_circles(std::vector<Finding>* findings) const;
+  void tell_of_strangers(std::vector<Finding>* findings) const;
 
   // Of each variable and separator the first place, and how many there are.
   struct Uses {
@@ -26,6 +27,7 @@ class Together {
   };
   std::map<std::string, std::map<std::string, Uses>> separators_;
   std::vector<Link> links_;
+  std::vector<Claim> claims_;
 };
 
 }  // namespace zor::check

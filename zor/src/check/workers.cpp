@@ -121,6 +121,18 @@ void write_findings(Writer* writer, const Findings& all) {
         .text(stated.file)
         .position(stated.at)
         .position(stated.end);
+  for (const Claim& claim : all.facts.claims)
+    writer->letter('c')
+        .letter(static_cast<char>(claim.kind))
+        .text(claim.variable)
+        .text(claim.value)
+        .text(claim.product.category)
+        .text(claim.product.name)
+        .text(claim.product.version)
+        .text(claim.product.rev)
+        .text(claim.file)
+        .position(claim.at)
+        .position(claim.end);
 }
 
 void read_finding(Reader* reader, Findings* all) {
@@ -316,6 +328,7 @@ class Pool {
       if (letter == 'f') read_finding(&reader, &one);
       if (letter == 'l') one.facts.links.push_back(read_link(&reader));
       if (letter == 's') one.facts.separators.push_back(read_stated(&reader));
+      if (letter == 'c') one.facts.claims.push_back(read_claim(&reader));
       if (letter == 'x') error = reader.text();
       if (!reader.complete()) break;
       taken += reader.taken();
@@ -354,6 +367,21 @@ class Pool {
     stated.at = reader->position();
     stated.end = reader->position();
     return stated;
+  }
+
+  static Claim read_claim(Reader* reader) {
+    Claim claim;
+    claim.kind = static_cast<Claim::Kind>(reader->letter());
+    claim.variable = reader->text();
+    claim.value = reader->text();
+    claim.product.category = reader->text();
+    claim.product.name = reader->text();
+    claim.product.version = reader->text();
+    claim.product.rev = reader->text();
+    claim.file = reader->text();
+    claim.at = reader->position();
+    claim.end = reader->position();
+    return claim;
   }
 
   // It has ended before its time. What it found before the item that it could not cope with has
