@@ -34,8 +34,8 @@ Options options;
 // Without a text it is an interrupt, and this runs in the signal's handler: write and _exit only.
 void ExitError(FwTextString ptbzText) {
   if (ptbzText == nullptr) {
-    static const char szInterrupted[] = "greet: interrupted\n";
-    [[maybe_unused]] ssize_t n = write(STDERR_FILENO, szInterrupted, sizeof szInterrupted - 1);
+    static const char kInterrupted[] = "greet: interrupted\n";
+    [[maybe_unused]] ssize_t n = write(STDERR_FILENO, kInterrupted, sizeof kInterrupted - 1);
   } else {
     std::fprintf(stderr, "greet: %s\n", FWC(ptbzText));
   }

@@ -49,9 +49,9 @@ std::optional<std::string> from_base64(std::string_view text, Alphabet alphabet)
   std::uint32_t bits = 0;
   int count = 0;
   for (const char letter : text) {
-    const int value = values[static_cast<unsigned char>(letter)];
+    const signed char value = values[static_cast<unsigned char>(letter)];
     if (value < 0) return std::nullopt;
-    bits = (bits << 6) | static_cast<std::uint32_t>(value);
+    bits = (bits << 6) | static_cast<unsigned char>(value);
     count += 6;
     if (count < 8) continue;
     count -= 8;

@@ -36,6 +36,7 @@ class Surroundings {
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
   std::vector<char*> all;
+  all.reserve(texts.size() + 1);
   for (const std::string& text : texts)
     all.push_back(const_cast<char*>(text.c_str()));
   all.push_back(nullptr);

@@ -81,6 +81,7 @@ void send_to_syslog(const Environment& environment, const std::string& line) {
   for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
     dup2(null, fd);
   std::vector<char*> arguments;
+  arguments.reserve(program.size() + 1);
   for (const std::string& word : program)
     arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);

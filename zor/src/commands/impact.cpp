@@ -195,6 +195,7 @@ std::vector<Affected> affected_products(const Inclusions& all, const Target& tar
     return by_version != 0 ? by_version < 0 : compare_versions(a.rev, b.rev) < 0;
   });
   std::vector<Affected> affected;
+  affected.reserve(order.size());
   for (const ProductName& product : order)
     affected.push_back({"", shortest[product]});
   return affected;
@@ -425,7 +426,7 @@ std::string take_word(std::vector<std::string>* words) {
     if (*word == "-r" || *word == "--root") {
       if (++word == words->end()) break;
     } else if (!word->starts_with('-')) {
-      const std::string taken = *word;
+      std::string taken = *word;
       words->erase(word);
       return taken;
     }

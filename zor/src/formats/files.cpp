@@ -74,7 +74,7 @@ std::string refuse_for_bytes(const Change& change) {
 }
 
 std::string refuse_for_text(const Change& change) {
-  const std::string reason = refuse_name(change.name);
+  std::string reason = refuse_name(change.name);
   if (!reason.empty()) return reason;
   if (!is_utf8(change.name)) return "is not UTF-8";
   if (change.value && !is_utf8(*change.value)) return kNotUtf8;
@@ -92,7 +92,7 @@ void write_json(std::string* text, const Change& change) {
 }
 
 std::string refuse_for_dotenv(const Change& change) {
-  const std::string reason = refuse_setting(change);
+  std::string reason = refuse_setting(change);
   if (!reason.empty()) return reason;
   if (change.value->find('\r') != std::string::npos) return "holds a carriage return";
   if (!fits_single_quotes(*change.value) && !fits_double_quotes(*change.value))
@@ -106,7 +106,7 @@ void write_dotenv(std::string* text, const Change& change) {
 }
 
 std::string refuse_for_systemd(const Change& change) {
-  const std::string reason = refuse_setting(change);
+  std::string reason = refuse_setting(change);
   if (!reason.empty()) return reason;
   const auto is_control = [](char c) {
     return (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') || c == 0x7F;
@@ -129,7 +129,7 @@ void write_systemd(std::string* text, const Change& change) {
 std::string refuse_for_docker(const Change& change) {
   // A line is read into 64 KiB, its end included.
   constexpr std::size_t kLongest = 65535;
-  const std::string reason = refuse_setting(change);
+  std::string reason = refuse_setting(change);
   if (!reason.empty()) return reason;
   if (change.value->find('\n') != std::string::npos) return "holds a line end";
   if (change.value->ends_with('\r')) return "ends with a carriage return";
@@ -143,7 +143,7 @@ void write_docker(std::string* text, const Change& change) {
 }
 
 std::string refuse_for_github(const Change& change) {
-  const std::string reason = refuse_setting(change);
+  std::string reason = refuse_setting(change);
   if (!reason.empty()) return reason;
   if (change.name.starts_with("GITHUB_") || change.name.starts_with("RUNNER_") ||
       change.name == "NODE_OPTIONS")

@@ -65,7 +65,7 @@ std::string refuse_for_xonsh(const Change& change) {
   if (!is_identifier(change.name)) return "is not a valid name for a variable of a shell";
   if (change.name.starts_with("XONSH") || change.name.starts_with("XONTRIB"))
     return "is kept for itself by xonsh";
-  const std::string reason = reason_of_keepers({&kXonsh}, change.name);
+  std::string reason = reason_of_keepers({&kXonsh}, change.name);
   if (!reason.empty()) return reason;
   if (change.value && would_expand(change.name, *change.value))
     return "is a list to xonsh, which would expand the $ or ~ in it";

@@ -108,7 +108,7 @@ std::string refuse_for_nushell(const Change& change) {
   if (!is_identifier(change.name)) return kNoName;
   if (change.name.starts_with("PROMPT_") || change.name.starts_with("TRANSIENT_PROMPT_"))
     return "holds what is run or expanded by nushell";
-  const std::string reason = reason_of_keepers({&kNushell}, change.name);
+  std::string reason = reason_of_keepers({&kNushell}, change.name);
   if (!reason.empty()) return reason;
   if (change.value && !is_utf8(*change.value)) return kNotUtf8;
   return {};
@@ -171,7 +171,7 @@ void write_cmd(std::string* text, const Change& change) {
 std::string refuse_for_rc(const Change& change) {
   if (!is_identifier(change.name)) return kNoName;
   if (change.name.starts_with("fn_")) return "is a function to rc";
-  const std::string reason = reason_of_keepers({&kRc}, change.name);
+  std::string reason = reason_of_keepers({&kRc}, change.name);
   if (!reason.empty()) return reason;
   // They separate the elements of a list in the environment.
   if (change.value && change.value->find_first_of("\1\2") != std::string::npos)
