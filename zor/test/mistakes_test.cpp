@@ -5,9 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 
+#include "session_support.h"
 #include "zor.h"
 
 namespace {
@@ -613,6 +615,86 @@ TEST(Mistakes, InTheChoiceOfVarieties) {
               "  what works, as trying it has shown:\n"
               "    -p mpi openmpi -v compiler gcc, as several varieties of it fit\n"
               "    -p mpi openmpi -v compiler llvm, as several varieties of it fit\n"}});
+}
+
+TEST(Mistakes, InProductsThatClash) {
+  const std::string inserts = "    <ENV-INSERT><NAME>CC</NAME><VALUE>gcc-%(THIS-VERSION)</VALUE>";
+  const std::string settings =
+      "<ENV-SETTINGS>\n  <ENV-GROUP>\n    <PATTERN/>\n"
+      "    <ENV-DELETE>CC</ENV-DELETE>\n" +
+      inserts + "</ENV-INSERT>\n  </ENV-GROUP>\n</ENV-SETTINGS>\n";
+  const auto side = [&](const char* what, const std::string& version, int line,
+                        const std::string& named) {
+    return std::string("  ") + what + " by compilers/gcc/" + version +
+           "/1[platform=unix] ($W/compilers/gcc/" + version + "/1/env.xml:" + std::to_string(line) +
+           ":5)\n" + named;
+  };
+  const std::string by_mpi =
+      "    a part of mpi/openmpi/5.0/1[platform=unix, compiler=gcc] "
+      "($W/mpi/openmpi/5.0/1/partlist.xml:5:7)\n"
+      "    named as -p mpi openmpi\n";
+  const std::string by_user = "    named as -p compilers gcc 14.1\n";
+  Check(
+      {{"a part and another version of it",
+        [&](Shop* shop) {
+          for (const char* gcc : {"compilers/gcc/13.2/1", kGcc})
+            shop->Product(gcc, settings);
+          shop->Change("mpi/openmpi/5.0/1/partlist.xml", "<PARTS>\n",
+                       "<PARTS>\n      <PRODUCT category=\"compilers\" name=\"gcc\" "
+                       "version=\"13.2\" rev=\"1\"><PATTERN/></PRODUCT>\n");
+        },
+        {"env", "-p", "mpi", "openmpi", "-v", "compiler", "gcc", "-p", "compilers", "gcc", "14.1"},
+        "zor: value gcc-13.2 is both inserted and removed in environment variable CC\n" +
+            side("inserted", "13.2", 5, by_mpi) + side("removed", "14.1", 4, by_user) +
+            "value gcc-14.1 is both inserted and removed in environment variable CC\n" +
+            side("inserted", "14.1", 5, by_user) + side("removed", "13.2", 4, by_mpi) +
+            "  what works, as trying it has shown:\n"
+            "    -p mpi openmpi behind // (or --and), where it overrides the others\n"
+            "    without -p mpi openmpi\n"
+            "    compilers/gcc/13.2/1 in place of -p compilers gcc 14.1\n"
+            "    -p compilers gcc 14.1 behind // (or --and), where it overrides the others\n"
+            "    without -p compilers gcc 14.1\n"},
+       {"separators on inserts alone",
+        InEnv("    <ENV-INSERT>",
+              "    <ENV-REMOVE><NAME>PATH</NAME><VALUE>/old</VALUE></ENV-REMOVE>\n"
+              "    <ENV-INSERT sep=\", \">"),
+        kLoadGcc,
+        "zor: inconsistent separators for environment variable PATH\n"
+        "  separated by \":\", for none is stated, in compilers/gcc/14.1/1[platform=unix] "
+        "($W/compilers/gcc/14.1/1/env.xml:5:5)\n"
+        "    named as compilers/gcc\n"
+        "  separated by \",\" in compilers/gcc/14.1/1[platform=unix] "
+        "($W/compilers/gcc/14.1/1/env.xml:6:5)\n"
+        "    named as compilers/gcc\n"
+        "  what works, as trying it has shown:\n"
+        "    compilers/gcc/13.2/1 in place of compilers/gcc\n"}});
+}
+
+// A program ends as it would without zor, also by a signal, of which no message is wanted.
+TEST(Mistakes, OfTheProgramItselfAreItsOwn) {
+  Shop shop;
+  shop.Renew();
+  const RunResult result =
+      Zor({"exec", "gcc", "--", "sh", "-c", "kill -SEGV $$"}, {"ZORROOT=" + shop.Root()});
+  EXPECT_EQ("", result.out);
+  EXPECT_EQ("", result.err);
+  EXPECT_EQ(SIGSEGV, result.signal);
+}
+
+// What the fingers know from other tools is right here as well.
+TEST(Mistakes, AreNoneInTheWordsOfOtherTools) {
+  Shop shop;
+  shop.Renew();
+  ShellModel shell(
+      {{"LC_ALL", "C.UTF-8"}, {"PATH", "/usr/bin:/bin"}, {"ZORROOT", shop.Root()}, {"USER", "a"}});
+  Expect(shell.Ask({"avail", "gcc"}), "compilers/gcc/13.2/1\ncompilers/gcc/14.1/1 (latest)\n", "",
+         0);
+  Expect(shell.Ask({"list"}), "", "", 0);
+  const RunResult loaded = shell.Run({"load", "gcc"});
+  EXPECT_EQ("", loaded.err);
+  EXPECT_EQ(0, loaded.status);
+  Expect(shell.Ask({"list"}), "compilers/gcc/14.1/1\n", "", 0);
+  EXPECT_EQ(shop.Root() + "/compilers/gcc/14.1/1/bin:/usr/bin:/bin", shell.Get("PATH"));
 }
 
 }  // namespace
