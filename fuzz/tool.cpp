@@ -44,6 +44,7 @@
 #include <string_view>
 #include <vector>
 
+#include "child.h"
 #include "fuzz.h"
 #include "model/model.h"
 #include "mymain.h"
@@ -51,12 +52,6 @@
 // The model wants it; what comes behind its first line is told by other tests.
 std::string Usage(std::string_view program) {
   return "usage:\n       " + std::string(program) + " [-r root]";
-}
-
-// Where libFuzzer counts what was reached, if it is there.
-extern "C" {
-extern char __start___sancov_cntrs[] __attribute__((weak, visibility("hidden")));
-extern char __stop___sancov_cntrs[] __attribute__((weak, visibility("hidden")));
 }
 
 bool fuzz::BootsItself() {
@@ -68,25 +63,6 @@ namespace {
 using model::Action;
 using model::Case;
 using model::Maybe;
-
-// The counters become memory that the child shares, so that what it reaches is seen. Pages that
-// hold other data as well stay as they are.
-void ShareCounters() {
-  static bool done = false;
-  if (done || __start___sancov_cntrs == nullptr) return;
-  done = true;
-  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-  const auto start =
-      (reinterpret_cast<std::uintptr_t>(__start___sancov_cntrs) + page - 1) / page * page;
-  const auto stop = reinterpret_cast<std::uintptr_t>(__stop___sancov_cntrs) / page * page;
-  if (start >= stop) return;
-  char* const pages = reinterpret_cast<char*>(start);
-  const std::vector<char> held(pages, pages + (stop - start));
-  if (mmap(pages, held.size(), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1,
-           0) != pages)
-    fuzz::Fail("the counters can't be shared");
-  std::memcpy(pages, held.data(), held.size());
-}
 
 // ---- From the input to a warehouse ----
 
@@ -295,9 +271,6 @@ class Decoder {
   bool undo_ = false;
 };
 
-// The words of the sanitizers, which stand in no line of an input.
-constexpr const char* complaints[] = {"Sanitizer", "runtime error", "libFuzzer"};
-
 // Text that the data files can't hold, the model's plain matcher takes too long for, or that leads
 // out of the warehouse.
 bool Plain(const std::string& line) {
@@ -306,8 +279,7 @@ bool Plain(const std::string& line) {
     if (static_cast<signed char>(c) >= 0 && (c < ' ' || c == 0x7F)) return false;
   for (const char* out : {"]]>", "..", "/dev", "/proc", "/sys", "%[/", "\xEF\xBF", "\xC2\x80"})
     if (line.find(out) != std::string::npos) return false;
-  for (const char* word : complaints)
-    if (line.find(word) != std::string::npos) return false;
+  if (fuzz::Complains(line)) return false;
   if (std::count(line.begin(), line.end(), '*') > 4) return false;
   // A value that refers to itself fills the memory before it is given up.
   const bool refers = line.find("%(") != std::string::npos ||
@@ -327,63 +299,6 @@ void LayOut(const Case& run) {
 
 // ---- The run ----
 
-class Output {
- public:
-  Output() : file_(memfd_create("output", MFD_CLOEXEC)) {
-    if (file_ < 0) fuzz::Fail("no memory file");
-  }
-  ~Output() { close(file_); }
-  Output(const Output&) = delete;
-  Output& operator=(const Output&) = delete;
-  void Become(int descriptor) const { dup2(file_, descriptor); }
-  std::string Content() const {
-    std::string content(static_cast<std::size_t>(lseek(file_, 0, SEEK_END)), 0);
-    if (pread(file_, content.data(), content.size(), 0) != static_cast<ssize_t>(content.size()))
-      fuzz::Fail("an output can't be read");
-    return content;
-  }
-
- private:
-  const int file_;
-};
-
-struct Result {
-  std::string out, err;
-  int status = -1;
-  int signal = 0;
-};
-
-Result InChild(const std::function<int()>& task) {
-  const Output out, err;
-  std::fflush(nullptr);
-  const pid_t child = fork();
-  if (child < 0) fuzz::Fail("no child");
-  if (child == 0) {
-    out.Become(STDOUT_FILENO);
-    err.Become(STDERR_FILENO);
-    std::signal(SIGALRM, SIG_DFL);
-    alarm(30);
-    // The last one registered is the first to run; what the parent has registered is its own.
-    on_exit(
-        [](int status, void*) {
-          std::fflush(nullptr);
-          _exit(status);
-        },
-        nullptr);
-    std::exit(task());
-  }
-  int status = 0;
-  // libFuzzer's clock ticks.
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  Result result;
-  if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
-  result.out = out.Content();
-  result.err = err.Content();
-  return result;
-}
-
 std::vector<char*> Pointers(std::vector<std::string>& strings) {
   std::vector<char*> pointers;
   pointers.reserve(strings.size() + 1);
@@ -393,8 +308,8 @@ std::vector<char*> Pointers(std::vector<std::string>& strings) {
   return pointers;
 }
 
-Result RunTool(const Case& run) {
-  return InChild([&run] {
+fuzz::Result RunTool(const Case& run) {
+  return fuzz::InChild([&run] {
     std::vector<std::string> arguments = run.arguments, environment = run.environment;
     arguments.insert(arguments.begin(), "zorenv");
     std::vector<char*> argv = Pointers(arguments), envp = Pointers(environment);
@@ -441,7 +356,7 @@ bool HasOnlyRecords(const std::string& script, const std::string& dialect) {
 }
 
 void RunInShell(const std::string& script) {
-  const Result result = InChild([&script] {
+  const fuzz::Result result = fuzz::InChild([&script] {
     std::array<char*, 1> nothing = {nullptr};
     const std::string whole = "PATH=/nowhere\nset -e\n" + script;
     execle("/bin/sh", "sh", "-c", whole.c_str(), static_cast<char*>(nullptr), nothing.data());
@@ -462,7 +377,7 @@ std::string DialectOf(const Case& run) {
   return dialect;
 }
 
-void CheckScript(const Case& run, const Result& result) {
+void CheckScript(const Case& run, const fuzz::Result& result) {
   const std::string dialect = DialectOf(run);
   if (dialect == "none" || dialect == "--bat" || result.status != 0) return;
   // Names and values that are not harmless come out as they are.
@@ -500,7 +415,6 @@ void fuzz::Try(Input& input) {
   }
   const Case run = decoder.Finish();
   if (run.products.size() > 12) return;
-  ShareCounters();
   LayOut(run);
   const model::Answer answer = model::Compute(run);
   // Kept by the program: a run that never ends.
@@ -509,8 +423,7 @@ void fuzz::Try(Input& input) {
 
   const std::string told = "status " + std::to_string(result.status) + ", signal " +
                            std::to_string(result.signal) + "\n" + result.out + result.err;
-  for (const char* word : complaints)
-    if (result.err.find(word) != std::string::npos) Fail("a sanitizer complains", told);
+  if (Complains(result.err)) Fail("a sanitizer complains", told);
   if (result.signal != 0 || (result.status != 0 && result.status != 1))
     Fail("the run does not end well", told);
   if (result.status == 1 && !result.out.empty() && !IsMessage(result.out))

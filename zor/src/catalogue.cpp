@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <numeric>
@@ -86,6 +87,8 @@ class Walk {
     }
     above_.pop_back();
     tell_files(files, found_before);
+    if (slashes_ >= 3 && std::any_of(files.begin(), files.end(), is_data_file))
+      catalogue_->without_info.push_back(path_);
   }
 
   // Adds the directory at hand if it is itself a revision.
@@ -112,6 +115,10 @@ class Walk {
   void leave(std::size_t length) {
     if (length > 0) --slashes_;
     path_.resize(length);
+  }
+
+  static bool is_data_file(const std::string& name) {
+    return std::find(std::begin(kDataFiles), std::end(kDataFiles), name) != std::end(kDataFiles);
   }
 
   static bool has_product_file(int parent, const std::string& name) {
@@ -288,6 +295,7 @@ Catalogue read_catalogue(const std::string& root, const std::string& below) {
   }
   std::sort(catalogue.remarks.begin(), catalogue.remarks.end(),
             [](const CatalogueRemark& a, const CatalogueRemark& b) { return a.path < b.path; });
+  std::sort(catalogue.without_info.begin(), catalogue.without_info.end());
   return catalogue;
 }
 

@@ -33,6 +33,8 @@ struct CatalogueRemark {
 struct Catalogue {
   std::vector<CatalogueProduct> products;  // sorted by category, then by name
   std::vector<CatalogueRemark> remarks;
+  // Directories where a revision could be, with data files but without a product.xml; sorted.
+  std::vector<std::string> without_info;
 };
 
 // Whether the walk looks into directories of that name.

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -371,6 +372,11 @@ class Faults {
     asked.arguments = {"-r", run_.base + "/root", "-p"};
     asked.arguments.insert(asked.arguments.end(), product.begin(), product.end());
     if (undo) asked.arguments.push_back("-u");
+    // The check takes these two for set everywhere.
+    for (const std::string name : {"HOME=", "PATH="})
+      if (std::ranges::none_of(asked.environment,
+                               [&](const auto& text) { return text.starts_with(name); }))
+        asked.environment.push_back(name + "/usr");
     asked.arguments.push_back("--sh");
     const model::Answer answer = model::Compute(asked);
     if (answer.out.starts_with("usage:")) return;
@@ -394,7 +400,12 @@ bool IsTold(const std::string& fault, const std::string& findings, const std::st
   if (fault == "endless") return has("[ZW503 ");
   const std::size_t variable = fault.rfind(" environment variable ");
   if (variable != std::string::npos) {
-    if (has(": " + fault.substr(variable + 22) + ": ")) return true;
+    const std::string name = fault.substr(variable + 22);
+    if (has(": " + name + ": ")) return true;
+    // Where another fault keeps the check from computing, the file is told of by itself.
+    if (fault.find("separators") != std::string::npos &&
+        has(" for " + name + ", and this one none"))
+      return true;
     // One of the user's, whom a pattern of names reaches. The check has another in its place.
     return has("[ZW407 ") &&
            (fault.find("separators") != std::string::npos ? has("[ZW504 ")
@@ -435,7 +446,10 @@ TEST(RandomWarehouses, EachFaultOfTheToolHasAFinding) {
   const TemporaryTree tree;
   int faulty = 0;
   int all = 0;
-  for (unsigned long long seed = 1; all < wanted && !testing::Test::HasFailure(); ++seed, ++all) {
+  // A seed to begin with is for a look at one that failed.
+  const char* start = std::getenv("ZOR_TEST_SEED");
+  for (unsigned long long seed = start ? std::stoull(start) : 1;
+       all < wanted && !testing::Test::HasFailure(); ++seed, ++all) {
     const model::Case run = model::Generate(seed, tree / std::to_string(seed));
     std::filesystem::create_directories(run.base + "/root");
     LayOut(run);

@@ -79,8 +79,14 @@ void sort_out(std::vector<Finding>* findings) {
 Report check_warehouse(const std::string& root, const std::string& below, const Progress& progress,
                        const std::function<void()>& stopped) {
   const std::string absolute = absolute_root(root);
-  const std::vector<Item> items = items_of(read_catalogue(absolute, below));
+  const Catalogue catalogue = read_catalogue(absolute, below);
+  const std::vector<Item> items = items_of(catalogue);
   Findings all;
+  for (const std::string& path : catalogue.without_info)
+    all.findings.push_back({path, 0, 0, 0, 0, "ZW112",
+                            "there is no product.xml, so this is no product, and its other data "
+                            "files are never read",
+                            "Write a product.xml with a variety, or move the directory away.", ""});
   Together together;
   std::unique_ptr<Checker> checker;
   Work work;

@@ -29,6 +29,7 @@ constexpr Rule kRules[] = {
     {"ZW109", "odd-name", kWarning, "The name begins as a version does."},
     {"ZW110", "ignored-recipe", kWarning, "An old recipe no longer counts."},
     {"ZW111", "backup-copy", kWarning, "A copy counts as a version and may be the latest."},
+    {"ZW112", "missing-info", kError, "There are data files, but no product.xml."},
     // Varieties.
     {"ZW201", "no-segment", kWarning, "The variety has no segment and so is never taken."},
     {"ZW202", "odd-here", kWarning, "The segment's attribute here is no number and so is 0."},
