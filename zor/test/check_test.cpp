@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -470,7 +471,8 @@ TEST(RandomWarehouses, EachFaultOfTheToolHasAFinding) {
       const std::string root = run.base + "/root";
       RunOptions options;
       options.environment = PlainEnvironment({});
-      options.directory = run.base;  // where the tool ran
+      options.directory = run.base;             // where the tool ran
+      options.limit = std::chrono::minutes(2);  // some are large
       const RunResult result =
           RunProgram({ZOR_PROGRAM, "check", root, "--severity", "note"}, options);
       EXPECT_EQ(1, result.status) << result.err;
