@@ -38,7 +38,7 @@ bool StaysInTheTree(const std::string& pattern, const std::string& subject) {
 
 // The directory in which the framework was booted, so that relative paths start there.
 const std::string& Tree() {
-  [[maybe_unused]] static const bool made = [] {
+  [[maybe_unused]] static const bool kMade = [] {
     for (const char* file : {"a", "ab", "b/a", "b/b/c.d", "b/b/.e", "c/d", ".f", "b/\xC3\xA9"})
       fuzz::WriteFile(file, "");
     return std::filesystem::create_directory(fuzz::Directory() + "/d");
@@ -66,13 +66,13 @@ class InTree {
 
 // Paths below the tree, without a trailing separator; the tree's own is empty.
 const std::vector<std::string>& Paths() {
-  static const std::vector<std::string> paths = [] {
+  static const std::vector<std::string> kPaths = [] {
     std::vector<std::string> all = {""};
     for (const auto& entry : std::filesystem::recursive_directory_iterator(Tree()))
       all.push_back(entry.path().string().substr(Tree().size() + 1));
     return all;
   }();
-  return paths;
+  return kPaths;
 }
 
 // An element "." or "..", or none in front of a bar, is a path of its own in a search.

@@ -58,7 +58,7 @@ std::string TakenFromTheSystem(std::string_view text) {
 
 void fuzz::Try(Input& input) {
   // Failures of the conversion are told there.
-  [[maybe_unused]] static FILE* const quiet = std::freopen("/dev/null", "w", stdout);
+  [[maybe_unused]] static FILE* const kQuiet = std::freopen("/dev/null", "w", stdout);
   Text text(input.Rest());
   const std::string plain = text.str();
   std::vector<std::string_view> asserts;

@@ -78,9 +78,9 @@ void CheckLineEnds(const std::string& raw) {
 }  // namespace
 
 void fuzz::Try(Input& input) {
-  static const char* const names[] = {"setup.xml",   "unset.xml",     "prep.xml",
-                                      "install.xml", "uninstall.xml", "other.xml"};
-  file_name = names[input.Below(6)];
+  static const char* const kNames[] = {"setup.xml",   "unset.xml",     "prep.xml",
+                                       "install.xml", "uninstall.xml", "other.xml"};
+  file_name = kNames[input.Below(6)];
   const std::string document = input.Rest();
   CheckReader(document, whErrorInvalid, Read);
   CheckLineEnds(document);

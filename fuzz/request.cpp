@@ -21,7 +21,7 @@ zor::OptionForm Lookup(const std::string& word) {
 }
 
 const std::string& Root() {
-  static const std::string root = [] {
+  static const std::string kRoot = [] {
     for (const char* product :
          {"tools/loom/1.9/1", "tools/loom/1.10/2", "libs/yarn/fibre/2.0/1", "site/Contents/1/1",
           "tools/spindle/3/1", "other/spindle/3/1", "a b/c/1/1"})
@@ -31,7 +31,7 @@ const std::string& Root() {
                     "[versions]\n'tools/loom' = '1.9'\n");
     return fuzz::Directory() + "/root";
   }();
-  return root;
+  return kRoot;
 }
 
 std::string Told(const zor::SplitWords& split) {

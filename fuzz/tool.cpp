@@ -228,10 +228,10 @@ class Decoder {
   }
 
   bool AddStep(model::DataFile<std::vector<model::Step>>& file, const std::string& rest) {
-    static const std::set<std::string> operations = {"set",      "append",    "prepend",
-                                                     "unappend", "unprepend", "delete"};
+    static const std::set<std::string> kOperations = {"set",      "append",    "prepend",
+                                                      "unappend", "unprepend", "delete"};
     const std::size_t blank = rest.find(' ');
-    if (blank == std::string::npos || operations.count(rest.substr(0, blank)) == 0) return false;
+    if (blank == std::string::npos || kOperations.count(rest.substr(0, blank)) == 0) return false;
     const model::Variable binding = Binding(rest.substr(blank + 1));
     file.there = true;
     file.content.push_back({{}, {{rest.substr(0, blank), binding.name, binding.value, ""}}});
@@ -333,14 +333,16 @@ bool Harmless(const std::string& text) {
 
 // Every line is a record whose names and values are harmless.
 bool HasOnlyRecords(const std::string& script, const std::string& dialect) {
-  static const std::string name = "[A-Za-z_][A-Za-z_0-9]*";
-  static const std::string value = "[A-Za-z0-9_/.:+-]*";
-  static const std::regex sh("(" + name + ")='" + value + "'; export \\1\n|unset " + name + " ;\n");
-  static const std::regex csh("setenv " + name + " '" + value + "' ;\n|unsetenv " + name + " ;\n");
-  static const std::regex posh("\\$setcmd (" + name + ")\\$eq'" + value +
-                               "' ;\ntest \\$[?]shell != 1 && export \\1 ;\n|\\$unsetcmd " + name +
+  static const std::string kName = "[A-Za-z_][A-Za-z_0-9]*";
+  static const std::string kValue = "[A-Za-z0-9_/.:+-]*";
+  static const std::regex kSh("(" + kName + ")='" + kValue + "'; export \\1\n|unset " + kName +
+                              " ;\n");
+  static const std::regex kCsh("setenv " + kName + " '" + kValue + "' ;\n|unsetenv " + kName +
                                " ;\n");
-  const std::regex& records = dialect == "--sh" ? sh : dialect == "--csh" ? csh : posh;
+  static const std::regex kPosh("\\$setcmd (" + kName + ")\\$eq'" + kValue +
+                                "' ;\ntest \\$[?]shell != 1 && export \\1 ;\n|\\$unsetcmd " +
+                                kName + " ;\n");
+  const std::regex& records = dialect == "--sh" ? kSh : dialect == "--csh" ? kCsh : kPosh;
   std::string rest = script;
   const std::string head =
       "test $?shell = 1 && set setcmd=setenv && set eq=' ' && set unsetcmd=unsetenv;\n"

@@ -51,9 +51,9 @@ Character Decode(const std::string& text, std::size_t at) {
     code = (code << 6) | (ended ? 0 : byte(at + i) & 0x3F);
     character.well_formed = character.well_formed && (byte(at + i) & 0xC0) == 0x80;
   }
-  static const uint32 least[] = {0, 0, 0x80, 0x800, 0x10000, 0x200000, 0x4000000};
+  static const uint32 kLeast[] = {0, 0, 0x80, 0x800, 0x10000, 0x200000, 0x4000000};
   character.code = static_cast<FwTextCharacter>(code);
-  character.well_formed = character.well_formed && code >= least[character.length];
+  character.well_formed = character.well_formed && code >= kLeast[character.length];
   return character;
 }
 

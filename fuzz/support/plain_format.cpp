@@ -405,7 +405,7 @@ bool HasLongNumber(std::string_view format) {
 }
 
 const std::vector<std::string_view>& Complaints() {
-  static const std::vector<std::string_view> complaints = {
+  static const std::vector<std::string_view> kComplaints = {
       // The templates' faults and limits.
       "Format string too complex",
       "Too many formats",
@@ -445,7 +445,7 @@ const std::vector<std::string_view>& Complaints() {
       "Badly encoded UTF-8 character (malformed header in leading byte)",
       "Badly encoded UTF-8 character (overly long encoding)",
   };
-  return complaints;
+  return kComplaints;
 }
 
 Formatted PlainFormat(const std::string& format, bool local, bool message, Values& values) {

@@ -194,6 +194,7 @@ uint32 FwUTF16Validate(FwValidate fix, FwUTF16String* pbzOriginal) {
 
   uint32 fGood = 1;
   size_t i = 0;
+  // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the string is never mended to null
   while ((*pbzOriginal)[i] != 0) {
     FwUTF16String const pucz = *pbzOriginal;
     if (FwUTF16CharValidate(pucz + i)) {

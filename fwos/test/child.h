@@ -59,13 +59,13 @@ inline std::string MakeDisk(int kilobytes) {
 // own, as in a bare tree entered by chroot, a disk in memory is made for the test. Empty if neither
 // can be had.
 inline const std::string& OtherDevice() {
-  static const std::string directory = [] {
+  static const std::string kDirectory = [] {
     struct stat one, two;
     if (stat("/tmp", &one) != 0) return std::string();
     if (stat("/dev/shm", &two) == 0 && one.st_dev != two.st_dev) return std::string("/dev/shm");
     return MakeDisk(65536);
   }();
-  return directory;
+  return kDirectory;
 }
 
 #endif

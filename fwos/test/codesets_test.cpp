@@ -20,8 +20,8 @@ bool told = true;
 }  // namespace
 
 extern "C" char* nl_langinfo(nl_item item) noexcept {
-  static auto* const next = reinterpret_cast<char* (*)(nl_item)>(dlsym(RTLD_NEXT, "nl_langinfo"));
-  return item == CODESET && !told ? nullptr : next(item);
+  static auto* const kNext = reinterpret_cast<char* (*)(nl_item)>(dlsym(RTLD_NEXT, "nl_langinfo"));
+  return item == CODESET && !told ? nullptr : kNext(item);
 }
 
 namespace {

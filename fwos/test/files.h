@@ -60,7 +60,7 @@ inline std::string Describe(const FwErrorState& err) {
     FwError* pError;
     const char* name;
   };
-  static const Kind kinds[] = {
+  static const Kind kKinds[] = {
       {fwErrorPointerNull, "PointerNull"},
       {fwErrorNumericRange, "NumericRange"},
       {fwErrorParameter, "Parameter"},
@@ -84,7 +84,7 @@ inline std::string Describe(const FwErrorState& err) {
   };
   if (!err.pError) return "clear";
   std::string text = "another kind";
-  for (const Kind& kind : kinds)
+  for (const Kind& kind : kKinds)
     if (kind.pError == err.pError) text = kind.name;
   for (const FwErrorItem& item : err.items) {
     if (item.type) text += " " + Text(item.type);

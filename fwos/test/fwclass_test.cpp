@@ -70,7 +70,7 @@ const FwIntercept NoMethods[] = {{nullptr, nullptr}};
 const FwClassRecord EmptyClass = {FW_CLASS_COOKIE, "Empty",   sizeof(FwObject),
                                   &PlainClass,     NoMethods, 0};
 
-const char UnknownMessage[] = "UnknownMessage";
+const char kUnknownMessage[] = "UnknownMessage";
 
 struct DestroyedNote {
   void* pSubject = nullptr;
@@ -192,7 +192,7 @@ TEST(FwClass, FindingAMethodOfWhatIsNotAClassIsRefused) {
 
 TEST(FwClass, AMessageThatNoClassKnowsIsNotFound) {
   ExpectAsserts expected({"Message not found"});
-  EXPECT_EQ(nullptr, FwClassFindMethod(UnknownMessage, &SquareClass));
+  EXPECT_EQ(nullptr, FwClassFindMethod(kUnknownMessage, &SquareClass));
 }
 
 TEST(FwClass, MessagesAreTheAddressNotTheText) {

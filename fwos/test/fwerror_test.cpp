@@ -319,7 +319,7 @@ struct KindRow {
 };
 
 const std::vector<KindRow>& Kinds() {
-  static const std::vector<KindRow> rows = {
+  static const std::vector<KindRow> kRows = {
       {fwErrorRoot, nullptr, "Error: Uncategorized error"},
       {fwErrorParameter, fwErrorRoot, "Error: Parameter rejected"},
       {fwErrorPointer, fwErrorParameter, "Error: Pointer parameter rejected"},
@@ -367,7 +367,7 @@ const std::vector<KindRow>& Kinds() {
        "Could not call %[0]t %[1]s : Not enough memory is available to execute new process"},
       {fwErrorFromCommand, fwErrorCommand, "Error: %[0]t %[1]s from %[2]t %[3]s"},
   };
-  return rows;
+  return kRows;
 }
 
 }  // namespace

@@ -71,7 +71,7 @@ const std::vector<Operation>& Operations() {
   static FwTextString file = FWT(kSomeFile);
   static FwTextString dir = FWT("/no-such/dir/");
   static FwFileOpenExtras extras;
-  static const std::vector<Operation> operations = {
+  static const std::vector<Operation> kOperations = {
       {"FwFileOpen", [](auto* e, uint32 f) { return FwFileOpen(e, file, 1 | f); }, -1, 0x100},
       {"FwFileOpenExtended",
        [](auto* e, uint32 f) { return FwFileOpenExtended(e, file, 1 | f, &extras); }, -1, 0x100},
@@ -105,7 +105,7 @@ const std::vector<Operation>& Operations() {
       {"FwFileTreeSize", [](auto* e, uint32) { return FwFileTreeSize(e, file, &size, 1); }, 0, 0},
       {"FwFileDiskFree", [](auto* e, uint32) { return FwFileDiskFree(e, file, &diskfree); }, 0, 0},
   };
-  return operations;
+  return kOperations;
 }
 
 TEST(FwFile, EveryOperationReturnsItsFailureValueAtOnceForANullState) {

@@ -507,7 +507,7 @@ TEST(FwStrDuplicate, MakesANewBlock) {
 
 TEST(FwStrDuplicate, TheCountedFormReadsAtMostTheCount) {
   char* exact = static_cast<char*>(malloc(3));
-  memcpy(exact, "abc", 3);
+  memcpy(exact, "abc", 3);  // NOLINT(bugprone-not-null-terminated-result): that is the point
   struct Row {
     int cbLength;
     const char* result;

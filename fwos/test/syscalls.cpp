@@ -21,8 +21,8 @@ extern "C" int statfs(const char* path, struct statfs* status) noexcept {
     return 0;
   }
   using Fn = int(const char*, struct statfs*);
-  static auto* const pNext = reinterpret_cast<Fn*>(dlsym(RTLD_NEXT, "statfs"));
-  return pNext(path, status);
+  static auto* const kNext = reinterpret_cast<Fn*>(dlsym(RTLD_NEXT, "statfs"));
+  return kNext(path, status);
 }
 
 DiskOf::DiskOf(uint64_t available, uint64_t total, int64_t block) {

@@ -131,8 +131,8 @@ Loaded* Computation::Load(Error& err, const ProductName& name, bool optional) {
   const auto path = [&](const char* file) { return FilePath(root_, name, file); };
   const auto found = on_disk_.find(PathOf("", name));
   const Product* data = found == on_disk_.end() ? nullptr : found->second;
-  static const Product nothing;
-  const Product& product = data == nullptr ? nothing : *data;
+  static const Product kNothing;
+  const Product& product = data == nullptr ? kNothing : *data;
 
   if (!ReadFileOf(err, path("product.xml"), &product.info)) {
     if (optional && err.missing) err.Clear();

@@ -186,7 +186,7 @@ int CompareElements(const std::vector<Groups>& one, const std::vector<Groups>& o
 using Graph = std::map<std::string, std::vector<std::string>>;
 
 const Graph& Systems() {
-  static const Graph graph = {
+  static const Graph kGraph = {
       {"all", {}},
       {"pc", {"all"}},
       {"dos", {"pc"}},
@@ -227,11 +227,11 @@ const Graph& Systems() {
       {"linux_2", {"linux"}},
       {"linux_2_4", {"linux_2"}},
   };
-  return graph;
+  return kGraph;
 }
 
 const Graph& Machines() {
-  static const Graph graph = {
+  static const Graph kGraph = {
       {"all", {}},
       {"x86", {"all"}},
       {"386", {"x86"}},
@@ -257,7 +257,7 @@ const Graph& Machines() {
       {"sparc", {"all"}},
       {"hppa", {"all"}},
   };
-  return graph;
+  return kGraph;
 }
 
 bool Reaches(const Graph& graph, const std::string& node, const std::string& name,

@@ -43,7 +43,7 @@ struct Letters {
   Strings text;
   Strings pattern;
 };
-const Letters alphabets[] = {
+const Letters kAlphabets[] = {
     {{"/", "/", "/", "a", "b", "ab", "opt", "p1", "1", "A", ".", "*?", "\xE9", "\x80", "\xC3\xA9"},
      {"/", "/", "/**/", "*", "?", "**", "a", "b", "ab", "p", "opt", "/p1", "\xE9", "\xC3",
       "\xC3\xA9"}},
@@ -61,7 +61,7 @@ TEST(GlobIndex, FindsTheTextsThatEachTryWouldFindWhileItGrows) {
   Random random(1);
   int met = 0;
   for (size_t round = 0; round < 40; ++round) {
-    const Letters& letters = alphabets[round % 2];
+    const Letters& letters = kAlphabets[round % 2];
     std::deque<std::string> kept;
     TEXTS texts;
     for (int i = 0; i < 150; ++i) {
@@ -90,7 +90,7 @@ TEST(GlobIndex, NamesEveryPatternThatAcceptsATextWhileItGrows) {
   size_t named = 0, tried = 0;
   for (size_t round = 0; round < 40; ++round) {
     SCOPED_TRACE(round);
-    const Letters& letters = alphabets[round % 2];
+    const Letters& letters = kAlphabets[round % 2];
     std::deque<std::string> kept;
     PATTERNS patterns;
     for (int i = 0; i < 150; ++i) {
@@ -170,9 +170,9 @@ class PlainOrder {
 };
 
 std::string SomePattern(Random* random, size_t share_of_all) {
-  static const Strings some = {"/o/**", "/o/1*", "/**", "/o/2?", "/o/3", "/n/*", "**/4", "/o/*"};
-  return random->Below(4) < share_of_all ? some[random->Below(some.size())]
-                                         : some[random->Below(2)];
+  static const Strings kSome = {"/o/**", "/o/1*", "/**", "/o/2?", "/o/3", "/n/*", "**/4", "/o/*"};
+  return random->Below(4) < share_of_all ? kSome[random->Below(kSome.size())]
+                                         : kSome[random->Below(2)];
 }
 
 std::vector<NODE*> ListNodes(VAR_OPS* var_ops) {

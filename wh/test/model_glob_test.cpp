@@ -37,17 +37,17 @@ class Random {
   std::mt19937_64 source_;
 };
 
-const Strings pattern_letters = {
+const Strings kPatternLetters = {
     "*", "*", "**", "?", "/", "/", "|", "a", "a", "b", ".", "\xc3\xa9", "\xf0\x9f\x98\x80"};
-const Strings subject_letters = {"/", "/", "a", "a", "a",        "b",
+const Strings kSubjectLetters = {"/", "/", "a", "a", "a",        "b",
                                  "b", ".", "|", "*", "\xc3\xa9", "\xf0\x9f\x98\x80"};
 
 TEST(ModelGlob, RandomPatternsMatchWhatTheModelMatches) {
   Random random(1);
   int matches = 0;
   for (int i = 0; i < 60000; ++i) {
-    const std::string pattern = random.Text(pattern_letters, 7);
-    const std::string subject = random.Text(subject_letters, 7);
+    const std::string pattern = random.Text(kPatternLetters, 7);
+    const std::string subject = random.Text(kSubjectLetters, 7);
     const bool expected = model::GlobMatches(pattern, subject, "");
     matches += expected;
     ASSERT_EQ(expected, wh_glob_matches(Fwt(pattern), Fwt(subject)) != 0)
@@ -64,13 +64,13 @@ TEST(ModelGlob, SubjectsMadeFromTheirPatternMatchAlike) {
   for (int i = 0; i < 40000; ++i) {
     std::string pattern, subject;
     for (std::size_t n = random.Below(9); n > 0; --n) {
-      const std::string letter = pattern_letters[random.Below(pattern_letters.size())];
+      const std::string letter = kPatternLetters[random.Below(kPatternLetters.size())];
       if (letter == "|") continue;
       pattern += letter;
       if (letter == "*" || letter == "?")
         subject += random.Text({"a", "b", "\xc3\xa9"}, 2);
       else if (letter == "**")
-        subject += random.Text(subject_letters, 3);
+        subject += random.Text(kSubjectLetters, 3);
       else if (random.Below(10) != 0)
         subject += letter;
     }

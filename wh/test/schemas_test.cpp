@@ -252,7 +252,7 @@ bool ReadWith(const TemporaryTree&, FwTextString file) {
   return taken;
 }
 
-const std::vector<Kind> kinds = {
+const std::vector<Kind> kKinds = {
     {"product", {"product.xml"}, ProductInfo, ReadProduct},
     {"partlist", {"partlist.xml"}, PartList, ReadWith<WH_PARTLIST, read_partlist, free_partlist>},
     {"env",
@@ -378,12 +378,12 @@ TEST_P(Schemas, AcceptTheExamples) {
 
 // The files that the tests of the readers write, good and bad ones.
 const TemporaryTree& FilesOfTheReadersTests() {
-  static const TemporaryTree tree;
+  static const TemporaryTree kTree;
   static bool kept = false;
-  if (kept) return tree;
+  if (kept) return kTree;
   kept = true;
   RunOptions options;
-  options.environment = {"LC_ALL=C.UTF-8", "ZOR_KEEP_DATA_FILES=" + tree.path(),
+  options.environment = {"LC_ALL=C.UTF-8", "ZOR_KEEP_DATA_FILES=" + kTree.path(),
                          "ASAN_OPTIONS=detect_leaks=0"};
   options.limit = std::chrono::seconds(120);
   const RunResult run =
@@ -391,7 +391,7 @@ const TemporaryTree& FilesOfTheReadersTests() {
                   "--gtest_filter=ReadProdinfo.*:ReadPartlist.*:ReadEnvSettings.*:ReadRecipe.*"},
                  options);
   EXPECT_EQ(0, run.status) << run.out;
-  return tree;
+  return kTree;
 }
 
 TEST_P(Schemas, AgreeOnTheFilesOfTheReadersTests) {
@@ -418,7 +418,7 @@ TEST_P(Schemas, AgreeOnTheFilesOfTheReadersTests) {
     EXPECT_EQ(taken[i], accepted[i]) << documents[i].substr(0, 1000);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Schemas, testing::ValuesIn(kinds),
+INSTANTIATE_TEST_SUITE_P(All, Schemas, testing::ValuesIn(kKinds),
                          [](const auto& kind) { return std::string(kind.param.schema); });
 
 }  // namespace

@@ -114,7 +114,7 @@ struct Shell {
   const char* start;  // makes zor tell its words, once the completion is there
 };
 
-const Shell shells[] = {
+const Shell kShells[] = {
     {"bash",
      {"/bin/bash", "--noprofile", "--rcfile", "start", "-i"},
      "start",
@@ -185,7 +185,7 @@ TEST_P(CompleteInShell, QuotesWhatTheShellWouldSplit) {
   EXPECT_EQ("<load><two words/A $HOME;b/1.0/1>", Typed(warehouse.Root(), "zor load tw\tA\t1\t1\t"));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, CompleteInShell, testing::ValuesIn(shells),
+INSTANTIATE_TEST_SUITE_P(All, CompleteInShell, testing::ValuesIn(kShells),
                          [](const auto& shell) { return std::string(shell.param.name); });
 
 }  // namespace

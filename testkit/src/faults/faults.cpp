@@ -13,13 +13,13 @@ namespace {
 
 FaultState own_state;
 
-const char* const names[] = {
+const char* const kNames[] = {
     "allocation", "open",     "read",     "write",      "close",  "lseek",     "stat",   "statfs",
     "opendir",    "readdir",  "closedir", "mkdir",      "rmdir",  "unlink",    "rename", "chmod",
     "utime",      "readlink", "symlink",  "lockf",      "fork",   "pipe",      "dup2",   "exec",
     "waitpid",    "getcwd",   "realpath", "iconv_open", "putenv", "setlocale", "uname",
 };
-static_assert(sizeof names / sizeof *names == kFaultCalls);
+static_assert(sizeof kNames / sizeof *kNames == kFaultCalls);
 
 }  // namespace
 
@@ -35,11 +35,11 @@ void ShareFaultState() {
 }
 
 const char* FaultCallName(FaultCall call) {
-  return names[call];
+  return kNames[call];
 }
 
 FaultCall FaultCallOf(const std::string& name) {
-  return static_cast<FaultCall>(std::find(std::begin(names), std::end(names), name) - names);
+  return static_cast<FaultCall>(std::find(std::begin(kNames), std::end(kNames), name) - kNames);
 }
 
 void ArmFault(const Fault& fault) {
