@@ -11,6 +11,7 @@
 #include "environ/apply.h"
 #include "environ/dump.h"
 #include "environ/generate.h"
+#include "environ/list.h"
 #include "environ/names_table.h"
 #include "recorder.h"
 

@@ -13,6 +13,7 @@
 #include "environ/ancestors.h"
 #include "environ/collect.h"
 #include "environ/generate.h"
+#include "environ/list.h"
 #include "environ/names_table.h"
 #include "fcpp.h"
 #include "fwhash.h"

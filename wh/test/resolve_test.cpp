@@ -18,6 +18,7 @@
 #include "caller.h"
 #include "engine_support.h"
 #include "environ/ancestors.h"
+#include "environ/list.h"
 #include "environ/observation.h"
 #include "environ/resolve.h"
 #include "fcpp.h"

@@ -8,7 +8,6 @@
 #define ZOR_CONFIG_H
 
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>

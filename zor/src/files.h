@@ -3,7 +3,6 @@
 #define ZOR_FILES_H
 
 #include <dirent.h>
-#include <sys/types.h>
 
 #include <memory>
 #include <optional>

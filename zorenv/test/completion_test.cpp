@@ -15,11 +15,11 @@ struct Shell {
   const char* start;  // loads the completions, and makes commands that tell their arguments
 };
 
-const char sh_start[] =
+const char kShStart[] =
     "PS1='READ''Y> '\n"
     "zorenv() { printf 'TOL''D'; printf '<%s>' \"$@\"; echo EN''D; }\n";
 
-const Shell shells[] = {
+const Shell kShells[] = {
     {"/bin/bash",
      {"--noprofile", "--rcfile", "start", "-i"},
      "start",
@@ -46,7 +46,7 @@ class Completion : public testing::TestWithParam<Shell> {
   // What a command line is, once these keys were typed.
   std::string Typed(const Warehouse& warehouse, const std::string& root, const std::string& keys) {
     const bool fish = std::string(GetParam().path) == "/usr/bin/fish";
-    warehouse.Write(GetParam().start_file, std::string(GetParam().start) + (fish ? "" : sh_start));
+    warehouse.Write(GetParam().start_file, std::string(GetParam().start) + (fish ? "" : kShStart));
     std::vector<std::string> argv = {GetParam().path};
     argv.insert(argv.end(), GetParam().options.begin(), GetParam().options.end());
     Terminal terminal(
@@ -128,7 +128,7 @@ TEST_P(Completion, IsSilentWithoutAWarehouse) {
     EXPECT_EQ(std::string::npos, echo_.find(word)) << echo_;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Completion, testing::ValuesIn(shells), [](const auto& shell) {
+INSTANTIATE_TEST_SUITE_P(All, Completion, testing::ValuesIn(kShells), [](const auto& shell) {
   const std::string path = shell.param.path;
   return path.substr(path.rfind('/') + 1);
 });

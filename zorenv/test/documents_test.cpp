@@ -133,7 +133,7 @@ std::vector<Step> StepsOfManual(const std::string& page) {
 }
 
 // Documents speak of a warehouse at this place.
-const char stated_root[] = "/srv/warehouse";
+const char kStatedRoot[] = "/srv/warehouse";
 
 struct Document {
   const char* name;
@@ -185,9 +185,9 @@ TEST_P(Documents, TellWhatTheirCommandsPrint) {
                          std::string("ZORENV_PROGRAM=") + ZORENV_PROGRAM,
                          std::string("ZOR_PROGRAM=") + ZOR_PROGRAM};
   options.directory = GetParam().elsewhere ? directory.Directory("work") : root;
-  script = Replace(script, stated_root, root);
+  script = Replace(script, kStatedRoot, root);
   const RunResult result = RunProgram({"/bin/sh", "-c", script}, options);
-  std::string rest = Replace(result.out, root, stated_root);
+  std::string rest = Replace(result.out, root, kStatedRoot);
   if (GetParam().elsewhere) rest = Replace(rest, directory / "bin:", "");
   for (const Step& step : steps) {
     SCOPED_TRACE(step.file + step.text);

@@ -6,11 +6,11 @@
 
 namespace {
 
-const char posh_head[] =
+const char kPoshHead[] =
     "test $?shell = 1 && set setcmd=setenv && set eq=' ' && set unsetcmd=unsetenv;\n"
     "test $?shell != 1 && setcmd=eval && eq== && unsetcmd=unset;\n";
 
-const char set_and_delete[] = "A=old value";
+const char kSetAndDelete[] = "A=old value";
 
 // Sets A, deletes D.
 void MakeDifference(Warehouse* warehouse) {
@@ -28,12 +28,12 @@ TEST(Emission, EachDialectHasItsRecords) {
       {"--bat", "set A=new value\nset D=\n"},
       {"--sh", "A='new value'; export A\nunset D ;\n"},
       {"--csh", "setenv A 'new value' ;\nunsetenv D ;\n"},
-      {"--posh", std::string(posh_head) +
+      {"--posh", std::string(kPoshHead) +
                      "$setcmd A$eq'new value' ;\ntest $?shell != 1 && export A ;\n$unsetcmd D ;\n"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.option);
-    Expect(Zorenv(warehouse, {"-p", "C", row.option}, {set_and_delete, "D=x"}), row.out, "", 0);
+    Expect(Zorenv(warehouse, {"-p", "C", row.option}, {kSetAndDelete, "D=x"}), row.out, "", 0);
   }
 }
 
@@ -44,7 +44,7 @@ TEST(Emission, NoDifferencePrintsNothingButThePortableHead) {
     SCOPED_TRACE(option);
     Expect(Zorenv(warehouse, {"-p", "C", option}), "", "", 0);
   }
-  Expect(Zorenv(warehouse, {"-p", "C", "--posh"}), posh_head, "", 0);
+  Expect(Zorenv(warehouse, {"-p", "C", "--posh"}), kPoshHead, "", 0);
 }
 
 TEST(Emission, NothingIsEscaped) {

@@ -147,7 +147,7 @@ bool IsLineOf(const std::string& line, const std::string& text) {
 void ExpectExhaustionIsTold(const OneRun& run, const OneRun& clean, const Task& task,
                             Caller caller = Caller::Here()) {
   const CalledFrom from(caller);
-  static const std::regex report(
+  static const std::regex kReport(
       "\\*\\*\\* (Error: Run out of memory|out of memory in File /.*\\.xml)");
   EXPECT_EQ(1, run.status);
   EXPECT_EQ(0, run.signal);
@@ -161,7 +161,7 @@ void ExpectExhaustionIsTold(const OneRun& run, const OneRun& clean, const Task& 
   EXPECT_TRUE(EndsWithLine(run.err)) << run.err;
   bool told = out == kFatal;
   for (const std::string& line : Lines(run.err)) {
-    const bool reported = std::regex_match(line, report);
+    const bool reported = std::regex_match(line, kReport);
     child_failed = line.rfind("*** Error: Error status 1 from Command ", 0) == 0;
     EXPECT_TRUE(reported || (child_failed && out == kFatal) || IsLineOf(line, clean.err)) << line;
     told = told || reported;
@@ -252,10 +252,10 @@ TEST(AllocationSweep, ALocaleThatNeedsConversion) {
       SCOPED_TRACE(std::string(times) + ", allocation " + std::to_string(run.number));
       // A converter that can't be had is asserted, and the run goes on without.
       OneRun rest = run;
-      static const std::regex asserted(
+      static const std::regex kAsserted(
           "^Locale conversions not set up correctly: non-ascii filenames, etc, will not work at "
           "[0-9]+ in \\S+fpstring\\.cpp\n");
-      rest.out = std::regex_replace(run.out, asserted, "");
+      rest.out = std::regex_replace(run.out, kAsserted, "");
       if (!rest.Same(sweep.clean)) ExpectExhaustionIsTold(rest, sweep.clean, task);
     }
   }
@@ -378,7 +378,7 @@ struct ErrorRow {
   const char* behind_name;  // null: the name is not told
 };
 
-const ErrorRow error_rows[] = {
+const ErrorRow kErrorRows[] = {
     {EIO, "", "Error: File ", " Hardware error"},
     {EACCES, "", "Error: File ", " Access denied"},
     {EMFILE, "", "Error: Software limit", nullptr},
@@ -403,18 +403,18 @@ Task ReadingAll() {
 }
 
 TEST(SystemCallSweep, AFileThatCannotBeOpenedIsReportedByName) {
-  for (const ErrorRow& row : error_rows)
+  for (const ErrorRow& row : kErrorRows)
     SweepTold(ReadingAll(), "open", row.error, ToldOf(row, Examples() + "/\\S+"));
 }
 
 // Only the handle is known then, so the name is empty.
 TEST(SystemCallSweep, AFileThatCannotBeReadIsReported) {
-  for (const ErrorRow& row : error_rows)
+  for (const ErrorRow& row : kErrorRows)
     SweepTold(ReadingAll(), "read", row.error, ToldOf(row, ""));
 }
 
 TEST(SystemCallSweep, AFileThatCannotBeClosedIsReported) {
-  for (const ErrorRow& row : error_rows)
+  for (const ErrorRow& row : kErrorRows)
     SweepTold(ReadingAll(), "close", row.error, ToldOf(row, ""));
 }
 
@@ -441,13 +441,13 @@ TEST(SystemCallSweep, AShortReadIsOvercomeOrAFaultInTheFile) {
 
 TEST(SystemCallSweep, AStatedVersionThatCannotBeLookedAtIsReported) {
   const Task task = OnExamples({"-p", "tools", "weaver", "1.10", "1", "--sh"});
-  for (const ErrorRow& row : error_rows)
+  for (const ErrorRow& row : kErrorRows)
     SweepTold(task, "stat", row.error, ToldOf(row, Examples() + "/tools/weaver/1\\.10(/1)?"));
 }
 
 TEST(SystemCallSweep, ADirectoryThatCannotBeSearchedIsReported) {
   const Task task = OnExamples({"-p", "tools", "weaver", "--sh"});
-  for (const ErrorRow& row : error_rows) {
+  for (const ErrorRow& row : kErrorRows) {
     const Told told = ToldOf(row, Examples() + "/tools/weaver/(1\\.10/)?");
     SweepTold(task, "opendir", row.error, told);
     SweepTold(task, "closedir", row.error, told);
@@ -524,7 +524,7 @@ const char kOwnLocales[] = "LOCPATH=/usr/lib/locale";
 TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
   Task task = OnExamples({"-p", "tools", "weaver", "--sh"});
   task.environment = {"PATH=/usr/bin:/bin", "LC_ALL=C", kOwnLocales};
-  static const std::regex asserted(
+  static const std::regex kAsserted(
       "^Locale conversions not set up correctly: non-ascii filenames, etc, will not work at "
       "[0-9]+ in \\S+fpstring\\.cpp\n");
   for (const int error : {EINVAL, ENOMEM, EMFILE, EIO})
@@ -536,7 +536,7 @@ TEST(SystemCallSweep, AConverterThatCannotBeHadIsAsserted) {
         SCOPED_TRACE(run.number);
         if (!run.met) continue;
         std::smatch match;
-        ASSERT_TRUE(std::regex_search(run.out, match, asserted)) << run.out;
+        ASSERT_TRUE(std::regex_search(run.out, match, kAsserted)) << run.out;
         EXPECT_EQ(sweep.clean.out, match.suffix());
         EXPECT_EQ("", run.err);
         EXPECT_EQ(0, run.status);

@@ -24,7 +24,7 @@ struct Spoilt : Warehouse {
   RunResult Run() const { return Zorenv(*this, {"-p", "C", "A", "--sh"}); }
 };
 
-const char* const data_files[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
+const char* const kDataFiles[] = {"product.xml", "partlist.xml", "setup.xml", "prep.xml",
                                   "unset.xml",   "env.xml",      "unenv.xml"};
 
 TEST(Faults, EachKindOfParserErrorIsReported) {
@@ -62,7 +62,7 @@ TEST(Faults, EachKindOfParserErrorIsReported) {
        "<?xml version=\"1.0\" encoding=\"UTF-16\"?><VARIETIES/>"},
       {"unclosed CDATA section", "<VARIETIES><![CDATA[x</VARIETIES>"},
   };
-  for (const char* file : data_files) {
+  for (const char* file : kDataFiles) {
     Spoilt fresh;
     for (const auto& row : rows) {
       SCOPED_TRACE(std::string(file) + ": " + row.content);
@@ -144,7 +144,7 @@ TEST(Faults, AWrongNestingIsReportedInTheWordsOfItsFormat) {
 }
 
 TEST(Faults, AMissingFileCountsOnlyWhereItIsNeeded) {
-  for (const char* file : data_files) {
+  for (const char* file : kDataFiles) {
     SCOPED_TRACE(file);
     Spoilt warehouse;
     ASSERT_EQ(0, unlink(warehouse.Path(file).c_str()));
@@ -165,7 +165,7 @@ TEST(Faults, IgnoringMissingProductsDoesNotCoverTheirParts) {
 }
 
 TEST(Faults, ADirectoryIsNotADataFile) {
-  for (const char* file : data_files) {
+  for (const char* file : kDataFiles) {
     SCOPED_TRACE(file);
     Spoilt warehouse;
     ASSERT_EQ(0, unlink(warehouse.Path(file).c_str()));
@@ -175,7 +175,7 @@ TEST(Faults, ADirectoryIsNotADataFile) {
 }
 
 TEST(Faults, AnUnreadableFileIsDenied) {
-  for (const char* file : data_files) {
+  for (const char* file : kDataFiles) {
     SCOPED_TRACE(file);
     Spoilt warehouse;
     const std::string fault = "*** Error: File " + warehouse.Path(file) + " Access denied\n";

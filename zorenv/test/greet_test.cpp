@@ -8,13 +8,13 @@
 
 namespace {
 
-const std::string directory = std::string(ZOR_SOURCE_DIR) + "/examples/greet";
+const std::string kDirectory = std::string(ZOR_SOURCE_DIR) + "/examples/greet";
 
 RunResult Greet(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), GREET_PROGRAM);
   RunOptions options;
   options.environment = PlainEnvironment();
-  options.directory = directory;
+  options.directory = kDirectory;
   return RunProgram(arguments, options);
 }
 
@@ -23,7 +23,7 @@ struct Message {
   std::string english, german, japanese;
 };
 
-const std::vector<Message> page = {
+const std::vector<Message> kPage = {
     {"Good morning!\n", "    Guten Morgen!\n", "    おはようございます。\n"},
     {"Welcome to our guest house, Ines.\n", "    Willkommen in unserem Gasthaus, Ines.\n",
      "    Ines様、私どもの宿へようこそ。\n"},
@@ -58,7 +58,7 @@ const std::vector<Message> page = {
 
 std::string Page(const std::string& heading, std::string Message::*translation = nullptr) {
   std::string text = heading + "\n\n";
-  for (const Message& message : page) {
+  for (const Message& message : kPage) {
     text += message.english;
     if (translation != nullptr) text += message.*translation;
   }
@@ -90,7 +90,7 @@ TEST(Greet, PrintsTheNumbersOfTranslationsByTheLocale) {
   RunProgram({"/usr/bin/localedef", "-c", "-i", source, "-f", "ANSI_X3.4-1968", tree / "comma"});
   if (!std::filesystem::exists(tree / "comma")) GTEST_SKIP() << "no localedef here";
   RunOptions options;
-  options.directory = directory;
+  options.directory = kDirectory;
   options.environment = {"LC_CTYPE=C.UTF-8", "LC_NUMERIC=comma", "LOCPATH=" + tree.path()};
   const std::string out = RunProgram({GREET_PROGRAM, "deutsch.msg"}, options).out;
   EXPECT_NE(std::string::npos, out.find("Today's soup costs 4.50 crowns")) << out;
@@ -112,7 +112,7 @@ TEST(Greet, LeavesNoBlockOfMemoryBehind) {
 
 TEST(Greet, ReportsAMissingFile) {
   const std::string text =
-      "missing.msg: Error: File " + directory + "/missing.msg Does not exist, (Error Code: 2)\n";
+      "missing.msg: Error: File " + kDirectory + "/missing.msg Does not exist, (Error Code: 2)\n";
   Expect(Greet({"missing.msg"}), "", kLogged + text, 1);
   Expect(Greet({"--trace", "missing.msg"}), "",
          kLogged + "FwTranslLoadMessageFile: Unable to open file 'missing.msg'\n" + kLogged + text,
@@ -121,7 +121,7 @@ TEST(Greet, ReportsAMissingFile) {
 
 TEST(Greet, WordsErrorsInTheLanguageOfTheFilesBefore) {
   Expect(Greet({"deutsch.msg", "missing.msg"}), "",
-         kLogged + "missing.msg: Fehler: Datei " + directory +
+         kLogged + "missing.msg: Fehler: Datei " + kDirectory +
              "/missing.msg gibt es nicht (Fehlernummer 2)\n",
          1);
   Expect(Greet({"deutsch.msg", "greet.cpp"}), "",
@@ -210,10 +210,10 @@ std::vector<Block> Blocks(const std::string& document) {
 
 // Code stands in the example word for word, and commands print what is shown.
 TEST(Greet, IsWhatTheDocumentOfTheFrameworkShows) {
-  const std::string code = ReadFile(directory + "/greet.cpp");
+  const std::string code = ReadFile(kDirectory + "/greet.cpp");
   const std::string messages =
-      ReadFile(directory + "/deutsch.msg") + ReadFile(directory + "/nihongo.msg");
-  const std::string project = ReadFile(directory + "/CMakeLists.txt");
+      ReadFile(kDirectory + "/deutsch.msg") + ReadFile(kDirectory + "/nihongo.msg");
+  const std::string project = ReadFile(kDirectory + "/CMakeLists.txt");
   int commands = 0;
   for (const Block& block : Blocks(ReadFile(std::string(ZOR_SOURCE_DIR) + "/doc/framework.md"))) {
     SCOPED_TRACE(block.text);
@@ -229,13 +229,13 @@ TEST(Greet, IsWhatTheDocumentOfTheFrameworkShows) {
       const std::size_t end = block.text.find('\n');
       RunOptions options;
       options.environment = PlainEnvironment({std::string("GREET_PROGRAM=") + GREET_PROGRAM});
-      options.directory = directory;
+      options.directory = kDirectory;
       const std::string script = "exec 2>&1; greet() { command \"$GREET_PROGRAM\" \"$@\"; }\n" +
                                  block.text.substr(2, end - 2);
       std::string out = RunProgram({"/bin/sh", "-c", script}, options).out;
       // The document speaks of a directory of the reader's.
-      for (std::size_t at = 0; (at = out.find(directory, at)) != std::string::npos;)
-        out.replace(at, directory.size(), "/home/you/greet");
+      for (std::size_t at = 0; (at = out.find(kDirectory, at)) != std::string::npos;)
+        out.replace(at, kDirectory.size(), "/home/you/greet");
       EXPECT_EQ(block.text.substr(end + 1), out);
     }
   }

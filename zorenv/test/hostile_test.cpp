@@ -14,7 +14,7 @@ std::string Repeat(std::string_view text, int count) {
   return all;
 }
 
-const char exhausted[] = "\nzorenv: frameWork error - Run out of memory\n";
+const char kExhausted[] = "\nzorenv: frameWork error - Run out of memory\n";
 
 TEST(Hostile, DeepNestingIsAFaultLikeAnyOther) {
   Warehouse warehouse;
@@ -148,7 +148,7 @@ TEST(Hostile, ATextThatNamesItselfEndsAsExhaustedMemory) {
     warehouse.File(InC("A"), "product.xml", ProductXml(Variety(variables)));
     RunOptions options;
     options.limit = std::chrono::minutes(5);
-    Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "A", "--sh"}, options), exhausted, "", 1);
+    Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "A", "--sh"}, options), kExhausted, "", 1);
   }
 }
 
@@ -157,7 +157,7 @@ TEST(Hostile, AFileThatNeverEndsEndsAsExhaustedMemory) {
   warehouse.Product(InC("A"), Insert("V", "%[/dev/zero]"));
   RunOptions options;
   options.limit = std::chrono::minutes(5);
-  Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "A", "--sh"}, options), exhausted, "", 1);
+  Expect(Zorenv({"-r", warehouse.Root(), "-p", "C", "A", "--sh"}, options), kExhausted, "", 1);
 }
 
 TEST(Hostile, AttributesThatAreAbsentMatchNothing) {

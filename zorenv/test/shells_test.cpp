@@ -14,7 +14,7 @@ struct Shell {
   const char* source;  // the command that evaluates a file
 };
 
-const Shell shells[] = {
+const Shell kShells[] = {
     {"/bin/dash", "--sh", "."},
     {"/bin/bash", "--sh", "."},
     {"/bin/tcsh", "--csh", "source"},
@@ -103,7 +103,7 @@ TEST(PortableScript, EvaluatesValuesTwiceUnderSh) {
   warehouse.Product("C/Contents/1.0/1", Insert("A", "$B"));
   const RunResult script = Zorenv(warehouse, {"-p", "C", "--posh"}, {"B=of-b"});
   const Variables variables =
-      Evaluate(shells[0], warehouse, script.out, PlainEnvironment({"B=of-b"}));
+      Evaluate(kShells[0], warehouse, script.out, PlainEnvironment({"B=of-b"}));
   EXPECT_EQ("of-b", variables.at("A"));
 }
 
@@ -133,7 +133,7 @@ TEST_P(Shells, UndoGivesTheStartBack) {
             Evaluate(GetParam(), warehouse, unset.out, *options.environment));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Shells, testing::ValuesIn(shells),
+INSTANTIATE_TEST_SUITE_P(All, Shells, testing::ValuesIn(kShells),
                          [](const auto& shell) { return std::string(shell.param.path).substr(5); });
 
 }  // namespace

@@ -32,6 +32,7 @@
 
 #include "fcpp.h"
 #include "fwmem.h"
+#include "list.h"
 #include "warehouse/private.h"
 
 namespace {

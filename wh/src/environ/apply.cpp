@@ -6,6 +6,7 @@
 #include "constraints.h"
 #include "fcpp.h"
 #include "generate.h"
+#include "list.h"
 #include "names_table.h"
 #include "observation.h"
 #include "resolve.h"

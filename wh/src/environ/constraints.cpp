@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "fcpp.h"
+#include "list.h"
 
 // An insert that stands before all nodes of a set.
 struct STANDING {

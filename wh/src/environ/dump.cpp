@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "fcpp.h"
+#include "list.h"
 #include "values.h"
 
 namespace {

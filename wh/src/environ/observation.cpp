@@ -6,6 +6,7 @@
 #include "fcpp.h"
 #include "fwmem.h"
 #include "glob.h"
+#include "list.h"
 
 namespace {
 

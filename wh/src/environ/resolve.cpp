@@ -14,6 +14,7 @@
 
 #include "ancestors.h"
 #include "fcpp.h"
+#include "list.h"
 #include "observation.h"
 #include "platform.h"
 #include "wherror.h"

@@ -3,7 +3,6 @@
 #define ENVIRON_RESOLVE_H
 
 #include "fwhash.h"
-#include "values.h"
 #include "warehouse.h"
 
 struct ANCESTRY;

@@ -4,6 +4,7 @@
 
 #include "environ.h"
 #include "fcpp.h"
+#include "list.h"
 #include "names_table.h"
 
 namespace {

@@ -12,7 +12,6 @@
 #include "fwvector.h"
 #include "glob/index.h"
 #include "glob/literals.h"
-#include "list.h"
 #include "op.h"
 
 struct SOURCE;

@@ -159,6 +159,7 @@ class ComputationCheck {
     }
     const Trial whole = computed(conditions, undo, base_, true);
     note(whole);
+    if (trial.stated.separator && trial.stated.pattern_names) tell_of_taken_separators(whole.steps);
     if (depends) note(computed(conditions, undo, full_environment(base_, whole.steps), true));
   }
 
@@ -241,6 +242,23 @@ class ComputationCheck {
       tell_of_separators(variable, trial);
     } else {
       tell_of_others(fault);
+    }
+  }
+
+  // Which variables there are, and which of them comes first, depends on the user's environment.
+  void tell_of_taken_separators(const std::vector<AppliedStep>& steps) {
+    for (const AppliedStep& step : steps) {
+      if (!step.separator.empty() || !is_pattern(step.variable)) continue;
+      const auto stated = std::find_if(steps.begin(), steps.end(), [&](const AppliedStep& other) {
+        return !other.separator.empty() && other.separator != ":" &&
+               (other.variable == step.variable || pattern_matches(step.variable, other.variable));
+      });
+      if (stated == steps.end()) continue;
+      tell("ZW417", step.place,
+           fmt::format("{}: this states no separator and takes that of the first variable it "
+                       "reaches for all the others, and {} has sep=\"{}\" at {}",
+                       step.variable, stated->variable, stated->separator, shown(stated->place)),
+           "Name the variables, and state the sep of each.");
     }
   }
 

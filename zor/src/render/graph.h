@@ -4,7 +4,6 @@
 #define ZOR_RENDER_GRAPH_H
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "environment.h"
