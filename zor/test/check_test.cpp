@@ -259,6 +259,20 @@ TEST(Check, CountsColumnsInCharactersWhateverTheEncodingIs) {
   EXPECT_NE(std::string::npos, result.out.find("t/utf16/1/1/env.xml:2:23: ")) << result.out;
 }
 
+// A bracket that is never closed keeps those within it from nothing.
+TEST(Check, LooksIntoReferencesWithoutAnEnd) {
+  Warehouse w;
+  w.Product("C/open/1/1", Insert("A", "%[%(NOPE)"));
+  const RunResult result = Zor({"check", "--rule", "ZW402,ZW415"}, {"ZORROOT=" + w.Root()});
+  const std::string place = Place(w.Root() + "/C/open/1/1/env.xml", "%[");
+  EXPECT_EQ(1, result.status) << result.err;
+  EXPECT_NE(std::string::npos,
+            result.out.find(place + ": warning: %[%(NOPE) has no closing bracket"))
+      << result.out;
+  EXPECT_NE(std::string::npos, result.out.find(place + ": error: %(NOPE) is not defined"))
+      << result.out;
+}
+
 // Which variable comes first depends on the user's environment, so nothing needs to be wrong in
 // that of the check.
 TEST(Check, TellsOfASeparatorThatAPatternOfNamesCarries) {

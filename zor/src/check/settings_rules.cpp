@@ -187,13 +187,11 @@ class FileCheck {
   // Gives the meaning for the first variety that gets it; nothing if there is none.
   std::optional<std::string> check_references(const std::string& text, Span piece) {
     const std::size_t open = open_reference(text);
-    if (open != std::string::npos) {
+    if (open != std::string::npos)
       product_->tell("ZW402", file_, piece,
                      fmt::format("{} has no closing bracket, so it stays as it is",
                                  text.substr(open, std::min<std::size_t>(20, text.size() - open))),
                      "Close the bracket.");
-      return text;
-    }
     if (!has_reference(text)) return varieties_.empty() ? std::nullopt : std::optional(text);
     for (const std::string& name : environment_names(text))
       if (name != "HOME" && name != "PATH")
