@@ -273,6 +273,17 @@ TEST(Check, LooksIntoReferencesWithoutAnEnd) {
       << result.out;
 }
 
+// An element of the environment that two constraints speak of makes a circle of them.
+TEST(Check, FindsTheCircleThatAnElementOfTheEnvironmentCloses) {
+  Warehouse w;
+  w.Product("C/turn/1/1", Insert("A", "x", Before("**/b") + After("/*")));
+  const RunResult result = Zor({"check", "--rule", "ZW502"}, {"ZORROOT=" + w.Root()});
+  EXPECT_EQ(1, result.status) << result.err;
+  EXPECT_TRUE(result.out.starts_with(Place(w.Root() + "/C/turn/1/1/env.xml", "<ENV-INSERT") +
+                                     ": error: A:"))
+      << result.out;
+}
+
 // Which variable comes first depends on the user's environment, so nothing needs to be wrong in
 // that of the check.
 TEST(Check, TellsOfASeparatorThatAPatternOfNamesCarries) {

@@ -50,7 +50,10 @@ std::vector<std::string> witnesses(const std::vector<std::string>& patterns) {
     const std::string before = pattern.substr(0, at);
     const std::string behind = pattern.substr(at + 2);
     if (before.ends_with('/')) texts.push_back(witness(before.substr(0, at - 1) + behind));
-    if (behind.starts_with('/')) texts.push_back(witness(before + behind.substr(1)));
+    if (behind.starts_with('/')) {
+      texts.push_back(witness(before + behind.substr(1)));
+      texts.push_back(witness(before + behind));
+    }
     for (std::size_t i = 0; i < plain; ++i) {
       const std::size_t start = before.empty() ? 0 : texts[i].find_first_not_of('/');
       if (start != std::string::npos)
