@@ -98,6 +98,118 @@ TEST(Complete, TakesTheWordsOfEachShellAsTheyCome) {
   EXPECT_EQ("", Offered({"env", ";$(touch ran)"}, "bash"));
 }
 
+// A tab, a quote that is not closed and a backslash at the cursor come as they were typed.
+TEST(Complete, SplitsTheLineOfTcshAsItsUserDoes) {
+  const struct {
+    const char *line, *offered;
+  } rows[] = {
+      {"zor load\t\"tools\"/w", "tools/weaver/\n"},
+      {"zor  env   'site' tools/\\w", "tools/weaver/\n"},
+      {"zor load \"tools/w", "tools/weaver/\n"},
+      {"zor load tools/w\\", ""},
+      {"zor load 'tools/\\w", ""},
+      {"zor load nothing\\ of\\ this ", "libs/\nsite/\nstudio/\ntools/\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.line);
+    EXPECT_EQ(row.offered, Offered({}, "tcsh", {std::string("COMMAND_LINE=") + row.line}));
+  }
+}
+
+TEST(Complete, BeginsAtAnEmptyLine) {
+  const std::string all = Offered({""});
+  EXPECT_NE(std::string::npos, all.find("\nload\t")) << all;
+  EXPECT_EQ(all, Offered({}));
+  EXPECT_EQ(all, Zor({"complete", "zsh", ""}).out);
+  const std::string in_bash = Offered({""}, "bash");
+  EXPECT_NE(std::string::npos, in_bash.find("\nload\n")) << in_bash;
+  EXPECT_EQ(in_bash, Offered({}, "bash"));
+  // bash makes a word of its own of a colon, and no command begins so.
+  EXPECT_EQ("", Offered({":"}, "bash"));
+  Expect(Zor({"complete"}), "", "zor: say for which shell: zor complete bash -- WORD...\n", 2);
+}
+
+TEST(Complete, PassesOverTheOptionsAndConditionsOfARequest) {
+  const std::string weaver = "tools/weaver/\n";
+  const struct {
+    std::vector<std::string> words;
+    std::string offered;
+  } rows[] = {
+      {{"env", "--full", "tools/w"}, weaver},
+      {{"env", "-v", "tools/w"}, weaver},
+      // Behind -p stand the variable and the value, of which nothing is known.
+      {{"env", "-p", "tools", "weaver", "-v", ""}, ""},
+      {{"env", "-p", "tools", "weaver", "-v", "platform", ""}, ""},
+      {{"env", "-p", "tools", "weaver", "-v", "platform", "x", "-p", "too"}, "tools\n"},
+      {{"env", "--unknown=x"}, ""},
+      {{"check", "--rule", ""}, ""},
+      {{"platform", ""}, ""},
+      {{"env", "-p"}, "-p\ta product, as zorenv takes it\n"},
+      {{"avail", "-p"}, ""},
+      {{"avail", "--js"}, "--json\tas JSON\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.words.back());
+    EXPECT_EQ(row.offered, Offered(row.words));
+  }
+}
+
+TEST(Complete, OffersDirectoriesWhereARootIsNamed) {
+  const Warehouse place;
+  place.Directory("sites/first");
+  place.Directory("sites/.hidden");
+  place.Write("sites/file", "");
+  place.Link("sites/link", "first");
+  place.Link("sites/lost", "nowhere");
+  const std::string sites = place / "sites/";
+  const std::string all = sites + "first/\n" + sites + "link/\n";
+  EXPECT_EQ(all, Offered({"env", "-r", sites}));
+  EXPECT_EQ(all, Offered({"avail", "-r", sites}));
+  EXPECT_EQ("--root=" + sites + "link/\n", Offered({"avail", "--root=" + sites + "l"}));
+  RunOptions in_place;
+  in_place.environment = PlainEnvironment();
+  in_place.directory = place.path();
+  EXPECT_EQ("sites/\n",
+            RunProgram({ZOR_PROGRAM, "complete", "zsh", "--", "env", "-r", "s"}, in_place).out);
+  // What was named already counts for what follows.
+  EXPECT_EQ("tools/\n", Offered({"avail", "--root", Examples(), "to"}, "zsh", {"ZORROOT=/none"}));
+}
+
+TEST(Complete, OffersOfALinkedCategoryWhatIsInIt) {
+  Warehouse warehouse;
+  warehouse.Product("deep/er/tool/1/1");
+  warehouse.Product("new\nline/tool/1/1");
+  warehouse.Directory("root/empty/a/b/c/d/e/f/g");
+  warehouse.Link("root/linked", "deep");
+  warehouse.Link("root/lost", "nowhere");
+  warehouse.Write("root/file", "");
+  const std::vector<std::string> root = {"ZORROOT=" + warehouse.Root()};
+  // A name of two lines can't be offered in a list of lines.
+  EXPECT_EQ("deep/\nempty/\nlinked/\n", Zor({"complete", "zsh", "--", "load", ""}, root).out);
+  EXPECT_EQ("linked/er/\n", Zor({"complete", "zsh", "--", "load", "linked/"}, root).out);
+  // Behind -p a category of several elements goes on; one that holds nothing does not.
+  EXPECT_EQ("deep/\nempty\nlinked/\n", Zor({"complete", "zsh", "--", "load", "-p", ""}, root).out);
+  EXPECT_EQ("deep/er\n", Zor({"complete", "zsh", "--", "load", "-p", "deep/"}, root).out);
+  // The name that may be left out, or the version that then stands in its place.
+  EXPECT_EQ("Contents\n1\n", Offered({"env", "-p", "site", ""}));
+}
+
+TEST(Complete, OffersForASwapWhatIsLoadedAndWhatThereIs) {
+  const RunResult loaded =
+      Zor({"--shell", "env0", "load", "site", "tools/weaver/1.9[platform=linux-x86]"},
+          {"ZORROOT=" + Examples()});
+  const std::size_t at = loaded.out.find("ZOR_SESSION=");
+  ASSERT_NE(std::string::npos, at) << loaded.err;
+  const std::string session = loaded.out.substr(at, loaded.out.find('\0', at) - at);
+  EXPECT_EQ("weaver\t1.9/1\n", Offered({"swap", "w"}, "zsh", {session}));
+  EXPECT_EQ("tools/\ntools/weaver\t1.9/1\n", Offered({"swap", "t"}, "zsh", {session}));
+  // A category's own product has no name that says which it is.
+  EXPECT_EQ("site/Contents\n",
+            Offered({"unload", "s"}, "tcsh", {"COMMAND_LINE=zor unload s", session}));
+  EXPECT_EQ("site/Contents\t1/1\ntools/weaver\t1.9/1\nweaver\t1.9/1\n",
+            Offered({"unload", ""}, "zsh", {session}));
+}
+
 TEST(Complete, QuotesForBash) {
   Warehouse warehouse;
   warehouse.Product("two words/A $HOME;b/1.0/1");
