@@ -147,9 +147,9 @@ std::vector<ProductName> readings_by_name(const std::vector<std::string>& elemen
   return found;
 }
 
+// With the name in any case, so that two readings of the same word look different.
 std::string path_of(const ProductName& product) {
-  std::string path = product.category;
-  if (product.name != "Contents" || product.version != kLatest) path += '/' + product.name;
+  std::string path = product.category + '/' + product.name;
   if (product.version != kLatest || product.rev != kLatest) path += '/' + product.version;
   if (product.rev != kLatest) path += '/' + product.rev;
   return path;

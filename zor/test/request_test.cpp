@@ -88,16 +88,31 @@ TEST(Request, AnAmbiguousNameListsTheCandidates) {
   Warehouse warehouse;
   warehouse.Product("one/tool/1/1", Insert("A", "1"));
   warehouse.Product("two/tool/1/1", Insert("A", "2"));
-  // Category a/b with the product Contents, or category a with the product b.
-  warehouse.Product("a/b/Contents/1/1", Insert("A", "3"));
-  warehouse.Product("a/b/1/1", Insert("A", "4"));
   const std::string root = warehouse.Root();
   Expect(Zor({"env", "-r", root, "tool"}), "",
          "zor: tool may be any of these; say which:\n  one/tool\n  two/tool\n", 1);
   Expect(Zor({"env", "-r", root, "two/tool"}), "A='2'; export A;\n", "", 0);
-  const RunResult either = Zor({"env", "-r", root, "a/b"});
-  EXPECT_EQ("", either.out);
-  EXPECT_EQ("zor: a/b may be any of these; say which:\n  a/b\n  a/b\n", either.err);
+}
+
+TEST(Request, ANameThatIsReadInTwoWaysIsToldWithBoth) {
+  Warehouse warehouse;
+  // Category a/b with the product Contents, or category a with the product b.
+  warehouse.Product("a/b/Contents/1/1", Insert("A", "3"));
+  warehouse.Product("a/b/1/1", Insert("A", "4"));
+  const std::string root = warehouse.Root();
+  const struct {
+    std::string word, first, second;
+  } rows[] = {
+      {"a/b", "a/b", "a/b/Contents"},
+      {"a/b/1", "a/b/1", "a/b/Contents/1"},
+      {"a/b/1/1", "a/b/1/1", "a/b/Contents/1/1"},
+      {"a/b/+/1", "a/b/+/1", "a/b/Contents/+/1"},
+  };
+  for (const auto& row : rows) {
+    const std::string told = "zor: " + row.word + " may be any of these; say which:\n  ";
+    Expect(Zor({"env", "-r", root, row.word}), "", told + row.first + "\n  " + row.second + "\n",
+           1);
+  }
 }
 
 TEST(Request, NamesMayHoldBlanksAndLettersOutsideAscii) {
