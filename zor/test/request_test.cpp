@@ -1,6 +1,8 @@
 // The words by which people name products.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "zor.h"
 
 namespace {
@@ -112,6 +114,170 @@ TEST(Request, ANameThatIsReadInTwoWaysIsToldWithBoth) {
     const std::string told = "zor: " + row.word + " may be any of these; say which:\n  ";
     Expect(Zor({"env", "-r", root, row.word}), "", told + row.first + "\n  " + row.second + "\n",
            1);
+  }
+}
+
+TEST(Request, TellsWhatIsMissingBehindAnOptionOrInAName) {
+  const std::string root = Examples();
+  const std::string written =
+      ": a condition is written [name=value], as in tools/weaver[platform=linux-x86]\n";
+  const struct {
+    std::vector<std::string> words;
+    std::string err;
+    int status;
+  } rows[] = {
+      {{"env", ""}, "zor: '' names no product\n", 2},
+      {{"env", "//", "/"}, "zor: '/' names no product\n", 2},
+      {{"env", "-p"}, "zor: -p needs a product: -p category [name] [version] [rev]\n", 2},
+      {{"env", "weaver", "--root"}, "zor: --root needs the root of a warehouse\n", 2},
+      {{"env", "weaver", "-r"}, "zor: -r needs the root of a warehouse\n", 2},
+      {{"env", "weaver[platform=x"}, "zor: weaver[platform=x" + written, 2},
+      {{"env", "weaver[platform=x]/1.9"}, "zor: weaver[platform=x]/1.9" + written, 2},
+      {{"env", "tools/weaver/1.10/2/linux-x86/bin"},
+       "zor: tools/weaver has no such version or revision: tools/weaver/1.10/2/linux-x86/bin\n"
+       "there are: 1.9 1.10\n",
+       1},
+      {{"env", "wea"}, "zor: there is no product wea in " + root + "\ndid you mean weaver?\n", 1},
+      {{"env", "weaver[platform=vax-vms][size=s]"},
+       "zor: no variety of tools/weaver/1.10/2 has platform=vax-vms; there are linux-x86, pc-x86, "
+       "solaris-sparc\n"
+       "no variety of tools/weaver/1.10/2 has size=s; none has such a variable, they have "
+       "platform\n",
+       1},
+      {{"env", "@none"}, "zor: there is no set @none\n", 1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.words.back());
+    Expect(ZorOnExamples(row.words), "", row.err, row.status);
+  }
+}
+
+TEST(Request, ATakenWordOfZorenvMeansWhatItMeansThere) {
+  Warehouse warehouse;
+  warehouse.Product("C/Contents/1/1", Insert("A", "first"));
+  warehouse.Product("C/Contents/2/1", Insert("A", "second"));
+  warehouse.Undo("C/Contents/2/1", Insert("A", "undone"));
+  warehouse.Product("C/(new)/1/1", Insert("B", "x"));
+  warehouse.Product("D/Contents/1/1", Insert("D", "x"));
+  const std::string first = "A='first'; export A;\n", second = "A='second'; export A;\n";
+  const struct {
+    std::vector<std::string> words;
+    std::string out;
+  } rows[] = {
+      {{"-p", "C", "1", "1", "D"}, first + "D='x'; export D;\n"},
+      {{"-p", "C", "+", "1", "D"}, second + "D='x'; export D;\n"},
+      {{"-p", "C", "(new)"}, "B='x'; export B;\n"},
+      {{"-p", "C", "--csh"}, "setenv A 'second';\n"},
+      {{"-p", "C", "--posh"}, second},
+      {{"--proc", "-p", "C", "-P"}, second},
+      {{"--user", "-U", "--system", "-S", "-T", "-p", "C"}, second},
+      {{"--undo", "-p", "C"}, "A='undone'; export A;\n"},
+      {{"-p", "C", "1", "-A", "-p", "C", "2"}, "A='first:second'; export A;\n"},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::string> words = {"env", "--root", warehouse.Root()};
+    words.insert(words.end(), row.words.begin(), row.words.end());
+    SCOPED_TRACE(testing::PrintToString(words));
+    Expect(Zor(words), row.out, "", 0);
+  }
+  // Behind --exec stands a program.
+  for (const char* exec : {"--exec", "-X"})
+    Expect(Zor({"exec", "-r", warehouse.Root(), "-p", "C", exec, "sh", "-c", "echo $A"}),
+           "second\n", "", 0);
+}
+
+TEST(Request, AVarietyMayBeAnyOfSeveralAndThereMayBeNone) {
+  Warehouse warehouse;
+  warehouse.File("C/P/1/1", "product.xml",
+                 ProductXml("<VARIETY><VAR n='k' v='b'/><SEGMENT here='1'/></VARIETY>"));
+  warehouse.File("C/P/1/1", "partlist.xml", PartListXml(""));
+  warehouse.File("C/P/1/1", "env.xml", EnvXml(Insert("A", "%(k)")));
+  warehouse.File("C/Q/1/1", "product.xml", ProductXml(""));
+  warehouse.File("C/Q/1/1", "partlist.xml", PartListXml(""));
+  warehouse.File("C/Q/1/1", "env.xml", EnvXml(Insert("A", "x")));
+  const std::string root = warehouse.Root();
+  Expect(Zor({"env", "-r", root, "C/P[k=a,b]"}), "A='b'; export A;\n", "", 0);
+  Expect(Zor({"env", "-r", root, "C/P[k=a]"}), "",
+         "zor: no variety of C/P/1/1 has k=a; there are b\n", 1);
+  Expect(Zor({"env", "-r", root, "C/Q"}), "",
+         "zor: C/Q/1/1 has no varieties, so it has no settings\n", 1);
+}
+
+// Runs in a directory, without a word about where the warehouse is.
+RunResult RunIn(const std::string& directory, std::vector<std::string> words) {
+  words.insert(words.begin(), ZOR_PROGRAM);
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  options.directory = directory;
+  return RunProgram(words, options);
+}
+
+TEST(Root, IsTheCurrentDirectoryWhereNothingElseIsSaid) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1", Insert("PATH", "%(BASE-CNVR)/bin", Before("**")));
+  warehouse.ProductWithParts("C/Q/1/1", "", Part("P", "1", "1"));
+  std::filesystem::permissions(warehouse.Write("root/C/P/1/1/bin/tool", "#!/bin/sh\n"),
+                               std::filesystem::perms::owner_all);
+  const std::string root = warehouse.Root(), tool = root + "/C/P/1/1/bin/tool\n";
+  const struct {
+    std::vector<std::string> words;
+    std::string out;
+  } rows[] = {
+      {{"avail"}, "C/P/1/1 (latest)\nC/Q/1/1 (latest)\n"},
+      {{"env", "P"}, "PATH='" + root + "/C/P/1/1/bin:/usr/bin:/bin'; export PATH;\n"},
+      {{"which", "tool", "C/P"}, tool},
+      {{"search", "p"}, "C/P/1/1\n"},
+      {{"files", "C/P"}, ""},
+      {{"show", "C/Q"},
+       "C/Q/1/1\nVersions: 1/1\nVarieties:\n  (without a name) (for this host)\nParts:\n"
+       "  C/P/1/1\n"},
+      {{"impact", "C/P"}, "C/Q/1/1 includes C/P/1/1 (at C/Q/1/1/partlist.xml:1:38)\n"},
+      {{"graph", "C/P"}, "C/P/1/1\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.words[0]);
+    Expect(RunIn(root, row.words), row.out, "", 0);
+  }
+  const RunResult json = RunIn(root, {"which", "--json", "tool", "C/P"});
+  EXPECT_NE(std::string::npos, json.out.find("\"product\": \"C/P/1/1\"")) << json.out;
+  Expect(RunIn(root, {"env", "qqq"}), "",
+         "zor: there is no product qqq in .\nzor avail lists what there is\n", 1);
+  EXPECT_EQ(0, RunIn(root, {"new", "C/R/1/1"}).status);
+  EXPECT_TRUE(std::filesystem::exists(root + "/C/R/1/1/product.xml"));
+  Expect(RunIn(warehouse.Directory("empty"), {"env", "qqq"}), "",
+         "zor: neither -r nor ZORROOT says where the warehouse is, and the current directory is "
+         "none\n  say it with -r DIRECTORY, or for all commands with export ZORROOT=DIRECTORY\n"
+         "  see zor(1), ENVIRONMENT\n",
+         1);
+}
+
+TEST(Root, ThatIsNoneIsToldWithWhatStandsBesideIt) {
+  const Warehouse place;
+  place.Directory("warehouse/C/P/1/1");
+  place.Write("warehouse.txt", "");
+  place.Link("loop", "loop");
+  const std::string says = "\n  that is where -r or ZORROOT says it is\n  ";
+  const std::string end = "\n  see zor(1), ENVIRONMENT\n";
+  const std::string nowhere = "say where it is, with -r DIRECTORY or export ZORROOT=DIRECTORY";
+  const struct {
+    std::string root, err;
+  } rows[] = {
+      {place / "warehuose", "zor: there is no warehouse " + (place / "warehuose") +
+                                ": No such file or directory" + says + "did you mean " +
+                                (place / "warehouse") + "?" + end},
+      {"warehuose", "zor: there is no warehouse warehuose: No such file or directory" + says +
+                        "did you mean warehouse?" + end},
+      {"qqq", "zor: there is no warehouse qqq: No such file or directory" + says + nowhere + end},
+      {place / "none/deeper", "zor: there is no warehouse " + (place / "none/deeper") +
+                                  ": No such file or directory" + says + nowhere + end},
+      {place / "warehouse.txt/x", "zor: there is no warehouse " + (place / "warehouse.txt/x") +
+                                      ": Not a directory" + says + nowhere + end},
+      {place / "loop",
+       "zor: " + (place / "loop/zor.toml") + ": Too many levels of symbolic links\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.root);
+    Expect(RunIn(place.path(), {"avail", "-r", row.root}), "", row.err, 1);
   }
 }
 
