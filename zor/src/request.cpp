@@ -55,7 +55,6 @@ NamedQuery take_product(Words* words) {
   const std::size_t room = four && is_no_name(words->peek()) ? 2 : 3;
   std::string name(kLatest), version(kLatest), rev(kLatest);
   while (fields.size() < room && words->free(0)) {
-    if (!four && fields.size() == 2) break;
     fields.push_back(words->take());
     named.word += ' ' + fields.back();
   }
