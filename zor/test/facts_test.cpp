@@ -158,7 +158,7 @@ TEST(Avail, CountsTheColumnsOfWideAndCombiningCharacters) {
   warehouse.Product("C/\xE7\xB9\x94\xE6\xA9\x9F/1/1");  // two wide characters: four columns
   warehouse.Product("C/\xC3\xA9/1/1");                  // one column
   // Sorted by bytes: a, b, e acute, the wide ones.
-  for (const char* locale : {"LC_ALL=C.UTF-8", "LC_ALL=C"})
+  for (const char* locale : {"LC_ALL=C.UTF-8", "LC_ALL=C", "LC_ALL=POSIX", "LC_ALL=not_there"})
     EXPECT_EQ(
         "C/a\xCC\x88/1/1 (latest)  C/\xC3\xA9/1/1 (latest)\n"
         "C/b/1/1 (latest)  C/\xE7\xB9\x94\xE6\xA9\x9F/1/1 (latest)\n",
@@ -176,6 +176,58 @@ TEST(Avail, NamesThatAreNoTextStayWhatTheyAre) {
   EXPECT_NE(std::string::npos,
             json.out.find("\"name\": {\n        \"base64\": \"eP8beQ==\"\n      }"))
       << json.out;
+}
+
+TEST(Avail, MarksTheLatestInGreenWhereTheTerminalAndTheUserTakeColours) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1");
+  warehouse.Product("C/P/2/1");
+  const std::vector<std::string> words = {"avail", "-r", warehouse.Root()};
+  const std::string plain = "C/P/1/1  C/P/2/1 (latest)\n";
+  const std::string green = "C/P/1/1  C/P/2/1 \x1b[32m(latest)\x1b[m\n";
+  EXPECT_EQ(green, OnTerminal(80, words, {"TERM=xterm"}));
+  EXPECT_EQ(green, OnTerminal(80, words, {"TERM=xterm", "NO_COLOR="}));
+  for (const std::vector<std::string>& none : std::vector<std::vector<std::string>>{
+           {}, {"TERM="}, {"TERM=dumb"}, {"TERM=xterm", "NO_COLOR=1"}})
+    EXPECT_EQ(plain, OnTerminal(80, words, none));
+  warehouse.Write("root/zor.toml", "colour = false\n");
+  EXPECT_EQ(plain, OnTerminal(80, words, {"TERM=xterm"}));
+}
+
+TEST(Avail, TakesTheWidthFromColumnsWhereTheTerminalTellsNone) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1");
+  warehouse.Product("C/P/2/1");
+  const std::vector<std::string> words = {"avail", "-r", warehouse.Root()};
+  const std::string one_row = "C/P/1/1  C/P/2/1 (latest)\n";
+  const std::string two_rows = "C/P/1/1\nC/P/2/1 (latest)\n";
+  EXPECT_EQ(two_rows, OnTerminal(0, words, {"COLUMNS=24"}));
+  EXPECT_EQ(one_row, OnTerminal(0, words, {"COLUMNS=25"}));
+  EXPECT_EQ(two_rows, OnTerminal(24, words, {"COLUMNS=25"}));
+  // Where nobody tells it, and where what is told is no number, it is 80.
+  EXPECT_EQ(one_row, OnTerminal(0, words));
+  EXPECT_EQ(one_row, OnTerminal(0, words, {"COLUMNS=-3"}));
+}
+
+TEST(Avail, TellsInJsonToo) {
+  Warehouse warehouse;
+  warehouse.Product("C/P/1/1");
+  warehouse.Link("root/C/around", "..");
+  // Neither belongs to what can be named.
+  warehouse.Product("CVS/P/1/1");
+  warehouse.Write("root/D/P/1/product.xml", ProductXml(Variety()));
+  const RunResult result = Zor({"avail", "--json", "-r", warehouse.Root()});
+  ExpectValid(result.out, "avail");
+  EXPECT_EQ(0u, result.out.find("{\n  \"version\": 1,\n  \"root\": \"" + warehouse.Root() +
+                                "\",\n  \"products\": [\n    {\n      \"category\": \"C\",\n"))
+      << result.out;
+  EXPECT_TRUE(
+      result.out.ends_with("  \"remarks\": [\n    {\n      \"path\": \"C/around\",\n      "
+                           "\"text\": \"a link that leads back to a directory above it\"\n"
+                           "    }\n  ]\n}\n"))
+      << result.out;
+  EXPECT_EQ(std::string::npos, result.out.find("\"CVS\"")) << result.out;
+  EXPECT_EQ(std::string::npos, result.out.find("\"D\"")) << result.out;
 }
 
 // A loom with a part, files, a command and remarks of every kind.
@@ -236,6 +288,34 @@ TEST(Show, TellsWhatAProductIs) {
          "old/wheel/1/1\nVersions: 1/1\nVarieties:\n  (without a name) (for this host)\n"
          "Variables:\n  PATH prepend %(BASE-CNVR)  old/wheel/1/1/setup.xml:1\n"
          "Old recipes: setup.xml\n",
+         "", 0);
+}
+
+TEST(Show, TellsConditionsOfSeveralPartsAndWhatIsNotHere) {
+  Warehouse warehouse;
+  warehouse.File("C/P/1/1", "product.xml",
+                 "<PRODUCT-INFO><DESCRIPTION lang='de'></DESCRIPTION><VARIETIES>"
+                 "<VARIETY name='old'><VAR n='k' v='1'/><VAR n='platform' v='vax-vms'/>"
+                 "<SEGMENT here='1'/></VARIETY>"
+                 "<VARIETY name='split'><VAR n='k' v='2'/><SEGMENT host='unix-all' here='0'/>"
+                 "<SEGMENT host='all-x86' here='0'/></VARIETY></VARIETIES></PRODUCT-INFO>");
+  warehouse.File("C/P/1/1", "partlist.xml",
+                 "<PARTLIST><PARTSPEC><PATTERN><MATCH><VAR n='k' v='1'/></MATCH>"
+                 "<MATCH><VAR n='k' v='2'/><VAR n='j' v='3'/></MATCH></PATTERN><PARTS>"
+                 "<PRODUCT name='Q' version='1' rev='1'><PATTERN><MATCH><VAR n='m' v='x'/></MATCH>"
+                 "</PATTERN></PRODUCT></PARTS></PARTSPEC>"
+                 "<PARTSPEC><PATTERN><MATCH><VAR n='k' v='1'/></MATCH><MATCH/></PATTERN><PARTS>"
+                 "<PRODUCT name='Q' version='2' rev='1'><PATTERN/></PRODUCT></PARTS></PARTSPEC>"
+                 "</PARTLIST>");
+  warehouse.File("C/P/1/1", "env.xml", EnvXml(Insert("A", "x", Before("y") + After("z"))));
+  // A product whose category is the path of the other one.
+  warehouse.Product("C/P/Q/1/1");
+  Expect(Zor({"show", "-r", warehouse.Root(), "C/P/1/1"}),
+         "C/P/1/1\nVersions: 1/1\nVarieties:\n  old [k=1, platform=vax-vms]\n"
+         "  split [k=2] (not here: unix-all, all-x86)\nParts:\n"
+         "  %(THIS-CATEGORY)/Q/1/1 [m=x], for [k=1 or k=2, j=3]\n"
+         "  %(THIS-CATEGORY)/Q/2/1\nVariables:\n"
+         "  A insert x before y after z  C/P/1/1/env.xml:1\n",
          "", 0);
 }
 
@@ -309,6 +389,78 @@ TEST(Search, LooksAtNamesDescriptionsAndCommands) {
   ExpectValid(loom.Run({"search", "--json", "weave"}).out, "search");
 }
 
+TEST(Search, PutsDescriptionsOnOneLine) {
+  Warehouse warehouse;
+  const auto product = [&](const std::string& directory, const std::string& descriptions) {
+    warehouse.File(directory, "product.xml",
+                   "<PRODUCT-INFO>" + descriptions +
+                       "<VARIETIES><VARIETY><SEGMENT here='1'/></VARIETY></VARIETIES>"
+                       "</PRODUCT-INFO>");
+    warehouse.File(directory, "partlist.xml", PartListXml(""));
+  };
+  product("C/loom/1/1", "<DESCRIPTION lang='en'>the first one</DESCRIPTION>");
+  product("C/loom/1/2", "<DESCRIPTION lang='en'>\n\tWeaves &#13;\n all\t</DESCRIPTION>");
+  product("C/wheel/1/1", "<DESCRIPTION lang='en'> \n</DESCRIPTION>");
+  // Its directory of commands is not there.
+  warehouse.Product("C/\xC3\x9Cloom/1/1", Insert("PATH", "%(BASE-CNVR)/none"));
+  const std::string loom = "C/loom/1/2  Weaves all\n";
+  const std::string other = "C/\xC3\x9Cloom/1/1\n";
+  const auto search = [&](const std::string& word) {
+    return Zor({"search", "-r", warehouse.Root(), word});
+  };
+  Expect(search("loom"), loom + other, "", 0);
+  Expect(search("WHEEL"), "C/wheel/1/1\n", "", 0);
+  Expect(search("\xC3\xBCLOOM"), other, "", 0);
+  // A byte that is no character counts as itself.
+  Expect(search("\xFFLOOM"), "",
+         "zor: no product has \\xffLOOM in its name, its description or its commands\n", 1);
+  Expect(Zor({"search", "--all", "-r", warehouse.Root(), "C/loom"}),
+         "C/loom/1/1  the first one\n" + loom, "", 0);
+}
+
+TEST(Search, TakesTheDirectoriesThatSettingsAndRecipesPutOnPath) {
+  Warehouse warehouse;
+  const auto command = [&](const std::string& path) {
+    std::filesystem::permissions(warehouse.Write("root/" + path, "#!/bin/sh\n"),
+                                 std::filesystem::perms::owner_all);
+    return "  " + warehouse.Root() + "/" + path + "\n";
+  };
+  // The same directory of two groups, and one of a group for another variety.
+  const std::string bin = Insert("PATH", "%(BASE-CNVR)/bin");
+  warehouse.File("C/a/1/1", "product.xml", ProductXml(Variety("<VAR n='k' v='1'/>")));
+  warehouse.File("C/a/1/1", "partlist.xml", PartListXml(""));
+  warehouse.File("C/a/1/1", "env.xml",
+                 "<ENV-SETTINGS><ENV-GROUP><PATTERN/>" + bin + Insert("PATH", "%(NONE)") +
+                     Insert("PATH", "") + Insert("OTHER", "%(BASE-CNVR)/other") +
+                     "</ENV-GROUP><ENV-GROUP><PATTERN/>" + bin +
+                     "</ENV-GROUP><ENV-GROUP><PATTERN><MATCH><VAR n='k' v='2'/></MATCH></PATTERN>" +
+                     Insert("PATH", "%(BASE-CNVR)/other") + "</ENV-GROUP></ENV-SETTINGS>");
+  const std::string first = command("C/a/1/1/bin/tool");
+  command("C/a/1/1/other/tool");
+  // Recipes count where there are no settings, whatever the case of their words.
+  const std::string recipe =
+      "<SETENV op='Append' name='PATH' value='%(BASE-CNVR)/a'/>"
+      "<SETENV op='set' name='PATH' value='%(BASE-CNVR)/s'/>"
+      "<SETENV op='delete' name='PATH' value='%(BASE-CNVR)/d'/>"
+      "<SETENV op='prepend' name='MANPATH' value='%(BASE-CNVR)/m'/>";
+  warehouse.Product("C/b/1/1");
+  std::filesystem::remove(warehouse / "root/C/b/1/1/env.xml");
+  warehouse.File("C/b/1/1", "setup.xml", RecipeXml(recipe));
+  const std::string second = command("C/b/1/1/a/tool") + command("C/b/1/1/s/tool");
+  command("C/b/1/1/d/tool");
+  command("C/b/1/1/m/tool");
+  for (const char* settings : {"env.xml", "unenv.xml"}) {
+    const std::string directory = "C/c/" + std::string(settings) + "/1";
+    warehouse.Product(directory);
+    std::filesystem::remove(warehouse / ("root/" + directory + "/env.xml"));
+    warehouse.File(directory, settings, EnvXml(""));
+    warehouse.File(directory, "setup.xml", RecipeXml(recipe));
+    command(directory + "/a/tool");
+  }
+  Expect(Zor({"search", "--all", "-r", warehouse.Root(), "tool"}),
+         "C/a/1/1\n" + first + "C/b/1/1\n" + second, "", 0);
+}
+
 TEST(Search, PassesOverBrokenProducts) {
   Warehouse warehouse;
   warehouse.Product("C/P/1/1");
@@ -345,6 +497,45 @@ TEST(Which, FindsTheCommandInTheNewEnvironment) {
          Examples() + "/tools/weaver/1.10/2/linux-x86/bin/weaver\n", "", 0);
 }
 
+TEST(Which, LooksInEachDirectoryOfPathOnce) {
+  const Loom loom;
+  const auto program = [&](const std::string& path) {
+    const std::string file = loom.Write(path, "#!/bin/sh\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    return file;
+  };
+  const std::string other = program("other/weave"), common = program("root/bin/weave");
+  const std::string beside = program("root/not/a/real/product/weave");
+  loom.Link("link", "root");
+  const std::string path = "PATH=:" + (loom / "other") + ":" + (loom / "other") + ":" +
+                           loom.Root() + "/bin:" + loom.Root() +
+                           "/not/a/real/product:" + loom.Of("/s/bin");
+  const auto run = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {ZOR_PROGRAM, "which"});
+    RunOptions options;
+    options.environment = {path, "ZORROOT=" + (loom / "link"), "LC_ALL=C.UTF-8"};
+    options.directory = loom / "other";
+    return RunProgram(words, options);
+  };
+  // An empty element of PATH is the current directory.
+  const std::string all =
+      "./weave\n" + other + "\n" + common + "\n" + beside + "\n" + loom.Of("/s/bin/weave") + "\n";
+  Expect(run({"-a", "weave", "craft/shuttle"}), all, "", 0);
+  Expect(run({"--all", "weave", "craft/shuttle"}), all, "", 0);
+  // Only the last lies in a product, which the link leads to as well.
+  const RunResult json = run({"--all", "--json", "weave", "craft/shuttle"});
+  std::string expected = "{\n  \"version\": 1,\n  \"command\": \"weave\",\n  \"files\": [\n";
+  for (const std::string& file : {std::string("./weave"), other, common, beside})
+    expected += "    {\n      \"path\": \"" + file + "\",\n      \"product\": null\n    },\n";
+  EXPECT_EQ(expected + "    {\n      \"path\": \"" + loom.Of("/s/bin/weave") +
+                "\",\n      \"product\": \"craft/loom/2.0/3\"\n    }\n  ]\n}\n",
+            json.out);
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {"/bin/sh", "loom"}, {"", "loom"}, {"-a"}, {"-p", "craft", "loom"}})
+    Expect(run(words), "",
+           "zor: say which command, and then which products: zor which weaver tools/weaver\n", 2);
+}
+
 TEST(Shell, IsTheUsersOwnInTheEnvironment) {
   Warehouse warehouse;
   warehouse.Product("C/P/1/1", Insert("GREETING", "hello"));
@@ -353,6 +544,14 @@ TEST(Shell, IsTheUsersOwnInTheEnvironment) {
   Expect(Zor({"shell", "-r", warehouse.Root(), "C/P"}, {"SHELL=" + shell}), "hello 0\n", "", 5);
   Expect(Zor({"shell", "-r", warehouse.Root(), "C/P"}, {"SHELL=" + (warehouse / "none")}), "",
          "zor: " + (warehouse / "none") + ": No such file or directory\n", 127);
+  // Where nothing names one, it is that of everybody.
+  for (const std::vector<std::string>& none : {std::vector<std::string>{}, {"SHELL="}}) {
+    RunOptions options;
+    options.environment = PlainEnvironment(none);
+    options.input = "echo $GREETING; exit 6\n";
+    Expect(RunProgram({ZOR_PROGRAM, "shell", "-r", warehouse.Root(), "C/P"}, options), "hello\n",
+           "", 6);
+  }
   Expect(Zor({"shell", "-r", warehouse.Root(), "C/P", "--", "ls"}), "",
          "zor: zor shell starts your shell and takes no program; zor exec does\n", 2);
 }
