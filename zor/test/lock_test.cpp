@@ -226,12 +226,83 @@ TEST(Lock, CountsTheFilesThatTextsTakeIn) {
          1);
 }
 
+TEST(Lock, NamesWhatHasHappenedToAFileElsewhere) {
+  Shop shop;
+  const std::string text = shop.Write("elsewhere/sub/text", "t");
+  shop.Product("C/text/1/1", Insert("TEXT", "%[" + text + "]"));
+  const std::string lock = shop.Lock({"text"});
+  EXPECT_NE(std::string::npos, lock.find("\nfile " + Sha256Of("t") + " " + text + "\n")) << lock;
+  const std::string file = shop.Write("zor.lock", lock);
+  Expect(shop.Run({"env", "--locked", file}), "TEXT='t'; export TEXT;\n", "", 0);
+  std::filesystem::remove(text);
+  std::filesystem::create_directory(text);
+  Expect(shop.Run({"env", "--locked", file}), "", "zor: " + text + ": Is a directory\n", 1);
+  std::filesystem::remove_all(shop / "elsewhere/sub");
+  shop.Write("elsewhere/sub", "no directory any more");
+  Expect(
+      shop.Run({"env", "--locked", file}), "",
+      "zor: " + file + " does not hold any more in " + shop.Root() + ":\n  missing: " + text + "\n",
+      1);
+}
+
+TEST(Lock, HoldsForUndoingConditionsAndVarieties) {
+  Shop shop;
+  shop.File("C/kinds/1/1", "product.xml",
+            ProductXml("<VARIETY><VAR n='a=b' v='c=d'/><SEGMENT here='1'/></VARIETY>"
+                       "<VARIETY><VAR n='a=b' v='e'/><SEGMENT here='1'/></VARIETY>"));
+  shop.File("C/kinds/1/1", "partlist.xml", PartListXml(""));
+  shop.File("C/kinds/1/1", "env.xml", EnvXml(Insert("KIND", "%(a=b)")));
+  shop.File("C/kinds/1/1", "unenv.xml", EnvXml(Insert("KIND", "none")));
+  const std::vector<std::string> words = {"-p", "C", "kinds", "-v", "a=b", "c*"};
+  const std::string lock = shop.Lock(words);
+  // In a name an equals sign would end it.
+  EXPECT_NE(std::string::npos,
+            lock.find("\nproduct C kinds 1 1 a%3Db=c*\nvariety \"\" a%3Db=c=d\nloaded "))
+      << lock;
+  const std::string file = shop.Write("zor.lock", lock);
+  Expect(shop.Run({"env", "--locked", file}), "KIND='c=d'; export KIND;\n", "", 0);
+  shop.Write("zor.lock",
+             WithSum(Replaced(WithoutSum(lock), "variety \"\" a%3Db=c=d", "variety \"\" a%3Db=e")));
+  Expect(shop.Run({"env", "--locked", file}), "",
+         "zor: " + file + " does not hold any more in " + shop.Root() +
+             ":\n  other varieties: C/kinds/1/1\n",
+         1);
+  std::vector<std::string> undone = words;
+  undone.insert(undone.begin(), "-u");
+  shop.Write("zor.lock", shop.Lock(undone));
+  Expect(shop.Run({"env", "--locked", file}), "KIND='none'; export KIND;\n", "", 0);
+}
+
+TEST(Lock, LeavesOutWhatNeedNotBeThere) {
+  Shop shop;
+  const std::string lock =
+      shop.Lock({"-i", "-p", "C", "none", "1",  "1", "-p",   "D",  "part", "1",
+                 "1",  "-v", "k", "w",    "-p", "C", "part", "-v", "k",    "v"},
+                {}, "no variety of C/part/3/1 has k=v; none has such a variable\n");
+  EXPECT_NE(std::string::npos, lock.find("\ngroup\nproduct C part 3 1 k=v\nloaded ")) << lock;
+}
+
+TEST(Lock, SaysWhyTheEnvironmentLeadsToNothing) {
+  Shop shop;
+  shop.Product("C/open/1/1", Insert("A", "%{CHOICE}"));
+  shop.Product("C/shut/1/1", Remove("A", "no"));
+  const std::string file = shop.Write("zor.lock", shop.Lock({"open", "shut"}, {"CHOICE=yes"}));
+  Expect(shop.Run({"env", "--locked", file}, {"CHOICE=yes"}), "A='yes'; export A;\n", "", 0);
+  const RunResult clash = shop.Run({"env", "--locked", file}, {"CHOICE=no"});
+  EXPECT_EQ("", clash.out);
+  EXPECT_EQ(0u, clash.err.find("zor: " + file + " does not hold any more in " + shop.Root() +
+                               ":\n  value no is both inserted and removed in environment variable "
+                               "A\n    inserted by C/open/1/1 ("))
+      << clash.err;
+  EXPECT_EQ(1, clash.status);
+}
+
 TEST(Lock, NamesMayHoldWhatSeparatesFields) {
   Shop shop;
-  const std::string name = "a b%41\"\xC3\xBC=\t";
+  const std::string name = "a b%41\"\xC3\xBC=\t\x7F";
   shop.Product("C/" + name + "/1/1", Insert("A", "x"));
   const std::string lock = shop.Lock({"C/" + name});
-  EXPECT_NE(std::string::npos, lock.find("\nproduct C a%20b%2541%22\xC3\xBC=%09 1 1\n")) << lock;
+  EXPECT_NE(std::string::npos, lock.find("\nproduct C a%20b%2541%22\xC3\xBC=%09%7F 1 1\n")) << lock;
   const std::string file = shop.Write("zor.lock", lock);
   Expect(shop.Run({"env", "--locked", file}), "A='x'; export A;\n", "", 0);
 }
@@ -257,6 +328,7 @@ TEST(Lock, TellsTheLineThatIsWrong) {
       {WithSum(head) + "group\n", "4: nothing may stand behind the sum"},
       {head + "colour blue\n", "3: 'colour' is no line of a lock"},
       {head + "product a b c d\n", "3: a product in front of the first group"},
+      {head + "variety a\n", "3: a variety in front of the first product"},
       {head + "group\nvariety a\n", "4: a variety in front of the first product"},
       {head + "group\nproduct a b c\n", "4: a field is missing"},
       {head + "group\nproduct a b c d e\n", "4: 'e' is not NAME=VALUE"},

@@ -100,6 +100,44 @@ TEST(Saved, NamesAreThoseOfFiles) {
          "zor: nothing was saved as qqq; zor save lists what was\n", 1);
 }
 
+TEST(Saved, NeedsANameAndAPlace) {
+  const Desk desk;
+  const std::string nowhere = "zor: neither HOME nor XDG_CONFIG_HOME says where sets are saved\n";
+  Expect(desk.Run("zor restore"), "", "zor: say which; zor save lists what was saved\n", 2);
+  Expect(desk.Run("zor env @"), "",
+         "zor: '' can't be the name of a saved set: it must hold no slash and not begin with a "
+         "dot\n",
+         2);
+  Expect(desk.Run("zor load wheel; unset XDG_CONFIG_HOME; zor save wheel"), "", nowhere, 1);
+  // A directory that depends on where one is counts as none.
+  for (const char* none : {"unset HOME; XDG_CONFIG_HOME=", "HOME=; XDG_CONFIG_HOME=config"}) {
+    SCOPED_TRACE(none);
+    Expect(desk.Run(std::string(none) + "; zor save wheel"), "", nowhere, 1);
+    Expect(desk.Run(std::string(none) + "; zor restore wheel"), "", nowhere, 1);
+    Expect(desk.Run(std::string(none) + "; zor env @wheel"), "", "zor: there is no set @wheel\n",
+           1);
+  }
+  Expect(desk.Run("unset XDG_CONFIG_HOME; export HOME=" + (desk / "home") +
+                  "; zor load wheel; zor save set; zor save"),
+         "set\n", "", 0);
+  EXPECT_NE("", ReadFile(desk / "home/.config/zor/saved/set.lock"));
+  // What else lies there is not listed.
+  desk.Write("home/.config/zor/saved/set.lock~", "");
+  desk.Write("home/.config/zor/saved/.lock", "");
+  Expect(desk.Run("unset XDG_CONFIG_HOME; export HOME=" + (desk / "home") + "; zor save"), "set\n",
+         "", 0);
+}
+
+TEST(Saved, IsOfAWarehouseAndOfADirection) {
+  Desk desk;
+  desk.Undo("tools/wheel/1/1", Insert("WHEEL", "undone"));
+  const RunResult lock = desk.Run("zor lock -u -p tools wheel");
+  desk.Write("config/zor/saved/undone.lock", lock.out);
+  Expect(desk.Run("zor env @undone"), "WHEEL='undone'; export WHEEL;\n", "", 0);
+  // Where nothing names a warehouse, it is the one from which it was saved.
+  Expect(desk.Run("unset ZORROOT; zor env @undone"), "WHEEL='undone'; export WHEEL;\n", "", 0);
+}
+
 TEST(Saved, AFailureLeavesWhatWasSavedBefore) {
   const Desk desk;
   Expect(desk.Run("zor load wheel; zor save set"), "", "", 0);
@@ -177,6 +215,26 @@ TEST(News, AreShownOnce) {
     Expect(desk.Run("zor load loom/1.9; echo $LOOM",
                     {"ZOR_TODAY=2027-01-10", "XDG_STATE_HOME=" + (desk / "file")}),
            "1.9\n", "zor: We move.\nzor: Be kind.\n", 0);
+}
+
+TEST(News, AreRememberedInTheHomeDirectoryOrNotAtAll) {
+  const Desk desk;
+  desk.Write("root/zor.toml", "[[news]]\nid = 'always'\ntext = 'Be kind.'\n");
+  const std::string load = "; zor load loom/1.9; echo $LOOM";
+  const auto expect = [&](const std::string& place, const std::string& told) {
+    SCOPED_TRACE(place);
+    Expect(desk.Run(place + load), "1.9\n", told, 0);
+  };
+  const std::string told = "zor: Be kind.\n";
+  const std::string home = "export HOME=" + (desk / "home");
+  expect(home, told);
+  expect(home, "");
+  EXPECT_EQ("always\n", ReadFile(desk / "home/.local/state/zor/news"));
+  // A relative directory is none.
+  expect(home + " XDG_STATE_HOME=state", "");
+  for (const char* none : {"unset HOME", "export HOME="})
+    for (int i = 0; i < 2; ++i)
+      expect(none, told);
 }
 
 // The line of a log without what differs from host to host.
