@@ -189,6 +189,95 @@ TEST_F(Session, AProductIsLoadedOnceAndFurtherVersionsAreToldOf) {
   EXPECT_EQ("C/a/2/1\n", Listed());
 }
 
+TEST_F(Session, UndoGoesBackTwentyChanges) {
+  for (int i = 0; i <= 21; ++i)
+    Do({"set", "x=" + std::to_string(i)});
+  for (int i = 0; i < 20; ++i)
+    Do({"undo"});
+  EXPECT_EQ("x=1\n", shell.Ask({"set"}).out);
+  Refused({"undo"}, "zor: there is nothing to undo in this session\n");
+}
+
+TEST_F(Session, ProductsGoByAnyNameThatMeansOne) {
+  warehouse.Product("C/Contents/1/1", Insert("ONE", "c"));
+  warehouse.Product("D/a/1/1");
+  Refused({"unload", "a"}, "zor: a is not loaded; nothing is\n");
+  // Another product of the same name is no further version.
+  Do({"load", "C/a", "-p", "D", "a"});
+  Do({"load", "C/a/1"}, "zor: C/a/2/1 stays loaded beside it; zor swap C/a/1 would replace it\n");
+  // What was typed goes before what else may be meant.
+  Do({"unload", "C/a"});
+  EXPECT_EQ("D/a/1/1\nC/a/1/1\n", Listed());
+  Do({"load", "--over", "C/a/1"});
+  Refused({"unload", "nothing"},
+          "zor: nothing is not loaded; these are:\n"
+          "  D/a/1/1, loaded as D a\n  C/a/1/1, loaded as C/a/1\n");
+  Do({"unload", "D/a", "C//a"});
+  Do({"load", "-p", "C"});
+  EXPECT_EQ("c", shell.Get("ONE"));
+  Do({"unload", "C"});
+  EXPECT_EQ("", Listed());
+}
+
+TEST_F(Session, ASwapIsOfOneProduct) {
+  const std::string what = "zor: say what for what, as in: zor swap weaver tools/weaver/1.9\n";
+  Do({"load", "C/a/1", "b"});
+  Refused({"swap"}, what, 2);
+  Refused({"swap", "a", "C/a", "C/b"}, what, 2);
+  Refused({"swap", "a", "C/a", "//", "C/b"}, what, 2);
+  Refused({"swap", "", "C/a"}, "zor: '' names no product\n", 2);
+  Do({"swap", "a", "-p", "C", "c"});
+  EXPECT_EQ("C/c/1/1\nC/b/1/1\n", Listed());
+  Do({"swap", "-p", "C", "b", "1"});
+  EXPECT_EQ("C/c/1/1\nC/b/1/1\n", Listed());
+  Refused({"swap", "c", "--verbose"}, "zor: there is no option --verbose\n", 2);
+}
+
+TEST_F(Session, AProductIsLoadedOnceForEachCondition) {
+  warehouse.File("C/k/1/1", "product.xml",
+                 ProductXml("<VARIETY><VAR n='k' v='1'/><SEGMENT here='1'/></VARIETY>"
+                            "<VARIETY><VAR n='k' v='2'/><SEGMENT here='1'/></VARIETY>"));
+  warehouse.File("C/k/1/1", "partlist.xml", PartListXml(""));
+  warehouse.File("C/k/1/1", "env.xml", EnvXml(Insert("K", "%(k)")));
+  Do({"load", "k[k=1]"});
+  Do({"load", "k[k=2]"});
+  Do({"load", "k[k=1]"}, "zor: k[k=1] is loaded already\n");
+  EXPECT_EQ("1:2", shell.Get("K"));
+  EXPECT_EQ("C/k/1/1[k=1]\nC/k/1/1[k=2]\n", Listed());
+  const std::string json = shell.Ask({"list", "--json"}).out;
+  EXPECT_NE(std::string::npos,
+            json.find("\"conditions\": [\n          {\n            \"variable\": \"k\",\n"
+                      "            \"value\": \"2\"\n          }\n        ]"))
+      << json;
+}
+
+TEST_F(Session, VariablesWithNamesLikeThoseOfTheTextAreTheUsers) {
+  const Words names = {"ZOR_SESSIONS",   "ZOR_SESSION_",  "ZOR_SESSION_A",
+                       "ZOR_SESSION_1A", "ZOR_SESSION.1", "ZOR_SESSION_:"};
+  for (const std::string& name : names)
+    start[name] = shell.variables[name] = "mine";
+  Do({"load", "a"});
+  warehouse.Product("C/own/1/1", Insert("ZOR_SESSIONS", "its"));
+  Do({"load", "own"});
+  EXPECT_EQ("mine:its", shell.Get("ZOR_SESSIONS"));
+  Do({"purge"});
+  EXPECT_EQ(start, shell.variables);
+  // An empty text is none.
+  shell.variables["ZOR_SESSION"] = "";
+  EXPECT_EQ("", Listed());
+}
+
+TEST_F(Session, TheCurrentDirectoryIsTheWarehouseWhereNothingElseIsSaid) {
+  shell.variables.erase("ZORROOT");
+  shell.directory = warehouse.Root();
+  Do({"load", "C/a"});
+  EXPECT_EQ("a2:u:v", shell.Get("L"));
+  shell.directory = "/";
+  Do({"load", "C/b"});
+  EXPECT_EQ("a2:b:shared:u:v", shell.Get("L"));
+  EXPECT_EQ("C/a/2/1\nC/b/1/1\n", Listed());
+}
+
 TEST_F(Session, ConditionsOfTheSessionHoldForWhatHasSuchVarieties) {
   const auto variety = [](const std::string& compiler) {
     return Variety("<VAR n=\"compiler\" v=\"" + compiler + "\"/>");
@@ -341,6 +430,68 @@ TEST_F(Session, AnElementTakenAwayComesWithALaterLoad) {
   EXPECT_EQ("a2:shared:u:v:c", shell.Get("L"));
 }
 
+TEST_F(Session, AListIsSplitAsAPatternOfItsNameSays) {
+  // N states its own separator in front of its pattern, and no pattern means O.
+  const std::string by_semicolon = "sep=';'";
+  warehouse.Product("C/p/1/1", Insert("N", "n", "", by_semicolon) + Insert("M1", "m") +
+                                   Insert("O", "o") + Remove("M*", "gone", by_semicolon) +
+                                   Remove("N*", "gone", by_semicolon));
+  for (const char* name : {"M1", "N", "O"})
+    start[name] = shell.variables[name] = "x:1;y";
+  Do({"load", "p"});
+  EXPECT_EQ("x:1;y;m", shell.Get("M1"));
+  EXPECT_EQ("x:1;y;n", shell.Get("N"));
+  EXPECT_EQ("x:1;y:o", shell.Get("O"));
+  shell.variables["M1"] = "y;m";
+  shell.variables["N"] = "y;n";
+  shell.variables["O"] = "1;y:o";
+  Do({"purge"});
+  EXPECT_EQ("y", shell.Get("M1"));
+  EXPECT_EQ("y", shell.Get("N"));
+  EXPECT_EQ("1;y", shell.Get("O"));
+}
+
+TEST_F(Session, AListThatAProductRemovesKeepsWhatTheUserAdded) {
+  warehouse.Product("C/none/1/1", Delete("L"));
+  Do({"load", "a"});
+  shell.variables["L"] = "a2:v";
+  Do({"swap", "a", "C/none"});
+  EXPECT_EQ(std::nullopt, shell.Get("L"));
+  Do({"swap", "none", "C/a"});
+  EXPECT_EQ("a2:v", shell.Get("L"));
+  shell.variables["L"] = "a2:v:mine";
+  Do({"swap", "a", "C/none"});
+  EXPECT_EQ("mine", shell.Get("L"));
+  Do({"purge"});
+  EXPECT_EQ("v:mine", shell.Get("L"));
+}
+
+TEST_F(Session, WhatIsLeftToTheUserIsTheSessionsAgainWithItsValue) {
+  const std::string left = "zor: ONE was set by hand and is left as it is\n";
+  Do({"load", "C/a/1", "b"});
+  shell.variables["ONE"] = "aa";
+  Do({"swap", "C/a/2"}, left);
+  EXPECT_EQ("aa", shell.Get("ONE"));
+  Do({"unload", "a"});
+  EXPECT_EQ(std::nullopt, shell.Get("ONE"));
+  // Where its product goes and others stay, it is part of the base.
+  Do({"load", "C/a/1"});
+  shell.variables["ONE"] = "mine";
+  Do({"unload", "a"}, left);
+  EXPECT_EQ("mine", shell.Get("ONE"));
+  Do({"purge"});
+  EXPECT_EQ("mine", shell.Get("ONE"));
+}
+
+TEST_F(Session, AValueThatWasEmptyHasNoElements) {
+  warehouse.Product("C/e/1/1", Insert("E", ""));
+  Do({"load", "e"});
+  EXPECT_EQ("", shell.Get("E"));
+  shell.variables["E"] = "mine";
+  Do({"load", "b"}, "zor: E was set by hand and is left as it is\n");
+  EXPECT_EQ("mine", shell.Get("E"));
+}
+
 TEST_F(Session, ListsAreSplitAsTheDataFilesSay) {
   warehouse.Product("C/semi/1/1", Insert("S", "p:q", Before("**"), "sep=\";\""));
   shell.variables["S"] = "a;b";
@@ -429,6 +580,8 @@ TEST_F(Session, WithoutAShellItSaysWhatToPutWhere) {
       "~/.bashrc:\n  eval \"$(zor init bash)\"\n",
       bash.err);
   EXPECT_EQ(1, bash.status);
+  Refused({"--shell", "nonesuch", "load", "a"}, "zor: there is no shell nonesuch that zor knows\n",
+          2);
   shell.variables["SHELL"] = "/usr/bin/fish";
   EXPECT_NE(std::string::npos, shell.Ask({"purge"}).err.find("zor init fish | source"));
   shell.variables.erase("SHELL");
@@ -493,10 +646,11 @@ TEST_F(Session, ATextThatIsNotWhatItWasIsToldOfAndChangesNothing) {
   EXPECT_FALSE(shell.variables.contains("ZOR_SESSION_1"));
 }
 
+constexpr std::string_view kLetters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+
 // Letters, digits, "-" and "_", six bits each.
 std::string Letters(const std::string& bytes) {
-  static const std::string kLetters =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
   std::string letters;
   for (std::size_t bit = 0; bit < bytes.size() * 8; bit += 6) {
     unsigned value = 0;
@@ -513,6 +667,40 @@ std::string Compressed(const std::string& text) {
   std::string bytes(ZSTD_compressBound(text.size()), '\0');
   bytes.resize(ZSTD_compress(bytes.data(), bytes.size(), text.data(), text.size(), 1));
   return bytes;
+}
+
+// What a session's letters hold.
+std::string Unpacked(const std::string& letters) {
+  std::string bytes;
+  unsigned bits = 0, count = 0;
+  for (const char letter : letters) {
+    bits = bits * 64 + static_cast<unsigned>(kLetters.find(letter));
+    count += 6;
+    if (count < 8) continue;
+    count -= 8;
+    bytes += static_cast<char>(bits >> count);
+    bits &= (1U << count) - 1;
+  }
+  std::string text(ZSTD_getFrameContentSize(bytes.data(), bytes.size()), '\0');
+  EXPECT_EQ(text.size(), ZSTD_decompress(text.data(), text.size(), bytes.data(), bytes.size()));
+  return text;
+}
+
+TEST_F(Session, StatusTellsOfAnotherPlatform) {
+  Do({"load", "a"});
+  const RunResult platform = shell.Ask({"platform"});
+  const std::string host = platform.out.substr(0, platform.out.size() - 1);
+  std::string text = Unpacked(shell.variables["ZOR_SESSION"]);
+  const std::size_t at = text.find("\"" + host + "\"");
+  ASSERT_NE(std::string::npos, at) << text;
+  shell.variables["ZOR_SESSION"] =
+      Letters(Compressed(text.replace(at + 1, host.size(), "solaris_8-sparc")));
+  const std::string loaded = "of the warehouse " + warehouse.Root() + ":\nC/a/2/1\n";
+  EXPECT_EQ(loaded + "loaded on another platform, solaris_8-sparc; this host is " + host +
+                "; zor reload computes anew\n",
+            shell.Ask({"status"}).out);
+  Do({"reload"});
+  EXPECT_EQ(loaded, shell.Ask({"status"}).out);
 }
 
 TEST_F(Session, ForgedTextsAreRefused) {
@@ -600,6 +788,25 @@ TEST_F(Session, StatusTellsWhatHasChanged) {
                 "  C/e/1/1/partlist.xml is missing\n" +
                 missing,
             shell.Ask({"status"}).out);
+}
+
+TEST_F(Session, StatusTellsOfVariablesThatWereRemovedAndOfDirectoriesInLists) {
+  warehouse.Product("C/d/1/1", Delete("OLD_PATH") + Insert("MANPATH", "/no/man") +
+                                   Insert("MANPATH", "relative") + Insert("MANPATH", "/usr"));
+  shell.variables["OLD_PATH"] = "/no/old";
+  Do({"load", "d", "a"});
+  shell.variables.erase("ONE");
+  EXPECT_EQ("of the warehouse " + warehouse.Root() +
+                ":\nC/d/1/1\nC/a/2/1\nchanged by hand:\n  ONE is left as it was removed\n"
+                "directories that do not exist:\n  /no/man on MANPATH\n",
+            shell.Ask({"status"}).out);
+  Do({"set", "x=y"}, "zor: ONE was removed by hand and is left as it is\n");
+  const RunResult json = shell.Ask({"status", "--json"});
+  for (const char* piece :
+       {"  \"set\": [\n    {\n      \"variable\": \"x\",\n      \"value\": \"y\"\n    }\n  ]",
+        "  \"missing_directories\": [\n    {\n      \"variable\": \"MANPATH\",\n      "
+        "\"directory\": \"/no/man\"\n    }\n  ]"})
+    EXPECT_NE(std::string::npos, json.out.find(piece)) << piece << json.out;
 }
 
 TEST_F(Session, JsonTellsTheSame) {
