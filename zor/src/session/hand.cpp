@@ -157,7 +157,6 @@ void take_up(Hand* hand, const Elements& from, const Elements& to) {
 }
 
 Elements with_hand(const Hand& hand, const Elements& list) {
-  if (hand.empty()) return list;
   const Set shape = set_of(hand.shape);
   const Set away = set_of(hand.without);
   Set placed = set_of(hand.added);
