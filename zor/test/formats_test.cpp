@@ -95,6 +95,36 @@ TEST_F(Formats, FullLeavesOutWhatStaysAndCannotBeCarried) {
          "zor: left out, as they stay what they are: F() SHLVL\n", 0);
 }
 
+TEST_F(Formats, AreChosenOnceAndKnownByThePrograms) {
+  Expect(Write({"--full", "--changes"}, "x"), "", "zor: --full and --changes exclude each other\n",
+         2);
+  Expect(Write({"--changes"}, "x"), "OUT='x'; export OUT;\n", "", 0);
+  // A program's own name means its dialect, and what zorenv calls a dialect is known as well.
+  Expect(Write({"--format", "tcsh"}, "x"), "setenv OUT 'x';\n", "", 0);
+  Expect(Write({"--bat"}, "x"), "set \"OUT=x\"\r\n", "", 0);
+  Expect(Write({"--format"}, "x"), "",
+         "zor: --format: 1 required TEXT missing\nzor env --help tells what it takes\n", 2);
+}
+
+// Encodings that are too long, or of no character at all, are none of UTF-8.
+TEST_F(Formats, FullLeavesOutWhatIsNotUtf8) {
+  const std::vector<std::string> more = {
+      "LONG2=\xC1\xBF", "LONG3=\xE0\x9F\xBF", "LONG4=\xF0\x8F\xBF\xBF", "HIGH=\xF4\x90\x80\x80",
+      "CUT=\xE4\xBD",   "NAME\xFF=x",         "HALF=\xED\xA0\x80",      "GOOD=\xF4\x8F\xBF\xBF"};
+  const auto left_out = [&](const char* dialect) {
+    const RunResult result =
+        Zor({"env", "--full", "-f", dialect, "-r", warehouse_.Root(), "-i", "-p", "NONE"}, more);
+    EXPECT_EQ(0, result.status);
+    EXPECT_NE(std::string::npos, result.out.find("\xF4\x8F\xBF\xBF")) << result.out;
+    return result.err;
+  };
+  const std::string all =
+      "zor: left out, as they stay what they are: CUT HALF HIGH LONG2 LONG3 LONG4";
+  EXPECT_EQ(all + " NAME\\xff\n", left_out("json"));
+  EXPECT_EQ(all + " NAME\\xff\n", left_out("dotenv"));
+  EXPECT_EQ(all + " NAME\\xff\n", left_out("nushell"));
+}
+
 TEST_F(Formats, AVariableThatIsRemovedIsUnset) {
   warehouse_.Product("D/Contents/1.0/1", Delete("IN"));
   Expect(Zor({"env", "-r", warehouse_.Root(), "D"}, {"IN=x"}), "unset IN;\n", "", 0);
@@ -123,7 +153,7 @@ TEST_F(Formats, VariablesOfTheShellsAreRefusedAndNothingIsWritten) {
 }
 
 TEST_F(Formats, NamesThatAreNotValidInAShellAreRefused) {
-  for (const char* name : {"A;touch ran;B", "1A", "A-B", "A[$(touch ran)]"}) {
+  for (const char* name : {"A;touch ran;B", "1A", "A-B", "A~", "{A", "A[$(touch ran)]"}) {
     warehouse_.Product("N/Contents/1.0/1", Insert(name, "1"));
     Expect(Zor({"env", "-r", warehouse_.Root(), "N"}), "",
            "zor: the format sh can't carry these variables, so nothing was written:\n  " +
@@ -397,16 +427,18 @@ TEST_F(Dialects, ADigitBehindAByteOutsideAsciiStandsOutsideTheQuotes) {
 
 TEST_F(Dialects, LongValuesArriveExactly) {
   std::set<std::string> absent;
-  std::string mixed, quotes, characters;
+  std::string mixed, quotes, characters, special;
   while (mixed.size() < 99000)
     mixed += "abc def'\\\n$x\u00e9;!`\"0";
   quotes.assign(20000, '\'');
   while (characters.size() < 20000)
     characters += "\u4f600";
+  while (special.size() < 20000)
+    special += "'\u00e9\"\u00e90\u00e9$\u00e9`\u00e9\\]=]";
   for (const Interpreter& interpreter : Interpreters()) {
     if (!There(interpreter, &absent)) continue;
     SCOPED_TRACE(interpreter.argv[0]);
-    const std::vector<std::string> values = {mixed, quotes, characters};
+    const std::vector<std::string> values = {mixed, quotes, characters, special};
     const std::string script = Script(interpreter.dialect, values, {"LC_ALL=C.UTF-8"});
     EXPECT_TRUE(Carried(interpreter.dialect, values) ==
                 Run(interpreter, script, {"LC_ALL=C.UTF-8"}));
@@ -480,23 +512,40 @@ TEST_F(Dialects, WhatCannotBeCarriedIsNamedWithTheReasonAndNothingIsWritten) {
       {"cmd", "A", std::string(8183, 'x'), "is too long for a line of cmd"},
       {"nushell", "FILE_PWD", "x", "is kept for itself by nushell"},
       {"nushell", "PROMPT_COMMAND", "x", "holds what is run or expanded by nushell"},
+      {"nushell", "TRANSIENT_PROMPT_COMMAND", "x", "holds what is run or expanded by nushell"},
       {"rc", "A", "a\1b", "holds a byte 1 or 2, which rc writes in another way"},
       {"rc", "fn_x", "{touch ran}", "is a function to rc"},
       {"fish", "PATH", "/bin::/x", "has an empty element, which fish writes as '.'"},
+      {"fish", "CDPATH", "/x:", "has an empty element, which fish writes as '.'"},
       {"fish", "fish_trace", "1", "is kept for itself by fish"},
       {"csh", "LS_COLORS", "x", "is kept for itself by tcsh"},
       {"xonsh", "MY_PATH", "/a:~/b", "is a list to xonsh, which would expand the $ or ~ in it"},
+      {"xonsh", "MY_PATH", "/a/$b", "is a list to xonsh, which would expand the $ or ~ in it"},
+      {"xonsh", "X_DIRS", "x=~", "is a list to xonsh, which would expand the $ or ~ in it"},
+      {"xonsh", "XONTRIBS_AUTOLOAD", "1", "is kept for itself by xonsh"},
       {"xonsh", "XONSH_DEBUG", "1", "is kept for itself by xonsh"},
       {"ksh", "LC_ALL", "no_SUCH", "is a locale that ksh93 doesn't know here"},
+      {"ksh", "LANG", "no_SUCH", "is a locale that ksh93 doesn't know here"},
       {"make", "SHELL", "x", "is kept for itself by make"},
       {"dotenv", "A", "a'b\"",
        "holds quotes or backslashes that readers of .env files take in "
        "different ways"},
+      {"dotenv", "A", "a\\",
+       "holds quotes or backslashes that readers of .env files take in "
+       "different ways"},
+      {"dotenv", "A", "a\\\\b",
+       "holds quotes or backslashes that readers of .env files take in "
+       "different ways"},
+      {"cmake", "A", std::string(10001, 'x') + "\r",
+       "is long and holds a carriage return, which CMake can't read"},
       {"dotenv", "A", "a\rb", "holds a carriage return"},
       {"systemd", "A", "\x1b", "holds control characters"},
       {"docker", "A", "a\nb", "holds a line end"},
       {"docker", "A", std::string(65535, 'x'), "is too long for a line of such a file"},
       {"github", "A", "a\rb", "holds a carriage return"},
+      {"docker", "A", "a\r", "ends with a carriage return"},
+      {"github", "RUNNER_X", "1", "is kept for itself by the workflow's runner"},
+      {"github", "NODE_OPTIONS", "1", "is kept for itself by the workflow's runner"},
       {"github", "GITHUB_X", "1", "is kept for itself by the workflow's runner"},
   };
   for (const auto& row : rows) {
@@ -507,6 +556,66 @@ TEST_F(Dialects, WhatCannotBeCarriedIsNamedWithTheReasonAndNothingIsWritten) {
                " can't carry these variables, so nothing was written:\n  " + row.name + ' ' +
                row.reason + '\n',
            1);
+  }
+}
+
+// Not each dialect has a place for any name that an environment may hold.
+TEST_F(Dialects, NamesAreTakenAsFarAsTheDialectGoes) {
+  warehouse_.Product("K/Contents/1.0/1", Insert("%{IN}", "1"));
+  const auto write = [&](const std::string& dialect, const std::string& name) {
+    return Zor({"env", "-r", warehouse_.Root(), "-f", dialect, "K"}, {"IN=" + name});
+  };
+  const auto refused = [&](const std::string& dialect, const std::string& name,
+                           const std::string& reason) {
+    SCOPED_TRACE(dialect + ' ' + name);
+    Expect(write(dialect, name), "",
+           "zor: the format " + dialect +
+               " can't carry these variables, so nothing was written:\n  " + reason + '\n',
+           1);
+  };
+  for (const char* dialect : {"sh", "bash", "zsh", "ksh", "fish", "csh", "elvish", "xonsh",
+                              "nushell", "powershell", "cmd", "rc"})
+    refused(dialect, "A-B", "A-B is not a valid name for a variable of a shell");
+  for (const char* dialect : {"make", "cmake"})
+    refused(dialect, "A-B", "A-B is not a valid name for a variable of a build system");
+  for (const char* dialect : {"dotenv", "systemd", "docker", "github"})
+    refused(dialect, "A-B", "A-B is not a name that such a file takes");
+  const struct {
+    const char *dialect, *out;
+  } rows[] = {
+      {"perl", "$ENV{\"A-B\"} = \"1\";\n"},
+      {"ruby", "ENV[\"A-B\"] = \"1\"\n"},
+      {"lua", "return {\n  [\"A-B\"] = \"1\",\n}\n"},
+      {"tcl",
+       "set ::zor_encoding [encoding system]\nencoding system iso8859-1\n"
+       "set \"::env(A-B)\" \"1\"\nencoding system $::zor_encoding\nunset ::zor_encoding\n"},
+      {"json", "{\n  \"A-B\": \"1\"\n}\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.dialect);
+    Expect(write(row.dialect, "A-B"), row.out, "", 0);
+  }
+}
+
+TEST_F(Dialects, ListsThatXonshWouldNotExpandAreTaken) {
+  warehouse_.Product("K/Contents/1.0/1", Insert("MY_PATH", "/a/~b:c~") + Insert("HOME_OF", "~/$x"));
+  Expect(Zor({"env", "-r", warehouse_.Root(), "-f", "xonsh", "K"}),
+         "${...}['HOME_OF'] = '~/$x'\n${...}['MY_PATH'] = '/a/~b:c~'\n", "", 0);
+}
+
+TEST_F(Dialects, WithoutAnInterpreterHereTheyRemoveAsTheirManualsSay) {
+  warehouse_.Product("D/Contents/1.0/1", Delete("PATH") + Insert("TAB", "a\tb%"));
+  const struct {
+    const char *dialect, *out;
+  } rows[] = {
+      {"nushell", "hide-env --ignore-errors PATH;\n$env.TAB = \"a\\tb%\";\n"},
+      {"powershell", "${env:PATH} = $null;\n${env:TAB} = \"a`tb%\";\n"},
+      {"cmd", "set \"PATH=\"\r\nset \"TAB=a\tb%%\"\r\n"},
+      {"fish", "set -e -g PATH;\nset -gx TAB 'a'\\t'b%';\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.dialect);
+    Expect(Zor({"env", "-r", warehouse_.Root(), "-f", row.dialect, "D"}), row.out, "", 0);
   }
 }
 
