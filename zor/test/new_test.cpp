@@ -180,6 +180,106 @@ TEST(UndoFile, SaysWhatCanNotBeUndone) {
          1);
 }
 
+// A product with the variable k, and what is made of its env.xml.
+struct Undone : Warehouse {
+  explicit Undone(const std::string& settings) {
+    File(InC("p"), "product.xml", ProductXml(Variety("<VAR n='k' v='%{HOME}/k'/>")));
+    File(InC("p"), "partlist.xml", PartListXml(""));
+    File(InC("p"), "env.xml", settings);
+  }
+  RunResult Run(const std::vector<std::string>& more = {}) const {
+    std::vector<std::string> words = {"undo-file", "-r", Root(), "C/p"};
+    words.insert(words.end(), more.begin(), more.end());
+    return Zor(words, {"HOME=/home/you"});
+  }
+};
+
+constexpr const char* kHead = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ENV-SETTINGS>\n";
+constexpr const char* kGroup = "  <ENV-GROUP>\n    <PATTERN/>\n";
+constexpr const char* kEnd = "  </ENV-GROUP>\n</ENV-SETTINGS>\n";
+
+std::string Removal(const std::string& name, const std::vector<std::string>& values) {
+  std::string text = "    <ENV-REMOVE>\n      <NAME>" + name + "</NAME>\n";
+  for (const std::string& value : values)
+    text += "      <VALUE>" + value + "</VALUE>\n";
+  return text + "    </ENV-REMOVE>\n";
+}
+
+TEST(UndoFile, LeavesOutWhereItIsOpenWhichSeparatorCounts) {
+  const std::string semicolon = "sep=';'";
+  const std::string place = "zor: C/p/1.0/1/env.xml:";
+  const auto open = [&](int line, const std::string& operation, int by) {
+    return place + std::to_string(line) + ": " + operation +
+           " can't be undone: which separator counts depends on the operation in line " +
+           std::to_string(by) + "; state it in both\n";
+  };
+  // The name that k gives may be any.
+  const Undone form(EnvXml("\n" + Insert("LIST", "a", "", semicolon) + "\n" + Insert("%(k)", "b")));
+  Expect(form.Run(), std::string(kHead) + "</ENV-SETTINGS>\n",
+         open(2, "ENV-INSERT of LIST", 3) + open(3, "ENV-INSERT of %(k)", 2), 0);
+}
+
+TEST(UndoFile, LeavesOutNamesThatPatternsGiveAnotherSeparator) {
+  const std::string semicolon = "sep=';'";
+  const Undone undone(EnvXml("\n" + Insert("FOO1", "a", "", semicolon) + "\n" +
+                             Remove("FOO*", "b") + "\n" + Insert("OTHER", "x")));
+  Expect(undone.Run(), std::string(kHead) + kGroup + Removal("OTHER", {"x"}) + kEnd,
+         "zor: C/p/1.0/1/env.xml:2: ENV-INSERT of FOO1 can't be undone: which separator counts "
+         "depends on the operation in line 3; state it in both\n"
+         "zor: C/p/1.0/1/env.xml:3: ENV-REMOVE of FOO* can't be undone: which separator counts "
+         "depends on the operation in line 2; state it in both\n"
+         "zor: OTHER is as before if it was set and had no empty or repeated elements; none may "
+         "have been x\n",
+         0);
+}
+
+TEST(UndoFile, SaysWhereNothingLeadsBack) {
+  const std::string condition =
+      "</ENV-GROUP><ENV-GROUP><PATTERN><MATCH host='unix-all'><VAR n='k' v='a&gt;&#9;&#10;&#13;b'/>"
+      "</MATCH></PATTERN>";
+  const Undone undone(EnvXml("\n" + Delete("MODE") + "\n" + Insert("MODE", "fast") + condition +
+                             "\n" + Insert("MODE", "slow") + "\n" + Insert("A=B", "x")));
+  Expect(undone.Run(),
+         std::string(kHead) + kGroup +
+             "    <ENV-DELETE>MODE</ENV-DELETE>\n  </ENV-GROUP>\n  <ENV-GROUP>\n    <PATTERN>\n"
+             "      <MATCH host=\"unix-all\"><VAR n=\"k\" v=\"a&gt;&#9;&#10;&#13;b\"/></MATCH>\n"
+             "    </PATTERN>\n" +
+             Removal("MODE", {"slow"}) + kEnd,
+         "zor: C/p/1.0/1/env.xml:2: ENV-DELETE of MODE can't be undone: what the variable held is "
+         "kept nowhere, so it can't be put back\n"
+         "zor: C/p/1.0/1/env.xml:5: ENV-INSERT of A=B can't be undone: no variable can have such "
+         "a name\n"
+         "zor: MODE is never quite as before: it had to be both set and not set\n",
+         0);
+}
+
+TEST(UndoFile, TakesOutPiecesAndSaysWhatMustStayTheSame) {
+  const Undone undone(EnvXml(
+      "\n" + Insert("LIST", "%(k)/y") + "\n" + Insert("LIST", "%{HOME}/a:%{HOME}/b::c") + "\n" +
+      Insert("LIST", "%[%(BASE-CNVR)/text]") + "\n" + Insert("LIST", "%{HOME}/a") + "\n" +
+      Remove("OWN", "o") + "\n" + Insert("TAKEN", "%{OLD_A}") + "\n" + Remove("OLD_*", "o")));
+  undone.Write("root/C/p/1.0/1/text", "t");
+  const std::string lost = " is kept nowhere, so it can't be put back\n";
+  Expect(
+      undone.Run({"--delete", "OWN,,"}),
+      std::string(kHead) + kGroup +
+          Removal("LIST", {"%(k)/y", "%{HOME}/a", "%{HOME}/b", "c", "%[%(BASE-CNVR)/text]"}) + kEnd,
+      "zor: C/p/1.0/1/env.xml:6: ENV-REMOVE of OWN can't be undone: what it takes out" + lost +
+          "zor: C/p/1.0/1/env.xml:7: ENV-INSERT of TAKEN can't be undone: %{OLD_A} has another "
+          "value once the product has changed OLD_A\n"
+          "zor: C/p/1.0/1/env.xml:8: ENV-REMOVE of OLD_* can't be undone: what it takes out" +
+          lost +
+          "zor: LIST is as before if it was set and had no empty or repeated elements; none may "
+          "have been /home/you/k/y, /home/you/a, /home/you/b, c, t; still the same must be "
+          "%{HOME}, %[%(BASE-CNVR)/text]\n"
+          "zor: OWN is as before if it was set and had no empty or repeated elements; none may "
+          "have been o\n"
+          "zor: OLD_* is as before if it was set and had no empty or repeated elements; none may "
+          "have been o\n",
+      0);
+  Expect(undone.Run({"--force"}), "", "zor: --force belongs to --write\n", 2);
+}
+
 // ---- Any env.xml ----
 
 using Table = std::map<std::string, std::string>;
