@@ -264,7 +264,8 @@ class Requests {
     for (const std::string& name : saved_names(context_.environment)) {
       const std::string path = saved_path(name, context_.environment);
       add(
-          name, path, [&] { return question_of(read_lock(content_of(path), path)); }, &affected);
+          name, fmt::format("@{}, saved", name),
+          [&] { return question_of(read_lock(content_of(path), path)); }, &affected);
     }
     return affected;
   }
