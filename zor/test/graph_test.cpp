@@ -330,6 +330,138 @@ TEST(Impact, CountsTheProductsOfAFile) {
          2);
 }
 
+TEST(Impact, AsksForOneProductOrFile) {
+  const Library library;
+  const std::string one =
+      "zor: say which product or file, and only one, as in: zor impact libs/graphics/fibre\n";
+  const struct {
+    std::vector<std::string> words;
+    std::string err;
+  } rows[] = {
+      {{"impact", "C/lib", "C/mid"}, one},
+      {{"impact", "-p", "C", "lib", "-p", "C", "mid"}, one},
+      {{"impact", "-p", "C", "lib", "--and", "-p", "C", "mid"}, one},
+      {{"impact", "-r"}, "zor: -r needs the root of a warehouse\n"},
+      {{"impact", "C/lib[k=1]"},
+       "zor: C/lib[k=1]: a product counts with all its varieties, so conditions have no place "
+       "here\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.words));
+    Expect(library.Run(row.words), "", row.err, 2);
+  }
+  const std::string second =
+      "C/top/1.1/1 includes C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n"
+      "the default requests lead to C/top/1.1/1, C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
+  for (const char* root : {"-r", "--root"})
+    Expect(Zor({"impact", root, library.Root(), "C/lib/2.0/1"}), second, library.Broken(), 0);
+  // With an open version, a revision is only of its own version.
+  Expect(library.Run({"impact", "C/lib/2.0/+"}), second, library.Broken(), 0);
+}
+
+TEST(Impact, TakesTheShortestOfTwoWaysAndFollowsCircles) {
+  Warehouse warehouse;
+  warehouse.Product("C/base/1.0/1");
+  warehouse.ProductWithParts("C/a/1.0/1", "", PartLine("b") + PartLine("c"));
+  warehouse.ProductWithParts("C/b/1.0/1", "", PartLine("c") + PartLine("a"));
+  warehouse.ProductWithParts("C/c/1.0/1", "", PartLine("base") + PartLine("b"));
+  // Two varieties of which the second is nearer.
+  warehouse.File("C/v/1.0/1", "product.xml",
+                 ProductXml("<VARIETY><VAR n='k' v='1'/><SEGMENT here='1'/></VARIETY>"
+                            "<VARIETY><VAR n='k' v='2'/><SEGMENT here='1'/></VARIETY>"));
+  const auto when = [](const std::string& value, const std::string& parts) {
+    return "<PARTSPEC><PATTERN><MATCH><VAR n='k' v='" + value + "'/></MATCH></PATTERN><PARTS>" +
+           parts + "</PARTS></PARTSPEC>";
+  };
+  warehouse.File(
+      "C/v/1.0/1", "partlist.xml",
+      "<PARTLIST>" + when("1", PartLine("b")) + when("2", PartLine("base")) + "</PARTLIST>");
+  warehouse.Write("root/zor.toml",
+                  "default = [\"@all\", \"C/base\"]\n[sets]\nall = [\"C/a\", \"C/b\"]\n");
+  const std::string base = "C/base/1.0/1 (at C/c/1.0/1/partlist.xml:2:3)\n";
+  const std::string c = "C/c/1.0/1 (at C/a/1.0/1/partlist.xml:3:3), " + base;
+  Expect(Zor({"impact", "-r", warehouse.Root(), "C/base"}),
+         "C/a/1.0/1 includes " + c +
+             "C/b/1.0/1 includes C/c/1.0/1 (at C/b/1.0/1/partlist.xml:2:3), " + base +
+             "C/c/1.0/1 includes " + base +
+             "C/v/1.0/1 includes C/base/1.0/1 (at C/v/1.0/1/partlist.xml:3:3)\n"
+             "the default requests lead to C/base/1.0/1\n@all leads to C/a/1.0/1, " +
+             c,
+         "", 0);
+}
+
+TEST(Impact, TellsWhatCanNotBeReadAndPassesOverWhatWasSavedElsewhere) {
+  Warehouse warehouse;
+  warehouse.Product(InC("lib"));
+  const std::string root = warehouse.Root(), broken = root + "/C/broken/1/1/env.xml";
+  Warehouse elsewhere("/tmp/elsewhere");
+  elsewhere.Product(InC("lib"));
+  for (const auto& [name, from] : {std::pair("here", root), std::pair("there", elsewhere.Root())})
+    warehouse.Write("config/zor/saved/" + std::string(name) + ".lock",
+                    Zor({"lock", "-r", from, "C/lib"}).out);
+  const auto run = [&](const std::string& product) {
+    return Zor({"impact", product},
+               {"ZORROOT=" + root, "XDG_CONFIG_HOME=" + (warehouse / "config")});
+  };
+  Expect(run("C/lib"), "@here, saved, leads to C/lib/1.0/1\n", "", 0);
+  warehouse.Write("config/zor/saved/here.lock", "");
+  warehouse.Write("root/zor.toml", "[sets]\nbad = ['C/none']\ngood = ['C/lib']\n");
+  Expect(run("C/lib"), "@good leads to C/lib/1.0/1\n",
+         "zor: @bad: there is no product C/none in " + root +
+             "\nzor avail lists what there is\n"
+             "zor: @here, saved: " +
+             (warehouse / "config/zor/saved/here.lock") +
+             ":1: this is no lock: 'zor-lock' must stand here\n",
+         0);
+  std::filesystem::remove(warehouse / "config/zor/saved/here.lock");
+  warehouse.Product("C/broken/1/1");
+  warehouse.File("C/broken/1/1", "env.xml", "<oops/>");
+  warehouse.Write("root/zor.toml", "[sets]\nall = ['C/broken']\n");
+  Expect(run("C/broken"), "@all leads to C/broken/1/1\n",
+         "zor: @all: " + broken +
+             ":1:1: the root is oops; the root of an env.xml is ENV-SETTINGS\n"
+             "  XML parsing error: the file is not read, and its product can't be used\n"
+             "  write ENV-SETTINGS, in its end tag too\n"
+             "  see zorenv-warehouse(5), ENV.XML AND UNENV.XML\n"
+             "zor: C/broken/1/1: XML parsing error in File " +
+             broken + "\n",
+         0);
+}
+
+// A file may lie deeper than its product, above all products, or beside the warehouse.
+TEST(Impact, KnowsWhoseAFileIs) {
+  Warehouse warehouse;
+  const std::string root = warehouse.Root();
+  warehouse.Product("a/b/P/1/1");
+  const std::string deep = warehouse.Write("root/a/b/P/1/1/x/y/z.txt", "deep");
+  const std::string above = warehouse.Write("root/a/b/notes", "above");
+  const std::string lone = warehouse.Write("root/d/e/f/g/h/lone.txt", "of no product");
+  const std::string beside = warehouse.Write("beside/file.txt", "outside");
+  warehouse.Link("root/a/b/P/1/1/linked", beside);
+  warehouse.Product("a/b/Q/1/1");
+  warehouse.File("a/b/Q/1/1", "partlist.xml",
+                 PartListXml("<FILE name='" + (warehouse / "other/file.txt") + "'/><FILE name='" +
+                             (warehouse / "beside/../beside/file.txt") + "'/>"));
+  warehouse.Write("other/file.txt", "of the same name");
+  const auto expect = [&](const std::string& file, const std::string& out, const std::string& err,
+                          int status) {
+    SCOPED_TRACE(file);
+    Expect(Zor({"impact", "-r", root, file}), out, err, status);
+  };
+  const std::string none = "zor: nothing includes it\n";
+  expect(deep, "a/b/P/1/1\n", "", 0);
+  expect("a/b/P/1/1/x/y/z.txt", "a/b/P/1/1\n", "", 0);
+  expect(above, "", none, 1);
+  expect(lone, "", none, 1);
+  expect(beside, "a/b/Q/1/1\n", "", 0);
+  // A link is its product's, and what it leads to is the other's.
+  expect(root + "/a/b/P/1/1/linked", "a/b/P/1/1\na/b/Q/1/1\n", "", 0);
+  RunOptions inside;
+  inside.environment = PlainEnvironment();
+  inside.directory = root + "/a/b/P/1/1/x/y";
+  Expect(RunProgram({ZOR_PROGRAM, "impact", "-r", root, "z.txt"}, inside), "a/b/P/1/1\n", "", 0);
+}
+
 // Two versions of a product, and one that adds to the first.
 struct Versions : Warehouse {
   Versions() {
@@ -392,6 +524,58 @@ TEST(Diff, ComparesWithThePresentEnvironment) {
          2);
   Expect(versions.Run({}), "",
          "zor: say which two requests, as in: zor diff tools/weaver/1.9 --with tools/weaver\n", 2);
+}
+
+TEST(Diff, TellsWhatIsNotSetAndWhatGivesNothing) {
+  Versions versions;
+  versions.Product("C/none/1/1", Delete("NEW") + Delete("GONE"));
+  versions.File("C/empty/1/1", "product.xml",
+                ProductXml("<VARIETY><VAR n='k' v='1'/><SEGMENT here='1'/></VARIETY>"));
+  versions.File("C/empty/1/1", "partlist.xml", PartListXml(""));
+  const std::string silent = "zor: no variety of C/empty/1/1 has k=2; there are 1\n";
+  Expect(versions.Run({"C/Q", "--with", "C/none"}, {"GONE=x"}),
+         "--- C/Q\n+++ C/none\nProducts:\n  - C/Q/1/1\n  + C/none/1/1\n"
+         "GONE (is not set):\n  - x\nLIST (is not set):\n  - z  C/Q/1/1/env.xml:2:1\n",
+         "", 1);
+  Expect(versions.Run({"C/empty[k=2]"}), "", silent, 0);
+  const RunResult json = versions.Run({"C/Q", "--json"}, {"LIST=a"});
+  ExpectValid(json.out, "diff");
+  EXPECT_EQ(0u, json.out.find("{\n  \"version\": 1,\n  \"first\": {\n    \"title\": \"the present "
+                              "environment\",\n    \"root\": null\n  },\n"))
+      << json.out;
+}
+
+TEST(Diff, SidesStateWhatTheyMean) {
+  const Versions versions;
+  const std::string lock =
+      versions.Write("one.lock", Zor({"lock", "C/P/1"}, {"ZORROOT=" + versions.Root()}).out);
+  const std::string taken =
+      "zor: a lock takes the place of a request, so name no product with it\n";
+  const std::string which =
+      "zor: say which two requests, as in: zor diff tools/weaver/1.9 --with tools/weaver\n";
+  Expect(versions.Run({"--locked", lock, "C/P", "--with", "C/P/1"}), "", taken, 2);
+  Expect(versions.Run({"--with", "--locked", lock}), "", which, 2);
+  Expect(versions.Run({"C/P", "--with", "C/P", "-r"}), "",
+         "zor: -r needs the root of a warehouse\n", 2);
+  Expect(versions.Run({"C/P", "--with", "--locked"}), "",
+         "zor: --locked: 1 required TEXT missing\nzor diff --help tells what it takes\n", 2);
+  // A lock by itself is compared with the present environment, wherever its warehouse is now.
+  const RunResult one = versions.Run({lock});
+  EXPECT_EQ(1, one.status) << one.err;
+  EXPECT_EQ(0u, one.out.find("--- the present environment\n+++ " + lock + "\nLIST")) << one.out;
+  EXPECT_EQ(one.out, versions.Run({"--root", versions.Root(), "--locked", lock}).out);
+  EXPECT_EQ(one.out, versions.Run({lock}, {"ZORROOT=/nowhere"}).out);
+}
+
+TEST(Diff, FailsWithTheStatusOfTrouble) {
+  Versions versions;
+  versions.Product("C/shut/1/1", Remove("LIST", "z"));
+  const RunResult clash = versions.Run({"C/Q", "--with", "C/Q", "C/shut"});
+  EXPECT_EQ("", clash.out);
+  EXPECT_EQ(0u, clash.err.find("zor: value z is both inserted and removed in environment variable "
+                               "LIST\n  inserted by C/Q/1/1 ("))
+      << clash.err;
+  EXPECT_EQ(2, clash.status);
 }
 
 TEST(Diff, ComparesTwoLocks) {
