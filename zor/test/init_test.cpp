@@ -508,6 +508,104 @@ TEST_P(InitOfCsh, AnotherQuotingIsRefused) {
   }
 }
 
+// A copy of the program in a directory of that name.
+std::string CopyIn(const TemporaryTree& tree, const std::string& directory) {
+  const std::string path = tree.Directory(directory) + "/zor";
+  std::filesystem::copy_file(ZOR_PROGRAM, path);
+  return path;
+}
+
+TEST(InitProgram, QuotesItsOwnPathForCsh) {
+  TemporaryTree tree;
+  const std::string odd = CopyIn(tree, "A z0{9}\u00e9@,%+=^~");
+  const std::string csh = RunProgram({odd, "init", "csh"}).out;
+  EXPECT_EQ(0u, csh.find("alias zor '")) << csh;
+  // Nothing is left that could part the fields of a rule, so tcsh has no completion.
+  EXPECT_EQ(csh, RunProgram({odd, "init", "tcsh"}).out);
+  const std::string marked = CopyIn(tree, "a!b");
+  for (const char* shell : {"csh", "tcsh"})
+    Expect(RunProgram({marked, "init", shell}), "",
+           "zor: csh can't take the path of this program, which holds a line end or its mark of "
+           "history\n",
+           1);
+  if (access("/bin/tcsh", X_OK) != 0) GTEST_SKIP() << "tcsh is not installed";
+  const std::string script =
+      tree.Write("script", "source " + tree.Write("start", csh) + "\nzor platform\n");
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  Expect(RunProgram({"/bin/tcsh", "-f", script}, options), Zor({"platform"}).out, "", 0);
+}
+
+// The steps of the alias of csh: a file for the script, the run that writes it, and what is left.
+TEST(InitProgram, MakesTheFileOfCshWhereItCan) {
+  TemporaryTree tree;
+  const auto made_in = [&](const std::string& variable) {
+    const RunResult result = Zor({"--csh-file"}, {variable});
+    EXPECT_EQ(0, result.status);
+    const std::string path = result.out.substr(0, result.out.size() - 1);
+    EXPECT_EQ("", ReadFile(path));
+    std::filesystem::remove(path);
+    return path.substr(0, path.rfind('/'));
+  };
+  EXPECT_EQ(tree.path(), made_in("TMPDIR=" + tree.path()));
+  EXPECT_EQ("/tmp", made_in("TMPDIR="));
+  EXPECT_EQ("/tmp", made_in("TMPDIR=" + tree.Directory("two\nlines")));
+  const std::string none = tree / "none";
+  const RunResult failed = Zor({"--csh-file"}, {"TMPDIR=" + none});
+  EXPECT_EQ("", failed.out);
+  EXPECT_EQ(0u, failed.err.find("zor: " + none + "/zor.")) << failed.err;
+  EXPECT_TRUE(failed.err.ends_with(": No such file or directory; nothing was changed\n"))
+      << failed.err;
+  EXPECT_EQ(2, failed.status);
+  // Without a file nothing more is said, and where it has gone the step fails.
+  Expect(Zor({"--csh-before", "00", "", "load", "x"}), "", "", 2);
+  Warehouse warehouse;
+  warehouse.Product("C/a/1.0/1", Insert("A", "1"));
+  Expect(Zor({"--csh-before", "00", none, "load", "-r", warehouse.Root(), "C/a"}), "",
+         "zor: " + none + ": No such file or directory\n", 2);
+}
+
+TEST(InitProgram, RefusesAnotherQuotingOfCsh) {
+  TemporaryTree tree;
+  const std::string file = tree.Write("file", "");
+  const std::string told =
+      "zor: unset histchars and backslash_quote, which change how csh quotes; nothing was "
+      "changed\n";
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {"--csh-before", "10", file, "load", "x"}, {"--csh-before", "00", file, "!*"}}) {
+    tree.Write("file", "");
+    Expect(Zor(words), "", told, 2);
+    EXPECT_FALSE(std::filesystem::exists(file));
+  }
+  // Words that only look like a step are none.
+  Expect(Zor({"--csh-before", "00"}), "",
+         "zor: there is no command --csh-before; zor --help lists what there is\n", 2);
+  // What csh could not read has changed nothing.
+  tree.Write("file", "");
+  Expect(Zor({"--csh-after", "1", file, "load", "x"}), "",
+         "zor: csh refuses one of the variables; nothing was changed\n", 1);
+  Expect(Zor({"--csh-after", "1", file, "load", "x"}), "", "", 1);
+}
+
+TEST(InitProgram, HandsNushellARecordInPlaceOfAScript) {
+  Warehouse warehouse;
+  warehouse.Product("C/a/1.0/1", Insert("A", "q\"'\n$x") + Delete("GONE"));
+  const auto load = [&](const std::string& value) {
+    return Zor({"--shell", "nushell", "load", "-r", warehouse.Root(), "C/a"}, {"GONE=" + value});
+  };
+  const RunResult result = load("x");
+  EXPECT_EQ("", result.err);
+  EXPECT_EQ(0u, result.out.find("{\"set\":{\"A\":\"q\\\"'\\n$x\",\"ZOR_SESSION\":\""))
+      << result.out;
+  EXPECT_TRUE(result.out.ends_with("\"},\"unset\":[\"GONE\"]}\n")) << result.out;
+  // What nushell keeps for itself is refused, as in its dialect.
+  warehouse.Product("C/a/1.0/1", Insert("FILE_PWD", "x"));
+  Expect(load("x"), "",
+         "zor: the format nushell can't carry these variables, so nothing was written:\n"
+         "  FILE_PWD is kept for itself by nushell\n",
+         1);
+}
+
 TEST(InitProgram, TellsWhichShellsThereAre) {
   const std::string names =
       "bash, zsh, sh, dash, busybox, ksh, mksh, fish, csh, tcsh, elvish, xonsh, nushell, "
