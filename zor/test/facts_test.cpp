@@ -167,9 +167,12 @@ TEST(Avail, CountsTheColumnsOfWideAndCombiningCharacters) {
 
 TEST(Avail, NamesThatAreNoTextStayWhatTheyAre) {
   Warehouse warehouse;
+  warehouse.Product("C/del\x7F/1/1");
   warehouse.Product("C/x\xFF\x1By/1/1");
-  Expect(Zor({"avail", "-r", warehouse.Root()}), "C/x\xFF\x1By/1/1 (latest)\n", "", 0);
-  EXPECT_EQ("C/x\\xff\\x1by/1/1 (latest)\n", OnTerminal(80, {"avail", "-r", warehouse.Root()}));
+  Expect(Zor({"avail", "-r", warehouse.Root()}),
+         "C/del\x7F/1/1 (latest)\nC/x\xFF\x1By/1/1 (latest)\n", "", 0);
+  EXPECT_EQ("C/del\\x7f/1/1 (latest)  C/x\\xff\\x1by/1/1 (latest)\n",
+            OnTerminal(80, {"avail", "-r", warehouse.Root()}));
   const RunResult json = Zor({"avail", "--json", "-r", warehouse.Root()});
   ExpectValid(json.out, "avail");
   // 78 FF 1B 79 in base64.
@@ -359,6 +362,7 @@ TEST(Show, TellsWhatIsWrongWithAProduct) {
   const std::string one = "zor: say which product, and only one, as in: zor show tools/weaver\n";
   Expect(Zor({"show", "-r", root}), "", one, 2);
   Expect(Zor({"show", "-r", root, "C/P", "C/Q"}), "", one, 2);
+  Expect(Zor({"show", "-r", root, "C/P", "//", "C/Q"}), "", one, 2);
   Expect(Zor({"show", "-r", root, "C/Q[a=b]"}), "",
          "zor: C/Q[a=b]: a product is shown with all its varieties, so conditions have no place "
          "here\n",
@@ -472,6 +476,88 @@ TEST(Search, PassesOverBrokenProducts) {
          "zor: passed over C/P/1/1: " + file +
              ":1:1: the root is NO; the root of a product.xml is PRODUCT-INFO or VARIETIES\n",
          0);
+}
+
+// Products whose settings are old recipes, as zorenv replays them.
+struct Recipes : Warehouse {
+  Recipes() {
+    const std::string one = "\n<SETENV op='append' name='L' value='%(NONE)'/>";
+    Replayed("C/q/1/1", one, "");
+    Replayed("C/p/1/1",
+             "\n<SETENV op='set' name='L' value='x:y:x'/>\n<SETENV op='set' name='L'/>"
+             "\n<SETENV op='append' name='M' value='m'/>",
+             "\n<SETENV op='delete' name='M'/>\n<SETENV op='unappend' name='L' value='x'/>");
+    // Where there are settings for either, no recipe is replayed.
+    Replayed("C/off/1/1", "\n<SETENV op='set' name='L' value='off'/>", "");
+    File("C/off/1/1", "unenv.xml", EnvXml(""));
+  }
+  void Replayed(const std::string& directory, const std::string& setup, const std::string& unset) {
+    Product(directory);
+    std::filesystem::remove(Root() + "/" + directory + "/env.xml");
+    File(directory, "setup.xml", RecipeXml(setup));
+    if (!unset.empty()) File(directory, "unset.xml", RecipeXml(unset));
+  }
+  RunResult Run(std::vector<std::string> words) const {
+    words.insert(words.begin() + 1, {"-r", Root()});
+    return Zor(words, {"L=a:x", "M=b"});
+  }
+};
+
+TEST(OldRecipes, AreToldStepByStep) {
+  const Recipes recipes;
+  const auto by = [&](const std::string& what, const std::string& place) {
+    return "    " + what + " by C/p/1/1 (" + recipes.Root() + "/C/p/1/1/" + place +
+           ")\n      named as C/p\n";
+  };
+  // A list that is put in may repeat itself, and without a value nothing is put in.
+  Expect(recipes.Run({"env", "C/p"}), "L='x:y:x'; export L;\nM='b:m'; export M;\n", "", 0);
+  const std::string before = "    was there before\n";
+  const std::string set = "L\n  x\n" + before + by("inserted", "setup.xml:2:1") + "  y\n" +
+                          by("inserted", "setup.xml:2:1") + "  a, which is not there\n" + before +
+                          by("removed", "setup.xml:2:1");
+  Expect(recipes.Run({"why", "C/p", "L"}), set, "", 0);
+  Expect(recipes.Run({"why", "C/p", "C/off", "L"}), set, "", 0);
+  Expect(recipes.Run({"env", "-u", "C/p"}), "L='a'; export L;\nunset M;\n", "", 0);
+  const std::string m = "M\n  b, which is not there\n" + before + by("removed", "unset.xml:2:1");
+  Expect(recipes.Run({"why", "-u", "C/p", "M"}), m, "", 0);
+  Expect(recipes.Run({"why", "-u", "C/p", "--all"}),
+         "L\n  a\n" + before + "  x, which is not there\n" + before +
+             by("removed", "unset.xml:3:1") + m,
+         "", 0);
+}
+
+TEST(OldRecipes, ThatNameWhatNothingDefinesAreFaults) {
+  const Recipes recipes;
+  const std::string told =
+      "zor: " + recipes.Root() +
+      "/C/q/1/1/setup.xml:2:37: % variable NONE is not defined\n  defined are BASE-DIRECTORY, FS, "
+      "EXE, DLL, LIB, THIS-CNVR, PLAT-THIS-CNVR, BASE-CN, BASE-CNV, BASE-CNVR, BINPATH, "
+      "HOST-PLATFORM, THIS-CATEGORY, THIS-NAME, THIS-REV, THIS-VERSION and PLAT-CATEGORY\n"
+      "  write one of these, or give the variety a VAR of that name in product.xml\n"
+      "  see zorenv-warehouse(5), EXPANSION\n";
+  Expect(recipes.Run({"env", "C/q"}), "", told, 1);
+  Expect(recipes.Run({"why", "C/q", "L"}), "", told, 1);
+}
+
+TEST(Files, AreListedOnceAndWhereverTheyLie) {
+  Warehouse warehouse;
+  const std::string outside = warehouse.Write("outside", "");
+  warehouse.File("C/P/1/1", "product.xml",
+                 ProductXml("<VARIETY><VAR n='k' v='1'/><SEGMENT here='1'/></VARIETY>"
+                            "<VARIETY><VAR n='k' v='2'/><SEGMENT here='1'/></VARIETY>"
+                            "<VARIETY><VAR n='k' v='3'/><SEGMENT here='0'/></VARIETY>"));
+  const auto when = [](const std::string& value, const std::string& parts) {
+    return "<PARTSPEC><PATTERN><MATCH><VAR n='k' v='" + value + "'/></MATCH></PATTERN><PARTS>" +
+           parts + "</PARTS></PARTSPEC>";
+  };
+  warehouse.File("C/P/1/1", "partlist.xml",
+                 "<PARTLIST>" +
+                     when("1", "<FILE name='same'/><FILE name='own.%(k)'/><FILE name='%(NONE)'/>") +
+                     when("2", "<FILE name='same'/><FILE name='" + outside + "'/>") +
+                     when("3", "<FILE name='not.here'/>") + "</PARTLIST>");
+  warehouse.Write("root/C/P/1/1/own.1", "");
+  Expect(Zor({"files", "-r", warehouse.Root(), "C/P"}), "same (missing)\nown.1\n" + outside + "\n",
+         "", 0);
 }
 
 TEST(Which, FindsTheCommandInTheNewEnvironment) {
