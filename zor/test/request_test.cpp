@@ -338,6 +338,34 @@ TEST(Env, AScriptThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(2, result.status);
 }
 
+TEST(Program, SaysHowItIsUsed) {
+  const std::string usage = Zor({"--help"}).out;
+  EXPECT_EQ(0u, usage.find("usage: zor COMMAND [REQUEST] [OPTION]...\n\n")) << usage;
+  EXPECT_NE(std::string::npos, usage.find("\n  load       load products into this shell\n"));
+  for (const char* word : {"-h", "help"})
+    Expect(Zor({word}), usage, "", 0);
+  Expect(Zor({}), "", usage, 2);
+  Expect(Zor({"--timeout", "5"}), "", usage, 2);
+  for (const char* option : {"--timeout", "--shell"})
+    Expect(Zor({option}), "", "zor: " + std::string(option) + " needs a value\n", 2);
+  Expect(Zor({"status", "--timeout"}), "",
+         "zor: --timeout: 1 required TEXT missing\nzor status --help tells what it takes\n", 2);
+}
+
+TEST(Program, GivesUpAfterATimeThatIsANumberOfSeconds) {
+  for (const char* time : {"x", "1x", "-1", "1e7", "inf", "nan", ""})
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"--timeout", time, "status"}, {"status", "--timeout=" + std::string(time)}}) {
+      if (words[0] == "--timeout" && words[1].empty()) continue;
+      SCOPED_TRACE(testing::PrintToString(words));
+      Expect(Zor(words), "",
+             "zor: --timeout needs a number of seconds, not '" + std::string(time) + "'\n", 2);
+    }
+  // 0 is never.
+  for (const char* time : {"0", "0.5", "1e6"})
+    Expect(Zor({"status", "--timeout", time}), "nothing is loaded\n", "", 0);
+}
+
 TEST(Messages, HoldNothingThatSteersATerminal) {
   Expect(ZorOnExamples({"env",
                         "\x1b"

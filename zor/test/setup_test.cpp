@@ -54,6 +54,46 @@ TEST_F(Setup, ShowsWhatItWouldWriteAndWritesNothing) {
          2);
 }
 
+TEST_F(Setup, KnowsTheFilesOfEachShell) {
+  const std::string sh = "/profile.d/zor.sh was written\n", bash = "/bash.bashrc was written\n";
+  const struct {
+    const char* shell;
+    std::vector<std::string> files;
+  } rows[] = {
+      {"sh", {sh}},
+      {"dash", {sh}},
+      {"ksh", {sh}},
+      {"mksh", {sh}},
+      {"bash", {sh, bash}},
+      {"zsh", {"/zsh/zshenv was written\n"}},
+      {"csh", {"/csh.cshrc was written\n"}},
+      {"tcsh", {"/csh.cshrc was written\n"}},
+      {"fish", {"/fish/conf.d/zor.fish was written\n"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.shell);
+    const std::string etc = tree_ / ("of." + std::string(row.shell));
+    std::string told;
+    for (const std::string& file : row.files)
+      told += etc + file;
+    Expect(Zor({"setup", "--install", "--etc", etc, "--shell", row.shell}), told, "", 0);
+  }
+  Expect(Zor({"setup", "--shell", "nonesuch"}), "",
+         "zor: there is no start-up file for nonesuch; there are some for sh, bash, zsh, csh, "
+         "fish\n",
+         2);
+}
+
+TEST_F(Setup, RefusesPathsThatSomeFamilyReadsInAnotherWay) {
+  for (const char* path : {"/a'b", "/a\\b", "/a!b"})
+    Expect(Zor({"setup", "--install", "--etc", tree_ / "none", "--root", path}), "",
+           "zor: " + std::string(path) +
+               ": a path in a start-up file can hold no quote, backslash, exclamation mark or line "
+               "end\n",
+           1);
+  EXPECT_FALSE(std::filesystem::exists(tree_ / "none"));
+}
+
 TEST_F(Setup, ASecondTimeChangesNothing) {
   const RunResult again =
       Zor({"setup", "--install", "--etc", etc_, "--root", Examples(), "--shell", "zsh"});
