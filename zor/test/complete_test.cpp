@@ -145,6 +145,7 @@ TEST(Complete, PassesOverTheOptionsAndConditionsOfARequest) {
       {{"check", "--rule", ""}, ""},
       {{"platform", ""}, ""},
       {{"env", "-p"}, "-p\ta product, as zorenv takes it\n"},
+      {{"setup", "--shell", "fi"}, "fish\n"},
       {{"avail", "-p"}, ""},
       {{"avail", "--js"}, "--json\tas JSON\n"},
   };

@@ -355,7 +355,9 @@ TEST(Impact, AsksForOneProductOrFile) {
       "the default requests lead to C/top/1.1/1, C/lib/2.0/1 (at C/top/1.1/1/partlist.xml:2:3)\n";
   for (const char* root : {"-r", "--root"})
     Expect(Zor({"impact", root, library.Root(), "C/lib/2.0/1"}), second, library.Broken(), 0);
-  // With an open version, a revision is only of its own version.
+  Expect(library.Run({"impact", "-p", "C", "lib", "1.0", "2"}), "",
+         library.Broken() + "zor: nothing includes it\n", 1);
+  // A revision that is left open is any.
   Expect(library.Run({"impact", "C/lib/2.0/+"}), second, library.Broken(), 0);
 }
 
@@ -605,6 +607,14 @@ TEST(Diff, ComparesTwoLocks) {
   Expect(versions.Run({first, again}),
          "--- " + first + "\n+++ " + again + "\nData files:\n  changed C/P/1/1/env.xml\n", changed,
          1);
+  // Those of the second are read all the same.
+  const RunResult turned = versions.Run({second, first});
+  EXPECT_EQ(0u,
+            turned.out.find("--- " + second + "\n+++ " + first +
+                            "\nProducts:\n  + C/P/1/1\n  - C/P/2/1\nData files:\n  added C/P/1/1/"))
+      << turned.out;
+  EXPECT_EQ(changed, turned.err);
+  EXPECT_EQ(1, turned.status);
   // What the same pins led to was the same.
   Expect(versions.Run({first, first}), "", changed + changed, 0);
 }
@@ -624,6 +634,54 @@ TEST(Diff, ComparesTwoWarehouses) {
              "PATH:\n  - %(BASE-DIRECTORY)/C/P/1/1/bin  C/P/1/1/env.xml:2:1\n"
              "  + %(BASE-DIRECTORY)/C/P/1/1/lib  C/P/1/1/env.xml:2:1\n",
          "", 1);
+}
+
+TEST(Diff, LeavesOpenWhatItCanNotCompute) {
+  const Versions versions;
+  std::filesystem::copy(versions.Root(), versions / "other",
+                        std::filesystem::copy_options::recursive);
+  const auto lock = [&](const std::string& name, const std::string& root) {
+    return versions.Write(name, Zor({"lock", "-r", root, "C/P/1"}).out);
+  };
+  const std::string first = lock("first.lock", versions.Root());
+  const std::string other = lock("other.lock", versions / "other");
+  versions.Write("root/C/P/1/1/env.xml", EnvXml(""));
+  const auto run = [&](const std::vector<std::string>& words) { return Zor(words); };
+  Expect(run({"diff", first, other}), "",
+         "zor: the two locks are alike, but the files that they name are not what they were\n"
+         "zor: " +
+             first + " does not hold any more in " + versions.Root() +
+             ", so its environment can't be computed:\nzor:   changed: C/P/1/1/env.xml\n",
+         2);
+  // A file that is no lock is no more than a word.
+  const std::string plain = versions.Write("plain", "no lock");
+  Expect(versions.Run({plain, "C/P"}), "",
+         "zor: there is no product " + plain + " in " + versions.Root() +
+             "\nzor avail lists what there is\n",
+         2);
+}
+
+TEST(Diff, KnowsTheRootOnlyAsAWholeElement) {
+  Versions versions;
+  versions.Product("C/P/3/1", "\n" + Insert("AT", "%(BASE-DIRECTORY)") + "\n" +
+                                  Insert("BESIDE", "%(BASE-DIRECTORY)-old/x"));
+  std::filesystem::copy(versions.Root(), versions / "other",
+                        std::filesystem::copy_options::recursive);
+  Expect(versions.Run({"C/P/3", "--with", "-r", versions / "other"}),
+         "--- C/P/3\n+++ -r " + (versions / "other") + " C/P/3\nBESIDE:\n  - " + versions.Root() +
+             "-old/x  C/P/3/1/env.xml:3:1\n  + " + (versions / "other") +
+             "-old/x  C/P/3/1/env.xml:3:1\n",
+         "", 1);
+}
+
+TEST(Diff, TellsOfOldRecipes) {
+  Versions versions;
+  versions.Product("C/old/1/1");
+  std::filesystem::remove(versions.Root() + "/C/old/1/1/env.xml");
+  versions.File("C/old/1/1", "setup.xml",
+                RecipeXml("\n<SETENV op='append' name='LIST' value='r'/>"));
+  Expect(versions.Run({"C/old"}, {"LIST=a"}),
+         "--- the present environment\n+++ C/old\nLIST:\n  + r  C/old/1/1/setup.xml:2:1\n", "", 1);
 }
 
 // The words of the example that --help of a command ends with.

@@ -180,6 +180,19 @@ TEST(UndoFile, SaysWhatCanNotBeUndone) {
          1);
 }
 
+TEST(New, TakesNamesOfAllLettersAndTellsWhatTheDiskDoesNotTake) {
+  Warehouse warehouse;
+  const std::string root = warehouse.Root(), directory = root + "/C/\u00fcber/1/1/";
+  Expect(Zor({"new", "-r", root, "C/\u00fcber/1/1"}),
+         directory + "product.xml\n" + directory + "unenv.xml\n" + directory + "env.xml\n" +
+             directory + "partlist.xml\n",
+         "", 0);
+  const std::string longest(256, 'x');
+  Expect(Zor({"new", "-r", root, "D/" + longest + "/1/1"}), "",
+         "zor: " + root + "/D/" + longest + ": File name too long; nothing was written\n", 1);
+  EXPECT_FALSE(fs::exists(root + "/D"));
+}
+
 // A product with the variable k, and what is made of its env.xml.
 struct Undone : Warehouse {
   explicit Undone(const std::string& settings) {

@@ -110,7 +110,8 @@ TEST(Saved, NeedsANameAndAPlace) {
          2);
   Expect(desk.Run("zor load wheel; unset XDG_CONFIG_HOME; zor save wheel"), "", nowhere, 1);
   // A directory that depends on where one is counts as none.
-  for (const char* none : {"unset HOME; XDG_CONFIG_HOME=", "HOME=; XDG_CONFIG_HOME=config"}) {
+  for (const char* none :
+       {"unset HOME; XDG_CONFIG_HOME=", "export HOME=; XDG_CONFIG_HOME=config"}) {
     SCOPED_TRACE(none);
     Expect(desk.Run(std::string(none) + "; zor save wheel"), "", nowhere, 1);
     Expect(desk.Run(std::string(none) + "; zor restore wheel"), "", nowhere, 1);
@@ -151,6 +152,21 @@ TEST(Saved, AFailureLeavesWhatWasSavedBefore) {
   for (const auto& entry : std::filesystem::directory_iterator(desk / "config/zor/saved"))
     files += entry.is_regular_file();
   EXPECT_EQ(1, files);
+}
+
+TEST(Saved, WhatCanNotBeWrittenLeavesNothingBehind) {
+  const Desk desk;
+  desk.Directory("config/zor/saved/taken.lock");
+  Expect(desk.Run("zor load wheel; zor save taken"), "",
+         "zor: " + desk.Saved("taken") + ": Is a directory\n", 1);
+  // With the letters behind it that make it one of its own.
+  const std::string longest(250, 'x');
+  Expect(desk.Run("zor load wheel; zor save " + longest), "",
+         "zor: " + desk.Saved(longest) + ": File name too long\n", 1);
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(desk / "config/zor/saved"))
+    files += entry.is_regular_file();
+  EXPECT_EQ(0, files);
 }
 
 TEST(Defaults, AreWhatLoadAloneLoads) {
@@ -274,7 +290,7 @@ TEST(Log, NeverFailsAndNeverWaits) {
        {"file = '" + (desk / "pipe") + "'", "file = '" + (desk / "none/log") + "'",
         std::string("file = '/dev/full'"), std::string("program = ['/none']"),
         std::string("program = ['/bin/sleep', '20']"), std::string("program = []"),
-        std::string("syslog = true")}) {
+        std::string("file = ''"), std::string("syslog = true")}) {
     SCOPED_TRACE(where);
     desk.Write("root/zor.toml", "[log]\n" + where + "\n");
     Expect(desk.Run("zor load loom/1.9; echo $LOOM", {"ZOR_SYSLOG=" + (desk / "pipe")}), "1.9\n",
