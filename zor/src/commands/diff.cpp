@@ -553,14 +553,9 @@ Json document_of(const Difference& all, const Side& one, const Side& two) {
   Json variables = Json::array();
   for (const VariableDifference& variable : all.variables)
     variables.push_back(json_of(variable));
-  return {{"version", 1},
-          {"first", json_of(one)},
-          {"second", json_of(two)},
-          {"alike", all.empty() && all.is_computed},
-          {"computed", all.is_computed},
-          {"products", products},
-          {"files", files},
-          {"variables", variables}};
+  return {{"version", 1},         {"first", json_of(one)},       {"second", json_of(two)},
+          {"alike", all.empty()}, {"computed", all.is_computed}, {"products", products},
+          {"files", files},       {"variables", variables}};
 }
 
 }  // namespace
