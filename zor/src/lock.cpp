@@ -376,7 +376,7 @@ std::vector<std::string> saved_names(const Environment& environment) {
   const Directory stream(opendir(directory.c_str()));
   while (const dirent* entry = stream ? readdir(stream.get()) : nullptr) {
     const std::string_view name = entry->d_name;
-    if (!name.starts_with('.') && name.ends_with(kEnding) && name.size() > kEnding.size())
+    if (!name.starts_with('.') && name.ends_with(kEnding))
       names.emplace_back(name.substr(0, name.size() - kEnding.size()));
   }
   std::sort(names.begin(), names.end());
