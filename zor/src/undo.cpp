@@ -82,8 +82,7 @@ class Operations {
   explicit Operations(const ProductFacts& facts) {
     std::unordered_map<std::string, std::size_t> groups;
     for (const Operation& operation : facts.operations)
-      if (operation.kind != OperationKind::kRecipe)
-        add(operation, groups.emplace(key_of(operation.when), groups.size()).first->second);
+      add(operation, groups.emplace(key_of(operation.when), groups.size()).first->second);
     for (std::size_t i = 0; i < operations_.size(); ++i)
       names_[name_of_[i]].own.first.try_emplace(separator_for_elements(i), i);
     relate();
@@ -259,7 +258,7 @@ class Undoing {
       take_emptied(i);
     else if (operation.kind == OperationKind::kInsert)
       take_insert(i);
-    else if (operation.kind == OperationKind::kRemove)
+    else
       take_remove(i);
   }
 
