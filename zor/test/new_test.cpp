@@ -266,6 +266,40 @@ TEST(UndoFile, SaysWhereNothingLeadsBack) {
          0);
 }
 
+TEST(UndoFile, KeepsGroupsApartAndNamesAsTheyAreWritten) {
+  std::string settings = "<ENV-SETTINGS>", text = kHead;
+  for (const std::string condition : {"unix-all 1", "all-x86 1", "all-x86 2"}) {
+    const std::string host = condition.substr(0, condition.size() - 2);
+    const std::string value = condition.substr(condition.size() - 1);
+    const std::string match =
+        "<MATCH host=\"" + host + "\"><VAR n=\"k\" v=\"" + value + "\"/></MATCH>";
+    settings += "<ENV-GROUP><PATTERN>" + match + "</PATTERN>" + Insert("A", value) + "</ENV-GROUP>";
+    text += "  <ENV-GROUP>\n    <PATTERN>\n      " + match + "\n    </PATTERN>\n" +
+            Removal("A", {value}) + "  </ENV-GROUP>\n";
+  }
+  const Undone groups(settings + "</ENV-SETTINGS>");
+  Expect(groups.Run(), text + "</ENV-SETTINGS>\n",
+         "zor: A is as before if it was set and had no empty or repeated elements\n", 0);
+}
+
+TEST(UndoFile, TakesPatternsAndFormsForWhatTheyMayMean) {
+  const Undone undone(EnvXml("\n" + Remove("FOO*", "b") + "\n" + Insert("%(k)", "c") + "\n" +
+                             Remove("%(k)*", "d")));
+  const std::string lost =
+      " can't be undone: what it takes out is kept nowhere, so it can't be put back\n";
+  const auto claim = [](const std::string& name, const std::string& value) {
+    return "zor: " + name +
+           " is as before if it was set and had no empty or repeated elements; none may have "
+           "been " +
+           value + "\n";
+  };
+  Expect(undone.Run(), std::string(kHead) + kGroup + Removal("%(k)", {"c"}) + kEnd,
+         "zor: C/p/1.0/1/env.xml:2: ENV-REMOVE of FOO*" + lost +
+             "zor: C/p/1.0/1/env.xml:4: ENV-REMOVE of %(k)*" + lost + claim("FOO*", "b") +
+             claim("%(k)", "c") + claim("%(k)*", "d"),
+         0);
+}
+
 TEST(UndoFile, TakesOutPiecesAndSaysWhatMustStayTheSame) {
   const Undone undone(EnvXml(
       "\n" + Insert("LIST", "%(k)/y") + "\n" + Insert("LIST", "%{HOME}/a:%{HOME}/b::c") + "\n" +
