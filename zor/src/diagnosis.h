@@ -12,23 +12,7 @@
 
 namespace zor {
 
-enum class DiagnosisKind {
-  // Faults: the reader refuses the file.
-  kUnreadable,  // the file can't be read at all
-  kMalformed,   // it is no XML
-  kMisplaced,   // an element has no place where it begins or ends
-  kRefused,     // an attribute's value, or an element in a file of that name
-  // Warnings: the reader takes it, and it hardly means what it says.
-  kAttribute,  // one that the reader does not look for
-  kBlanks,     // at an end of a text, where they count
-  kLostText,   // text where the reader passes over it
-  kReference,  // %( and the like without the bracket that closes it
-  kName,       // %(NAME) that nothing defines
-  kDoctype,    // the DOCTYPE names another element than the root
-};
-
 struct Diagnosis {
-  DiagnosisKind kind = DiagnosisKind::kMalformed;
   std::string file;
   int line = 0;         // from 1; 0 for the file as a whole
   int column = 0;       // in characters, from 1
@@ -36,8 +20,6 @@ struct Diagnosis {
   std::string why;      // why it matters
   std::string help;     // what to do; may be empty
   std::string read_on;  // a page and its section
-
-  bool is_fault() const { return kind <= DiagnosisKind::kRefused; }
 };
 
 // All that is wrong with one data file, in the order of its lines; empty if it reads well, and for

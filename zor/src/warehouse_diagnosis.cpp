@@ -118,7 +118,6 @@ bool is_blank(char c) {
 struct Reference {
   char bracket;
   std::string name;
-  bool closed;
 };
 
 char closing(char bracket) {
@@ -126,12 +125,11 @@ char closing(char bracket) {
 }
 
 // All references of a text, in the order in which they are replaced: inner ones first. A percent
-// sign takes the character behind it along if that begins none.
+// sign takes the character behind it along if that begins none. One that nothing closes is none.
 std::vector<Reference> references_in(std::string text) {
   std::vector<Reference> references;
   for (bool replaced = true; replaced;) {
     replaced = false;
-    std::vector<Reference> open;
     std::string next;
     for (std::size_t at = 0; at < text.size(); ++at) {
       next += text[at];
@@ -143,17 +141,14 @@ std::vector<Reference> references_in(std::string text) {
       }
       const std::size_t end = text.find_first_of({closing(bracket), '%'}, at + 2);
       if (end != std::string::npos && text[end] != '%') {
-        references.push_back({bracket, text.substr(at + 2, end - at - 2), true});
+        references.push_back({bracket, text.substr(at + 2, end - at - 2)});
         next.back() = '_';
         at = end;
         replaced = true;
       } else {
-        open.push_back(
-            {bracket, text.substr(at + 2, text.find_first_of("/ :%", at + 2) - at - 2), false});
         next += text[++at];
       }
     }
-    if (!replaced) references.insert(references.end(), open.begin(), open.end());
     text = std::move(next);
   }
   return references;
@@ -201,7 +196,7 @@ class Reading {
     FwErrorState err;
     read_file(row_, path_, &err);
     wh_syntax_observer = before;
-    if (err.pError && !has_fault() && !Fw_msg_IsDescendant(fwErrorNonExistent, err.pError))
+    if (err.pError && found_.empty() && !Fw_msg_IsDescendant(fwErrorNonExistent, err.pError))
       add_unreadable();
     FwErrorClear(&err);
   }
@@ -209,27 +204,10 @@ class Reading {
   std::vector<Diagnosis>& found() { return found_; }
   const std::vector<Use>& uses() const { return uses_; }
 
-  // Warnings about names that nothing defines, for a file that is read.
-  void check_names() {
-    if (uses_.empty() || has_fault()) return;
-    const Names names = defined_names(path_.substr(0, path_.rfind('/')));
-    for (const Use& use : uses_) {
-      const std::string& name = use.reference.name;
-      if (use.reference.bracket != '(' ||
-          std::find(names.begin(), names.end(), name) != names.end())
-        continue;
-      add(DiagnosisKind::kName, use.place,
-          fmt::format("%({}) is not defined{}", name, hint(name, names)),
-          "where it is used the product can't be loaded",
-          fmt::format("defined are {}", enumerated(names)), "EXPANSION");
-    }
-  }
-
  private:
   struct Open {
     std::string name;
     SourceText::Place place;
-    bool counts;  // the reader takes it
     bool holds_text;
     bool refuses = false;  // an element in it was refused
     Names refused = {};    // those that were
@@ -250,81 +228,34 @@ class Reading {
     self(context)->add_malformed(code, {line, column});
   }
 
-  bool has_fault() const {
-    return std::any_of(found_.begin(), found_.end(),
-                       [](const Diagnosis& each) { return each.is_fault(); });
-  }
-
   const SourceText& source() {
     if (!source_) source_ = SourceText::of_file(path_);
     return *source_;
   }
 
-  void add(DiagnosisKind kind, SourceText::Place place, std::string text, std::string why,
-           std::string help, const char* section = nullptr) {
-    found_.push_back({kind, path_, place.line, place.column, std::move(text), std::move(why),
-                      std::move(help),
-                      fmt::format("{}, {}", kPage, section ? section : row_.section)});
+  void add(SourceText::Place place, std::string text, std::string why, std::string help,
+           const char* section) {
+    found_.push_back({path_, place.line, place.column, std::move(text), std::move(why),
+                      std::move(help), fmt::format("{}, {}", kPage, section)});
   }
 
-  void add_refusal(DiagnosisKind kind, SourceText::Place place, std::string text,
-                   std::string help) {
-    add(kind, place, std::move(text),
+  void add_refusal(SourceText::Place place, std::string text, std::string help) {
+    add(place, std::move(text),
         fmt::format("{}: the file is not read, and its product can't be used",
                     row_.format == Format::kRecipe ? "invalid XML" : "XML parsing error"),
-        std::move(help));
+        std::move(help), row_.section);
   }
 
   // ---- Tags ----
 
   void start(const WH_START_TAG& tag) {
     const SourceText::Place place = {tag.line, tag.column};
-    open_.push_back({tag.name, place, tag.asked != nullptr, tag.holds_text != 0});
-    if (!tag.asked) return;
+    open_.push_back({tag.name, place, tag.holds_text != 0});
+    if (!tag.asked || !expands_attributes()) return;
     const Names asked = names_of(tag.asked);
-    for (const char** attribute = tag.attributes; *attribute; attribute += 2) {
-      const std::string name = attribute[0];
-      const bool known = std::find(asked.begin(), asked.end(), name) != asked.end();
-      if (known) {
-        if (expands_attributes()) note_references(attribute[1], place);
-      } else if (name != "xmlns" && name.find(':') == std::string::npos) {
-        add_unknown_attribute(tag, name, asked);
-      }
-    }
-    if (open_.size() == 1 && tag.doctype && std::strcmp(tag.doctype, tag.name) != 0)
-      add(DiagnosisKind::kDoctype, place,
-          fmt::format("the DOCTYPE says {}, and the root is {}", tag.doctype, tag.name),
-          "programs that check document types refuse the file",
-          fmt::format("write <!DOCTYPE {} ...>, or leave it out", tag.name));
-  }
-
-  // Where an attribute of the element that is open stands.
-  SourceText::Place place_of_attribute(const WH_START_TAG& tag, const std::string& name) {
-    const std::size_t begin = source().offset({tag.line, tag.column});
-    const std::string& all = source().text();
-    char quote = 0;
-    for (std::size_t at = begin; at < all.size(); ++at) {
-      if (quote) {
-        if (all[at] == quote) quote = 0;
-      } else if (all[at] == '"' || all[at] == '\'') {
-        quote = all[at];
-      } else if (all[at] == '>') {
-        break;
-      } else if (is_blank(all[at]) && source().name_at(at + 1) == name) {
-        return source().place(at + 1);
-      }
-    }
-    return {tag.line, tag.column};
-  }
-
-  void add_unknown_attribute(const WH_START_TAG& tag, const std::string& name, const Names& asked) {
-    const std::string near = meant(name, asked);
-    add(DiagnosisKind::kAttribute, place_of_attribute(tag, name),
-        asked.empty() ? fmt::format("{} has no attributes, and so no {}", tag.name, name)
-                      : fmt::format("{} has no attribute {}; it may have {}{}", tag.name, name,
-                                    enumerated(asked), hint(name, asked)),
-        "it has no effect, and nobody says so when the file is read",
-        near.empty() ? "leave it out" : fmt::format("write {}=\"...\"", near));
+    for (const char** attribute = tag.attributes; *attribute; attribute += 2)
+      if (std::find(asked.begin(), asked.end(), attribute[0]) != asked.end())
+        note_references(attribute[1], place);
   }
 
   // Whether what the reader takes from attributes of the element that is open is expanded.
@@ -353,67 +284,16 @@ class Reading {
       const std::size_t begin = source().offset(element);
       const std::size_t at = source().text().find(form, begin);
       const SourceText::Place place = at == std::string::npos ? element : source().place(at);
-      if (reference.closed) {
-        uses_.push_back({reference, place});
-      } else {
-        add(DiagnosisKind::kReference, place,
-            fmt::format("{} has no closing {}", form, closing(reference.bracket)),
-            "it is no reference then, and stays in the text as it is",
-            fmt::format("write {}{}", form, closing(reference.bracket)), "EXPANSION");
-      }
+      uses_.push_back({reference, place});
     }
   }
 
   void end() {
     if (open_.empty()) return;
     const Open& ended = open_.back();
-    if (ended.counts && ended.holds_text && is_exact(ended.name)) {
-      add_blanks(ended);
-      if (row_.format == Format::kSettings) note_references(ended.text, ended.place);
-    } else if (ended.counts && !ended.holds_text) {
-      add_lost_text(ended);
-    }
+    if (ended.holds_text && row_.format == Format::kSettings)
+      note_references(ended.text, ended.place);
     open_.pop_back();
-  }
-
-  // Whether blanks at the ends of its text do harm.
-  static bool is_exact(const std::string& name) {
-    constexpr std::string_view kExact[] = {"NAME",       "VALUE", "BEFORE", "AFTER",
-                                           "ENV-DELETE", "DIR",   "DELETE"};
-    return std::find(std::begin(kExact), std::end(kExact), name) != std::end(kExact);
-  }
-
-  void add_blanks(const Open& ended) {
-    const std::string& text = ended.text;
-    if (text.empty() || (!is_blank(text.front()) && !is_blank(text.back()))) return;
-    const auto blank_at = [&](bool first) {
-      const std::size_t at =
-          first ? text.find_first_not_of(" \t\r\n") : text.find_last_not_of(" \t\r\n") + 1;
-      const std::string edge = first ? text.substr(0, at) : text.substr(std::min(at, text.size()));
-      return edge.empty() ? "" : edge.find('\n') != std::string::npos ? "line end" : "blank";
-    };
-    const std::string_view begin = blank_at(true);
-    const std::string_view end = blank_at(false);
-    std::string edges = begin.empty() ? fmt::format("ends with a {}", end)
-                        : end.empty()
-                            ? fmt::format("begins with a {}", begin)
-                            : fmt::format("begins with a {} and ends with a {}", begin, end);
-    add(DiagnosisKind::kBlanks, ended.place, fmt::format("the text of {} {}", ended.name, edges),
-        "blanks and line ends beside the tags belong to the text",
-        fmt::format("put the tags right beside it: <{0}>...</{0}>", ended.name),
-        "Form of the data files");
-  }
-
-  void add_lost_text(const Open& ended) {
-    const std::size_t begin = ended.text.find_first_not_of(" \t\r\n");
-    if (begin == std::string::npos) return;
-    const std::string word =
-        ended.text.substr(begin, ended.text.find_first_of(" \t\r\n", begin) - begin);
-    const std::size_t at = source().text().find(word, source().offset(ended.place));
-    add(DiagnosisKind::kLostText, at == std::string::npos ? ended.place : source().place(at),
-        fmt::format("{} holds no text of its own, but here is \"{}\"", ended.name, word),
-        "it is passed over",
-        fmt::format("put it into an element of {} that holds text, or into a comment", ended.name));
   }
 
   // ---- Refusals ----
@@ -427,7 +307,7 @@ class Reading {
       case wh_refused_end:
         // What is missing was misspelt or misplaced, and that has been told.
         if (!open_.empty() && open_.back().refuses) break;
-        add_refusal(DiagnosisKind::kMisplaced, place,
+        add_refusal(place,
                     fmt::format("{} ends here, and {} has to come first", refusal.name,
                                 enumerated(names_of(refusal.starts), "or")),
                     fmt::format("add <{}>", names_of(refusal.starts).front()));
@@ -436,14 +316,13 @@ class Reading {
         refuse_value(refusal, place);
         break;
       case wh_refused_file:
-        add_refusal(DiagnosisKind::kRefused, place,
-                    fmt::format("{} can't stand in {}", refusal.name, with_article(row_.name)),
-                    std::strcmp(refusal.name, "SETENV") == 0
-                        ? "it is for setup.xml, unset.xml and prep.xml"
-                        : "it is for install.xml and uninstall.xml");
+        add_refusal(
+            place, fmt::format("{} can't stand in {}", refusal.name, with_article(row_.name)),
+            std::strcmp(refusal.name, "SETENV") == 0 ? "it is for setup.xml, unset.xml and prep.xml"
+                                                     : "it is for install.xml and uninstall.xml");
         break;
       case wh_refused_host:
-        add_refusal(DiagnosisKind::kRefused, place,
+        add_refusal(place,
                     fmt::format("{} does not say for which host it is, as it must in {}",
                                 refusal.name, with_article(row_.name)),
                     "add host=\"...\" to it or to its PATTERN");
@@ -454,7 +333,7 @@ class Reading {
   void refuse_value(const WH_REFUSAL& refusal, SourceText::Place place) {
     const Names words = names_of(refusal.words);
     const std::string value = refusal.value ? refusal.value : "";
-    add_refusal(DiagnosisKind::kRefused, place,
+    add_refusal(place,
                 refusal.value ? fmt::format("{} has {}=\"{}\"; it may be {}{}", refusal.name,
                                             refusal.attribute, value, enumerated(words, "or"),
                                             hint(value, words))
@@ -480,7 +359,7 @@ class Reading {
     parent.refused.push_back(name);
     if (parent.holds_text) {
       add_refusal(
-          DiagnosisKind::kMisplaced, place,
+          place,
           fmt::format("{} holds text and no elements, but here begins {}", parent.name, name),
           fmt::format("close it first, with </{}>; in text, &lt; stands for <", parent.name));
       return;
@@ -489,7 +368,7 @@ class Reading {
     Names may = starts;
     if (refusal.end) may.push_back(fmt::format("the end of {}", parent.name));
     const std::string near = known ? "" : meant(name, starts.empty() ? all : starts);
-    add_refusal(DiagnosisKind::kMisplaced, place,
+    add_refusal(place,
                 fmt::format("{} {}; here {} stand {}{}", name,
                             known ? fmt::format("has no place here in {}", parent.name)
                                   : "is no element of " + with_article(row_.name),
@@ -503,7 +382,7 @@ class Reading {
   void refuse_root(const std::string& name, const Names& starts, SourceText::Place place) {
     for (const FileRow& other : kFiles)
       if (name == other.root || (other.format == Format::kProduct && name == "VARIETIES")) {
-        add_refusal(DiagnosisKind::kMisplaced, place,
+        add_refusal(place,
                     fmt::format("the root is {}, so this is {}; the root of {} is {}", name,
                                 with_article(other.name), with_article(row_.name), row_.root),
                     fmt::format("give the file the name {}, and put {} here", other.name,
@@ -511,7 +390,7 @@ class Reading {
         return;
       }
     const std::string near = meant(name, starts);
-    add_refusal(DiagnosisKind::kMisplaced, place,
+    add_refusal(place,
                 fmt::format("the root is {}; the root of {} is {}{}", name, with_article(row_.name),
                             enumerated(starts, "or"), hint(name, starts)),
                 fmt::format("write {}, in its end tag too", near.empty() ? row_.root : near));
@@ -539,7 +418,7 @@ void Reading::add_unreadable() {
   const int failed = stat(path_.c_str(), &info) == 0 ? 0 : errno;
   if (failed == ENOENT || failed == ENOTDIR) return;
   const bool is_directory = failed == 0 && S_ISDIR(info.st_mode);
-  found_.push_back({DiagnosisKind::kUnreadable, path_, 0, 0,
+  found_.push_back({path_, 0, 0,
                     is_directory ? "this is a directory, and should be a file"
                                  : "the file can't be read: permission denied",
                     "its product can't be used",
@@ -552,7 +431,7 @@ void Reading::add_unreadable() {
 
 void Reading::add_malformed(int code, SourceText::Place place) {
   auto [text, help] = malformed(code, &place);
-  add(DiagnosisKind::kMalformed, place, std::move(text),
+  add(place, std::move(text),
       fmt::format("{}: the file is not read, and its product can't be used", engine_word(code)),
       std::move(help), "Form of the data files");
 }
@@ -764,7 +643,6 @@ std::vector<Diagnosis> diagnose_file(const std::string& path) {
   if (!row) return {};
   Reading reading(*row, path);
   reading.run();
-  reading.check_names();
   std::vector<Diagnosis>& found = reading.found();
   std::stable_sort(found.begin(), found.end(), [](const Diagnosis& a, const Diagnosis& b) {
     return std::pair(a.line, a.column) < std::pair(b.line, b.column);

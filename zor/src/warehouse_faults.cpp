@@ -351,7 +351,6 @@ std::string denied(const std::string& path) {
 std::string of_data_file(const std::string& path, std::vector<Location>* places) {
   std::string text;
   for (const Diagnosis& each : diagnose_file(path)) {
-    if (!each.is_fault()) continue;
     text += (text.empty() ? "" : "\n") + told(each);
     if (each.line > 0) places->push_back({{}, each.file, each.line, each.column});
   }

@@ -112,11 +112,9 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
   const std::size_t before = product->findings().size();
   for (const char* file : kDataFiles)
     for (const Diagnosis& diagnosis : diagnose_file(product->directory() + '/' + file)) {
-      if (!diagnosis.is_fault()) continue;
-      const std::string why = diagnosis.why.empty() ? "" : diagnosis.why + "; ";
       product->tell(Finding{fmt::format("{}/{}", product->path(), file), diagnosis.line,
                             diagnosis.column, diagnosis.line, diagnosis.column + 1, "ZW001",
-                            diagnosis.text, why + diagnosis.help, product->path()});
+                            diagnosis.text, diagnosis.why + ' ' + diagnosis.help, product->path()});
     }
   if (product->findings().size() > before) return;
   for (const Fault& fault : faults)
