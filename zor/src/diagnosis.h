@@ -18,7 +18,7 @@ struct Diagnosis {
   int column = 0;       // in characters, from 1
   std::string text;     // what was met, and what may stand there instead
   std::string why;      // why it matters
-  std::string help;     // what to do; may be empty
+  std::string help;     // what to do
   std::string read_on;  // a page and its section
 };
 

@@ -87,7 +87,7 @@ void read_file(const FileRow& row, const std::string& path, FwErrorState* err) {
 // ---- Words ----
 
 Names names_of(const WH_NAMES* names) {
-  return names ? Names(names->names, names->names + names->count) : Names();
+  return {names->names, names->names + names->count};
 }
 
 std::string hint(const std::string& word, const Names& candidates) {
@@ -218,8 +218,7 @@ class Reading {
   static void on_start(void* context, const WH_START_TAG* tag) { self(context)->start(*tag); }
   static void on_end(void* context, const char*) { self(context)->end(); }
   static void on_text(void* context, const char* bytes, int count) {
-    auto& open = self(context)->open_;
-    if (!open.empty()) open.back().text.append(bytes, static_cast<std::size_t>(count));
+    self(context)->open_.back().text.append(bytes, static_cast<std::size_t>(count));
   }
   static void on_refused(void* context, const WH_REFUSAL* refusal) {
     self(context)->refuse(*refusal);
@@ -289,7 +288,6 @@ class Reading {
   }
 
   void end() {
-    if (open_.empty()) return;
     const Open& ended = open_.back();
     if (ended.holds_text && row_.format == Format::kSettings)
       note_references(ended.text, ended.place);
@@ -306,7 +304,7 @@ class Reading {
         break;
       case wh_refused_end:
         // What is missing was misspelt or misplaced, and that has been told.
-        if (!open_.empty() && open_.back().refuses) break;
+        if (open_.back().refuses) break;
         add_refusal(place,
                     fmt::format("{} ends here, and {} has to come first", refusal.name,
                                 enumerated(names_of(refusal.starts), "or")),
@@ -440,8 +438,7 @@ std::pair<std::string, std::string> Reading::mismatched(SourceText::Place* place
   std::size_t at = source().offset(*place);
   const std::string name = source().name_at(at);
   // The parser points behind the "</".
-  if (place->column > 2) place->column -= 2;
-  if (open_.empty()) return {"an end tag closes nothing", "take it out"};
+  place->column -= 2;
   const Open& open = open_.back();
   const bool is_open = std::any_of(open_.begin(), open_.end(),
                                    [&](const Open& other) { return other.name == name; });
@@ -653,9 +650,9 @@ std::vector<Diagnosis> diagnose_file(const std::string& path) {
 std::string told(const Diagnosis& diagnosis) {
   std::string text = diagnosis.file;
   if (diagnosis.line > 0) text += fmt::format(":{}:{}", diagnosis.line, diagnosis.column);
-  text += fmt::format(": {}\n  {}", diagnosis.text, diagnosis.why);
-  if (!diagnosis.help.empty()) text += "\n  " + diagnosis.help;
-  return text + fmt::format("\n  see {}", diagnosis.read_on);
+  text += fmt::format(": {}\n  {}\n  {}\n  see {}", diagnosis.text, diagnosis.why, diagnosis.help,
+                      diagnosis.read_on);
+  return text;
 }
 
 }  // namespace zor
