@@ -44,8 +44,6 @@ constexpr FileRow kFiles[] = {
     {"setup.xml", Format::kRecipe, "RECIPE", "SETUP.XML AND UNSET.XML"},
     {"unset.xml", Format::kRecipe, "RECIPE", "SETUP.XML AND UNSET.XML"},
     {"prep.xml", Format::kRecipe, "RECIPE", "SETUP.XML AND UNSET.XML"},
-    {"install.xml", Format::kRecipe, "RECIPE", "SETUP.XML AND UNSET.XML"},
-    {"uninstall.xml", Format::kRecipe, "RECIPE", "SETUP.XML AND UNSET.XML"},
 };
 
 const FileRow* row_of(const std::string& path) {
@@ -314,16 +312,12 @@ class Reading {
         refuse_value(refusal, place);
         break;
       case wh_refused_file:
-        add_refusal(
-            place, fmt::format("{} can't stand in {}", refusal.name, with_article(row_.name)),
-            std::strcmp(refusal.name, "SETENV") == 0 ? "it is for setup.xml, unset.xml and prep.xml"
-                                                     : "it is for install.xml and uninstall.xml");
+        add_refusal(place,
+                    fmt::format("{} can't stand in {}", refusal.name, with_article(row_.name)),
+                    "it is for install.xml and uninstall.xml");
         break;
       case wh_refused_host:
-        add_refusal(place,
-                    fmt::format("{} does not say for which host it is, as it must in {}",
-                                refusal.name, with_article(row_.name)),
-                    "add host=\"...\" to it or to its PATTERN");
+        // In the files of installers alone, which nobody asks about.
         break;
     }
   }
@@ -467,18 +461,16 @@ std::pair<std::string, std::string> Reading::invalid(SourceText::Place* place) {
   const std::string& all = source().text();
   std::size_t at = source().offset(*place);
   const auto byte = [&](std::size_t i) { return i < all.size() ? all[i] : '\0'; };
-  if (static_cast<unsigned char>(byte(at)) >= 0x80 && !source().name_at(at).empty() &&
-      source().encoding().empty())
+  if (static_cast<unsigned char>(byte(at)) >= 0x80 && source().encoding().empty())
     return {fmt::format("the byte {:02X} is no character of UTF-8, and the file declares no other "
                         "encoding",
                         static_cast<unsigned char>(byte(at))),
             "save the file as UTF-8, or begin it with <?xml version=\"1.0\" "
             "encoding=\"ISO-8859-1\"?> if that is what it is in"};
   if (static_cast<unsigned char>(byte(at)) >= 0x80)
-    return {
-        fmt::format("the byte {:02X} is no character of {}", static_cast<unsigned char>(byte(at)),
-                    source().encoding().empty() ? "UTF-8" : source().encoding()),
-        "save the file in the encoding that it declares, or declare the one that it is in"};
+    return {fmt::format("the byte {:02X} is no character of {}",
+                        static_cast<unsigned char>(byte(at)), source().encoding()),
+            "save the file in the encoding that it declares, or declare the one that it is in"};
   const std::size_t line = all.find_last_of('\n', at) + 1;
   const std::size_t ampersand = at > 0 ? all.find_last_of('&', at) : std::string::npos;
   if (ampersand != std::string::npos && ampersand >= line &&

@@ -167,8 +167,8 @@ std::string other_reading(const std::string& root, const ProductName& product) {
   const Names elements = path_elements(whole);
   for (std::size_t i = 1; i + 1 <= elements.size(); ++i) {
     ProductName candidate = {
-        joined({elements.begin(), elements.begin() + static_cast<long>(i)}, "/"),
-        i < elements.size() ? elements[i] : "Contents", "+", "+"};
+        joined({elements.begin(), elements.begin() + static_cast<long>(i)}, "/"), elements[i], "+",
+        "+"};
     if (i + 1 < elements.size()) candidate.version = elements[i + 1];
     if (i + 2 < elements.size()) candidate.rev = elements[i + 2];
     const bool same = candidate.category == product.category && candidate.name == product.name;

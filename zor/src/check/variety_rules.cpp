@@ -140,7 +140,6 @@ void check_together(Product* product, const std::vector<const Element*>& element
   for (std::size_t i = 1; i < varieties.size(); ++i)
     for (std::size_t j = 0; j < i; ++j) {
       if (!varieties[i].complete || !varieties[j].complete) continue;
-      if (has_platform(varieties[i]) != has_platform(varieties[j])) continue;
       if (!takes_along(varieties[i], varieties[j]) && !takes_along(varieties[j], varieties[i]))
         continue;
       product->tell("ZW206", "product.xml", *elements[i],
