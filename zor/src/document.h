@@ -57,6 +57,10 @@ struct Document {
   Span name(const Element& element, std::string_view attribute) const;
 };
 
+// Whether a text is in UTF-16, by its byte order mark or, as the parser takes it, by a zero as one
+// of the first two bytes.
+bool is_utf16(std::string_view content);
+
 // The text of a data file in UTF-8, without a byte order mark, whatever it is encoded in.
 std::string decoded(std::string content);
 

@@ -5,12 +5,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "document.h"
 #include "error.h"
 #include "files.h"
 
 namespace zor {
 
 namespace {
+
+constexpr std::string_view kMark = "\xEF\xBB\xBF";  // of UTF-8
 
 // What stands between the quotes behind encoding= in a declaration at the head of the text.
 std::string encoding_in(const std::string& text) {
@@ -39,12 +42,17 @@ SourceText SourceText::of_file(const std::string& path) {
   } catch (const Error&) {
     // The reader has told of it.
   }
-  const bool wide = text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
-                    (text.size() > 1 && (text[0] == 0 || text[1] == 0));
-  return SourceText(wide ? "" : std::move(text));
+  const bool has_mark =
+      text.starts_with(kMark) || text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE");
+  if (is_utf16(text))
+    text = decoded(std::move(text));
+  else if (has_mark)
+    text.erase(0, kMark.size());
+  return SourceText(std::move(text), has_mark);
 }
 
-SourceText::SourceText(std::string text) : text_(std::move(text)), encoding_(encoding_in(text_)) {
+SourceText::SourceText(std::string text, bool has_mark)
+    : text_(std::move(text)), encoding_(encoding_in(text_)), has_mark_(has_mark) {
   one_byte_characters_ = strcasecmp(encoding_.c_str(), "iso-8859-1") == 0;
 }
 
@@ -62,9 +70,14 @@ std::size_t SourceText::step(std::size_t at, Place* place) const {
   return at;
 }
 
+SourceText::Place SourceText::shown(Place of_parser) const {
+  if (has_mark_ && of_parser.line == 1) of_parser.column = std::max(1, of_parser.column - 1);
+  return of_parser;
+}
+
 std::size_t SourceText::offset(Place wanted) const {
   Place place = {1, 1};
-  std::size_t at = text_.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+  std::size_t at = 0;
   while (at < text_.size() && place.line < wanted.line) {
     // Whole lines at once.
     const std::size_t end = text_.find_first_of("\r\n", at);
@@ -78,7 +91,7 @@ std::size_t SourceText::offset(Place wanted) const {
 
 SourceText::Place SourceText::place(std::size_t offset) const {
   Place place = {1, 1};
-  std::size_t at = text_.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+  std::size_t at = 0;
   while (at < std::min(offset, text_.size()))
     at = step(at, &place);
   return place;

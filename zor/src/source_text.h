@@ -15,10 +15,12 @@ class SourceText {
     int column;  // in characters, from 1
   };
 
-  // Empty if the file can't be read, or is in an encoding whose characters are not bytes.
+  // Empty if the file can't be read. It is without a byte order mark, and UTF-16 becomes UTF-8.
   static SourceText of_file(const std::string& path);
-  explicit SourceText(std::string text);
 
+  // The place that people see where the parser says so. It counts a byte order mark as a character
+  // of the first line.
+  Place shown(Place of_parser) const;
   const std::string& text() const { return text_; }
   std::string_view from(std::size_t offset) const {
     return std::string_view(text_).substr(offset < text_.size() ? offset : text_.size());
@@ -32,11 +34,14 @@ class SourceText {
   std::string name_at(std::size_t offset) const;
 
  private:
+  SourceText(std::string text, bool has_mark);
+
   // Steps over one character and counts it.
   std::size_t step(std::size_t at, Place* place) const;
 
   std::string text_;
   std::string encoding_;
+  bool has_mark_;
   bool one_byte_characters_ = false;
 };
 

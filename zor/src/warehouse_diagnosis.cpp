@@ -222,7 +222,7 @@ class Reading {
     self(context)->refuse(*refusal);
   }
   static void on_fault(void* context, int code, int32 line, int32 column) {
-    self(context)->add_malformed(code, {line, column});
+    self(context)->add_malformed(code, self(context)->source().shown({line, column}));
   }
 
   const SourceText& source() {
@@ -246,7 +246,7 @@ class Reading {
   // ---- Tags ----
 
   void start(const WH_START_TAG& tag) {
-    const SourceText::Place place = {tag.line, tag.column};
+    const SourceText::Place place = source().shown({tag.line, tag.column});
     open_.push_back({tag.name, place, tag.holds_text != 0});
     if (!tag.asked || !expands_attributes()) return;
     const Names asked = names_of(tag.asked);
@@ -295,7 +295,7 @@ class Reading {
   // ---- Refusals ----
 
   void refuse(const WH_REFUSAL& refusal) {
-    const SourceText::Place place = {refusal.line, refusal.column};
+    const SourceText::Place place = source().shown({refusal.line, refusal.column});
     switch (refusal.what) {
       case wh_refused_start:
         refuse_start(refusal, place);
@@ -508,8 +508,12 @@ std::pair<std::string, std::string> Reading::malformed(int code, SourceText::Pla
     case XML_ERROR_INVALID_TOKEN:
     case XML_ERROR_PARTIAL_CHAR:
       return invalid(place);
-    case XML_ERROR_UNCLOSED_TOKEN:
     case XML_ERROR_UNCLOSED_CDATA_SECTION:
+      // The parser points behind it.
+      *place = source().place(source().text().rfind("<![CDATA[", at));
+      return {"what begins here is not closed before the file ends",
+              "close the CDATA section, with ]]>"};
+    case XML_ERROR_UNCLOSED_TOKEN:
       return {"what begins here is not closed before the file ends",
               source().from(at).starts_with("<!--") ? "close the comment, with -->"
                                                     : "look for the \">\" that is missing"};

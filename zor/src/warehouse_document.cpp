@@ -36,14 +36,16 @@ void append_utf8(std::string* text, std::uint32_t character) {
   }
 }
 
-std::string from_utf16(std::string_view content, bool big_endian) {
+std::string from_utf16(std::string_view content) {
+  const bool big_endian = content[0] == '\xFE' || content[0] == '\0';
+  const bool has_mark = content[0] != '\0' && content[1] != '\0';
   const auto unit = [&](std::size_t i) -> std::uint32_t {
     const auto first = static_cast<unsigned char>(content[i]);
     const auto second = static_cast<unsigned char>(content[i + 1]);
     return big_endian ? first << 8U | second : second << 8U | first;
   };
   std::string text;
-  for (std::size_t i = 2; i + 1 < content.size(); i += 2) {
+  for (std::size_t i = has_mark ? 2 : 0; i + 1 < content.size(); i += 2) {
     std::uint32_t character = unit(i);
     if (character >= 0xD800 && character < 0xDC00 && i + 3 < content.size()) {
       i += 2;
@@ -213,9 +215,13 @@ Span Document::name(const Element& element, std::string_view attribute) const {
   return place ? place->name : tag(element);
 }
 
+bool is_utf16(std::string_view content) {
+  return content.starts_with("\xFE\xFF") || content.starts_with("\xFF\xFE") ||
+         (content.size() > 1 && (content[0] == '\0' || content[1] == '\0'));
+}
+
 std::string decoded(std::string content) {
-  if (content.starts_with("\xFF\xFE")) return from_utf16(content, false);
-  if (content.starts_with("\xFE\xFF")) return from_utf16(content, true);
+  if (is_utf16(content)) return from_utf16(content);
   if (content.starts_with("\xEF\xBB\xBF")) return content.substr(3);
   return declares_latin1(content) ? from_latin1(content) : std::move(content);
 }
