@@ -94,11 +94,13 @@ void check_attributes(Product* product, const char* file, const Element& element
 
 void check_doctype(Product* product, const char* file, const Document& document) {
   const std::string& content = document.content;
-  const std::size_t at = content.find("<!DOCTYPE");
-  if (at == std::string::npos || at >= document.root.at) return;
+  std::size_t at = content.find("<!");
+  // What stands in a comment declares nothing.
+  while (at < document.root.at && content.compare(at, 4, "<!--") == 0)
+    at = content.find("<!", content.find("-->", at));
+  if (at >= document.root.at) return;
   const std::size_t start = content.find_first_not_of(" \t\r\n", at + 9);
   const std::size_t end = content.find_first_of(" \t\r\n[>", start);
-  if (start == std::string::npos || end == std::string::npos) return;
   const std::string type = content.substr(start, end - start);
   if (type == document.root.name) return;
   product->tell("ZW003", file, Span{start, end},
@@ -114,7 +116,7 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
     for (const Diagnosis& diagnosis : diagnose_file(product->directory() + '/' + file)) {
       product->tell(Finding{fmt::format("{}/{}", product->path(), file), diagnosis.line,
                             diagnosis.column, diagnosis.line, diagnosis.column + 1, "ZW001",
-                            diagnosis.text, diagnosis.why + ' ' + diagnosis.help, product->path()});
+                            diagnosis.text, diagnosis.why + "; " + diagnosis.help, product->path()});
     }
   if (product->findings().size() > before) return;
   for (const Fault& fault : faults)
