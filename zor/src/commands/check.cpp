@@ -116,9 +116,10 @@ std::string shown_root(std::string root) {
 
 // Annotations need paths below the directory of the repository.
 std::string github_root(const std::string& root, const Environment& environment) {
-  const std::string absolute = absolute_root(root);
+  std::string absolute = absolute_root(root);
+  if (absolute.ends_with("/.")) absolute.erase(absolute.size() - 2);
   const std::string workspace(environment.find("GITHUB_WORKSPACE").value_or(absolute_root("")));
-  if (absolute == workspace || absolute == workspace + "/.") return "";
+  if (absolute == workspace) return "";
   return absolute.starts_with(workspace + '/') ? shown_root(absolute.substr(workspace.size() + 1))
                                                : absolute;
 }
