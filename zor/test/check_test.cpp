@@ -403,6 +403,268 @@ TEST(Check, RunsByTheFilesForContinuousIntegration) {
   EXPECT_EQ(0, result.status) << result.out << result.err;
 }
 
+// ---- Rules in their corners ----
+
+// What is told, without the lines of the files.
+std::string Told(const TemporaryTree& tree, const std::string& rules) {
+  const RunResult result = Zor({"check", tree.path(), "--rule", rules});
+  EXPECT_EQ("", result.err);
+  std::istringstream lines(result.out);
+  std::string told;
+  for (std::string line; std::getline(lines, line);)
+    if (line.find(" | ") == std::string::npos) told += line + '\n';
+  for (std::size_t at = 0; (at = told.find(tree.path() + '/', at)) != std::string::npos;)
+    told.erase(at, tree.path().size() + 1);
+  return told;
+}
+
+// A product with these varieties.
+void AddVarieties(const TemporaryTree& tree, const std::string& product,
+                  const std::string& varieties) {
+  LayOutExample(tree, product,
+                {{"1/1/product.xml",
+                  "<PRODUCT-INFO><VARIETIES>" + varieties + "</VARIETIES></PRODUCT-INFO>\n"}});
+}
+
+// One with these parts, which begin in the second line.
+void AddParts(const TemporaryTree& tree, const std::string& product, const std::string& parts) {
+  LayOutExample(tree, product,
+                {{"1/1/partlist.xml", "<PARTLIST><PARTSPEC><PATTERN/><PARTS>\n" + parts +
+                                          "\n</PARTS></PARTSPEC></PARTLIST>\n"}});
+}
+
+std::string PartOf(const std::string& category, const std::string& name,
+                   const std::string& rev = "1") {
+  return "<PRODUCT category='" + category + "' name='" + name + "' version='1' rev='" + rev +
+         "'><PATTERN/></PRODUCT>";
+}
+
+TEST(CheckRules, ReadNamesOfDirectoriesAsTheToolDoes) {
+  const TemporaryTree tree;
+  Files files;
+  for (const std::string product :
+       {"+tool/1/1", "n/4294967296/1", "n/0004294967295/1", "p/1/1", "p/1/beta"})
+    files.emplace_back(product + "/env.xml", Settings(""));
+  LayOutExample(tree, "t", files);
+  tree.Directory("t/p/1/old");
+  EXPECT_EQ(
+      "t/+tool: warning: the product's name begins with a digit or +, so that zorenv takes it for "
+      "a version [ZW109 odd-name]\n"
+      "  help: Give the product a name that begins with a letter.\n"
+      "t/n/4294967296: warning: a number above 4294967295 counts as 0, so this version is below 1 "
+      "[ZW105 huge-number]\n"
+      "  help: Write dates with dots, such as 2024.01.15.\n"
+      "t/p/1/old: warning: the directory counts as a revision, but there is no product.xml in it "
+      "[ZW102 stray-directory]\n"
+      "  help: Move the directory elsewhere, or put the product into it.\n"
+      "5 products: 3 warnings\n",
+      Told(tree, "ZW102,ZW105,ZW108,ZW109"));
+}
+
+TEST(CheckRules, ReadDocumentTypesAndAttributesAsXmlHasThem) {
+  const TemporaryTree tree;
+  const std::string ignored = ", so this is ignored [ZW002 unknown-attribute]\n";
+  AddProduct(tree, "t/a", "<!-- <!DOCTYPE X> --><ENV-SETTINGS/>\n");
+  AddProduct(tree, "t/b", "<ENV-SETTINGS><!-- <!DOCTYPE X> --></ENV-SETTINGS>\n");
+  AddProduct(tree, "t/c", "<!-- <!DOCTYPE X> -->\n<!-- -->\n<!DOCTYPE X><ENV-SETTINGS/>\n");
+  AddProduct(tree, "t/d",
+             "<ENV-SETTINGS xmlns='u' xml:lang='en'><ENV-GROUP\tnote\r\n=\n'a'><PATTERN\rx='1'/>"
+             "</ENV-GROUP></ENV-SETTINGS>\n");
+  // What a declaration adds is written in no tag, and what an entity holds not where it is used.
+  AddProduct(tree, "t/e",
+             "<!DOCTYPE ENV-SETTINGS [<!ATTLIST ENV-GROUP note CDATA 'x'>\n"
+             "<!ENTITY one '<ENV-DELETE mark=\"1\">A</ENV-DELETE>'>]>\n"
+             "<ENV-SETTINGS><ENV-GROUP><PATTERN/>&one;</ENV-GROUP></ENV-SETTINGS>\n");
+  EXPECT_EQ(
+      "t/c/1/1/env.xml:3:11: warning: the document type says X, but the root element is "
+      "ENV-SETTINGS [ZW003 doctype-mismatch]\n"
+      "  help: State the root element's name, or leave the document type out.\n"
+      "t/d/1/1/env.xml:1:50: warning: ENV-GROUP has no attribute note" +
+          ignored +
+          "  help: Leave it out.\n"
+          "t/d/1/1/env.xml:4:1: warning: PATTERN has no attribute x" +
+          ignored +
+          "  help: There are: host.\n"
+          "t/e/1/1/env.xml:3:15: warning: ENV-GROUP has no attribute note" +
+          ignored +
+          "  help: Leave it out.\n"
+          "t/e/1/1/env.xml:3:36: warning: ENV-DELETE has no attribute mark" +
+          ignored +
+          "  help: There are: sep.\n"
+          "5 products: 5 warnings\n",
+      Told(tree, "ZW002,ZW003"));
+}
+
+TEST(CheckRules, ReadVarietiesAsTheToolDoes) {
+  const TemporaryTree tree;
+  const auto by = [](const std::string& platform, const std::string& here) {
+    return "<VARIETY><VAR n='platform' v='" + platform + "'/><SEGMENT here='" + here +
+           "'/></VARIETY>";
+  };
+  LayOutExample(tree, "t/a", {{"1/1/product.xml", "<VARIETIES><VARIETY/></VARIETIES>\n"}});
+  AddVarieties(tree, "t/b", "");
+  AddVarieties(tree, "t/c",
+               "<VARIETY><SEGMENT/>\n<SEGMENT here='-'/>\n<SEGMENT here='.5'/>\n"
+               "<SEGMENT here='+1'/></VARIETY>");
+  AddVarieties(tree, "t/d", "<VARIETY><VAR n='platform'/><SEGMENT here='1'/></VARIETY>");
+  AddVarieties(tree, "t/e", by("%(HOST-PLATFORM)", "1"));
+  AddVarieties(tree, "t/f", by("linux-x86", "0") + by("linux-x86", "1"));
+  AddVarieties(tree, "t/g", by("linux-x86", "1") + '\n' + by("unix", "1"));
+  const std::string skipped =
+      "counts as 0, so the variety is not here and is skipped without a message [ZW202 odd-here]\n"
+      "  help: Write here=\"1\" for a segment that is installed, and here=\"0\" for one that is "
+      "not.\n";
+  EXPECT_EQ(
+      "t/a/1/1/product.xml:1:12: warning: the variety has no segment, so it is skipped without a "
+      "message [ZW201 no-segment]\n"
+      "  help: Add <SEGMENT here=\"1\"/> to the variety.\n"
+      "t/b/1/1/product.xml:1:1: error: the product has no variety, so it never sets anything "
+      "[ZW203 no-variety]\n"
+      "  help: Add a variety with <SEGMENT here=\"1\"/>.\n"
+      "t/c/1/1/product.xml:1:35: warning: the segment has no attribute here, which " +
+          skipped + "t/c/1/1/product.xml:2:16: warning: here=\"-\" is no number and " + skipped +
+          "t/c/1/1/product.xml:3:16: warning: here=\".5\" is no number and " + skipped +
+          "t/g/1/1/product.xml:2:1: warning: no condition takes this variety and leaves number 1 "
+          "out, so both are applied [ZW206 overlapping-varieties]\n"
+          "  help: Give the varieties variables that exclude one another.\n"
+          "7 products: 1 error, 5 warnings\n",
+      Told(tree, "ZW201,ZW202,ZW203,ZW204,ZW205,ZW206"));
+}
+
+TEST(CheckRules, ReadPartsAsTheToolDoes) {
+  const TemporaryTree tree;
+  AddProduct(tree, "t/part", Settings("<ENV-DELETE>A</ENV-DELETE>"));
+  AddProduct(tree, "t/faulty", "<oops/>");
+  AddProduct(tree, "t/directory", "(a directory)");
+  AddParts(tree, "t/a", PartOf("t", "part", "+"));
+  AddParts(tree, "t/b", PartOf("t\\", "part") + '\n' + PartOf("t:u", "none"));
+  AddParts(tree, "t/c", "<FILE/><FILE name=''/><FILE name='%(NOTHING)'/>\n<FILE name='/none/x'/>");
+  AddParts(tree, "t/d", PartOf("t", "faulty"));
+  AddParts(tree, "t/e", PartOf("t", "directory"));
+  LayOutExample(
+      tree, "t/f",
+      {{"1/1/product.xml", "<VARIETIES><VARIETY><SEGMENT here='0'/></VARIETY></VARIETIES>\n"},
+       {"1/1/partlist.xml",
+        "<PARTLIST><PARTSPEC><PATTERN><MATCH><VAR n='k' v='2'/></MATCH></PATTERN>"
+        "<PARTS/></PARTSPEC></PARTLIST>\n"}});
+  const std::string name_another =
+      "  help: Name a product that is there, or put it there. What is left out of the name is as "
+      "in "
+      "the including product.\n";
+  EXPECT_EQ(
+      "t/a/1/1/partlist.xml:2:52: error: a part list does not know +, so the part counts as "
+      "missing and is skipped [ZW302 open-part]\n"
+      "  help: State the rev of the part.\n"
+      "t/b/1/1/partlist.xml:2:20: warning: to the program t\\ is another category than t, so the "
+      "same product may be taken twice and clash with itself [ZW308 odd-category]\n"
+      "  help: Write t.\n"
+      "t/b/1/1/partlist.xml:3:1: error: the part t/u/none/1/1 does not exist, so it is skipped "
+      "without a message: there is no t/u [ZW301 missing-part]\n" +
+          name_another +
+          "t/c/1/1/partlist.xml:3:13: warning: the file /none/x does not exist [ZW307 "
+          "missing-file]\n"
+          "  help: Put the file there, or leave it out of the part list.\n"
+          "t/e/1/1/partlist.xml:2:1: error: the part t/directory/1/1 can't be had, so the run "
+          "fails: Operation denied [ZW301 missing-part]\n" +
+          name_another + "9 products: 3 errors, 2 warnings\n",
+      Told(tree, "ZW301,ZW302,ZW303,ZW304,ZW305,ZW306,ZW307,ZW308,ZW309"));
+}
+
+// ---- Output of any finding ----
+
+TEST(Check, ShowsPathsAsTheWarehouseIsNamed) {
+  const TemporaryTree tree;
+  AddProduct(tree, "w/t/a", Settings("<ENV-DELETE> A</ENV-DELETE>"));
+  const std::string text =
+      "t/a/1/1/env.xml:2:13: warning: the blanks or line ends around it belong to the text of "
+      "ENV-DELETE [ZW401 blanks-in-text]\n"
+      "  2 | <ENV-DELETE> A</ENV-DELETE>\n    |             ^~\n"
+      "  help: Put the tags right beside the text.\n1 product: 1 warning\n";
+  const auto check = [&](std::vector<std::string> words, const std::string& directory,
+                         const std::vector<std::string>& more = {}) {
+    words.insert(words.begin(), {ZOR_PROGRAM, "check", "--rule", "ZW401"});
+    RunOptions options;
+    options.environment = PlainEnvironment(more);
+    options.directory = tree / directory;
+    return RunProgram(words, options);
+  };
+  const std::string root = "ZORROOT=" + (tree / "w");
+  Expect(check({tree / "w/"}, ""), tree / "w/" + text, "", 1);
+  Expect(check({"./w"}, ""), "w/" + text, "", 1);
+  Expect(check({"././/w"}, ""), "w/" + text, "", 1);
+  Expect(check({"."}, "w"), text, "", 1);
+  Expect(check({}, "w"), text, "", 1);
+  Expect(check({"-r", "w", "t/a"}, ""), "w/" + text, "", 1);
+  Expect(check({"t"}, "", {root}), tree / "w/" + text, "", 1);
+  // A word that names nothing below the root is a root itself, and one with a dot is nothing else.
+  Expect(check({"w"}, "", {"ZORROOT=" + tree.Directory("empty")}), "w/" + text, "", 1);
+  Expect(check({"./t"}, "", {root}), "",
+         "zor: ./t: there is no such directory, and no such product in " + (tree / "w") + '\n', 2);
+  Expect(check({}, "", {"ZORROOT=/none"}), "", "zor: /none: there is no such directory\n", 2);
+  Expect(
+      check({"--format", "github"}, "w", {"GITHUB_WORKSPACE=" + tree.path()}),
+      "::warning file=w/t/a/1/1/env.xml,line=2,endLine=2,col=13,endColumn=15,title=ZW401 "
+      "blanks-in-text::the blanks or line ends around it belong to the text of ENV-DELETE.%0APut "
+      "the tags right beside the text.\n",
+      "", 1);
+}
+
+TEST(Check, HasWordsForFindingsOfEveryKindInEachFormat) {
+  const TemporaryTree tree;
+  // A warning of several lines, a note on one, and an error that no line is about.
+  AddProduct(tree, "t/a",
+             "<ENV-SETTINGS>\r\n<ENV-GROUP><PATTERN/>\r<ENV-DELETE>\r\n A\r</ENV-DELETE>"
+             "</ENV-GROUP></ENV-SETTINGS>\r");
+  tree.Write("t/b/1/1/product.xml", kInfo);
+  const auto check = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), {"check", tree.path(), "--rule", "ZW106,ZW401,ZW419"});
+    return Zor(more, {"GITHUB_WORKSPACE=/elsewhere"});
+  };
+  const std::string a = tree / "t/a/1/1/env.xml";
+  const std::string b = tree / "t/b/1/1";
+  const std::string undone = "there is no unenv.xml, so zorenv -u leaves all of this as it is";
+  const std::string undo = "Add a unenv.xml that takes out what is set here.";
+  const std::string blanks = "the blanks or line ends around it belong to the text of ENV-DELETE";
+  const std::string missing =
+      "there is no partlist.xml: the product fails, and where it is a part it is skipped";
+  const std::string add = "Add a partlist.xml; that of a product without parts is <PARTLIST/>.";
+  Expect(check({}),
+         a + ":1:1: note: " + undone + " [ZW419 no-undo]\n" +
+             "  1 | <ENV-SETTINGS>\n    | ^~~~~~~~~~~~~\n  help: " + undo + '\n' + a +
+             ":3:13: warning: " + blanks + " [ZW401 blanks-in-text]\n" +
+             "  3 | <ENV-DELETE>\n    |             ^\n" +
+             "  help: Put the tags right beside the text.\n" + b + ": error: " + missing +
+             " [ZW106 missing-partlist]\n  help: " + add +
+             "\n2 products: 1 error, 1 warning, 1 note\n",
+         "", 1);
+  // Columns are for pieces of one line.
+  Expect(check({"--format", "github"}),
+         "::notice file=" + a +
+             ",line=1,endLine=1,col=1,endColumn=14,title=ZW419 no-undo::" + undone + ".%0A" + undo +
+             "\n::warning file=" + a + ",line=3,endLine=5,title=ZW401 blanks-in-text::" + blanks +
+             ".%0APut the tags right beside the text.\n::error file=" + b +
+             ",title=ZW106 missing-partlist::" + missing + ".%0A" + add + '\n',
+         "", 1);
+  const RunResult sarif = check({"--format", "sarif"});
+  ExpectValid(sarif.out, "sarif");
+  EXPECT_NE(std::string::npos, sarif.out.find("\"endLine\": 5")) << sarif.out;
+  const RunResult json = check({"--format", "json"});
+  ExpectValid(json.out, "check");
+  EXPECT_NE(std::string::npos, json.out.find("\"line\": null")) << json.out;
+
+  // What is known is left out, and the rest is told.
+  std::string known = json.out;
+  known.replace(known.find("\"ZW106\""), 7, "\"ZW107\"");
+  const TemporaryTree other;
+  Expect(check({"--baseline", other.Write("known.json", known)}),
+         b + ": error: " + missing + " [ZW106 missing-partlist]\n  help: " + add +
+             "\n2 products: 1 error\n",
+         "", 1);
+  known.replace(known.find("\"version\": 1"), 12, "\"version\": 2");
+  Expect(check({"--baseline", other.Write("new.json", known)}), "",
+         "zor: " + (other / "new.json") + ": this is a document of another version\n", 2);
+}
+
 // ---- Random warehouses ----
 
 // What the tool says of a product that is asked for on its own, each fault once.
