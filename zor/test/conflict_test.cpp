@@ -227,6 +227,259 @@ TEST_F(Why, WrongUsageIsTold) {
          2);
 }
 
+// ---- Words and choices ----
+
+TEST_F(Why, WhatStandsBehindTheRequestIsTakenByItsLooks) {
+  const std::string misuse =
+      "zor: behind -- stand a variable and, if you like, one of its elements, as in:\n"
+      "  zor why tools/weaver -- PATH /usr/bin\n";
+  Expect(Run({"why", "whole", "--"}), "", misuse, 2);
+  Expect(Run({"why", "whole", "--", ""}), "", misuse, 2);
+  const std::string v = "L\n  v\n    was there before\n";
+  for (const std::string option : {"-r", "--root"})
+    Expect(Zor({"why", option, w.Root(), "whole", "L", "v"}, {"L=u:v"}), v, "", 0);
+  // Behind what begins a group stands a product, and no variable begins with a digit.
+  for (const std::string divider : {"//", "--and", "-A"})
+    Expect(Run({"why", "whole", divider, "L"}), "",
+           "zor: there is no product L in " + w.Root() + "\nzor avail lists what there is\n", 1);
+  Expect(Run({"why", "whole", "1L"}), "",
+         "zor: there is no product 1L in " + w.Root() + "\nzor avail lists what there is\n", 1);
+  Expect(Run({"why", "whole", "L_2"}), "L_2\n  nothing in this request touches it; it is not set\n",
+         "", 0);
+  Expect(Run({"why", "whole", "LC_ALL"}),
+         "LC_ALL\n  nothing in this request touches it; it was set before\n", "", 0);
+  Expect(Run({"why", "whole", "N", "x"}), "N\n  nothing in this request touches N; it is not set\n",
+         "", 0);
+}
+
+TEST_F(Why, VersionsAreToldOfByWhoNamedThem) {
+  for (const char* version : {"C/many/1/1", "C/many/1/2", "C/many/2/1"})
+    w.Product(version);
+  w.Write("root/zor.toml", "[versions]\n\"C/many\" = \"1\"\n");
+  struct Row {
+    std::vector<std::string> words;
+    std::string named, told;
+  };
+  const Row rows[] = {
+      {{"many"}, "many", "1/2 is the default of the settings; there are also 1/1 2/1"},
+      {{"many/1"}, "many/1", "1/2 is asked for, in its latest revision; there are also 1/1 2/1"},
+      {{"many/1/1"}, "many/1/1", "1/1 is asked for; there are also 1/2 2/1"},
+      {{"many/+"}, "many/+", "2/1 is the latest version; there are also 1/1 1/2"},
+      {{"-p", "C", "many"}, "-p C many", "2/1 is the latest version; there are also 1/1 1/2"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.named);
+    std::vector<std::string> words = {"why"};
+    words.insert(words.end(), row.words.begin(), row.words.end());
+    Expect(Run(words),
+           "C/many/" + row.told.substr(0, 3) + ", named as " + row.named + "\n  " + row.told +
+               "\n  the variety is taken\n",
+           "", 0);
+  }
+}
+
+TEST_F(Why, VarietiesAreToldOfWithAllThatTheyLack) {
+  const std::string k = "<VAR n='k' v='1'/>";
+  w.File("C/v/1/1", "product.xml",
+         ProductXml("<VARIETY name='none'>" + k + "</VARIETY><VARIETY name='away'>" + k +
+                    "<SEGMENT host='sun' here='0'/><SEGMENT host='hp' here='0'/></VARIETY>"
+                    "<VARIETY name='win'><VAR n='platform' v='win'/>" +
+                    k + "<SEGMENT here='1'/></VARIETY>"));
+  w.File("C/v/1/1", "partlist.xml", PartListXml(""));
+  w.File("C/bare/1/1", "product.xml", ProductXml(""));
+  w.File("C/bare/1/1", "partlist.xml", PartListXml(""));
+  w.ProductWithParts("C/user/1/1", "",
+                     "<PRODUCT category='C' name='v' version='1' rev='1'><PATTERN><MATCH>"
+                     "<VAR n='k' v='1'/><VAR n='l' v='2'/></MATCH></PATTERN></PRODUCT>"
+                     "\n<PRODUCT category='C' name='v' version='1' rev='1'><PATTERN>"
+                     "<MATCH host='sun'/></PATTERN></PRODUCT>"
+                     "\n<PRODUCT category='C' name='gone' version='3' rev='1' optional='1'>"
+                     "<PATTERN><MATCH/></PATTERN></PRODUCT>");
+  const std::string away = "its segment for sun, for hp is not here\n";
+  // A variety that names no segment has one for all hosts, and that is not here.
+  const std::string taken =
+      "  the variety none [k=1] is taken, but gives no settings: its segment for all-all is not "
+      "here\n  the variety away [k=1] is taken, but gives no settings: " +
+      away + "  the variety win [platform=win, k=1] is taken\n";
+  Expect(Run({"why", "v"}),
+         "C/v/1/1, named as v\n  1/1 is the latest version; there is no other\n" + taken, "", 0);
+  Expect(Run({"why", "bare"}),
+         "C/bare/1/1, named as bare\n  1/1 is the latest version; there is no other\n"
+         "  it has no varieties, so it has no settings\n",
+         "", 0);
+  const std::string list = "a part of C/user/1/1 (" + w.Root() + "/C/user/1/1/partlist.xml:";
+  Expect(Run({"why", "user"}),
+         "C/user/1/1, named as user\n  1/1 is the latest version; there is no other\n"
+         "  the variety is taken\nC/v/1/1, " +
+             list +
+             "1:38)\n  asked for with k=1, l=2\n"
+             "  1/1 is what the part list names; there is no other\n"
+             "  the variety none [k=1] is not taken: it does not meet l=2, and its segment for "
+             "all-all is not here\n"
+             "  the variety away [k=1] is not taken: it does not meet l=2, and " +
+             away + "  the variety win [platform=win, k=1] is not taken: it does not meet l=2\n" +
+             "C/v/1/1, " + list + "2:1)\n" +
+             "  1/1 is what the part list names; there is no other\n" + taken + "C/gone/3/1, " +
+             list +
+             "3:1)\n  3/1 does not exist and is passed over, as it may be missing; there is no "
+             "other\n",
+         "", 0);
+  w.File("C/v/1/1", "env.xml", "<oops/>");
+  Expect(Run({"why", "v"}), "",
+         "zor: " + w.Root() +
+             "/C/v/1/1/env.xml:1:1: the root is oops; the root of an env.xml is ENV-SETTINGS\n"
+             "  XML parsing error: the file is not read, and its product can't be used\n"
+             "  write ENV-SETTINGS, in its end tag too\n"
+             "  see zorenv-warehouse(5), ENV.XML AND UNENV.XML\n",
+         1);
+}
+
+TEST_F(Why, DeletesAndRecipesGiveWayAndAreGivenWayTo) {
+  w.ProductWithParts("C/deletes/1/1", Delete("L"), Part("other", "1"));
+  w.File("C/older/1/1", "product.xml", ProductXml(Variety()));
+  w.File("C/older/1/1", "partlist.xml", PartListXml(Part("old", "1")));
+  w.File("C/older/1/1", "setup.xml",
+         RecipeXml("<SETENV op='unprepend' name='L' value='r'/>"
+                   "<SETENV op='delete' name='GONE'/>"));
+  const std::string deleted =
+      "    removed by " + At("C/deletes/1/1", "<ENV-DELETE") + "      named as deletes\n";
+  Expect(Run({"why", "deletes", "L"}),
+         "L\n  other, which is not there\n" + deleted + "    the insert of " +
+             At("C/other/1/1", "<ENV-INSERT") + "      a part of " +
+             At("C/deletes/1/1", "<PRODUCT", "partlist.xml") +
+             "      named as deletes\n      gives way to the delete of " +
+             At("C/deletes/1/1", "<ENV-DELETE") +
+             "  u, which is not there\n    was there before\n" + deleted +
+             "  v, which is not there\n    was there before\n" + deleted,
+         "", 0);
+  const std::string part =
+      "      a part of " + At("C/older/1/1", "<PRODUCT", "partlist.xml") + "      named as older\n";
+  const std::string taken = At("C/older/1/1", "<SETENV", "setup.xml");
+  Expect(Run({"why", "older", "L"}),
+         "L\n  v\n    was there before\n  u, which is not there\n    was there before\n"
+         "    removed by " +
+             At("C/old/1/1", "<SETENV op='unappend'", "setup.xml") + part +
+             "  r, which is not there\n    removed by " + taken +
+             "      named as older\n    the prepend of " +
+             At("C/old/1/1", "<SETENV op='prepend'", "setup.xml") + part +
+             "      gives way to the remove of " + taken,
+         "", 0);
+  w.Product("C/gone/1/1", Delete("GONE"));
+  Expect(Run({"why", "gone", "GONE"}),
+         "GONE\n  it is not set\n    touched by " + At("C/gone/1/1", "<ENV-DELETE") +
+             "      named as gone\n",
+         "", 0);
+  const RunResult json = Run({"why", "--json", "whole", "L", "v"});
+  ExpectValid(json.out, "why");
+  EXPECT_NE(std::string::npos, json.out.find("\"value\": \"v\"")) << json.out;
+  EXPECT_EQ(std::string::npos, json.out.find("\"value\": \"u\"")) << json.out;
+}
+
+// ---- Ways out ----
+
+// Products a1, a2, ... of which each wants to stand in front of the next, and the last in front of
+// the first.
+std::vector<std::string> AddCircle(Warehouse* w, int count) {
+  std::vector<std::string> words;
+  for (int i = 1; i <= count; ++i) {
+    const std::string name = "a" + std::to_string(i);
+    const std::string next = "a" + std::to_string(i % count + 1);
+    w->Product("C/" + name + "/1/1", Insert("W", name, Before(next)));
+    words.push_back(name);
+  }
+  return words;
+}
+
+TEST_F(Why, OfALongCircleTheBeginningIsShown) {
+  std::vector<std::string> words = AddCircle(&w, 14);
+  words.insert(words.begin(), "env");
+  const RunResult result = Run(words);
+  EXPECT_EQ(1, result.status);
+  std::smatch match;
+  ASSERT_TRUE(std::regex_search(result.err, match, std::regex("\n  (a[0-9]+) before a")));
+  EXPECT_NE(std::string::npos,
+            result.err.find("\n  and so on over 2 more, back to " + match[1].str() + '\n'))
+      << result.err;
+  const std::regex member("\n  a[0-9]+ before a[0-9]+: BEFORE a");
+  EXPECT_EQ(12, std::distance(std::sregex_iterator(result.err.begin(), result.err.end(), member),
+                              std::sregex_iterator()));
+  EXPECT_NE(std::string::npos, result.err.find("\n    without a1\n")) << result.err;
+}
+
+TEST_F(Why, WhereManyProductsAreAtOddsTheSearchForAWayOutEnds) {
+  std::vector<std::string> words = AddCircle(&w, 14);
+  w.Product("C/sets/1/1", Insert("X", "x"));
+  w.Product("C/clears/1/1", Remove("X", "x"));
+  words.insert(words.begin(), {"env", "sets", "clears"});
+  const RunResult result = Run(words);
+  EXPECT_EQ(1, result.status);
+  EXPECT_TRUE(
+      result.err.ends_with("\n  no way out was found in the time that there is for trying\n"))
+      << result.err;
+}
+
+TEST_F(Why, OtherVersionsAreProposedIfTheyHelpTheLatestFirst) {
+  w.Product("C/sets/1/1", Insert("X", "x"));
+  for (const char* version : {"1", "2", "3", "4", "5"})
+    w.Product(std::string("C/clears/") + version + "/1", Insert("X", version));
+  w.Product("C/clears/6/1", Remove("X", "x"));
+  w.Product("C/clears/4/1", Remove("X", "?"));
+  Expect(Run({"env", "sets", "clears"}), "",
+         "zor: value x is both inserted and removed in environment variable X\n  inserted by " +
+             At("C/sets/1/1", "<ENV-INSERT") + "    named as sets\n  removed by " +
+             At("C/clears/6/1", "<ENV-REMOVE") +
+             "    named as clears\n"
+             "  what works, as trying it has shown:\n"
+             "    sets behind // (or --and), where it overrides the others\n"
+             "    without sets\n"
+             "    C/clears/5/1 in place of clears\n"
+             "    C/clears/3/1 in place of clears\n"
+             "    C/clears/2/1 in place of clears\n"
+             "    clears behind // (or --and), where it overrides the others\n"
+             "    without clears\n",
+         1);
+}
+
+TEST_F(Why, ConditionsAreProposedWhereSeveralVarietiesFit) {
+  const auto variety = [](const std::string& k) { return Variety("<VAR n='k' v='" + k + "'/>"); };
+  const auto group = [](const std::string& k, const std::string& operation) {
+    return "<ENV-GROUP><PATTERN><MATCH><VAR n='k' v='" + k + "'/></MATCH></PATTERN>" + operation +
+           "</ENV-GROUP>\n";
+  };
+  w.File("C/v/1/1", "product.xml", ProductXml(variety("a") + variety("b*")));
+  w.File("C/v/1/1", "partlist.xml", PartListXml(""));
+  w.File("C/v/1/1", "env.xml",
+         "<ENV-SETTINGS>\n" + group("a", Insert("X", "x")) + group("b**", Remove("X", "x")) +
+             "</ENV-SETTINGS>");
+  const auto side = [&](const char* word, const char* variety, const char* operation) {
+    return std::string("  ") + word + " by C/v/1/1[k=" + variety + "] (" +
+           Place(w.Root() + "/C/v/1/1/env.xml", operation) + ")\n    named as v in group 2\n";
+  };
+  // One cannot ask for a pattern.
+  Expect(Run({"env", "other", "//", "v"}), "",
+         "zor: value x is both inserted and removed in environment variable X\n" +
+             side("inserted", "a", "<ENV-INSERT") + side("removed", "b*", "<ENV-REMOVE") +
+             "  what works, as trying it has shown:\n"
+             "    v[k=a], as several varieties of it fit\n"
+             "    without v\n",
+         1);
+}
+
+// The first group states a separator as well.
+TEST_F(Why, SeparatorsAreHeldAgainstEachOtherInTheirGroup) {
+  Expect(Run({"env", "comma", "//", "colon", "comma"}), "",
+         "zor: inconsistent separators for environment variable S\n"
+         "  separated by \":\" in " +
+             At("C/colon/1/1", "<ENV-INSERT") + "    named as colon in group 2\n" +
+             "  separated by \",\" in " + At("C/comma/1/1", "<ENV-INSERT") +
+             "    named as comma in group 2\n" +
+             "  what works, as trying it has shown:\n"
+             "    colon behind // (or --and), where it overrides the others\n"
+             "    without colon\n"
+             "    comma behind // (or --and), where it overrides the others\n"
+             "    without comma\n",
+         1);
+}
+
 // ---- Conflicts ----
 
 TEST_F(Why, ACircleIsShownWithAllItsMembers) {
