@@ -248,6 +248,111 @@ TEST(Constraints, MarkCircles) {
          "zor: these products do nothing to NOTHING\n", 1);
 }
 
+// ---- Marks and groups ----
+
+TEST(Graph, GroupsAreToldOfOnce) {
+  Warehouse warehouse;
+  warehouse.Product(InC("leaf"));
+  for (const char* name : {"one", "two", "three"})
+    warehouse.ProductWithParts(InC(name), "", PartLine("leaf"));
+  warehouse.File(InC("away"), "product.xml", ProductXml("<VARIETY><SEGMENT here='0'/></VARIETY>"));
+  warehouse.File(InC("away"), "partlist.xml", PartListXml(""));
+  const auto run = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), "graph");
+    return Zor(words, {"ZORROOT=" + warehouse.Root()});
+  };
+  // What has no parts is written out each time, as there is nothing to see above.
+  Expect(run({"C/one", "C/two", "//", "C/three", "C/leaf"}),
+         "group 1:\n  C/one/1.0/1\n    C/leaf/1.0/1  C/one/1.0/1/partlist.xml:2:3\n"
+         "  C/two/1.0/1\n    C/leaf/1.0/1  C/two/1.0/1/partlist.xml:2:3\n"
+         "group 2, overrides group 1:\n  C/three/1.0/1\n"
+         "    C/leaf/1.0/1  C/three/1.0/1/partlist.xml:2:3\n  C/leaf/1.0/1\n",
+         "", 0);
+  const std::vector<std::string> expected = {R"(edge "n0-->n1" "partlist.xml:2")",
+                                             R"(node "n0" "C/one\n1.0/1" "bold")",
+                                             R"(node "n1" "C/leaf\n1.0/1" "")"};
+  EXPECT_EQ(expected, Shown(run({"C/one", "-f", "mermaid"}).out, "mermaid"));
+  EXPECT_EQ("C/away/1.0/1 [not here]\n", run({"C/away"}).out);
+}
+
+TEST(Graph, WhatCanNotBeDrawnIsWrittenAsBytes) {
+  Warehouse warehouse;
+  const std::string odd =
+      "a\x7F"
+      "b\xC2\x85"
+      "c\xE2\x80\xA8"
+      "d\xE2\x80\xA9"
+      "e\xEF\xBF\xBE"
+      "f\xEF\xBF\xBF";
+  warehouse.Product(InC(odd + "\xF0\x9F\x98\x80"));
+  const RunResult result =
+      Zor({"graph", "-r", warehouse.Root(), "-p", "C", odd + "\xF0\x9F\x98\x80", "-f", "mermaid"});
+  const std::vector<std::string> expected = {
+      "node \"n0\" \"C/a\\\\x7fb\\\\xc2\\\\x85c\\\\xe2\\\\x80\\\\xa8d\\\\xe2\\\\x80\\\\xa9e"
+      "\\\\xef\\\\xbf\\\\xbef\\\\xef\\\\xbf\\\\xbf\xF0\x9F\x98\x80\\n1.0/1\" \"bold\""};
+  EXPECT_EQ(expected, Shown(result.out, "mermaid"));
+}
+
+TEST(Constraints, OfGroupsAndRecipesAreShown) {
+  Warehouse warehouse;
+  warehouse.Product(InC("first"), Insert("L", "a", Before("b")) + Remove("L", "c"));
+  warehouse.Product(InC("second"), Insert("L", "d", Before("c") + After("b")));
+  warehouse.Product(InC("colon"), Insert("S", "x", "", "sep=':'"));
+  warehouse.Product(InC("comma"), Insert("S", "x", "", "sep=','"));
+  warehouse.File(InC("old"), "product.xml", ProductXml(Variety()));
+  warehouse.File(InC("old"), "partlist.xml", PartListXml(""));
+  warehouse.File(InC("old"), "setup.xml", RecipeXml("<SETENV op='append' name='L' value='r'/>"));
+  const auto run = [&](std::vector<std::string> words, const std::string& variable) {
+    words.insert(words.begin(), "graph");
+    words.insert(words.end(), {"--constraints", variable});
+    return Zor(words, {"ZORROOT=" + warehouse.Root(), "L=b:c"});
+  };
+  const auto place = [&](const std::string& name) {
+    return Place(warehouse.Root() + "/" + InC(name) + "/env.xml", "<ENV-INSERT")
+        .substr(warehouse.Root().size() + 1);
+  };
+  // An old recipe has a value, and no order.
+  Expect(run({"C/old", "C/first"}, "L"), "L:\n  a before b  " + place("first") + '\n', "", 0);
+  Expect(run({"C/old"}, "L"), "", "zor: these products do nothing to L\n", 1);
+  // Where there is no environment, and so no order, the reason is told.
+  const RunResult none = run({"C/colon", "C/comma"}, "L");
+  EXPECT_EQ("", none.out);
+  EXPECT_EQ(1, none.status);
+  EXPECT_TRUE(none.err.starts_with("zor: inconsistent separators for environment variable S\n"))
+      << none.err;
+  const RunResult drawn = run({"C/first", "//", "C/second", "-f", "mermaid"}, "L");
+  // What is removed has no place, and against what is not there nothing can be ordered.
+  const std::vector<std::string> expected = {R"(cluster "g0" "group 1")",
+                                             R"(cluster "g1" "group 2, overrides group 1")",
+                                             "edge \"n0-->n1\" \"" + place("first") + '"',
+                                             "edge \"n3-->n4\" \"" + place("second") + '"',
+                                             R"(node "n0" "a" "")",
+                                             R"(node "n1" "b" "")",
+                                             R"(node "n2" "a" "")",
+                                             R"(node "n3" "b" "")",
+                                             R"(node "n4" "d" "")"};
+  EXPECT_EQ(expected, Shown(drawn.out, "mermaid"));
+}
+
+TEST(Constraints, OfCirclesAreDrawnInRed) {
+  const RunResult dot =
+      ZorOnExamples({"graph", "studio/knot", "--constraints", "KNOT_ENDS", "-f", "dot"});
+  // A circle has no beginning.
+  const auto drawing = [](const std::string& first, const std::string& second, char left,
+                          char right) {
+    const std::string red = ", style=bold, color=red];\n";
+    return "digraph \"KNOT_ENDS\" {\n  compound=true;\n  rankdir=LR;\n  node [shape=box];\n"
+           "  subgraph cluster_0 {\n    label=\"KNOT_ENDS\";\n    n0 [label=\"" +
+           first + '"' + red + "    n1 [label=\"" + second + '"' + red + "  }\n  n" + left +
+           " -> n" + right + " [label=\"studio/knot/1/1/env.xml:5:5\"" + red + "  n" + right +
+           " -> n" + left + " [label=\"studio/knot/1/1/env.xml:10:5\"" + red + "}\n";
+  };
+  EXPECT_TRUE(dot.out == drawing("left", "right", '0', '1') ||
+              dot.out == drawing("right", "left", '1', '0'))
+      << dot.out;
+  EXPECT_EQ(1, dot.status);
+}
+
 // Products of several versions that include each other, one that is not there, and files.
 struct Library : Warehouse {
   Library() {
