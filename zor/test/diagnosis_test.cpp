@@ -2,6 +2,8 @@
 // of file and in each encoding.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "zor.h"
 
 namespace {
@@ -184,6 +186,123 @@ TEST(Diagnosis, OfTextInEveryEncoding) {
           "the file declares the encoding UTF-16, and is not in it",
           "encoding specified in XML declaration is incorrect",
           "save the file as UTF-8, and declare that or nothing"}});
+}
+
+// ---- What is missing, and what is not defined ----
+
+struct Trouble : testing::Test {
+  RunResult Run(const std::vector<std::string>& words) const {
+    return Zor(words, {"ZORROOT=" + warehouse.Root()});
+  }
+  // Expects these lines behind the root's path, or behind nothing.
+  void Tells(const std::vector<std::string>& words, const std::vector<std::string>& lines,
+             const std::string& page) const {
+    std::string all = "zor: ";
+    for (const std::string& line : lines)
+      all += line + "\n  ";
+    for (std::size_t at = 0; (at = all.find("$W", at)) != std::string::npos;)
+      all.replace(at, 2, warehouse.Root());
+    Expect(Run(words), "", all + "see " + page + '\n', 1);
+  }
+
+  Warehouse warehouse;
+};
+
+TEST_F(Trouble, WithTheLatestOfAProduct) {
+  const std::string tree = "zorenv-warehouse(5), DESCRIPTION";
+  const std::string latest = "zorenv-warehouse(5), VERSIONS";
+  const std::string nobody =
+      "where no version is named the highest entry is taken, whatever it is, and so nobody can use "
+      "the product without naming a version";
+  warehouse.Product("C/good/1/1");
+  warehouse.Product("C/good/2/1");
+  warehouse.Link("root/C/good/current", "nowhere");
+  Tells({"env", "-p", "C", "good"},
+        {"$W/C/good/current is taken for the latest version of C/good, and leads nowhere", nobody,
+         "move current out of $W/C/good if it is no version; until then name one: C/good/2"},
+        latest);
+  warehouse.Directory("root/C/empty");
+  Tells({"env", "-p", "C", "empty"},
+        {"$W/C/empty is empty, and should hold a directory for each version",
+         "so C/empty has no version to take", "remove the directory, or put the product into it"},
+        tree);
+  warehouse.Write("root/C/notes/README", "soon");
+  Tells({"env", "-p", "C", "notes"},
+        {"$W/C/notes/README is taken for the latest version of C/notes, and is a file", nobody,
+         "move README out of $W/C/notes if it is no version"},
+        latest);
+  warehouse.Directory("root/C/good/1.5");
+  Tells(
+      {"env", "-p", "C", "good", "1.5"},
+      {"$W/C/good/1.5 is an empty directory, so it is no version of C/good", "version 2 is there"},
+      tree);
+}
+
+TEST_F(Trouble, WithNamesThatAreNotThere) {
+  const std::string requests = "zor(1), Requests";
+  std::string there;
+  for (int i = 10; i < 24; ++i) {
+    warehouse.Product("C/many/" + std::to_string(i) + "/1");
+    if (i < 22) there += (i > 10 ? ", " : "") + std::to_string(i);
+  }
+  warehouse.Directory("root/none");
+  warehouse.Product("a/deep/way/1/1");
+  Tells({"env", "-p", "C", "many", "next"},
+        {"C/many has no version next; there are " + there + " and 2 more",
+         "zor avail 'C/many*' lists them"},
+        requests);
+  Tells({"env", "-p", "none", "x"},
+        {"none has no product x; there are none", "zor avail 'none*' lists them"}, requests);
+  const std::string own = "-p takes category, name, version and revision as words of their own";
+  Tells({"env", "-p", "C/many/10/1"},
+        {"there is no product Contents in the category C/many/10/1", own,
+         "did you mean -p C many 10 1?"},
+        requests);
+  Tells({"env", "-p", "a/deep/way/1/1"},
+        {"there is no product Contents in the category a/deep/way/1/1", own,
+         "did you mean -p a/deep way 1 1?"},
+        requests);
+  // The same of two is told once.
+  Tells(
+      {"env", "-p", "tools", "x", "-p", "tools", "x", "1"},
+      {"there is no category tools in $W; there are C, a and none", "zor avail lists all products"},
+      requests);
+}
+
+TEST_F(Trouble, WithNamesThatNothingDefines) {
+  const std::string defined =
+      "write one of these, or give the variety a VAR of that name in product.xml";
+  const std::string expansion = "zorenv-warehouse(5), EXPANSION";
+  const std::string names =
+      "BASE-DIRECTORY, FS, EXE, DLL, LIB, THIS-CNVR, PLAT-THIS-CNVR, BASE-CN, BASE-CNV, BASE-CNVR, "
+      "BINPATH, HOST-PLATFORM, THIS-CATEGORY, THIS-NAME, THIS-REV, THIS-VERSION and PLAT-CATEGORY";
+  struct Row {
+    const char* what;
+    std::string file, content, place;
+  };
+  const Row rows[] = {
+      {"in a value, behind what is none and inside another", "env.xml",
+       EnvXml(Insert("A", "100%%(EXE)%[%(NO)/x]")), "1:81"},
+      {"in the name of a part", "partlist.xml",
+       PartListXml("<PRODUCT category='C' name='%(NO)'><PATTERN/></PRODUCT>"), "1:66"},
+      {"in the pattern of a part", "partlist.xml",
+       PartListXml("<PRODUCT name='x'><PATTERN><MATCH><VAR n='k' v='%(NO)'/></MATCH></PATTERN>"
+                   "</PRODUCT>"),
+       "1:86"},
+      {"in a command", "setup.xml", RecipeXml("<SETENV name='A' value='%(NO)'/>"), "1:49"},
+      {"in the pattern of a step", "setup.xml",
+       "<RECIPE><STEP><PATTERN><MATCH><VAR n='k' v='%(NO)'/></MATCH></PATTERN></STEP></RECIPE>",
+       "1:45"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    warehouse.Product("C/p/1/1");
+    std::filesystem::remove(warehouse.Root() + "/C/p/1/1/env.xml");
+    warehouse.File("C/p/1/1", row.file, row.content);
+    Tells({"env", "C/p"},
+          {"$W/C/p/1/1/" + row.file + ":" + row.place + ": % variable NO is not defined",
+           "defined are " + names, defined},
+          expansion);
+  }
 }
 
 }  // namespace
