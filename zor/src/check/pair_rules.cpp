@@ -227,6 +227,8 @@ class ComputationCheck {
       // A circle has no first member, so each way to meet it begins with the one that sorts first.
       std::vector<Location> places = fault.places;
       std::rotate(places.begin(), std::min_element(places.begin(), places.end()), places.end());
+      // One operation may have several places in it.
+      places.erase(std::unique(places.begin(), places.end()), places.end());
       std::string others;
       for (std::size_t i = 1; i < places.size(); ++i)
         others += (i == 1 ? "" : ", ") + shown(places[i]);

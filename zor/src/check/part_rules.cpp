@@ -47,7 +47,8 @@ std::string lacking(const Product& product, const ProductName& part) {
   for (const std::string* element : {&part.category, &part.name, &part.version, &part.rev}) {
     const std::string next = known + '/' + *element;
     if (access(next.c_str(), F_OK) != 0) {
-      if (known == product.root()) return fmt::format("there is no {}", *element);
+      // An empty category is the root itself.
+      if (known.size() <= product.root().size() + 1) return fmt::format("there is no {}", *element);
       return fmt::format("there is no {} in {}", *element, known.substr(product.root().size() + 1));
     }
     known = next;

@@ -116,7 +116,8 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
     for (const Diagnosis& diagnosis : diagnose_file(product->directory() + '/' + file)) {
       product->tell(Finding{fmt::format("{}/{}", product->path(), file), diagnosis.line,
                             diagnosis.column, diagnosis.line, diagnosis.column + 1, "ZW001",
-                            diagnosis.text, diagnosis.why + "; " + diagnosis.help, product->path()});
+                            diagnosis.text, diagnosis.why + "; " + diagnosis.help,
+                            product->path()});
     }
   if (product->findings().size() > before) return;
   for (const Fault& fault : faults)
