@@ -105,7 +105,8 @@ std::string highest_good(const std::string& root, const ProductName& product, bo
 // What is wrong with an entry that was taken for the latest version or rev because it is the
 // highest beside others; empty if nothing is.
 std::string entry_trouble(const std::string& path, bool of_version) {
-  if (!exists(path)) return "leads nowhere";
+  struct stat info = {};
+  if (!exists(path)) return lstat(path.c_str(), &info) == 0 ? "leads nowhere" : "is not there";
   if (!is_directory(path)) return "is a file";
   if (of_version) return entries_of(path, false).empty() ? "is an empty directory" : "";
   return exists(path + "/product.xml") ? "" : "has no product.xml";

@@ -173,11 +173,9 @@ std::string variety_text(const VarietyReason& reason) {
   else if (reason.other_host)
     text += fmt::format(" it is not for this host, {}", host_platform_name());
   if (!variety.complete)
-    text +=
-        fmt::format("{} {}", variety.chosen ? ", but gives no settings:" : ", and",
-                    reason.missing.empty()
-                        ? "it has no segments"
-                        : "its segment for " + joined(reason.missing, ", for ") + " is not here");
+    text += fmt::format("{} its segment for {} is not here",
+                        variety.chosen ? ", but gives no settings:" : ", and",
+                        joined(reason.missing, ", for "));
   return "  " + text + '\n';
 }
 
@@ -249,7 +247,6 @@ struct Fate {
 // Those that are there in the end in their order, then the others.
 std::vector<Fate> fates_of(const Story& story, const ReasonIndex& index) {
   std::vector<Fate> fates;
-  if (story.steps.empty()) return fates;
   std::unordered_set<std::string_view> known;
   const auto add = [&](const ElementReason& element, bool is_there) {
     if (!known.insert(element.value).second) return;

@@ -118,11 +118,8 @@ std::string mermaid_label(const std::vector<std::string>& lines) {
 std::string mermaid_arrow(const std::string& from, const std::string& to, const Arrow& arrow) {
   const char* const line = arrow.stroke == Stroke::kDashed  ? "-.->"
                            : arrow.stroke == Stroke::kAlarm ? "==>"
-                           : arrow.stroke == Stroke::kBold  ? "==>"
                                                             : "-->";
-  const std::string label =
-      arrow.label.empty() ? "" : fmt::format("|\"{}\"|", mermaid_text(arrow.label));
-  return fmt::format("  {} {}{} {}\n", from, line, label, to);
+  return fmt::format("  {} {}|\"{}\"| {}\n", from, line, mermaid_text(arrow.label), to);
 }
 
 std::string mermaid_box(const Drawing& drawing, std::size_t i, const char* indent) {
