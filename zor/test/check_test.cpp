@@ -570,6 +570,37 @@ TEST(CheckRules, ReadPartsAsTheToolDoes) {
       Told(tree, "ZW301,ZW302,ZW303,ZW304,ZW305,ZW306,ZW307,ZW308,ZW309"));
 }
 
+TEST(CheckRules, ReadPatternsOfPartsForAllVarieties) {
+  const TemporaryTree tree;
+  const auto by = [](const std::string& name, const std::string& value) {
+    return "<VARIETY><VAR n='" + name + "' v='" + value + "'/><SEGMENT here='1'/></VARIETY>";
+  };
+  AddVarieties(tree, "t/both", by("platform", "linux-x86") + by("platform", "solaris"));
+  // Two varieties lead to one finding.
+  AddParts(tree, "t/a", PartOf("t", "both"));
+  tree.Write("t/a/1/1/product.xml", "<VARIETIES>" + by("k", "1") + by("k", "2") + "</VARIETIES>\n");
+  // A VAR without a value asks for an empty one.
+  AddParts(tree, "t/b",
+           "<PRODUCT category='t' name='both' version='1' rev='1'><PATTERN><MATCH>"
+           "<VAR n='platform'/></MATCH></PATTERN></PRODUCT>");
+  AddParts(tree, "t/c", PartOf("", "both"));
+  EXPECT_EQ(
+      "t/a/1/1/partlist.xml:2:1: warning: the pattern says nothing of platform, so the varieties "
+      "of t/both/1/1 for 2 platforms are all taken at once [ZW304 all-platforms]\n"
+      "  help: Add <MATCH><VAR n=\"platform\" v=\"%(platform)\"/></MATCH> if this product has "
+      "platforms itself, and %(HOST-PLATFORM) if not.\n"
+      "t/b/1/1/partlist.xml:2:1: warning: no variety of t/both/1/1 meets the pattern, so nothing "
+      "of it is taken [ZW305 part-without-variety]\n"
+      "  help: Ask for values that the part's product.xml has.\n"
+      "t/c/1/1/partlist.xml:2:1: error: the part /both/1/1 does not exist, so it is skipped "
+      "without a message: there is no both [ZW301 missing-part]\n"
+      "  help: Name a product that is there, or put it there. What is left out of the name is as "
+      "in "
+      "the including product.\n"
+      "4 products: 1 error, 2 warnings\n",
+      Told(tree, "ZW301,ZW304,ZW305,ZW308"));
+}
+
 // ---- Output of any finding ----
 
 TEST(Check, ShowsPathsAsTheWarehouseIsNamed) {
@@ -615,13 +646,13 @@ TEST(Check, HasWordsForFindingsOfEveryKindInEachFormat) {
   AddProduct(tree, "t/a",
              "<ENV-SETTINGS>\r\n<ENV-GROUP><PATTERN/>\r<ENV-DELETE>\r\n A\r</ENV-DELETE>"
              "</ENV-GROUP></ENV-SETTINGS>\r");
-  tree.Write("t/b/1/1/product.xml", kInfo);
+  tree.Write("t/b_~/1/1/product.xml", kInfo);
   const auto check = [&](std::vector<std::string> more) {
     more.insert(more.begin(), {"check", tree.path(), "--rule", "ZW106,ZW401,ZW419"});
     return Zor(more, {"GITHUB_WORKSPACE=/elsewhere"});
   };
   const std::string a = tree / "t/a/1/1/env.xml";
-  const std::string b = tree / "t/b/1/1";
+  const std::string b = tree / "t/b_~/1/1";
   const std::string undone = "there is no unenv.xml, so zorenv -u leaves all of this as it is";
   const std::string undo = "Add a unenv.xml that takes out what is set here.";
   const std::string blanks = "the blanks or line ends around it belong to the text of ENV-DELETE";
@@ -647,7 +678,8 @@ TEST(Check, HasWordsForFindingsOfEveryKindInEachFormat) {
          "", 1);
   const RunResult sarif = check({"--format", "sarif"});
   ExpectValid(sarif.out, "sarif");
-  EXPECT_NE(std::string::npos, sarif.out.find("\"endLine\": 5")) << sarif.out;
+  for (const char* piece : {"\"endLine\": 5", "\"uri\": \"t/b_~/1/1\""})
+    EXPECT_NE(std::string::npos, sarif.out.find(piece)) << piece << sarif.out;
   const RunResult json = check({"--format", "json"});
   ExpectValid(json.out, "check");
   EXPECT_NE(std::string::npos, json.out.find("\"line\": null")) << json.out;
@@ -663,6 +695,113 @@ TEST(Check, HasWordsForFindingsOfEveryKindInEachFormat) {
   known.replace(known.find("\"version\": 1"), 12, "\"version\": 2");
   Expect(check({"--baseline", other.Write("new.json", known)}), "",
          "zor: " + (other / "new.json") + ": this is a document of another version\n", 2);
+}
+
+// On a terminal, by the program of Debian's that runs another one on one.
+TEST(Check, HasColoursOnATerminal) {
+  const TemporaryTree tree;
+  AddProduct(tree, "t/a", Settings("<ENV-DELETE> A</ENV-DELETE>"));
+  const auto check = [&](const std::vector<std::string>& more) {
+    RunOptions options;
+    options.environment = PlainEnvironment(more);
+    const std::string program = ZOR_PROGRAM;
+    return RunProgram({"/usr/bin/script", "-qec",
+                       program + " check --rule ZW401,ZW419 " + tree.path(), "/dev/null"},
+                      options)
+        .out;
+  };
+  const std::string file = tree / "t/a/1/1/env.xml";
+  const std::string colours =
+      "\033[1m" + file +
+      ":1:1\033[0m: \033[1;36mnote\033[0m: there is no unenv.xml, so zorenv -u leaves all of this "
+      "as it is [ZW419 no-undo]\r\n"
+      "  1 | <ENV-SETTINGS><ENV-GROUP><PATTERN/>\r\n    | \033[1;36m^~~~~~~~~~~~~\033[0m\r\n"
+      "  help: Add a unenv.xml that takes out what is set here.\r\n"
+      "\033[1m" +
+      file +
+      ":2:13\033[0m: \033[1;33mwarning\033[0m: the blanks or line ends around it belong to the "
+      "text of ENV-DELETE [ZW401 blanks-in-text]\r\n"
+      "  2 | <ENV-DELETE> A</ENV-DELETE>\r\n    | \033[1;33m            ^~\033[0m\r\n"
+      "  help: Put the tags right beside the text.\r\n1 product: 1 warning, 1 note\r\n";
+  EXPECT_EQ(colours, check({"TERM=xterm"}));
+  EXPECT_EQ(std::string::npos, check({"TERM=xterm", "NO_COLOR=1"}).find('\033'));
+}
+
+TEST(CheckRules, ReadDataFilesInEveryEncoding) {
+  const TemporaryTree tree;
+  // Letters of one, two, three and four bytes, which are one column each.
+  const std::string line = "<!-- \xC3\xA9\xE2\x82\xAC\xEF\xBF\xBD\xF0\x9F\x98\x80 -->";
+  const std::string text = Settings(line + "<ENV-DELETE mark='1'>A</ENV-DELETE>");
+  const std::u16string before = u"<!-- \u00E9\u20AC\uFFFD\U0001F600 -->";
+  const auto wide = [&](bool big_endian) {
+    std::string bytes = big_endian ? "\xFE\xFF" : "\xFF\xFE";
+    const auto put = [&](char16_t unit) {
+      const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+      bytes += big_endian ? std::string{high, low} : std::string{low, high};
+    };
+    const std::size_t at = text.find(line);
+    for (const char c : text.substr(0, at))
+      put(static_cast<char16_t>(c));
+    for (const char16_t unit : before)
+      put(unit);
+    for (const char c : text.substr(at + line.size()))
+      put(static_cast<char16_t>(c));
+    return bytes;
+  };
+  AddProduct(tree, "t/a", text);
+  AddProduct(tree, "t/b", "\xEF\xBB\xBF" + text);
+  AddProduct(tree, "t/c", wide(false));
+  AddProduct(tree, "t/d", wide(true));
+  std::string expected;
+  for (const char* name : {"a", "b", "c", "d"})
+    expected += std::string("t/") + name +
+                "/1/1/env.xml:2:26: warning: ENV-DELETE has no attribute mark, so this is ignored "
+                "[ZW002 unknown-attribute]\n  help: There are: sep.\n";
+  EXPECT_EQ(expected + "4 products: 4 warnings\n", Told(tree, "ZW002"));
+}
+
+// ---- Computations in their corners ----
+
+TEST(CheckRules, ComputeWhatTheToolComputes) {
+  const TemporaryTree tree;
+  const auto insert = [](const std::string& name, const std::string& value,
+                         const std::string& constraints) {
+    return "<ENV-INSERT><NAME>" + name + "</NAME><VALUE>" + value + "</VALUE>" + constraints +
+           "</ENV-INSERT>\n";
+  };
+  const auto before = [](const std::string& pattern) { return "<BEFORE>" + pattern + "</BEFORE>"; };
+  const auto after = [](const std::string& pattern) { return "<AFTER>" + pattern + "</AFTER>"; };
+  AddProduct(tree, "t/a",
+             Settings(insert("X", "a", before("b")) + insert("X", "b", before("c")) +
+                      insert("X", "c", before("a"))));
+  AddProduct(tree, "t/b", Settings(insert("X", "a", before("b") + after("b"))));
+  AddProduct(tree, "t/c", Settings(insert("X=Y", "a", before("b") + after("c"))));
+  LayOutExample(tree, "t/d",
+                {{"1/1/setup.xml",
+                  "<RECIPE><STEP><PATTERN/><SETENV name='A' value='%(NO)'/></STEP>"
+                  "</RECIPE>\n"}});
+  // Of many varieties the last one is looked at as well.
+  std::string varieties;
+  for (int i = 0; i < 66; ++i)
+    varieties += "<VARIETY><VAR n='k' v='" + std::to_string(i) + (i < 2 ? "*" : "") +
+                 "'/><SEGMENT here='1'/></VARIETY>";
+  LayOutExample(
+      tree, "t/e",
+      {{"1/1/product.xml", "<VARIETIES>" + varieties + "</VARIETIES>\n"},
+       {"1/1/env.xml",
+        "<ENV-SETTINGS><ENV-GROUP><PATTERN><MATCH><VAR n='k' v='65'/></MATCH></PATTERN>\n" +
+            insert("X", "a", before("b") + after("b")) + "</ENV-GROUP></ENV-SETTINGS>\n"}});
+  const std::string circle =
+      "/1/1/env.xml:2:1: error: X: the order that is wanted here leads round in a circle";
+  const std::string take_out = " [ZW502 circle]\n  help: Take out one of the BEFORE and AFTER.\n";
+  EXPECT_EQ("t/a" + circle + ", together with t/a/1/1/env.xml:3:1, t/a/1/1/env.xml:4:1" + take_out +
+                "t/b" + circle + take_out +
+                "t/d/1/1/setup.xml:1:49: error: %(NO) is not defined, so the run fails [ZW415 "
+                "undefined-name]\n  help: zorenv-warehouse(5) lists the names under EXPANSION; the "
+                "others are the variables of each variety in product.xml.\n"
+                "t/e" +
+                circle + take_out + "5 products: 4 errors\n",
+            Told(tree, "ZW415,ZW501,ZW502,ZW503,ZW504,ZW505,ZW507,ZW508"));
 }
 
 // ---- Random warehouses ----
