@@ -59,7 +59,11 @@ TEST(Diagnosis, OfElementsWhereTheyHaveNoPlace) {
         {{"a misspelt root", "<PRODUCTINFO/>", "1:1",
           "the root is PRODUCTINFO; the root of a product.xml is PRODUCT-INFO or VARIETIES (did "
           "you mean PRODUCT-INFO?)",
-          fault, "write PRODUCT-INFO, in its end tag too"}});
+          fault, "write PRODUCT-INFO, in its end tag too"},
+         {"an element where none may stand",
+          "<VARIETIES><VARIETY><SEGMENT><OTHER/></SEGMENT></VARIETY></VARIETIES>", "1:30",
+          "OTHER is no element of a product.xml; here may stand the end of SEGMENT", fault,
+          "take OTHER out"}});
   Check("partlist.xml", "PARTLIST.XML",
         {{"the root of another file", "<VARIETIES/>", "1:1",
           "the root is VARIETIES, so this is a product.xml; the root of a partlist.xml is PARTLIST",
@@ -120,6 +124,28 @@ TEST(Diagnosis, OfWhatIsNotClosedOrStandsOutsideOfTheRoot) {
           "xmllint --noout may tell more of it"}});
 }
 
+TEST(Diagnosis, OfFilesThatEndTooEarlyAndOfTheirHeads) {
+  const auto open = [](const std::string& begin) {
+    return "the file ends, and not closed are ENV-SETTINGS (begins at " + begin + ")";
+  };
+  const std::string add = "the innermost comes first: add </ENV-SETTINGS> where it ends";
+  const std::string declaration = "this is no XML declaration";
+  const std::string no_declaration = "XML declaration not well-formed";
+  const std::string write = "write <?xml version=\"1.0\" encoding=\"UTF-8\"?>, or nothing";
+  Check("env.xml", kForm,
+        {{"with CR", "\n<ENV-SETTINGS>\r", "2:15", open("2:1"), "no element found", add},
+         {"with a letter of two bytes", "<ENV-SETTINGS>\xC3\xA9", "1:16", open("1:1"),
+          "no element found", add},
+         {"an encoding without quotes", "<?xml version='1.0' encoding=UTF-8?><ENV-SETTINGS/>",
+          "1:30", declaration, no_declaration, write},
+         {"an encoding with one quote", "<?xml version='1.0' encoding='UTF-8?><ENV-SETTINGS/>",
+          "1:36", declaration, no_declaration, write},
+         {"an entity of any letters", "<ENV-SETTINGS>&_a.1-b:\xC3\xA9;</ENV-SETTINGS>", "1:15",
+          "&_a.1-b:\xC3\xA9; is not defined", "undefined entity",
+          "there are &amp; &lt; &gt; &quot; and &apos;; any other character can be written as "
+          "itself, or as &#...; with its number"}});
+}
+
 TEST(Diagnosis, OfCharactersThatHaveNoPlace) {
   const std::string token = "not well-formed";
   const std::string lost_quote = "look for a quote, a \"<\" or a \">\" that is missing before it";
@@ -129,6 +155,14 @@ TEST(Diagnosis, OfCharactersThatHaveNoPlace) {
           "a < that begins no tag, as a blank stands behind it", token, "write &lt; for it"},
          {"a < before a digit", Group("<ENV-DELETE>a <5</ENV-DELETE>"), "1:51",
           "a < that begins no tag, as \"5\" stands behind it", token, "write &lt; for it"},
+         {"a < before a tab", Group("<ENV-DELETE>a <\tb</ENV-DELETE>"), "1:51",
+          "a < that begins no tag, as a blank stands behind it", token, "write &lt; for it"},
+         {"a < at the end of a line", Group("<ENV-DELETE>a <\nb</ENV-DELETE>"), "1:51",
+          "a < that begins no tag, as a blank stands behind it", token, "write &lt; for it"},
+         {"the same, with CR", Group("<ENV-DELETE>a <\r\nb</ENV-DELETE>"), "1:51",
+          "a < that begins no tag, as a blank stands behind it", token, "write &lt; for it"},
+         {"a control character below a reference", Group("<ENV-DELETE>R&amp;D\n\x01</ENV-DELETE>"),
+          "2:1", control, token, "take it out"},
          {"a < in an attribute", Group("<ENV-INSERT sep='a<'/>"), "1:54",
           "a < in a place where no tag may begin", token,
           "write &lt; for it, or close what is before it"},
@@ -172,6 +206,7 @@ TEST(Diagnosis, OfTextInEveryEncoding) {
           escape},
          {"ISO-8859-1, behind a letter", latin1 + "\n<!--\xE9-->" + text, "2:58", ampersand, token,
           escape},
+         {"below a mark", "\xEF\xBB\xBF\n" + text, "2:50", ampersand, token, escape},
          {"lines that end with CR", "<!--\r-->\r\n\r" + text, "4:50", ampersand, token, escape},
          {"not in the UTF-8 that is declared", utf8 + "\n<ENV-SETTINGS>\xFC ", "2:15",
           "the byte FC is no character of UTF-8", token, declared},
@@ -216,6 +251,9 @@ TEST_F(Trouble, WithTheLatestOfAProduct) {
       "the product without naming a version";
   warehouse.Product("C/good/1/1");
   warehouse.Product("C/good/2/1");
+  Tells({"env", "-p", "C", "good", "+", "7"},
+        {"$W/C/good/2/7 is not there, so it is no revision of C/good", "revision 1 is there"},
+        tree);
   warehouse.Link("root/C/good/current", "nowhere");
   Tells({"env", "-p", "C", "good"},
         {"$W/C/good/current is taken for the latest version of C/good, and leads nowhere", nobody,
@@ -303,6 +341,19 @@ TEST_F(Trouble, WithNamesThatNothingDefines) {
            "defined are " + names, defined},
           expansion);
   }
+}
+
+TEST_F(Trouble, WithNamesThatOnlySomeVarietiesDefine) {
+  warehouse.Product("C/p/1/1", Insert("A", "%(NO)"));
+  warehouse.File("C/p/1/1", "product.xml",
+                 ProductXml(Variety("<VAR n='INSTALLED-FROM' v='/opt' x='%(YES)'/>")));
+  Tells({"env", "C/p"},
+        {"$W/C/p/1/1/env.xml:1:69: % variable NO is not defined",
+         "defined are BASE-DIRECTORY, INSTALLED-FROM, FS, EXE, DLL, LIB, THIS-CNVR, "
+         "PLAT-THIS-CNVR, BASE-CN, FROM-CN, BASE-CNV, FROM-CNV, BASE-CNVR, FROM-CNVR, BINPATH, "
+         "HOST-PLATFORM, THIS-CATEGORY, THIS-NAME, THIS-REV, THIS-VERSION and PLAT-CATEGORY",
+         "write one of these, or give the variety a VAR of that name in product.xml"},
+        "zorenv-warehouse(5), EXPANSION");
 }
 
 }  // namespace
