@@ -480,6 +480,47 @@ TEST_F(Why, SeparatorsAreHeldAgainstEachOtherInTheirGroup) {
          1);
 }
 
+// ---- Names and separators of any kind ----
+
+TEST_F(Why, OperationsAreTracedToTheWordThatNamedTheirVariety) {
+  const auto group = [](const std::string& k) {
+    return "\n<ENV-GROUP><PATTERN><MATCH><VAR n='k' v='" + k + "'/></MATCH></PATTERN>" +
+           Insert("X", k) + "</ENV-GROUP>";
+  };
+  w.File("C/v/1/1", "product.xml",
+         ProductXml(Variety("<VAR n='k' v='a'/>") + Variety("<VAR n='k' v='b'/>")));
+  w.File("C/v/1/1", "partlist.xml", PartListXml(""));
+  w.File("C/v/1/1", "env.xml", "<ENV-SETTINGS>" + group("a") + group("b") + "</ENV-SETTINGS>");
+  const auto place = [&](const std::string& k, int line) {
+    return "  " + k + "\n    inserted by C/v/1/1[k=" + k + "] (" + w.Root() +
+           "/C/v/1/1/env.xml:" + std::to_string(line) + ":64)\n      named as v[k=" + k + "]\n";
+  };
+  Expect(Run({"why", "v[k=a]", "v[k=b]", "X"}), "X\n" + place("a", 2) + place("b", 3), "", 0);
+  // A product that is not there takes no part, and no one else's place.
+  const std::string other =
+      "L\n  other\n    inserted by " + At("C/other/1/1", "<ENV-INSERT") + "      named as ";
+  Expect(Run({"why", "-i", "-p", "C", "none", "-p", "C", "other", "1", "--", "L", "other"}),
+         other + "-p C other 1\n", "", 0);
+  Expect(Run({"why", "-i", "-p", "C", "none", "-p", "C", "other", "1"}),
+         "C/other/1/1, named as -p C other 1\n"
+         "  1/1 is asked for, in its latest revision; there are also 2/1\n"
+         "  the variety is taken\n",
+         "", 0);
+}
+
+// A name beyond ASCII is, in the environment, one byte a character.
+TEST_F(Why, NamesAndSeparatorsMayBeOfAnyCharacters) {
+  const std::string separator = "sep='\xE2\x82\xAC'";
+  w.Product("C/odd/1/1", Insert("\xC3\xA9", "x", "", separator) +
+                             Insert("\xC3\xA9", "y", After("x"), separator) + Remove("Z*", "z"));
+  const auto inserted = [&](const char* column) {
+    return "    inserted by C/odd/1/1 (" + w.Root() + "/C/odd/1/1/env.xml:1:" + column +
+           ")\n      named as odd\n";
+  };
+  Expect(Run({"why", "odd", "--", "\xE9"}),
+         "\xE9\n  x\n" + inserted("36") + "  y\n" + inserted("99"), "", 0);
+}
+
 // ---- Conflicts ----
 
 TEST_F(Why, ACircleIsShownWithAllItsMembers) {
