@@ -353,6 +353,69 @@ TEST(Constraints, OfCirclesAreDrawnInRed) {
   EXPECT_EQ(1, dot.status);
 }
 
+TEST(Graph, VarietiesOfOneProductAreTakenTogether) {
+  Warehouse warehouse;
+  const auto variety = [](const std::string& name) {
+    return "<VARIETY name='" + name + "'><VAR n='k' v='" + name +
+           "'/><SEGMENT here='1'/></VARIETY>";
+  };
+  const auto part = [](const std::string& k) {
+    return "\n  <PRODUCT category='C' name='w' version='1.0' rev='1'><PATTERN><MATCH>"
+           "<VAR n='k' v='" +
+           k + "'/></MATCH></PATTERN></PRODUCT>";
+  };
+  warehouse.File(InC("w"), "product.xml",
+                 ProductXml(variety("one") + variety("two") + variety("three")));
+  warehouse.File(InC("w"), "partlist.xml", PartListXml(""));
+  // Two varieties of one product share a part.
+  warehouse.File(InC("user"), "product.xml", ProductXml(variety("a") + variety("b")));
+  warehouse.File(InC("user"), "partlist.xml", PartListXml(part("two")));
+  const auto run = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), "graph");
+    return Zor(words, {"ZORROOT=" + warehouse.Root()});
+  };
+  const std::string user = "C/user/1.0/1 [a; b]\n  C/w/1.0/1 [one; two]  ";
+  Expect(run({"C/w[k=one]", "C/user"}),
+         "C/w/1.0/1 [one; two]\n" + user + "C/user/1.0/1/partlist.xml:2:3\n", "", 0);
+  const RunResult json = run({"C/user", "-f", "json"});
+  ExpectValid(json.out, "graph");
+  EXPECT_NE(std::string::npos, json.out.find("\"value\": \"three\"")) << json.out;
+}
+
+TEST(Graph, TheFirstDotOnThePathDraws) {
+  Warehouse warehouse;
+  warehouse.Product(InC("P"));
+  const std::string program = warehouse.Write("bin/dot", "#!/bin/sh\necho \"<$*>\"\ncat\n");
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  const auto drawn = [&](const std::string& format) {
+    return Zor({"graph", "-r", warehouse.Root(), "C/P", "-f", format},
+               {"PATH=::" + (warehouse / "none") + ':' + (warehouse / "bin") + ":/usr/bin:/bin"});
+  };
+  Expect(drawn("svg"), "<-Tsvg>\n" + drawn("dot").out, "", 0);
+}
+
+// Relative names of files are below the product, a part that is not there may be missed by two, and
+// what is wrong in one part list keeps nobody from reading the others.
+TEST(Impact, ReadsPartListsAsTheyStand) {
+  Warehouse warehouse;
+  warehouse.ProductWithParts(InC("a"), "",
+                             "<FILE name='data/x.txt'/><FILE name=''/>" + PartLine("gone"));
+  warehouse.ProductWithParts(InC("b"), "", PartLine("gone") + PartLine("%(NO)"));
+  warehouse.File(InC("a"), "data/x.txt", "x");
+  const auto run = [&](const std::vector<std::string>& words) {
+    return Zor(words, {"ZORROOT=" + warehouse.Root()});
+  };
+  const std::string gone = " includes C/gone/1.0/1 (at C/";
+  const std::string unknown =
+      "zor: C/b/1.0/1: % variable NO is not defined in File "
+      "C/b/1.0/1/partlist.xml\n";
+  Expect(run({"impact", "-p", "C", "gone", "1.0", "1"}),
+         "C/a/1.0/1" + gone + "a/1.0/1/partlist.xml:2:3)\nC/b/1.0/1" + gone +
+             "b/1.0/1/partlist.xml:2:3)\n",
+         unknown, 0);
+  Expect(run({"impact", warehouse.Root() + "/C/a/1.0/1/data/x.txt"}), "C/a/1.0/1\n", unknown, 0);
+}
+
 // Products of several versions that include each other, one that is not there, and files.
 struct Library : Warehouse {
   Library() {
