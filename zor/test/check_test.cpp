@@ -1,6 +1,7 @@
 // zor check: each rule by the example of its section in zor-check(7).
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -802,6 +803,27 @@ TEST(CheckRules, ComputeWhatTheToolComputes) {
                 "t/e" +
                 circle + take_out + "5 products: 4 errors\n",
             Told(tree, "ZW415,ZW501,ZW502,ZW503,ZW504,ZW505,ZW507,ZW508"));
+}
+
+TEST(Check, TellsWhatItsUserMayNotRead) {
+  if (geteuid() != 0) GTEST_SKIP() << "it takes root to be somebody else";
+  const TemporaryTree tree;
+  ASSERT_EQ(0, chmod(tree.path().c_str(), 0755));
+  AddProduct(tree, "t/a", Settings("<ENV-DELETE>A</ENV-DELETE>"));
+  tree.Write("t/a/1/1/setup.xml", "<RECIPE/>\n");
+  for (const char* file : {"t/a/1/1/env.xml", "t/a/1/1/setup.xml"})
+    ASSERT_EQ(0, chmod((tree / file).c_str(), 0600));
+  RunOptions options;
+  options.environment = PlainEnvironment();
+  const RunResult result = RunProgram({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+                                       "--clear-groups", ZOR_PROGRAM, "check", tree.path()},
+                                      options);
+  const std::string told =
+      ".xml: error: the file can't be read by you [ZW103 no-regular-file]\n"
+      "  help: Put a regular file in its place that everybody may read.\n";
+  Expect(result,
+         tree / "t/a/1/1/env" + told + (tree / "t/a/1/1/setup") + told + "1 product: 2 errors\n",
+         "", 1);
 }
 
 // ---- Random warehouses ----
