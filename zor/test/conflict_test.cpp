@@ -450,8 +450,8 @@ TEST_F(Why, ConditionsAreProposedWhereSeveralVarietiesFit) {
   w.File("C/v/1/1", "env.xml",
          "<ENV-SETTINGS>\n" + group("a", Insert("X", "x")) + group("b**", Remove("X", "x")) +
              "</ENV-SETTINGS>");
-  const auto side = [&](const char* word, const char* variety, const char* operation) {
-    return std::string("  ") + word + " by C/v/1/1[k=" + variety + "] (" +
+  const auto side = [&](const char* word, const char* k, const char* operation) {
+    return std::string("  ") + word + " by C/v/1/1[k=" + k + "] (" +
            Place(w.Root() + "/C/v/1/1/env.xml", operation) + ")\n    named as v in group 2\n";
   };
   // One cannot ask for a pattern.

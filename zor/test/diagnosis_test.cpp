@@ -314,11 +314,11 @@ TEST_F(Trouble, WithNamesThatNothingDefines) {
   const std::string names =
       "BASE-DIRECTORY, FS, EXE, DLL, LIB, THIS-CNVR, PLAT-THIS-CNVR, BASE-CN, BASE-CNV, BASE-CNVR, "
       "BINPATH, HOST-PLATFORM, THIS-CATEGORY, THIS-NAME, THIS-REV, THIS-VERSION and PLAT-CATEGORY";
-  struct Row {
+  struct Use {
     const char* what;
     std::string file, content, place;
   };
-  const Row rows[] = {
+  const Use uses[] = {
       {"in a value, behind what is none and inside another", "env.xml",
        EnvXml(Insert("A", "100%%(EXE)%[%(NO)/x]")), "1:81"},
       {"in the name of a part", "partlist.xml",
@@ -331,13 +331,13 @@ TEST_F(Trouble, WithNamesThatNothingDefines) {
       {"in the pattern of a step", "setup.xml",
        "<RECIPE><STEP><PATTERN><MATCH><VAR n='k' v='%(NO)'/></MATCH></PATTERN></STEP></RECIPE>",
        "1:45"}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const Use& use : uses) {
+    SCOPED_TRACE(use.what);
     warehouse.Product("C/p/1/1");
     std::filesystem::remove(warehouse.Root() + "/C/p/1/1/env.xml");
-    warehouse.File("C/p/1/1", row.file, row.content);
+    warehouse.File("C/p/1/1", use.file, use.content);
     Tells({"env", "C/p"},
-          {"$W/C/p/1/1/" + row.file + ":" + row.place + ": % variable NO is not defined",
+          {"$W/C/p/1/1/" + use.file + ":" + use.place + ": % variable NO is not defined",
            "defined are " + names, defined},
           expansion);
   }
