@@ -1,7 +1,7 @@
 // Diagnoses of data files. An input is the name of a file in its first line, and behind it the
 // file.
 //
-// - There is a fault among the diagnoses if and only if the file's reader refuses the file.
+// - There is a diagnosis if and only if the file's reader refuses the file.
 // - Each says what it is about, and why it matters, and stands at a place that is in the file.
 #include "diagnosis.h"
 
@@ -45,22 +45,23 @@ bool IsTaken(const std::string& name, const std::string& path) {
 
 void fuzz::Try(Input& input) {
   const std::string name = input.Line();
-  constexpr const char* kNames[] = {"product.xml", "partlist.xml", "env.xml",
-                                    "unenv.xml",   "setup.xml",    "install.xml"};
+  constexpr const char* kNames[] = {"product.xml", "partlist.xml", "env.xml", "unenv.xml",
+                                    "setup.xml"};
   if (std::find(std::begin(kNames), std::end(kNames), name) == std::end(kNames)) return;
   const std::string document = input.Rest();
   const std::string path = WriteFile(name, document);
   const bool taken = IsTaken(name, path);
   const auto lines = std::count_if(document.begin(), document.end(),
                                    [](char c) { return c == '\n' || c == '\r'; });
-  bool has_fault = false;
-  for (const zor::Diagnosis& each : zor::diagnose_file(path)) {
-    has_fault = has_fault || each.is_fault();
-    if (each.file != path || each.text.empty() || each.why.empty() || each.read_on.empty())
+  const std::vector<zor::Diagnosis> found = zor::diagnose_file(path);
+  for (const zor::Diagnosis& each : found) {
+    if (each.file != path || each.text.empty() || each.why.empty() || each.help.empty() ||
+        each.read_on.empty())
       Fail("a diagnosis that says too little", told(each));
     if (each.line < 1 || each.line > lines + 1 || each.column < 1 ||
         each.column > static_cast<int>(document.size()) + 1)
       Fail("a diagnosis of a place that is not in the file", told(each));
   }
-  if (has_fault == taken) Fail("reader and diagnosis do not agree", taken ? "taken" : "refused");
+  if (found.empty() != taken)
+    Fail("reader and diagnosis do not agree", taken ? "taken" : "refused");
 }

@@ -24,20 +24,12 @@
 //   runs nothing else: without a PATH, it ends well and says nothing.
 //
 // Each run is a child process, because a run ends as a process does.
-#include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <csignal>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <functional>
 #include <regex>
 #include <set>
 #include <string>

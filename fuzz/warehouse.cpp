@@ -76,7 +76,8 @@ fuzz::Result Told(int (*command)(zor::Context*), const Words& words) {
 }
 
 void CheckReasons(const std::string& out) {
-  for (const Json& variable : Json::parse(out)["variables"])
+  const Json told = Json::parse(out);
+  for (const Json& variable : told["variables"])
     for (const Json& step : variable["steps"])
       for (const Json& element : step["elements"]) {
         const bool has_reason =

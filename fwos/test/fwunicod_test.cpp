@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "fcboot.h"
-#include "fcstring.h"
 #include "fcstrprf.h"
 #include "fpstring.h"
 #include "fwboot.h"
@@ -521,8 +520,10 @@ TEST(FpStr, LocalNumeralsAreThoseOfTheLocale) {
     EXPECT_EQ(1.5, value);
     FwStrRecord record;
     FwStrRecordOpen(&record);
-    EXPECT_EQ(8u, FpStrPrintLocalReal(&record, 1.5, {'f', 0, 6, false, false, 0, false}));
-    EXPECT_EQ(2u, FpStrPrintLocalInt(&record, 42, {'d', 0, 1, false, false, 0, false}));
+    EXPECT_EQ(8u,
+              FpStrPrintLocalReal(&record, 1.5, FcNumberFormat{'f', 0, 6, false, false, 0, false}));
+    EXPECT_EQ(2u,
+              FpStrPrintLocalInt(&record, 42, FcNumberFormat{'d', 0, 1, false, false, 0, false}));
     EXPECT_STREQ("1,50000042", FWC(record.pbz));
     FwStrRecordAbandon(&record);
   }

@@ -12,8 +12,6 @@
 #include "fwmem.h"
 #include "fwstring.h"
 #include "fwunicod.h"
-#include "process.h"
-#include "recorder.h"
 
 namespace {
 
@@ -116,11 +114,11 @@ TEST(LocaleOnDemand, ItsNameAndItsNumeralsAsk) {
       {"scan whole", [](auto*, auto* p, auto*, auto* n) { FpStrScanLocalUInt(p, n); }},
       {"real",
        [](auto* r, auto*, auto*, auto*) {
-         FpStrPrintLocalReal(r, 1, {'f', 0, 1, false, false, 0, false});
+         FpStrPrintLocalReal(r, 1, FcNumberFormat{'f', 0, 1, false, false, 0, false});
        }},
       {"int",
        [](auto* r, auto*, auto*, auto*) {
-         FpStrPrintLocalInt(r, 1, {'d', 0, 1, false, false, 0, false});
+         FpStrPrintLocalInt(r, 1, FcNumberFormat{'d', 0, 1, false, false, 0, false});
        }},
   };
   for (const auto& row : rows) {

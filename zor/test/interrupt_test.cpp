@@ -9,7 +9,7 @@
 #include <set>
 
 #include "faults.h"
-#include "zor.h"
+#include "tool.h"
 
 namespace {
 

@@ -32,7 +32,6 @@
 
 #include "fcpp.h"
 #include "fwmem.h"
-#include "list.h"
 #include "warehouse/private.h"
 
 namespace {
