@@ -274,6 +274,20 @@ TEST(Check, LooksIntoReferencesWithoutAnEnd) {
       << result.out;
 }
 
+// What a text means may fail in another way for each variety.
+TEST(Check, TellsWhatIsWrongForEachVariety) {
+  Warehouse w;
+  w.File("C/two/1/1", "product.xml",
+         ProductXml(Variety("<VAR n='kind' v='one'/>") + Variety("<VAR n='sort' v='two'/>")));
+  w.File("C/two/1/1", "partlist.xml", PartListXml(""));
+  w.File("C/two/1/1", "env.xml", EnvXml(Insert("A", "%(kind)%[/none]")));
+  const RunResult result = Zor({"check", "--rule", "ZW414,ZW415"}, {"ZORROOT=" + w.Root()});
+  const std::string place = Place(w.Root() + "/C/two/1/1/env.xml", "%(kind)");
+  EXPECT_EQ(1, result.status) << result.err;
+  for (const char* told : {": warning: the file /none does not exist", ": error: %(kind) is not"})
+    EXPECT_NE(std::string::npos, result.out.find(place + told)) << result.out;
+}
+
 // An element of the environment that two constraints speak of makes a circle of them.
 TEST(Check, FindsTheCircleThatAnElementOfTheEnvironmentCloses) {
   Warehouse w;

@@ -205,16 +205,16 @@ class FileCheck {
     for (const std::string& name : environment_names(text))
       setenv(name.c_str(), "x", 0);
     std::optional<std::string> meaning;
-    bool told = false;
     for (const std::size_t variety : varieties_) {
       const Expansion& expansion = product_->inspection().expand(variety, text);
-      if (!told) told = tell_of(expansion, text, piece);
+      tell_of(expansion, text, piece);
       if (!meaning && expansion.done()) meaning = expansion.text;
     }
     return meaning;
   }
 
-  bool tell_of(const Expansion& expansion, const std::string& text, Span piece) {
+  // Varieties may differ in what is wrong.
+  void tell_of(const Expansion& expansion, const std::string& text, Span piece) {
     if (!expansion.undefined.empty() &&
         text.find("%{" + expansion.undefined + '}') == std::string::npos) {
       const bool from = expansion.undefined == "INSTALLED-FROM";
@@ -224,25 +224,19 @@ class FileCheck {
                             "INSTALLED-FROM."
                           : "zorenv-warehouse(5) lists the names under EXPANSION; the others are "
                             "the variables of each variety in product.xml.");
-      return true;
-    }
-    if (!expansion.missing.empty()) {
+    } else if (!expansion.missing.empty()) {
       product_->tell(
           "ZW414", file_, piece,
           fmt::format("the file {} does not exist, so the operation is skipped without a "
                       "message",
                       expansion.missing),
           "Name a file that is there, best by %(BASE-CNVR).");
-      return true;
-    }
-    if (!expansion.fault.empty()) {
+    } else if (!expansion.fault.empty()) {
       product_->tell("ZW508", file_, piece,
                      fmt::format("a file that is named here can't be read ({}), so the run fails",
                                  expansion.fault),
                      "Name a regular file.");
-      return true;
     }
-    return false;
   }
 
   // The text of an element. Gives its meaning as above.
