@@ -80,7 +80,7 @@ class Value {
     observation_ = observation;
     for (EXPANDED_OP& op : ops_) {
       OPERATION* told = &told_.emplace_back();
-      told->number = Name(op.variety);
+      told->number = static_cast<unsigned char>(Name(op.variety));
       op.told = told;
     }
   }
