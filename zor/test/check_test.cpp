@@ -274,6 +274,18 @@ TEST(Check, LooksIntoReferencesWithoutAnEnd) {
       << result.out;
 }
 
+// A revision 10 is not within revision 1.
+TEST(Check, TellsOfStrangersBelowADirectoryThatBeginsAlike) {
+  Warehouse w;
+  w.Product("C/a/1/1", Insert("L", "%(BASE-DIRECTORY)/C/b/1/10"));
+  w.Product("C/b/1/1", Remove("L", "%(BASE-DIRECTORY)/C/b/1/10"));
+  const RunResult result = Zor({"check", "--rule", "ZW510"}, {"ZORROOT=" + w.Root()});
+  EXPECT_EQ(1, result.status) << result.err;
+  EXPECT_TRUE(result.out.starts_with(Place(w.Root() + "/C/b/1/1/env.xml", "%(BASE") +
+                                     ": note: C/a/1/1 inserts "))
+      << result.out;
+}
+
 // What a text means may fail in another way for each variety.
 TEST(Check, TellsWhatIsWrongForEachVariety) {
   Warehouse w;
@@ -311,8 +323,8 @@ TEST(Check, TellsOfASeparatorThatAPatternOfNamesCarries) {
   EXPECT_EQ(1, result.status) << result.err;
   EXPECT_TRUE(result.out.starts_with(
       place +
-      ": warning: L*: this states no separator and takes that of the first variable it "
-      "reaches for all the others, and LIST has sep=\";\" at C/all/1/1/env.xml:1:"))
+      ": warning: L*: this does not state a separator, so the first variable that it "
+      "reaches gives its own to the others, and LIST has sep=\";\" at C/all/1/1/env.xml:1:"))
       << result.out;
 }
 
@@ -888,9 +900,10 @@ bool IsTold(const std::string& fault, const std::string& findings, const std::st
       return true;
     // One of the user's, whom a pattern of names reaches. The check has another in its place.
     return has("[ZW407 ") &&
-           (fault.find("separators") != std::string::npos ? has("[ZW504 ") || has("takes that of")
-            : fault.find("cyclic") != std::string::npos   ? has("[ZW502 ")
-                                                          : has("[ZW501 ") || has("[ZW505 "));
+           (fault.find("separators") != std::string::npos
+                ? has("[ZW504 ") || has("gives its own to the others")
+            : fault.find("cyclic") != std::string::npos ? has("[ZW502 ")
+                                                        : has("[ZW501 ") || has("[ZW505 "));
   }
   const std::size_t name = fault.find("% variable ");
   if (name != std::string::npos) {

@@ -383,7 +383,7 @@ class FileCheck {
              const Element& at) {
     if (std::string_view(file_) != "env.xml" || !is_identifier(name) ||
         (kind == Claim::Kind::kRemove && is_pattern(value)) ||
-        value.starts_with(product_->directory()))
+        (value + '/').starts_with(product_->directory() + '/'))
       return;
     product_->facts().claims.push_back(
         {kind, name, value, product_->name(), product_->path() + '/' + file_,
