@@ -363,7 +363,7 @@ class Reading {
     add_refusal(place,
                 fmt::format("{} {}; here {} stand {}{}", name,
                             known ? fmt::format("has no place here in {}", parent.name)
-                                  : "is no element of " + with_article(row_.name),
+                                  : "is not an element of " + with_article(row_.name),
                             refusal.end ? "may" : "must", enumerated(may, "or"),
                             near.empty() ? "" : fmt::format(" (did you mean {}?)", near)),
                 near.empty() ? known ? fmt::format("move {} to where it may stand", name)
@@ -462,13 +462,14 @@ std::pair<std::string, std::string> Reading::invalid(SourceText::Place* place) {
   std::size_t at = source().offset(*place);
   const auto byte = [&](std::size_t i) { return i < all.size() ? all[i] : '\0'; };
   if (static_cast<unsigned char>(byte(at)) >= 0x80 && source().encoding().empty())
-    return {fmt::format("the byte {:02X} is no character of UTF-8, and the file declares no other "
-                        "encoding",
-                        static_cast<unsigned char>(byte(at))),
-            "save the file as UTF-8, or begin it with <?xml version=\"1.0\" "
-            "encoding=\"ISO-8859-1\"?> if that is what it is in"};
+    return {
+        fmt::format("the byte {:02X} is not a character of UTF-8, and the file declares no other "
+                    "encoding",
+                    static_cast<unsigned char>(byte(at))),
+        "save the file as UTF-8, or begin it with <?xml version=\"1.0\" "
+        "encoding=\"ISO-8859-1\"?> if that is what it is in"};
   if (static_cast<unsigned char>(byte(at)) >= 0x80)
-    return {fmt::format("the byte {:02X} is no character of {}",
+    return {fmt::format("the byte {:02X} is not a character of {}",
                         static_cast<unsigned char>(byte(at)), source().encoding()),
             "save the file in the encoding that it declares, or declare the one that it is in"};
   const std::size_t line = all.find_last_of('\n', at) + 1;

@@ -139,7 +139,7 @@ std::optional<std::string> latest_trouble(const std::string& root, ProductName p
     if (trouble.empty()) continue;
     const std::string good = highest_good(root, product, of_version);
     if (!open)
-      return lines(fmt::format("{} {}, so it is no {} of {}/{}", path, trouble, word,
+      return lines(fmt::format("{} {}, so it is not a {} of {}/{}", path, trouble, word,
                                product.category, product.name),
                    "", good.empty() ? "" : fmt::format("{} {} is there", word, good), kTree);
     return lines(
@@ -150,9 +150,9 @@ std::optional<std::string> latest_trouble(const std::string& root, ProductName p
             "can use the product without naming a {0}",
             word),
         good.empty()
-            ? fmt::format("move {} out of {} if it is no {}", field, above, word)
-            : fmt::format("move {} out of {} if it is no {}; until then name one: {}/{}/{}", field,
-                          above, word, product.category, product.name,
+            ? fmt::format("move {} out of {} if it is not a {}", field, above, word)
+            : fmt::format("move {} out of {} if it is not a {}; until then name one: {}/{}/{}",
+                          field, above, word, product.category, product.name,
                           of_version ? good : product.version + '/' + good),
         kVersions);
   }

@@ -50,7 +50,7 @@ TEST(Diagnosis, OfElementsWhereTheyHaveNoPlace) {
         "ENV-DELETE holds text and no elements, but here begins B", fault,
         "close it first, with </ENV-DELETE>; in text, &lt; stands for <"},
        {"one that is wrong twice is told of once", "<ENV-SETTINGS><X/><X/></ENV-SETTINGS>", "1:15",
-        "X is no element of an env.xml; here may stand ENV-GROUP or the end of "
+        "X is not an element of an env.xml; here may stand ENV-GROUP or the end of "
         "ENV-SETTINGS",
         fault, "take X out"},
        {"one that is missing at the end", Group("<ENV-INSERT><NAME>A</NAME></ENV-INSERT>"), "1:62",
@@ -62,7 +62,7 @@ TEST(Diagnosis, OfElementsWhereTheyHaveNoPlace) {
           fault, "write PRODUCT-INFO, in its end tag too"},
          {"an element where none may stand",
           "<VARIETIES><VARIETY><SEGMENT><OTHER/></SEGMENT></VARIETY></VARIETIES>", "1:30",
-          "OTHER is no element of a product.xml; here may stand the end of SEGMENT", fault,
+          "OTHER is not an element of a product.xml; here may stand the end of SEGMENT", fault,
           "take OTHER out"}});
   Check("partlist.xml", "PARTLIST.XML",
         {{"the root of another file", "<VARIETIES/>", "1:1",
@@ -209,11 +209,11 @@ TEST(Diagnosis, OfTextInEveryEncoding) {
          {"below a mark", "\xEF\xBB\xBF\n" + text, "2:50", ampersand, token, escape},
          {"lines that end with CR", "<!--\r-->\r\n\r" + text, "4:50", ampersand, token, escape},
          {"not in the UTF-8 that is declared", utf8 + "\n<ENV-SETTINGS>\xFC ", "2:15",
-          "the byte FC is no character of UTF-8", token, declared},
+          "the byte FC is not a character of UTF-8", token, declared},
          {"not in the US-ASCII that is declared", ascii + "\n<ENV-SETTINGS>\xC3\xA9", "2:15",
-          "the byte C3 is no character of US-ASCII", token, declared},
+          "the byte C3 is not a character of US-ASCII", token, declared},
          {"a letter cut in two", "<ENV-SETTINGS>\xC3", "1:15",
-          "the byte C3 is no character of UTF-8, and the file declares no other encoding",
+          "the byte C3 is not a character of UTF-8, and the file declares no other encoding",
           "unclosed token",
           "save the file as UTF-8, or begin it with <?xml version=\"1.0\" "
           "encoding=\"ISO-8859-1\"?> if that is what it is in"},
@@ -252,12 +252,12 @@ TEST_F(Trouble, WithTheLatestOfAProduct) {
   warehouse.Product("C/good/1/1");
   warehouse.Product("C/good/2/1");
   Tells({"env", "-p", "C", "good", "+", "7"},
-        {"$W/C/good/2/7 is not there, so it is no revision of C/good", "revision 1 is there"},
+        {"$W/C/good/2/7 is not there, so it is not a revision of C/good", "revision 1 is there"},
         tree);
   warehouse.Link("root/C/good/current", "nowhere");
   Tells({"env", "-p", "C", "good"},
         {"$W/C/good/current is taken for the latest version of C/good, and leads nowhere", nobody,
-         "move current out of $W/C/good if it is no version; until then name one: C/good/2"},
+         "move current out of $W/C/good if it is not a version; until then name one: C/good/2"},
         latest);
   warehouse.Directory("root/C/empty");
   Tells({"env", "-p", "C", "empty"},
@@ -267,13 +267,13 @@ TEST_F(Trouble, WithTheLatestOfAProduct) {
   warehouse.Write("root/C/notes/README", "soon");
   Tells({"env", "-p", "C", "notes"},
         {"$W/C/notes/README is taken for the latest version of C/notes, and is a file", nobody,
-         "move README out of $W/C/notes if it is no version"},
+         "move README out of $W/C/notes if it is not a version"},
         latest);
   warehouse.Directory("root/C/good/1.5");
-  Tells(
-      {"env", "-p", "C", "good", "1.5"},
-      {"$W/C/good/1.5 is an empty directory, so it is no version of C/good", "version 2 is there"},
-      tree);
+  Tells({"env", "-p", "C", "good", "1.5"},
+        {"$W/C/good/1.5 is an empty directory, so it is not a version of C/good",
+         "version 2 is there"},
+        tree);
 }
 
 TEST_F(Trouble, WithNamesThatAreNotThere) {

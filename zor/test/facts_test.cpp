@@ -353,7 +353,7 @@ TEST(Show, TellsWhatIsWrongWithAProduct) {
   EXPECT_EQ("", broken.out);
   EXPECT_EQ(
       "zor: " + root +
-          "/C/P/1/1/env.xml:1:15: NO is no element of an env.xml; here may stand ENV-GROUP or "
+          "/C/P/1/1/env.xml:1:15: NO is not an element of an env.xml; here may stand ENV-GROUP or "
           "the end of ENV-SETTINGS\n"
           "  XML parsing error: the file is not read, and its product can't be used\n"
           "  take NO out\n  see zorenv-warehouse(5), ENV.XML AND UNENV.XML\n",

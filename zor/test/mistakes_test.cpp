@@ -177,10 +177,10 @@ TEST(Mistakes, InTheTagsOfAFile) {
        Refused("6:17", "</VALUE> can't close NAME, which begins at 6:7", "mismatched tag",
                "write </NAME>", kForm)},
       {"misspelt on both sides", InEnv("ENV-INSERT", "ENV-ISNERT"), kLoadGcc,
-       Refused("5:5", "ENV-ISNERT is no element of an env.xml; " + operations, fault,
+       Refused("5:5", "ENV-ISNERT is not an element of an env.xml; " + operations, fault,
                "write ENV-INSERT, in its end tag too", kSettings)},
       {"in lower case", InEnv("ENV-INSERT", "env-insert"), kLoadGcc,
-       Refused("5:5", "env-insert is no element of an env.xml; " + operations, fault,
+       Refused("5:5", "env-insert is not an element of an env.xml; " + operations, fault,
                "write ENV-INSERT, in its end tag too", kSettings)},
       {"outside of a group",
        [](Shop* shop) {
@@ -227,7 +227,7 @@ TEST(Mistakes, InTheXmlOfAFile) {
        },
        kLoadGcc,
        Refused("6:27",
-               "the byte FC is no character of UTF-8, and the file declares no other encoding",
+               "the byte FC is not a character of UTF-8, and the file declares no other encoding",
                "not well-formed",
                "save the file as UTF-8, or begin it with <?xml version=\"1.0\" "
                "encoding=\"ISO-8859-1\"?> if that is what it is in",
@@ -325,7 +325,7 @@ std::string Highest(const std::string& entry, const std::string& trouble) {
               "where no version is named the highest entry is taken, whatever it is, and so nobody "
               "can use the product without naming a version",
               "move " + entry +
-                  " out of $W/compilers/gcc if it is no version; until then name one: "
+                  " out of $W/compilers/gcc if it is not a version; until then name one: "
                   "compilers/gcc/14.1",
               "zorenv-warehouse(5), VERSIONS");
 }
@@ -348,7 +348,8 @@ TEST(Mistakes, OnDisk) {
            "is a file",
            "where no revision is named the highest entry is taken, whatever it is, and so nobody "
            "can use the product without naming a revision",
-           "move .nfs00001 out of $W/compilers/gcc/14.1 if it is no revision; until then name one: "
+           "move .nfs00001 out of $W/compilers/gcc/14.1 if it is not a revision; until then name "
+           "one: "
            "compilers/gcc/14.1/1",
            "zorenv-warehouse(5), VERSIONS")},
       {"product.xml missing",

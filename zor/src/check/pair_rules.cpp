@@ -260,8 +260,8 @@ class ComputationCheck {
       });
       if (stated == steps.end()) continue;
       tell("ZW417", step.place,
-           fmt::format("{}: this states no separator and takes that of the first variable it "
-                       "reaches for all the others, and {} has sep=\"{}\" at {}",
+           fmt::format("{}: this does not state a separator, so the first variable that it "
+                       "reaches gives its own to the others, and {} has sep=\"{}\" at {}",
                        step.variable, stated->variable, stated->separator, shown(stated->place)),
            "Name the variables, and state the sep of each.");
     }
