@@ -26,9 +26,15 @@ struct WH_CONTEXT {
   FwHashTable* by_name = nullptr;
 };
 
+struct WH_MEANING;
+
 struct WH_SYMTAB {
   FwTextString source = nullptr;  // the file that the text comes from, for error messages
   FwVector contexts = {};         // of WH_CONTEXT*, the global context first
+
+  // Private: whether keep_meanings was called, and what was kept since a context came or went.
+  bool keeps_meanings = false;
+  WH_MEANING* meanings = nullptr;
 };
 
 // A new head before next with copies of both strings. A null value makes no binding: the result is
@@ -60,6 +66,10 @@ void free_symtab(WH_SYMTAB** symtab);
 // Appends. The table owns the context until remove_context gives it back to the caller.
 void add_context(WH_SYMTAB* symtab, WH_CONTEXT* context);
 void remove_context(WH_SYMTAB* symtab, WH_CONTEXT* context);
+
+// From now on wh_expand keeps with the table what names come to in the end, which pays where many
+// texts follow. Contexts may be added and removed as before, but bindings in them may not change.
+void keep_meanings(WH_SYMTAB* symtab);
 
 // The value bound to the name of length bytes, which need not be terminated, or null. The value
 // stays the table's.

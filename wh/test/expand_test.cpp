@@ -314,6 +314,64 @@ TEST_F(Expand, ManyPassesAreFine) {
   EXPECT_EQ("end", (*this)("%(N0)"));
 }
 
+TEST_F(Expand, WhatAReplacedTextStandsBesideCountsInTheNextPass) {
+  Bind("SIGN", "50%");
+  Bind("NAME", "%(C)x");
+  Bind("C", "c");
+  EXPECT_EQ("cx", (*this)("%(NAME)"));
+  EXPECT_EQ("50%%(C)x", (*this)("%(SIGN)%(NAME)"));
+  EXPECT_EQ("50%cx", (*this)("%(SIGN)cx"));
+}
+
+TEST_F(Expand, TextsOfAnyLengthAndOfAnyNumberOfNamesAreTheSame) {
+  Bind("A", "%(B)");
+  Bind("B", "b");
+  for (const std::size_t length : {509, 510, 511, 512, 513, 600}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(text + "b", (*this)(text + "%(A)"));
+    EXPECT_EQ("b" + text, (*this)("%(A)" + text));
+  }
+  for (const int count : {31, 32, 33, 63, 64, 65, 1000}) {
+    std::string text;
+    for (int i = 0; i < count; ++i)
+      text += "%(A)";
+    EXPECT_EQ(std::string(static_cast<std::size_t>(count), 'b'), (*this)(text));
+  }
+}
+
+TEST_F(Expand, WhatIsKeptCountsUntilAContextComesOrGoes) {
+  keep_meanings(symtab_);
+  EXPECT_EQ("A", (*this)("%(A)"));
+  Bind("A", "%(B)");
+  EXPECT_EQ("B/x", (*this)("%(A)/x"));
+  EXPECT_EQ(NotDefined("B"), error_);
+  Text one("1");
+  WH_CONTEXT* context = make_context(make_cv(FWT("B"), one, nullptr));
+  add_context(symtab_, context);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ("1/x", (*this)("%(A)/x"));
+    EXPECT_EQ("1", (*this)("%(A)"));
+    EXPECT_EQ("", error_);
+  }
+  remove_context(symtab_, context);
+  free_context(&context);
+  EXPECT_EQ("B/x", (*this)("%(A)/x"));
+  Bind("B", "2");
+  EXPECT_EQ("2/x", (*this)("%(A)/x"));
+}
+
+TEST_F(Expand, MoreNamesThanAreKeptHaveTheirValuesAllTheSame) {
+  keep_meanings(symtab_);
+  for (int i = 0; i < 40; ++i) {
+    Bind(("V" + std::to_string(i)).c_str(), std::to_string(i));
+    Bind(("N" + std::to_string(i)).c_str(), "<%(V" + std::to_string(i) + ")>");
+  }
+  for (int round = 0; round < 2; ++round)
+    for (int i = 0; i < 40; ++i)
+      EXPECT_EQ("a<" + std::to_string(i) + ">", (*this)("a%(N" + std::to_string(i) + ")"));
+  EXPECT_EQ("<1><11>", (*this)("%(N1)%(N11)"));
+}
+
 // The text goes to standard output; a death test looks at standard error.
 void ExpandToDeath(const std::string& str, WH_SYMTAB* symtab) {
   dup2(STDERR_FILENO, STDOUT_FILENO);

@@ -115,6 +115,7 @@ struct Inspection::State {
       symtabs[i] = symtab_from_prodname(name, FWT("env.xml"));
       add_context(symtabs[i], make_context(make_cv(FWT("BASE-DIRECTORY"), text(root), nullptr)));
       add_context(symtabs[i], context_from_variety(variety(i)));
+      keep_meanings(symtabs[i]);
     }
     return symtabs[i];
   }

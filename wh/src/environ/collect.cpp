@@ -34,6 +34,7 @@ void collect_group(WH_CALL_ENV* callenv, WH_VARIETY* variety, WH_ENV_GROUP* grou
   FwErrorState err;
   WH_CONTEXT* context = context_from_variety(variety);
   add_context(callenv->symtab, context);
+  keep_meanings(callenv->symtab);
   for (int32 i = 0; i < FwVectorLength(&settings->groups); ++i) {
     auto* group = nth<WH_ENV_GROUP>(&settings->groups, i);
     if (matchvar(variety, group->pattern, nullptr)) collect_group(callenv, variety, group, &err);

@@ -69,6 +69,7 @@ void replay_step(WH_CALL_ENV* callenv, WH_STEP* step, WH_VARIETY* variety) {
 [[gnu::noinline]] void replay_recipe(WH_CALL_ENV* callenv, WH_RECIPE* recipe, WH_VARIETY* variety) {
   WH_CONTEXT* context = context_from_variety(variety);
   add_context(callenv->symtab, context);
+  keep_meanings(callenv->symtab);
   for (WH_STEP* step : elements<WH_STEP>(&recipe->steps))
     replay_step(callenv, step, variety);
   remove_context(callenv->symtab, context);

@@ -242,11 +242,17 @@ WH_SYMTAB* symtab_from_prodname(WH_PRODUCT_NAME* prodname, FwTextString source) 
   return symtab;
 }
 
+void keep_meanings(WH_SYMTAB* symtab) {
+  symtab->keeps_meanings = true;
+}
+
 void add_context(WH_SYMTAB* symtab, WH_CONTEXT* context) {
+  forget_meanings(symtab);
   FwVectorAddElement(&symtab->contexts, context);
 }
 
 void remove_context(WH_SYMTAB* symtab, WH_CONTEXT* context) {
+  forget_meanings(symtab);
   for (int i = 0; i < FwVectorLength(&symtab->contexts); i++)
     if (FwVectorGetElement(&symtab->contexts, i) == context) {
       FwVectorRemoveElement(&symtab->contexts, i);
@@ -256,6 +262,7 @@ void remove_context(WH_SYMTAB* symtab, WH_CONTEXT* context) {
 
 void free_symtab(WH_SYMTAB** symtab) {
   if (*symtab == nullptr) return;
+  forget_meanings(*symtab);
   FwVector* contexts = &(*symtab)->contexts;
   for (int i = 0; i < FwVectorLength(contexts); i++) {
     auto* context = static_cast<WH_CONTEXT*>(FwVectorGetElement(contexts, i));

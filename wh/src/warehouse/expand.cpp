@@ -12,6 +12,15 @@
 #include "wherror.h"
 #include "wqmem.h"
 
+// What a name of a table comes to in the end.
+struct WH_MEANING {
+  FwTextString name = nullptr;
+  std::size_t length = 0;  // of the name, in bytes
+  FwTextString text = nullptr;
+  int number = 0;  // of those that the table keeps, from 1
+  WH_MEANING* next = nullptr;
+};
+
 namespace {
 
 // A value that refers to itself never settles. These bounds lie far above any use; passing one of
@@ -21,6 +30,11 @@ constexpr std::size_t kMaxLength = std::size_t{20} << 20;  // bytes, one pass
 constexpr std::size_t kMaxTotal = std::size_t{1} << 28;    // bytes, all passes of one call
 constexpr int kMaxPasses = 100000;
 constexpr uint32 kFirstRoom = 256;  // bytes, enough for most
+
+// What is kept with a table, and what a text at once may hold. More goes through the passes.
+constexpr int kMostMeanings = 16;
+constexpr int kMostReferences = 64;
+constexpr std::size_t kPlainRoom = 512;  // bytes, the end included
 
 struct PASS {
   FwErrorState* err;
@@ -193,10 +207,87 @@ void run_pass(PASS* pass, FwTextString text) {
   }
 }
 
+// ---- Plain texts
+//
+// A text is plain if it holds nothing but ASCII and references %(NAME) to values that are plain
+// again. Each reference can then be replaced by what it comes to in the end: what stands around it
+// never has a part in it. Nearly all texts of data files are plain.
+
+struct PLAIN {
+  FwTextByte text[kPlainRoom];
+  std::size_t length = 0;
+  int references = 0;
+};
+
+bool put_plain_bytes(PLAIN* plain, const FwTextByte* bytes, std::size_t count) {
+  if (count >= kPlainRoom - plain->length) return false;
+  std::memcpy(plain->text + plain->length, bytes, count);
+  plain->length += count;
+  plain->text[plain->length] = 0;
+  return true;
+}
+
+const WH_MEANING* find_meaning(const WH_SYMTAB* symtab, const FwTextByte* name,
+                               std::size_t length) {
+  const WH_MEANING* known = symtab->meanings;
+  while (known != nullptr &&
+         (known->length != length || std::memcmp(known->name, name, length) != 0))
+    known = known->next;
+  return known;
+}
+
+void keep_meaning(WH_SYMTAB* symtab, FwTextByte* name, std::size_t length, FwTextString text) {
+  const int number = symtab->meanings == nullptr ? 1 : symtab->meanings->number + 1;
+  if (number > kMostMeanings) return;
+  auto* meaning = make<WH_MEANING>();
+  meaning->name = FwStrNDuplicate(name, static_cast<int>(length));
+  meaning->length = length;
+  meaning->text = FwStrDuplicate(text);
+  meaning->number = number;
+  meaning->next = symtab->meanings;
+  symtab->meanings = meaning;
+}
+
+// False if the text is not plain, or is too long; then there is more or less of it in *plain.
+bool put_plain(PLAIN* plain, FwTextByte* ptb, WH_SYMTAB* symtab) {
+  for (;;) {
+    FwTextByte* percent = ptb;
+    while (*percent != 0 && *percent != '%' && *percent < 0x80)
+      percent++;
+    if (!put_plain_bytes(plain, ptb, static_cast<std::size_t>(percent - ptb))) return false;
+    if (*percent == 0) return true;
+    FwTextByte* close =
+        *percent == '%' && percent[1] == '(' ? closing_bracket(percent + 1) : nullptr;
+    if (close == nullptr || ++plain->references > kMostReferences) return false;
+    ptb = close + 1;
+
+    FwTextByte* name = percent + 2;
+    const std::size_t length = static_cast<std::size_t>(close - name);
+    if (const WH_MEANING* known = find_meaning(symtab, name, length)) {
+      if (!put_plain_bytes(plain, known->text, std::strlen(FWC(known->text)))) return false;
+      continue;
+    }
+    FwTextString value = symtab_lookup(name, symtab, static_cast<uint32>(length));
+    const std::size_t before = plain->length;
+    if (value == nullptr || !put_plain(plain, value, symtab)) return false;
+    if (symtab->keeps_meanings && !is_settled(value))
+      keep_meaning(symtab, name, length, plain->text + before);
+  }
+}
+
 }  // namespace
 
 int environment_reads = 0;
 void (*wh_file_observer)(FwTextString filename) = nullptr;
+
+void forget_meanings(WH_SYMTAB* symtab) {
+  while (WH_MEANING* meaning = symtab->meanings) {
+    symtab->meanings = meaning->next;
+    FwMemFree(meaning->name);
+    FwMemFree(meaning->text);
+    FwMemFree(meaning);
+  }
+}
 
 bool is_settled(FwTextString text) {
   for (; *text != 0; text++)
@@ -230,6 +321,9 @@ bool may_read_environment(FwTextString str, WH_SYMTAB* symtab) {
 FwTextString wh_expand(FwErrorState* err, FwTextString str, WH_SYMTAB* symtab) {
   if (str == nullptr) return nullptr;
   if (FwTextString settled = settled_expansion(str, symtab)) return FwStrDuplicate(settled);
+
+  PLAIN plain;
+  if (put_plain(&plain, str, symtab)) return FwStrDuplicate(plain.text);
 
   // Each pass reads what the one before has written.
   FwStrRecord outputs[2];

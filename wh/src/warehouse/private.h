@@ -16,6 +16,9 @@ void bind_host_platform(FwTextString name);
 // Whether expansion would change nothing in the text and find nothing amiss.
 bool is_settled(FwTextString text);
 
+// Forgets what names come to, as their bindings are about to change.
+void forget_meanings(WH_SYMTAB* symtab);
+
 // What wh_expand would give, if that text exists already: str itself, or the value of the name of
 // which str consists. Null if there is more to do. The text stays its owner's.
 FwTextString settled_expansion(FwTextString str, WH_SYMTAB* symtab);
