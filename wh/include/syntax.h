@@ -78,4 +78,21 @@ struct WH_SYNTAX_OBSERVER {
 // Asked by each reader when it begins; null by default.
 extern const WH_SYNTAX_OBSERVER* wh_syntax_observer;
 
+// ---- Reading along ----
+
+struct XML_ParserStruct;
+
+// What the parser of a reader calls. user is the reader's own.
+struct WH_XML_HANDLERS {
+  void (*start)(void* user, const char* name, const char** attributes);
+  void (*end)(void* user, const char* name);
+  void (*text)(void* user, const char* bytes, int count);  // null if it passes over all text
+};
+
+// Called by each reader that is not observed when it begins, if it is not null. It may put handlers
+// of its own into *handlers, which then must call those that were there before, with the same user.
+// The parser says where it is; nothing else may be asked of it.
+extern void (*wh_xml_tap)(XML_ParserStruct* parser, FwTextString filename,
+                          WH_XML_HANDLERS* handlers);
+
 #endif

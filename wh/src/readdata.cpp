@@ -142,6 +142,8 @@ FwTextString find_attr(const char* name, const XML_Char** attlist, WH_XML_PARSE_
 }  // namespace
 
 const WH_SYNTAX_OBSERVER* wh_syntax_observer = nullptr;
+void (*wh_xml_tap)(XML_ParserStruct* parser, FwTextString filename,
+                   WH_XML_HANDLERS* handlers) = nullptr;
 
 bool WH_NAMES::has(const char* name) const {
   for (int i = 0; i < count; ++i)
@@ -239,12 +241,17 @@ int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
   if (xml == nullptr) FwMemExitMemoryExhausted();
   WATCHED user{{parser->state, xml}, parser, 0, false};
   XML_SetUserData(xml, static_cast<USERDATA*>(&user));
-  XML_SetElementHandler(xml, parser->start_el, parser->end_el);
   if (parser->doctype_start_el != nullptr)
     XML_SetStartDoctypeDeclHandler(xml, parser->doctype_start_el);
-  if (parser->cdata != nullptr) XML_SetCharacterDataHandler(xml, parser->cdata);
   const bool observed = wh_syntax_observer != nullptr && parser->format != nullptr;
-  if (observed) watch(xml);
+  if (observed) {
+    watch(xml);
+  } else {
+    WH_XML_HANDLERS handlers = {parser->start_el, parser->end_el, parser->cdata};
+    if (wh_xml_tap != nullptr) wh_xml_tap(xml, filename, &handlers);
+    XML_SetElementHandler(xml, handlers.start, handlers.end);
+    if (handlers.text != nullptr) XML_SetCharacterDataHandler(xml, handlers.text);
+  }
   int status = xml_from_open_fwfile(err, file, filename, xml);
   if (observed) end_watch(&user, status);
   XML_ParserFree(xml);

@@ -1,6 +1,8 @@
 // What the readers of data files tell an observer.
 #include "syntax.h"
 
+#include <expat.h>
+
 #include <random>
 
 #include "read_support.h"
@@ -251,6 +253,94 @@ TEST(Syntax, AnObservedReaderTakesAndRefusesTheSame) {
   // The changes are such that both kinds come about.
   EXPECT_GT(taken, rounds / 4);
   EXPECT_LT(taken, rounds * 4);
+}
+
+// ---- Reading along ----
+
+struct Along {
+  static Along*& Current() {
+    static Along* current = nullptr;
+    return current;
+  }
+
+  static void Tap(XML_ParserStruct* parser, FwTextString filename, WH_XML_HANDLERS* handlers) {
+    Current()->parser = parser;
+    Current()->filename = Str(filename);
+    Current()->reader = *handlers;
+    *handlers = {Start, End, Text};
+  }
+  static void Start(void* user, const char* name, const char** attributes) {
+    Current()->Note(name);
+    for (const char** each = attributes; *each != nullptr; each += 2)
+      Current()->log += std::string(" ") + each[0] + "=" + each[1];
+    Current()->log += "\n";
+    Current()->reader.start(user, name, attributes);
+  }
+  static void End(void* user, const char* name) {
+    Current()->Note((std::string("/") + name).c_str());
+    Current()->log += "\n";
+    Current()->reader.end(user, name);
+  }
+  static void Text(void* user, const char* bytes, int count) {
+    Current()->Note("text ");
+    Current()->log += std::string(bytes, static_cast<std::size_t>(count)) + "\n";
+    if (Current()->reader.text != nullptr) Current()->reader.text(user, bytes, count);
+  }
+  void Note(const char* what) {
+    log += std::to_string(XML_GetCurrentByteIndex(parser)) + " " + what;
+  }
+
+  XML_ParserStruct* parser = nullptr;
+  std::string filename, log;
+  WH_XML_HANDLERS reader = {};
+};
+
+std::string ReadAlong(File* file, const std::string& name, const std::string& content,
+                      Along* along) {
+  Along::Current() = along;
+  wh_xml_tap = Along::Tap;
+  std::string outcome = file->Read(name, content);
+  wh_xml_tap = nullptr;
+  return outcome;
+}
+
+TEST(ReadingAlong, TellsTagsAndTextsWithTheirPlaces) {
+  File file;
+  Along along;
+  ReadAlong(&file, "env.xml",
+            "<ENV-SETTINGS>\n<ENV-GROUP><PATTERN/><ENV-DELETE sep=';'>A</ENV-DELETE>"
+            "</ENV-GROUP></ENV-SETTINGS>",
+            &along);
+  EXPECT_EQ(file.tree / "env.xml", along.filename);
+  EXPECT_EQ(
+      "0 ENV-SETTINGS\n14 text \n\n15 ENV-GROUP\n26 PATTERN\n36 /PATTERN\n"
+      "36 ENV-DELETE sep=;\n56 text A\n57 /ENV-DELETE\n70 /ENV-GROUP\n82 /ENV-SETTINGS\n",
+      along.log);
+}
+
+TEST(ReadingAlong, TheReaderTakesAndRefusesTheSame) {
+  File file;
+  std::mt19937 random(20240118);
+  for (int round = 0; round < 100; ++round)
+    for (const auto& [name, good] : kGood) {
+      const std::string content = round == 0 ? good : Changed(good, &random);
+      SCOPED_TRACE(content);
+      Along along;
+      const std::string plain = file.Read(name, content);
+      ASSERT_EQ(plain, ReadAlong(&file, name, content, &along));
+    }
+}
+
+TEST(ReadingAlong, AnObservedReaderIsNotTapped) {
+  File file;
+  Along along;
+  Log log;
+  Along::Current() = &along;
+  wh_xml_tap = Along::Tap;
+  file.Observed("env.xml", "<ENV-SETTINGS/>", &log);
+  wh_xml_tap = nullptr;
+  EXPECT_EQ("", along.log);
+  EXPECT_EQ("1:1 ENV-SETTINGS asked()\n/ENV-SETTINGS\n", log.all);
 }
 
 }  // namespace

@@ -30,13 +30,6 @@ Directory open_directory(int parent, const char* name) {
   return directory;
 }
 
-bool is_directory(int parent, const dirent* entry) {
-  if (entry->d_type == DT_DIR) return true;
-  if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) return false;
-  struct stat info;
-  return fstatat(parent, entry->d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
-}
-
 // A revision, by the elements of its path: the last three are name, version and rev.
 struct Found {
   std::string category;
@@ -74,7 +67,7 @@ class Walk {
     std::vector<std::string> files;
     while (const dirent* entry = readdir(directory.get())) {
       if (!is_searched(entry->d_name)) continue;
-      if (!is_directory(fd, entry)) {
+      if (!is_directory(directory.get(), *entry)) {
         files.emplace_back(entry->d_name);
         continue;
       }
@@ -257,7 +250,7 @@ std::string no_warehouse(const std::string& root, bool given) {
   std::vector<std::string> names;
   if (Directory directory = open_directory(AT_FDCWD, above.c_str()))
     while (const dirent* entry = readdir(directory.get()))
-      if (is_searched(entry->d_name) && is_directory(dirfd(directory.get()), entry))
+      if (is_searched(entry->d_name) && is_directory(directory.get(), *entry))
         names.emplace_back(entry->d_name);
   const std::vector<std::string> near =
       nearest(slash == std::string::npos ? root : root.substr(slash + 1), names, 1);
@@ -313,7 +306,7 @@ bool product_exists(const std::string& root, const ProductName& product) {
     std::vector<std::string> names;
     if (Directory directory = open_directory(AT_FDCWD, path.c_str()))
       while (const dirent* entry = readdir(directory.get()))
-        if (is_searched(entry->d_name) && is_directory(dirfd(directory.get()), entry))
+        if (is_searched(entry->d_name) && is_directory(directory.get(), *entry))
           names.emplace_back(entry->d_name);
     return names;
   };

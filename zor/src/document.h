@@ -5,9 +5,11 @@
 #define ZOR_DOCUMENT_H
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace zor {
@@ -44,9 +46,11 @@ struct Span {
 };
 
 struct Document {
+  Document() = default;
+  Document(std::string text, Element tree) : content(std::move(text)), root(std::move(tree)) {}
+
   std::string content;  // in UTF-8, without a byte order mark
   Element root;
-  std::vector<std::size_t> lines;  // where each line begins in it
 
   Position position(std::size_t at) const;
   // The start tag.
@@ -55,11 +59,37 @@ struct Document {
   Span value(const Element& element, std::string_view attribute) const;
   // The name of an attribute, likewise.
   Span name(const Element& element, std::string_view attribute) const;
+
+ private:
+  mutable std::vector<std::size_t> lines_;  // where each line begins, once that was asked
+};
+
+// Builds the trees of the data files that the readers read while it lives, in one go with what they
+// do. One may live at a time.
+class ReadingAlong {
+ public:
+  ReadingAlong();
+  ~ReadingAlong();
+  ReadingAlong(const ReadingAlong&) = delete;
+  ReadingAlong& operator=(const ReadingAlong&) = delete;
+
+  // Takes the tree of a file, by the path that its reader was given. Null if it was not read.
+  // Places in it count the bytes of the file itself, whatever it is encoded in. It is of use only
+  // if the file was found well-formed.
+  std::unique_ptr<Element> take(const std::string& path);
+
+  struct Reading;
+
+ private:
+  std::unordered_map<std::string, std::unique_ptr<Reading>> readings_;
 };
 
 // Whether a text is in UTF-16, by its byte order mark or, as the parser takes it, by a zero as one
 // of the first two bytes.
 bool is_utf16(std::string_view content);
+
+// Whether the text of a data file is in UTF-8 as it stands, without a byte order mark.
+bool is_decoded(std::string_view content);
 
 // The text of a data file in UTF-8, without a byte order mark, whatever it is encoded in.
 std::string decoded(std::string content);

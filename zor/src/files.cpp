@@ -119,6 +119,13 @@ void write_file_for_all(const std::string& path, std::string_view content) {
   replace_file(path, content, 0644);
 }
 
+bool is_directory(DIR* parent, const dirent& entry) {
+  if (entry.d_type == DT_DIR) return true;
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
+  struct stat info;
+  return fstatat(dirfd(parent), entry.d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
+}
+
 bool write_all(int fd, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = write(fd, text.data(), text.size());

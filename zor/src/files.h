@@ -38,6 +38,9 @@ struct CloseDirectory {
 };
 using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
+// Whether an entry of the directory is one itself, or a link to one.
+bool is_directory(DIR* parent, const dirent& entry);
+
 }  // namespace zor
 
 #endif

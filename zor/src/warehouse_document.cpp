@@ -8,6 +8,8 @@
 
 #include "document.h"
 #include "render/text.h"
+#include "syntax.h"
+#include "warehouse_private.h"
 
 namespace zor {
 
@@ -95,37 +97,52 @@ class Parser {
 
 // Builds the tree while the parser reads. Pointers into it stay valid, as an element gets no
 // sibling while it is open.
-struct Builder {
-  XML_Parser parser;
-  Element root;
-  std::vector<Element*> open;
+class Builder {
+ public:
+  Builder(XML_Parser parser, Element* root) : parser_(parser), root_(root) {}
 
-  std::size_t at() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(parser)); }
+  void start(const XML_Char* name, const XML_Char** attributes) {
+    Element* element = root_;
+    if (!open_.empty()) element = &open_.back()->children.emplace_back();
+    element->name = name;
+    element->at = at();
+    std::size_t count = 0;
+    while (attributes[2 * count])
+      ++count;
+    element->attributes.reserve(count);
+    for (; *attributes; attributes += 2)
+      element->attributes.push_back({attributes[0], attributes[1]});
+    open_.push_back(element);
+  }
+
+  void end() { open_.pop_back(); }
+
+  void characters(const XML_Char* text, int length) {
+    Element& element = *open_.back();
+    if (element.text.empty()) element.text_at = at();
+    element.text.append(text, static_cast<std::size_t>(length));
+    element.text_end =
+        at() + static_cast<std::size_t>(std::max(0, XML_GetCurrentByteCount(parser_)));
+  }
+
+ private:
+  std::size_t at() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_)); }
+
+  XML_Parser parser_;
+  Element* root_;
+  std::vector<Element*> open_;
 };
 
 void start(void* data, const XML_Char* name, const XML_Char** attributes) {
-  auto* builder = static_cast<Builder*>(data);
-  Element* element = &builder->root;
-  if (!builder->open.empty()) element = &builder->open.back()->children.emplace_back();
-  element->name = name;
-  element->at = builder->at();
-  for (; *attributes; attributes += 2)
-    element->attributes.push_back({attributes[0], attributes[1]});
-  builder->open.push_back(element);
+  static_cast<Builder*>(data)->start(name, attributes);
 }
 
 void end(void* data, const XML_Char*) {
-  static_cast<Builder*>(data)->open.pop_back();
+  static_cast<Builder*>(data)->end();
 }
 
 void characters(void* data, const XML_Char* text, int length) {
-  auto* builder = static_cast<Builder*>(data);
-  Element& element = *builder->open.back();
-  const std::size_t at = builder->at();
-  if (element.text.empty()) element.text_at = at;
-  element.text.append(text, static_cast<std::size_t>(length));
-  element.text_end =
-      at + static_cast<std::size_t>(std::max(0, XML_GetCurrentByteCount(builder->parser)));
+  static_cast<Builder*>(data)->characters(text, length);
 }
 
 std::size_t behind_blanks(std::string_view text, std::size_t at) {
@@ -153,6 +170,9 @@ std::vector<std::size_t> lines_of(std::string_view content) {
   }
   return lines;
 }
+
+// Where readings along are kept while one lives.
+std::unordered_map<std::string, std::unique_ptr<ReadingAlong::Reading>>* readings = nullptr;
 
 struct WrittenAttribute {
   Span name;
@@ -193,12 +213,13 @@ const Element* Element::child(std::string_view wanted) const {
 
 Position Document::position(std::size_t at) const {
   at = std::min(at, content.size());
-  const auto next = std::upper_bound(lines.begin(), lines.end(), at);
+  if (lines_.empty()) lines_ = lines_of(content);
+  const auto next = std::upper_bound(lines_.begin(), lines_.end(), at);
   const auto characters =
       std::count_if(content.begin() + static_cast<std::ptrdiff_t>(*(next - 1)),
                     content.begin() + static_cast<std::ptrdiff_t>(at),
                     [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
-  return {static_cast<int>(next - lines.begin()), static_cast<int>(characters) + 1};
+  return {static_cast<int>(next - lines_.begin()), static_cast<int>(characters) + 1};
 }
 
 Span Document::tag(const Element& element) const {
@@ -220,6 +241,10 @@ bool is_utf16(std::string_view content) {
          (content.size() > 1 && (content[0] == '\0' || content[1] == '\0'));
 }
 
+bool is_decoded(std::string_view content) {
+  return !is_utf16(content) && !content.starts_with("\xEF\xBB\xBF") && !declares_latin1(content);
+}
+
 std::string decoded(std::string content) {
   if (is_utf16(content)) return from_utf16(content);
   if (content.starts_with("\xEF\xBB\xBF")) return content.substr(3);
@@ -230,17 +255,70 @@ std::optional<Document> parse_document(std::string content) {
   Document document;
   document.content = decoded(std::move(content));
   const Parser parser;
-  Builder builder = {parser.get(), {}, {}};
-  if (!builder.parser) return std::nullopt;
-  XML_SetUserData(builder.parser, &builder);
-  XML_SetElementHandler(builder.parser, start, end);
-  XML_SetCharacterDataHandler(builder.parser, characters);
-  const XML_Status status = XML_Parse(builder.parser, document.content.data(),
+  if (!parser.get()) return std::nullopt;
+  Builder builder(parser.get(), &document.root);
+  XML_SetUserData(parser.get(), &builder);
+  XML_SetElementHandler(parser.get(), start, end);
+  XML_SetCharacterDataHandler(parser.get(), characters);
+  const XML_Status status = XML_Parse(parser.get(), document.content.data(),
                                       static_cast<int>(document.content.size()), 1);
   if (status != XML_STATUS_OK) return std::nullopt;
-  document.root = std::move(builder.root);
-  document.lines = lines_of(document.content);
   return document;
+}
+
+// ---- Reading along ----
+
+struct ReadingAlong::Reading {
+  std::unique_ptr<Element> root;
+  Builder builder;
+  WH_XML_HANDLERS reader;
+};
+
+namespace {
+
+// The file that is read. One is at a time.
+ReadingAlong::Reading* reading = nullptr;
+
+void start_along(void* user, const char* name, const char** attributes) {
+  reading->builder.start(name, attributes);
+  reading->reader.start(user, name, attributes);
+}
+
+void end_along(void* user, const char* name) {
+  reading->builder.end();
+  reading->reader.end(user, name);
+}
+
+void text_along(void* user, const char* bytes, int count) {
+  reading->builder.characters(bytes, count);
+  if (reading->reader.text) reading->reader.text(user, bytes, count);
+}
+
+void read_along(XML_Parser parser, FwTextString filename, WH_XML_HANDLERS* handlers) {
+  auto root = std::make_unique<Element>();
+  const Builder builder(parser, root.get());
+  auto& entry = (*readings)[string_of(filename)];
+  entry = std::make_unique<ReadingAlong::Reading>(
+      ReadingAlong::Reading{std::move(root), builder, *handlers});
+  reading = entry.get();
+  *handlers = {start_along, end_along, text_along};
+}
+
+}  // namespace
+
+ReadingAlong::ReadingAlong() {
+  readings = &readings_;
+  wh_xml_tap = read_along;
+}
+
+ReadingAlong::~ReadingAlong() {
+  wh_xml_tap = nullptr;
+  readings = nullptr;
+}
+
+std::unique_ptr<Element> ReadingAlong::take(const std::string& path) {
+  const auto found = readings_.find(path);
+  return found == readings_.end() ? nullptr : std::move(found->second->root);
 }
 
 }  // namespace zor

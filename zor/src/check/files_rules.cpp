@@ -19,6 +19,7 @@ namespace {
 struct Entry {
   std::string name;
   bool is_directory = false;
+  bool is_file = false;  // for sure, and no link
 };
 
 std::vector<Entry> entries_of(const std::string& directory) {
@@ -26,11 +27,10 @@ std::vector<Entry> entries_of(const std::string& directory) {
   const Directory open(opendir(directory.c_str()));
   if (!open) return entries;
   while (const dirent* entry = readdir(open.get())) {
-    const std::string name = entry->d_name;
+    const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
-    struct stat info;
-    const bool known = stat(fmt::format("{}/{}", directory, name).c_str(), &info) == 0;
-    entries.push_back({name, known && S_ISDIR(info.st_mode)});
+    entries.push_back(
+        {std::string(name), is_directory(open.get(), *entry), entry->d_type == DT_REG});
   }
   std::sort(entries.begin(), entries.end(),
             [](const Entry& a, const Entry& b) { return a.name < b.name; });
@@ -74,13 +74,19 @@ bool has_huge_number(const std::string& version) {
 // The rules on one directory, whose entries are versions, or revisions of one.
 class Level {
  public:
-  Level(const std::string& root, const std::string& path, bool of_versions)
+  Level(const std::string& root, const std::string& path, const std::vector<Entry>& entries,
+        bool of_versions)
       : root_(root), path_(path), word_(of_versions ? "version" : "revision") {
-    for (const Entry& entry : entries_of(root + '/' + path))
+    for (const Entry& entry : entries)
       look_at(entry, of_versions);
   }
 
-  const std::vector<std::string>& good() const { return good_; }
+  // With what lies in them.
+  struct Good {
+    std::string name;
+    std::vector<Entry> entries;
+  };
+  const std::vector<Good>& good() const { return good_; }
   std::vector<Finding>& findings() { return findings_; }
 
   void tell(const char* rule, const std::string& name, std::string text, const char* help) {
@@ -89,22 +95,20 @@ class Level {
   }
 
  private:
-  bool holds_product(const std::string& name, bool of_versions) const {
-    const std::string directory = root_ + '/' + path_ + '/' + name;
-    if (!of_versions) return exists(directory + "/product.xml");
-    const std::vector<Entry> revs = entries_of(directory);
-    return std::any_of(revs.begin(), revs.end(), [&](const Entry& rev) {
-      return exists(directory + '/' + rev.name + "/product.xml");
-    });
-  }
-
   void look_at(const Entry& entry, bool of_versions) {
+    const std::string directory = root_ + '/' + path_ + '/' + entry.name;
+    std::vector<Entry> entries;
+    if (of_versions && entry.is_directory) entries = entries_of(directory);
+    const auto is_product = [&](const Entry& rev) {
+      return exists(directory + '/' + rev.name + "/product.xml");
+    };
     if (!entry.is_directory) {
       tell("ZW101", entry.name,
            fmt::format("a file lies beside {}s and counts as one of them", word_),
            "Keep nothing but versions beside versions, and nothing but revisions beside revisions; "
            "move the file elsewhere.");
-    } else if (!holds_product(entry.name, of_versions)) {
+    } else if (of_versions ? std::none_of(entries.begin(), entries.end(), is_product)
+                           : !exists(directory + "/product.xml")) {
       tell("ZW102", entry.name,
            fmt::format("the directory counts as a {}, but there is no product.xml {}", word_,
                        of_versions ? "in any directory of it" : "in it"),
@@ -116,7 +120,7 @@ class Level {
                        word_),
            "Move the copy to where no versions lie.");
     } else {
-      good_.push_back(entry.name);
+      good_.push_back({entry.name, std::move(entries)});
       if (!is_digit(entry.name[0]) && of_versions)
         tell("ZW108", entry.name,
              "the version does not begin with a digit: zorenv takes the word for a product's name, "
@@ -132,7 +136,7 @@ class Level {
   std::string root_;
   std::string path_;
   const char* word_;
-  std::vector<std::string> good_;
+  std::vector<Good> good_;
   std::vector<Finding> findings_;
 };
 
@@ -154,7 +158,7 @@ void tell_of_recipe(Product* product, const char* recipe, const char* other, boo
 std::vector<Finding> check_versions(const std::string& root, const std::string& product) {
   std::vector<Finding> findings;
   const std::string name = product.substr(product.rfind('/') + 1);
-  Level versions(root, product, true);
+  Level versions(root, product, entries_of(root + '/' + product), true);
   if (is_digit(name[0]) || name[0] == '+')
     versions.tell("ZW109", "",
                   "the product's name begins with a digit or +, so that zorenv takes it for a "
@@ -162,8 +166,8 @@ std::vector<Finding> check_versions(const std::string& root, const std::string& 
                   "Give the product a name that begins with a letter.");
   std::string dotted;
   std::string plain;
-  for (const std::string& version : versions.good()) {
-    Level revs(root, product + '/' + version, false);
+  for (const auto& [version, entries] : versions.good()) {
+    Level revs(root, product + '/' + version, entries, false);
     move_to(&findings, revs.findings());
     if (!is_digit(version[0])) continue;
     std::string& kind = version.find('.') == std::string::npos ? plain : dotted;
@@ -193,8 +197,9 @@ bool check_files(Product* product) {
                     "Write the names of data files in small letters.");
       continue;
     }
-    struct stat info;
     const std::string full = product->root() + '/' + path;
+    if (entry.is_file && access(full.c_str(), R_OK) == 0) continue;
+    struct stat info;
     const bool known = stat(full.c_str(), &info) == 0;
     if (known && S_ISREG(info.st_mode) && access(full.c_str(), R_OK) == 0) continue;
     const std::string what = !known ? fmt::format(
@@ -212,7 +217,7 @@ bool check_files(Product* product) {
     readable = readable && !known;
   }
   if (!readable) return false;
-  product->read_documents();
+  product->read_files();
   if (!product->has_files("partlist.xml")) {
     product->tell("ZW106", product->path(),
                   "there is no partlist.xml: the product fails, and where it is a part it is "

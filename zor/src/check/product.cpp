@@ -20,11 +20,23 @@ std::size_t number_of(std::string_view file) {
 Product::Product(const std::string& root, const ProductName& name, Inspection* inspection)
     : root_(root), name_(name), path_(name.path()), inspection_(inspection) {}
 
-void Product::read_documents() {
+void Product::read_files() {
   for (std::size_t i = 0; i < std::size(kDataFiles); ++i) {
-    std::optional<std::string> content = content_if_there(directory() + '/' + kDataFiles[i]);
-    there_[i] = content.has_value();
-    if (content) documents_[i] = parse_document(std::move(*content));
+    contents_[i] = content_if_there(directory() + '/' + kDataFiles[i]);
+    there_[i] = contents_[i].has_value();
+  }
+}
+
+void Product::make_documents(ReadingAlong* trees) {
+  for (std::size_t i = 0; i < std::size(kDataFiles); ++i) {
+    if (!contents_[i]) continue;
+    std::unique_ptr<Element> tree;
+    if (trees && is_decoded(*contents_[i])) tree = trees->take(directory() + '/' + kDataFiles[i]);
+    if (tree)
+      documents_[i].emplace(std::move(*contents_[i]), std::move(*tree));
+    else
+      documents_[i] = parse_document(std::move(*contents_[i]));
+    contents_[i].reset();
   }
 }
 

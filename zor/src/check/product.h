@@ -76,8 +76,10 @@ class Product {
   void tell(std::string_view rule, const std::string& path, std::string text, std::string help);
   void tell(Finding finding) { findings_.push_back(std::move(finding)); }
 
-  // Reads the documents. The product must have none but regular files.
-  void read_documents();
+  // Reads the data files. The product must have none but regular ones.
+  void read_files();
+  // Makes the documents, of trees that were built when the files were read, if there are any.
+  void make_documents(ReadingAlong* trees);
 
   std::vector<Finding>& findings() { return findings_; }
   Facts& facts() { return facts_; }
@@ -88,6 +90,7 @@ class Product {
   ProductName name_;
   std::string path_;
   Inspection* inspection_;
+  std::array<std::optional<std::string>, std::size(kDataFiles)> contents_;  // until documents are
   std::array<bool, std::size(kDataFiles)> there_ = {};
   std::array<std::optional<Document>, std::size(kDataFiles)> documents_;
   std::vector<Finding> findings_;

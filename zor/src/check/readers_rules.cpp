@@ -93,15 +93,16 @@ void check_attributes(Product* product, const char* file, const Element& element
 }
 
 void check_doctype(Product* product, const char* file, const Document& document) {
-  const std::string& content = document.content;
-  std::size_t at = content.find("<!");
+  const std::string_view content = document.content;
+  const std::string_view prolog = content.substr(0, document.root.at);
+  std::size_t at = prolog.find("<!");
   // What stands in a comment declares nothing.
-  while (at < document.root.at && content.compare(at, 4, "<!--") == 0)
-    at = content.find("<!", content.find("-->", at));
-  if (at >= document.root.at) return;
+  while (prolog.substr(std::min(at, prolog.size())).starts_with("<!--"))
+    at = prolog.find("<!", prolog.find("-->", at));
+  if (at == std::string_view::npos) return;
   const std::size_t start = content.find_first_not_of(" \t\r\n", at + 9);
   const std::size_t end = content.find_first_of(" \t\r\n[>", start);
-  const std::string type = content.substr(start, end - start);
+  const std::string_view type = content.substr(start, end - start);
   if (type == document.root.name) return;
   product->tell("ZW003", file, Span{start, end},
                 fmt::format("the document type says {}, but the root element is {}", type,
@@ -127,7 +128,10 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
 }  // namespace
 
 bool check_readers(Product* product) {
+  ReadingAlong trees;
   const std::vector<Fault> faults = product->inspection().load(product->name());
+  // The readers may have stopped in the midst.
+  product->make_documents(faults.empty() ? &trees : nullptr);
   for (const char* file : kDataFiles) {
     const Document* document = product->document(file);
     if (!document) continue;
