@@ -26,14 +26,23 @@ Span text_span(const Element& element) {
   return {element.text_at, element.text_end};
 }
 
+// What a finding may be about: an element's text, or the value of an attribute, which is looked for
+// only then.
+struct Piece {
+  const Element& element;
+  const char* attribute = nullptr;
+};
+
 // ---- References ----
 
 // Where a reference begins that has no end, or npos.
 std::size_t open_reference(const std::string& text) {
-  static constexpr std::pair<const char*, char> kForms[] = {{"%(", ')'}, {"%[", ']'}, {"%{", '}'}};
-  for (const auto& [opening, closing] : kForms) {
-    const std::size_t at = text.rfind(opening);
-    if (at != std::string::npos && text.find(closing, at) == std::string::npos) return at;
+  static constexpr std::pair<char, char> kBrackets[] = {{'(', ')'}, {'[', ']'}, {'{', '}'}};
+  for (const auto& [opening, closing] : kBrackets) {
+    std::size_t last = std::string::npos;
+    for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos; ++at)
+      if (text[at + 1] == opening) last = at;
+    if (last != std::string::npos && text.find(closing, last) == std::string::npos) return last;
   }
   return std::string::npos;
 }
@@ -69,9 +78,12 @@ std::string refusals(const Change& change) {
   return text;
 }
 
-// Most names are asked for often.
+constexpr std::size_t kMostNames = 256;
+
+// A name is asked for often by one product, and some by most products.
 const std::string& refusals_of_name(const std::string& name) {
   static std::unordered_map<std::string, std::string> known;
+  if (known.size() == kMostNames) known.clear();
   const auto [entry, is_new] = known.try_emplace(name);
   if (is_new) entry->second = refusals({name, "x"});
   return entry->second;
@@ -129,12 +141,18 @@ class FileCheck {
       for_each_element(*parts, [&](const Element& element) {
         if (element.name != "PRODUCT" && element.name != "VAR" && element.name != "FILE") return;
         for (const Attribute& attribute : element.attributes)
-          check_references(attribute.value, document_.value(element, attribute.name));
+          check_references(attribute.value, {element, attribute.name.c_str()});
       });
     }
   }
 
  private:
+  void tell(const char* rule, const Piece& piece, std::string text, std::string help) {
+    const Span span = piece.attribute ? document_.value(piece.element, piece.attribute)
+                                      : text_span(piece.element);
+    product_->tell(rule, file_, span, std::move(text), std::move(help));
+  }
+
   // Finds out which varieties get the group.
   void enter(const Element& group) {
     varieties_.clear();
@@ -169,7 +187,7 @@ class FileCheck {
     for_each_element(pattern, [&](const Element& element) {
       for (const char* attribute : {"n", "v"})
         if (const std::string* text = element.find(attribute))
-          check_references(*text, document_.value(element, attribute));
+          check_references(*text, {element, attribute});
     });
     varieties_ = met;
   }
@@ -185,24 +203,26 @@ class FileCheck {
   }
 
   // Gives the meaning for the first variety that gets it; nothing if there is none.
-  std::optional<std::string> check_references(const std::string& text, Span piece) {
+  std::optional<std::string> check_references(const std::string& text, const Piece& piece) {
+    if (text.find('%') == std::string::npos)
+      return varieties_.empty() ? std::nullopt : std::optional(text);
     const std::size_t open = open_reference(text);
     if (open != std::string::npos)
-      product_->tell("ZW402", file_, piece,
-                     fmt::format("{} has no closing bracket, so it stays as it is",
-                                 text.substr(open, std::min<std::size_t>(20, text.size() - open))),
-                     "Close the bracket.");
+      tell("ZW402", piece,
+           fmt::format("{} has no closing bracket, so it stays as it is",
+                       text.substr(open, std::min<std::size_t>(20, text.size() - open))),
+           "Close the bracket.");
     if (!has_reference(text)) return varieties_.empty() ? std::nullopt : std::optional(text);
-    for (const std::string& name : environment_names(text))
+    const std::vector<std::string> from_environment = environment_names(text);
+    for (const std::string& name : from_environment)
       if (name != "HOME" && name != "PATH")
-        product_->tell(
-            "ZW416", file_, piece,
-            fmt::format("where the environment variable {} is not set, the run fails", name),
-            "Make sure that everybody who uses the product has it set, jobs that run at "
-            "night as well.");
+        tell("ZW416", piece,
+             fmt::format("where the environment variable {} is not set, the run fails", name),
+             "Make sure that everybody who uses the product has it set, jobs that run at "
+             "night as well.");
     // What else is wrong with the text is to be seen as well. The process is one of the check's
     // own.
-    for (const std::string& name : environment_names(text))
+    for (const std::string& name : from_environment)
       setenv(name.c_str(), "x", 0);
     std::optional<std::string> meaning;
     for (const std::size_t variety : varieties_) {
@@ -214,28 +234,27 @@ class FileCheck {
   }
 
   // Varieties may differ in what is wrong.
-  void tell_of(const Expansion& expansion, const std::string& text, Span piece) {
+  void tell_of(const Expansion& expansion, const std::string& text, const Piece& piece) {
     if (!expansion.undefined.empty() &&
         text.find("%{" + expansion.undefined + '}') == std::string::npos) {
       const bool from = expansion.undefined == "INSTALLED-FROM";
-      product_->tell("ZW415", file_, piece,
-                     fmt::format("%({}) is not defined, so the run fails", expansion.undefined),
-                     from ? "Write the name with BASE- in place of FROM-; nothing defines "
-                            "INSTALLED-FROM."
-                          : "zorenv-warehouse(5) lists the names under EXPANSION; the others are "
-                            "the variables of each variety in product.xml.");
+      tell("ZW415", piece,
+           fmt::format("%({}) is not defined, so the run fails", expansion.undefined),
+           from ? "Write the name with BASE- in place of FROM-; nothing defines "
+                  "INSTALLED-FROM."
+                : "zorenv-warehouse(5) lists the names under EXPANSION; the others are "
+                  "the variables of each variety in product.xml.");
     } else if (!expansion.missing.empty()) {
-      product_->tell(
-          "ZW414", file_, piece,
-          fmt::format("the file {} does not exist, so the operation is skipped without a "
-                      "message",
-                      expansion.missing),
-          "Name a file that is there, best by %(BASE-CNVR).");
+      tell("ZW414", piece,
+           fmt::format("the file {} does not exist, so the operation is skipped without a "
+                       "message",
+                       expansion.missing),
+           "Name a file that is there, best by %(BASE-CNVR).");
     } else if (!expansion.fault.empty()) {
-      product_->tell("ZW508", file_, piece,
-                     fmt::format("a file that is named here can't be read ({}), so the run fails",
-                                 expansion.fault),
-                     "Name a regular file.");
+      tell("ZW508", piece,
+           fmt::format("a file that is named here can't be read ({}), so the run fails",
+                       expansion.fault),
+           "Name a regular file.");
     }
   }
 
@@ -247,58 +266,56 @@ class FileCheck {
           "ZW401", file_, text_span(element),
           fmt::format("the blanks or line ends around it belong to the text of {}", element.name),
           "Put the tags right beside the text.");
-    return check_references(text, text_span(element));
+    return check_references(text, {element});
   }
 
-  void check_name(const std::string& name, Span piece) {
+  void check_name(const std::string& name, const Piece& piece) {
     if (is_pattern(name)) {
-      product_->tell(
-          "ZW407", file_, piece,
-          fmt::format("{} reaches each variable that is set and matches, and rebuilds it "
-                      "as a list: empty elements and repeated ones vanish",
-                      name),
-          "Name the variables.");
+      tell("ZW407", piece,
+           fmt::format("{} reaches each variable that is set and matches, and rebuilds it "
+                       "as a list: empty elements and repeated ones vanish",
+                       name),
+           "Name the variables.");
     } else if (!is_identifier(name) && !name.empty() && !is_blank(name.front()) &&
                !is_blank(name.back())) {
-      product_->tell("ZW408", file_, piece,
-                     fmt::format("shells don't accept the name {}; zorenv writes it into the "
-                                 "script unchanged, where it may be a command",
-                                 name),
-                     "Use letters, digits and _, and begin with no digit.");
+      tell("ZW408", piece,
+           fmt::format("shells don't accept the name {}; zorenv writes it into the "
+                       "script unchanged, where it may be a command",
+                       name),
+           "Use letters, digits and _, and begin with no digit.");
     } else if (is_identifier(name)) {
       const std::string& reasons = refusals_of_name(name);
       if (!reasons.empty())
-        product_->tell("ZW409", file_, piece, fmt::format("{} {}", name, reasons),
-                       "Use another name for the variable.");
+        tell("ZW409", piece, fmt::format("{} {}", name, reasons),
+             "Use another name for the variable.");
     }
   }
 
-  void check_value(const std::string& name, const std::string& value, Span piece) {
+  void check_value(const std::string& name, const std::string& value, const Piece& piece) {
     const bool breaks =
         value.find('\'') != std::string::npos || value.find('\n') != std::string::npos;
     if (breaks || value.find('!') != std::string::npos) {
-      product_->tell(
-          "ZW410", file_, piece,
-          breaks ? "a value with a quote or a line end breaks the script that zorenv "
-                   "prints, which quotes it with nothing but single quotes"
-                 : "csh looks for past commands behind the ! in what zorenv --csh prints",
-          "Keep such values out of the warehouse, or let everybody use zor, which quotes "
-          "them for each shell.");
+      tell("ZW410", piece,
+           breaks ? "a value with a quote or a line end breaks the script that zorenv "
+                    "prints, which quotes it with nothing but single quotes"
+                  : "csh looks for past commands behind the ! in what zorenv --csh prints",
+           "Keep such values out of the warehouse, or let everybody use zor, which quotes "
+           "them for each shell.");
     } else if (!std::all_of(value.begin(), value.end(), [](char c) {
                  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
                         (c >= '0' && c <= '9') || c < 0 ||
                         std::string_view("_@%+=:,./-").find(c) != std::string_view::npos;
                })) {
-      product_->tell("ZW422", file_, piece,
-                     "zorenv without --sh or --csh makes a script in which sh evaluates this value "
-                     "once more",
-                     "Write --sh or --csh wherever zorenv is run.");
+      tell("ZW422", piece,
+           "zorenv without --sh or --csh makes a script in which sh evaluates this value "
+           "once more",
+           "Write --sh or --csh wherever zorenv is run.");
     }
     if (is_printable(value) || !is_identifier(name)) return;
     const std::string reasons = refusals({name, value});
     if (!reasons.empty() && refusals_of_name(name).empty())
-      product_->tell("ZW409", file_, piece, fmt::format("{} {}", name, reasons),
-                     "Let those who use these dialects know, or take another value.");
+      tell("ZW409", piece, fmt::format("{} {}", name, reasons),
+           "Let those who use these dialects know, or take another value.");
   }
 
   void check_pattern(const Element& element) {
@@ -340,7 +357,7 @@ class FileCheck {
   void check_operation(const Element& operation) {
     const Element& name_at = name_element(operation);
     const std::optional<std::string> name = check_text(name_at);
-    if (name) check_name(*name, text_span(name_at));
+    if (name) check_name(*name, {name_at});
     check_separator(operation, name.value_or(name_at.text));
     const bool inserts = operation.name == "ENV-INSERT";
     if (inserts && name) check_only_value(*name, name_at);
@@ -404,7 +421,7 @@ class FileCheck {
 
   void check_inserted(const Element& operation, const std::string& name, const std::string& value,
                       const Element& at) {
-    check_value(name, value, text_span(at));
+    check_value(name, value, {at});
     const std::string* stated = operation.find("sep");
     const std::string separator = stated && !stated->empty() ? *stated : stated_for(name);
     if (value.find(separator) != std::string::npos && !value.empty())
@@ -445,15 +462,14 @@ class FileCheck {
     const std::string* value = setenv.find("value");
     std::optional<std::string> named;
     if (name) {
-      named = check_references(*name, document_.value(setenv, "name"));
-      if (named) check_name(*named, document_.value(setenv, "name"));
+      named = check_references(*name, {setenv, "name"});
+      if (named) check_name(*named, {setenv, "name"});
     }
     if (!value) return;
-    const Span piece = document_.value(setenv, "value");
-    const std::optional<std::string> meaning = check_references(*value, piece);
+    const std::optional<std::string> meaning = check_references(*value, {setenv, "value"});
     const std::string* word = setenv.find("op");
     const bool takes_out = word && (*word == "delete" || word->starts_with("un"));
-    if (meaning && named && !takes_out) check_value(*named, *meaning, piece);
+    if (meaning && named && !takes_out) check_value(*named, *meaning, {setenv, "value"});
   }
 
   Product* product_;

@@ -1,6 +1,7 @@
 #include "formats/kept.h"
 
 #include <algorithm>
+#include <array>
 
 namespace zor {
 
@@ -359,21 +360,45 @@ constexpr KeptNames kMakeKept[] = {{kOwned, kMakeOwn}};
 
 }  // namespace
 
-const Keeper kBash = {"bash", kBashKept};
-const Keeper kZsh = {"zsh", kZshKept};
-const Keeper kKsh93 = {"ksh93", kKsh93Kept};
-const Keeper kMksh = {"mksh", kMkshKept};
-const Keeper kDash = {"dash", kDashKept};
-const Keeper kBusybox = {"busybox sh", kBusyboxKept};
-const Keeper kFish = {"fish", kFishKept};
-const Keeper kCsh = {"tcsh", kCshKept};
-const Keeper kElvish = {"elvish", kElvishKept};
-const Keeper kXonsh = {"xonsh", kXonshKept};
-const Keeper kNushell = {"nushell", kNushellKept};
-const Keeper kRc = {"rc", kRcKept};
-const Keeper kMake = {"make", kMakeKept};
+constexpr Keeper kBash = {"bash", kBashKept};
+constexpr Keeper kZsh = {"zsh", kZshKept};
+constexpr Keeper kKsh93 = {"ksh93", kKsh93Kept};
+constexpr Keeper kMksh = {"mksh", kMkshKept};
+constexpr Keeper kDash = {"dash", kDashKept};
+constexpr Keeper kBusybox = {"busybox sh", kBusyboxKept};
+constexpr Keeper kFish = {"fish", kFishKept};
+constexpr Keeper kCsh = {"tcsh", kCshKept};
+constexpr Keeper kElvish = {"elvish", kElvishKept};
+constexpr Keeper kXonsh = {"xonsh", kXonshKept};
+constexpr Keeper kNushell = {"nushell", kNushellKept};
+constexpr Keeper kRc = {"rc", kRcKept};
+constexpr Keeper kMake = {"make", kMakeKept};
+
+namespace {
+
+// The length and both ends of a name, in a small number. Nearly all names that nobody keeps are
+// told by it.
+constexpr std::size_t kShapes = 4096;
+constexpr std::size_t shape_of(std::string_view name) {
+  const auto first = static_cast<unsigned char>(name.front());
+  const auto last = static_cast<unsigned char>(name.back());
+  return (name.size() * 2039 + first * 61 + last) % kShapes;
+}
+
+constexpr std::array<bool, kShapes> kKeptShapes = [] {
+  std::array<bool, kShapes> shapes = {};
+  for (const Keeper* keeper : {&kBash, &kZsh, &kKsh93, &kMksh, &kDash, &kBusybox, &kFish, &kCsh,
+                               &kElvish, &kXonsh, &kNushell, &kRc, &kMake})
+    for (const KeptNames& kept : keeper->kept)
+      for (const std::string_view name : kept.names)
+        shapes[shape_of(name)] = true;
+  return shapes;
+}();
+
+}  // namespace
 
 std::string reason_of_keepers(std::initializer_list<const Keeper*> keepers, std::string_view name) {
+  if (name.empty() || !kKeptShapes[shape_of(name)]) return {};
   for (const Keeper* keeper : keepers)
     for (const KeptNames& kept : keeper->kept)
       if (std::find(kept.names.begin(), kept.names.end(), name) != kept.names.end())

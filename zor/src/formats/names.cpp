@@ -1,6 +1,7 @@
 #include "formats/names.h"
 
 #include <algorithm>
+#include <array>
 
 namespace zor {
 
@@ -10,6 +11,15 @@ unsigned char byte_of(char c) {
   return static_cast<unsigned char>(c);
 }
 
+// The bytes of identifiers, as each dialect asks for each name.
+constexpr std::array<bool, 256> kInNames = [] {
+  std::array<bool, 256> all = {};
+  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                                       "0123456789_"))
+    all[static_cast<unsigned char>(c)] = true;
+  return all;
+}();
+
 bool is_trailing(char c) {
   return (byte_of(c) & 0xC0) == 0x80;
 }
@@ -17,12 +27,9 @@ bool is_trailing(char c) {
 }  // namespace
 
 bool is_identifier(std::string_view name) {
-  const auto is_letter = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-  };
   const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-  return !name.empty() && is_letter(name[0]) &&
-         std::all_of(name.begin(), name.end(), [&](char c) { return is_letter(c) || is_digit(c); });
+  return !name.empty() && !is_digit(name[0]) &&
+         std::all_of(name.begin(), name.end(), [](char c) { return kInNames[byte_of(c)]; });
 }
 
 bool is_printable(std::string_view text) {
