@@ -126,7 +126,10 @@ void fuzz::Try(Input& input) {
     finish();
     file = line.substr(1);
     if (!IsPath(file) || !files.insert(file).second || files.size() > 12) return;
-    products.insert(file.substr(0, file.rfind('/')));
+    // A directory without any data file is not a product that lacks one.
+    if (std::find(std::begin(zor::kDataFiles), std::end(zor::kDataFiles),
+                  file.substr(file.rfind('/') + 1)) != std::end(zor::kDataFiles))
+      products.insert(file.substr(0, file.rfind('/')));
   }
   finish();
   if (products.size() > 4) return;
