@@ -33,8 +33,8 @@ bool IsPath(const std::string& path) {
   return path.find_first_not_of(
              "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/.-") ==
              std::string::npos &&
-         std::count(path.begin(), path.end(), '/') == 4 && path.size() < 60 &&
-         ('/' + path).find("//") == std::string::npos &&
+         std::count(path.begin(), path.end(), '/') == 4 && !path.ends_with('/') &&
+         path.size() < 60 && ('/' + path).find("//") == std::string::npos &&
          ('/' + path).find("/.") == std::string::npos;
 }
 
