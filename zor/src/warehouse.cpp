@@ -290,8 +290,9 @@ bool wants_words(const Answer& answer) {
 }
 
 // Also the parts of what could be loaded, as far as their names stand in part lists.
-Asked asked_in(const Question& question, const Answer& answer, const WH_COMPUTATION* all) {
-  Asked asked = {absolute_root(question.root), !question.root.empty(), {}};
+Asked asked_in(const Question& question, const Environment& base, const Answer& answer,
+               const WH_COMPUTATION* all) {
+  Asked asked = {absolute_root(question.root), !question.root.empty(), {}, &base};
   for (const Group& group : question.groups)
     for (const Query& query : group)
       asked.products.push_back(query.product);
@@ -550,7 +551,7 @@ Answer compute(const Question& question, const Environment& base, const Inside& 
   if (question.list_reads) take_reads(&answer, &all);
   if (inside.look && all.group_speclists.state == FW_VECTOR_OPEN) inside.look(&all);
   take_missing_parts(&answer, &all);
-  if (wants_words(answer)) explain_faults(&answer.faults, asked_in(question, answer, &all));
+  if (wants_words(answer)) explain_faults(&answer.faults, asked_in(question, base, answer, &all));
   if (answer.done && !question.choices_only)
     answer.environment = changed(base, all.oldenv, all.newenv);
   wh_computation_close(&all);

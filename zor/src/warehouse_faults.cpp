@@ -10,6 +10,7 @@
 #include "catalogue.h"
 #include "diagnosis.h"
 #include "files.h"
+#include "formats/names.h"
 #include "warehouse_private.h"
 #include "words.h"
 
@@ -395,6 +396,33 @@ std::string other(const Fault& fault, const Asked& asked) {
   return first_trouble(asked);
 }
 
+// ---- Bytes that are no text ----
+
+// What the engine says only of texts that come from outside: data files are read as XML.
+bool is_of_bytes(const Fault& fault) {
+  return fault.text.starts_with("Badly encoded UTF-8") ||
+         fault.text.starts_with("Badly terminated string");
+}
+
+// Nothing if there are no such bytes in what was asked.
+std::string strange_bytes(const Asked& asked) {
+  for (const ProductName& product : asked.products)
+    for (const std::string* element :
+         {&product.category, &product.name, &product.version, &product.rev})
+      if (!is_utf8(*element))
+        return lines(fmt::format("{} is not UTF-8, and can't be read as a name", *element), "",
+                     "rename its directory", kTree);
+  Names names;
+  for (const std::string& text : asked.base ? asked.base->texts() : Names())
+    if (!is_utf8(text)) names.push_back(text.substr(0, text.find('=')));
+  if (names.empty()) return {};
+  return lines(fmt::format("the environment variable{} {} {} bytes that are not UTF-8",
+                           names.size() == 1 ? "" : "s", enumerated(names),
+                           names.size() == 1 ? "holds" : "hold"),
+               "what these products change is taken apart as text, and can't be here",
+               "write the value in UTF-8, or unset the variable", "zorenv(1), DIAGNOSTICS");
+}
+
 }  // namespace
 
 std::string why_missing(const std::string& root, const ProductName& product) {
@@ -410,7 +438,7 @@ std::string why_missing(const std::string& root, const ProductName& product) {
                          there_are(field, entries_of(above, true)));
     above += '/' + field;
   }
-  const std::string text = missing_element({root, true, {}}, product);
+  const std::string text = missing_element({root, true, {}, nullptr}, product);
   return text.substr(0, text.find('\n'));
 }
 
@@ -426,6 +454,9 @@ void explain_faults(std::vector<Fault>* faults, const Asked& asked) {
       text = missing(fault, asked);
     } else if (fault.kind == FaultKind::kData) {
       text = of_data_file(path, &places);
+    } else if (fault.kind == FaultKind::kAssertion && is_of_bytes(fault)) {
+      text = strange_bytes(asked);
+      if (!text.empty()) fault.kind = FaultKind::kOther;
     } else if (fault.kind == FaultKind::kOther) {
       // Of some faults of XML the engine has no word of its own, and says so before.
       const bool is_denied = fault.text.find("denied") != std::string::npos;

@@ -112,6 +112,7 @@ struct Asked {
   std::string root;                   // absolute
   bool root_given = true;             // by somebody; otherwise it is the current directory
   std::vector<ProductName> products;  // as they were asked for, and what they led to
+  const Environment* base = nullptr;  // null if it has no part in it
 };
 
 // Puts faults of data files, and of what lies on disk, into words for people: where, what, why and

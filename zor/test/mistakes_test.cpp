@@ -672,6 +672,35 @@ TEST(Mistakes, InProductsThatClash) {
 }
 
 // A program ends as it would without zor, also by a signal, of which no message is wanted.
+TEST(Mistakes, InBytesThatAreNoText) {
+  Shop shop;
+  shop.Renew();
+  const std::string root = "ZORROOT=" + shop.Root();
+  // A variable that the products leave alone may hold any bytes.
+  Expect(Zor({"exec", "gcc", "--", "printenv", "OTHER"}, {root, "OTHER=a\xff"}), "a\xff\n", "", 0);
+  Expect(Zor({"env", "gcc"}, {root, "OTHER=a\xff", "PATH=/usr/bin:/x\xff"}), "",
+         "zor: the environment variables OTHER and PATH hold bytes that are not UTF-8\n"
+         "  what these products change is taken apart as text, and can't be here\n"
+         "  write the value in UTF-8, or unset the variable\n"
+         "  see zorenv(1), DIAGNOSTICS\n",
+         1);
+  std::filesystem::copy(shop.Root() + "/compilers/gcc", shop.Root() + "/compilers/g\xff",
+                        std::filesystem::copy_options::recursive);
+  Expect(Zor({"env", "compilers/g\xff"}, {root}), "",
+         "zor: g\\xff is not UTF-8, and can't be read as a name\n"
+         "  rename its directory\n"
+         "  see zorenv-warehouse(5), DESCRIPTION\n",
+         1);
+  const RunResult check = Zor({"check", shop.Root(), "--rule", "ZW001"});
+  EXPECT_EQ(
+      "compilers/g\\xff/13.2/1: error: the path is not UTF-8, so nobody can use the product "
+      "[ZW001 unreadable-data]\n"
+      "  help: Rename the directories.\n"
+      "compilers/g\\xff/14.1/1: error: the path is not UTF-8, so nobody can use the product "
+      "[ZW001 unreadable-data]\n"
+      "  help: Rename the directories.\n",
+      check.out.substr(0, check.out.rfind('\n', check.out.size() - 2) + 1));
+}
 TEST(Mistakes, OfTheProgramItselfAreItsOwn) {
   Shop shop;
   shop.Renew();

@@ -6,6 +6,7 @@
 
 #include "check/product.h"
 #include "diagnosis.h"
+#include "formats/names.h"
 
 namespace zor::check {
 
@@ -121,6 +122,11 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
                             product->path()});
     }
   if (product->findings().size() > before) return;
+  if (!is_utf8(product->path())) {
+    product->tell("ZW001", product->path(), "the path is not UTF-8, so nobody can use the product",
+                  "Rename the directories.");
+    return;
+  }
   for (const Fault& fault : faults)
     product->tell("ZW001", product->path(), fault.text, "");
 }
