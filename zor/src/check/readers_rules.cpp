@@ -122,11 +122,6 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
                             product->path()});
     }
   if (product->findings().size() > before) return;
-  if (!is_utf8(product->path())) {
-    product->tell("ZW001", product->path(), "the path is not UTF-8, so nobody can use the product",
-                  "Rename the directories.");
-    return;
-  }
   for (const Fault& fault : faults)
     product->tell("ZW001", product->path(), fault.text, "");
 }
@@ -134,6 +129,11 @@ void tell_of_faults(Product* product, const std::vector<Fault>& faults) {
 }  // namespace
 
 bool check_readers(Product* product) {
+  if (!is_utf8(product->path())) {
+    product->tell("ZW001", product->path(), "the path is not UTF-8, so nobody can use the product",
+                  "Rename the directories.");
+    return false;
+  }
   ReadingAlong trees;
   const std::vector<Fault> faults = product->inspection().load(product->name());
   // The readers may have stopped in the midst.

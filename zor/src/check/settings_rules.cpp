@@ -73,7 +73,7 @@ std::string refusals(const Change& change) {
   std::string text;
   for (const Format* family : kFamilies) {
     const std::string reason = family->refusal(change);
-    if (!reason.empty()) text += (text.empty() ? "" : "; ") + reason;
+    if (text.find(reason) == std::string::npos) text += (text.empty() ? "" : "; ") + reason;
   }
   return text;
 }
