@@ -224,6 +224,8 @@ TEST_F(Session, ASwapIsOfOneProduct) {
   Do({"load", "C/a/1", "b"});
   Refused({"swap"}, what, 2);
   Refused({"swap", "a", "C/a", "C/b"}, what, 2);
+  Refused({"swap", "a", "//", "C/b"}, what, 2);
+  Refused({"swap", "a", "--and", "-p", "C", "b"}, what, 2);
   Refused({"swap", "a", "C/a", "//", "C/b"}, what, 2);
   Refused({"swap", "", "C/a"}, "zor: '' names no product\n", 2);
   Do({"swap", "a", "-p", "C", "c"});

@@ -152,7 +152,9 @@ int run_swap(Context* context) {
   context->notes += request.notes;
   check_deprecated(request, context);
   std::vector<std::vector<Pin>> groups = pins_of(session, request, *context);
-  if (groups.size() != 1 || groups[0].size() != 1)
+  const bool separated = std::find(words.begin(), words.end(), "//") != words.end() ||
+                         std::find(words.begin(), words.end(), "--and") != words.end();
+  if (groups.size() != 1 || groups[0].size() != 1 || separated)
     misuse("say what for what, as in: zor swap weaver tools/weaver/1.9");
   require_shell(*context, "swap");
   Pin pin = std::move(groups[0][0]);
