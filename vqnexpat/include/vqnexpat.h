@@ -66,8 +66,10 @@ FwError* x2fwerr(int code);
 // err may hold an error already: nothing is then parsed, and the error stays. For programs on this
 // library, as the readers open their files themselves.
 int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser);
-// The same for a file that is open already. It closes the file; the name is for errors.
-int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser);
+// The same for a file that is open already. It closes the file; the name is for errors. bytes gets
+// each block before the parser does, if it is not null.
+int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser,
+                         void (*bytes)(const char* block, uint32 length) = nullptr);
 
 // Where the parser stands: the line, and the character in it, both counted from 1. In a handler it
 // is the first character of what the handler is called for.

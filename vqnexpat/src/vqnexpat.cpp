@@ -103,7 +103,8 @@ int xml_from_fwfile(FwErrorState* err, FwTextString filename, XML_Parser parser)
   return file == FW_FILE_INVALID ? 0 : xml_from_open_fwfile(err, file, filename, parser);
 }
 
-int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser) {
+int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, XML_Parser parser,
+                         void (*bytes)(const char* block, uint32 length)) {
   int status = 1;
   char block[kXmlBlockSize];
   bool last = false;
@@ -113,6 +114,7 @@ int xml_from_open_fwfile(FwErrorState* err, FwFile file, FwTextString filename, 
     // Kept, as part of the interface: the status stays 1; the reader sees the error, and a state
     // that isn't final.
     if (err->pError != nullptr) break;
+    if (bytes != nullptr) bytes(block, length);
     if (XML_Parse(parser, block, static_cast<int>(length), last) == XML_STATUS_ERROR) {
       // Kept, as the defined result: a code without a kind is asserted against and becomes
       // fwErrorBug.

@@ -87,6 +87,7 @@ struct WH_XML_HANDLERS {
   void (*start)(void* user, const char* name, const char** attributes);
   void (*end)(void* user, const char* name);
   void (*text)(void* user, const char* bytes, int count);  // null if it passes over all text
+  void (*bytes)(const char* block, uint32 length);  // the file itself, in blocks; null for readers
 };
 
 // Called by each reader that is not observed when it begins, if it is not null. It may put handlers

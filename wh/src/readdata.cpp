@@ -244,15 +244,15 @@ int read_datafile(FwErrorState* err, FwTextString filename, PARSER* parser) {
   if (parser->doctype_start_el != nullptr)
     XML_SetStartDoctypeDeclHandler(xml, parser->doctype_start_el);
   const bool observed = wh_syntax_observer != nullptr && parser->format != nullptr;
+  WH_XML_HANDLERS handlers = {parser->start_el, parser->end_el, parser->cdata, nullptr};
   if (observed) {
     watch(xml);
   } else {
-    WH_XML_HANDLERS handlers = {parser->start_el, parser->end_el, parser->cdata};
     if (wh_xml_tap != nullptr) wh_xml_tap(xml, filename, &handlers);
     XML_SetElementHandler(xml, handlers.start, handlers.end);
     if (handlers.text != nullptr) XML_SetCharacterDataHandler(xml, handlers.text);
   }
-  int status = xml_from_open_fwfile(err, file, filename, xml);
+  int status = xml_from_open_fwfile(err, file, filename, xml, handlers.bytes);
   if (observed) end_watch(&user, status);
   XML_ParserFree(xml);
   return status;

@@ -64,7 +64,17 @@ struct Document {
   mutable std::vector<std::size_t> lines_;  // where each line begins, once that was asked
 };
 
-// Builds the trees of the data files that the readers read while it lives, in one go with what they
+// Whether a text is in UTF-16, by its byte order mark or, as the parser takes it, by a zero as one
+// of the first two bytes.
+bool is_utf16(std::string_view content);
+
+// The text of a data file in UTF-8, without a byte order mark, whatever it is encoded in.
+std::string decoded(std::string content);
+
+// Nothing if the text is no XML.
+std::optional<Document> parse_document(std::string content);
+
+// Makes documents of the data files that the readers read while it lives, in one go with what they
 // do. One may live at a time.
 class ReadingAlong {
  public:
@@ -73,29 +83,15 @@ class ReadingAlong {
   ReadingAlong(const ReadingAlong&) = delete;
   ReadingAlong& operator=(const ReadingAlong&) = delete;
 
-  // Takes the tree of a file, by the path that its reader was given. Null if it was not read.
-  // Places in it count the bytes of the file itself, whatever it is encoded in. It is of use only
-  // if the file was found well-formed.
-  std::unique_ptr<Element> take(const std::string& path);
+  // That of a file, by the path that its reader was given; nothing if it was not read, or taken
+  // before. The file must have been found well-formed.
+  std::optional<Document> take(const std::string& path);
 
   struct Reading;
 
  private:
   std::unordered_map<std::string, std::unique_ptr<Reading>> readings_;
 };
-
-// Whether a text is in UTF-16, by its byte order mark or, as the parser takes it, by a zero as one
-// of the first two bytes.
-bool is_utf16(std::string_view content);
-
-// Whether the text of a data file is in UTF-8 as it stands, without a byte order mark.
-bool is_decoded(std::string_view content);
-
-// The text of a data file in UTF-8, without a byte order mark, whatever it is encoded in.
-std::string decoded(std::string content);
-
-// Nothing if the text is no XML.
-std::optional<Document> parse_document(std::string content);
 
 }  // namespace zor
 

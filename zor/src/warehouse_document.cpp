@@ -15,6 +15,8 @@ namespace zor {
 
 namespace {
 
+constexpr std::string_view kMark = "\xEF\xBB\xBF";  // of byte order
+
 bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
@@ -241,13 +243,9 @@ bool is_utf16(std::string_view content) {
          (content.size() > 1 && (content[0] == '\0' || content[1] == '\0'));
 }
 
-bool is_decoded(std::string_view content) {
-  return !is_utf16(content) && !content.starts_with("\xEF\xBB\xBF") && !declares_latin1(content);
-}
-
 std::string decoded(std::string content) {
   if (is_utf16(content)) return from_utf16(content);
-  if (content.starts_with("\xEF\xBB\xBF")) return content.substr(3);
+  if (content.starts_with(kMark)) return content.substr(kMark.size());
   return declares_latin1(content) ? from_latin1(content) : std::move(content);
 }
 
@@ -272,6 +270,7 @@ struct ReadingAlong::Reading {
   std::unique_ptr<Element> root;
   Builder builder;
   WH_XML_HANDLERS reader;
+  std::string content;
 };
 
 namespace {
@@ -294,14 +293,18 @@ void text_along(void* user, const char* bytes, int count) {
   if (reading->reader.text) reading->reader.text(user, bytes, count);
 }
 
+void note_bytes(const char* block, uint32 length) {
+  reading->content.append(block, length);
+}
+
 void read_along(XML_Parser parser, FwTextString filename, WH_XML_HANDLERS* handlers) {
   auto root = std::make_unique<Element>();
   const Builder builder(parser, root.get());
   auto& entry = (*readings)[string_of(filename)];
   entry = std::make_unique<ReadingAlong::Reading>(
-      ReadingAlong::Reading{std::move(root), builder, *handlers});
+      ReadingAlong::Reading{std::move(root), builder, *handlers, {}});
   reading = entry.get();
-  *handlers = {start_along, end_along, text_along};
+  *handlers = {start_along, end_along, text_along, note_bytes};
 }
 
 }  // namespace
@@ -316,9 +319,14 @@ ReadingAlong::~ReadingAlong() {
   readings = nullptr;
 }
 
-std::unique_ptr<Element> ReadingAlong::take(const std::string& path) {
-  const auto found = readings_.find(path);
-  return found == readings_.end() ? nullptr : std::move(found->second->root);
+std::optional<Document> ReadingAlong::take(const std::string& path) {
+  auto found = readings_.extract(path);
+  if (!found) return std::nullopt;
+  std::string& content = found.mapped()->content;
+  // The parser counts the bytes of the file, whatever it is encoded in.
+  if (is_utf16(content) || content.starts_with(kMark) || declares_latin1(content))
+    return parse_document(std::move(content));
+  return Document(std::move(content), std::move(*found.mapped()->root));
 }
 
 }  // namespace zor

@@ -245,6 +245,26 @@ TEST(Check, MarksWhatItIsAboutBelowTheLine) {
             result.out);
 }
 
+// A product may be read as a part before its own turn comes.
+TEST(Check, KnowsPlacesFarDownInAFileHoweverItWasRead) {
+  const TemporaryTree tree;
+  std::string operations;
+  for (int i = 0; i < 500; ++i)
+    operations += "<ENV-DELETE>V" + std::to_string(i) + "</ENV-DELETE>\n";
+  const std::string settings = Settings(operations + "  <ENV-DELETE>W\n</ENV-DELETE>");
+  const std::string parts =
+      "<PARTLIST><PARTSPEC><PATTERN/><PARTS><PRODUCT category='t' name='b' version='1' rev='1'>"
+      "<PATTERN/></PRODUCT></PARTS></PARTSPEC></PARTLIST>\n";
+  LayOutExample(tree, "t/a", {{"1/1/env.xml", settings}, {"1/1/partlist.xml", parts}});
+  AddProduct(tree, "t/b", settings);
+  const std::string text =
+      "/1/1/env.xml:502:15: warning: the blanks or line ends around it belong to the text of "
+      "ENV-DELETE [ZW401 blanks-in-text]\n  502 |   <ENV-DELETE>W\n";
+  const std::string out = Zor({"check", tree.path(), "--rule", "ZW401"}).out;
+  EXPECT_NE(std::string::npos, out.find("/t/a" + text)) << out;
+  EXPECT_NE(std::string::npos, out.find("/t/b" + text)) << out;
+}
+
 TEST(Check, CountsColumnsInCharactersWhateverTheEncodingIs) {
   const TemporaryTree tree;
   const std::string text = Settings("<!-- \xE9 --><ENV-DELETE> A</ENV-DELETE>");

@@ -198,10 +198,13 @@ bool check_files(Product* product) {
       continue;
     }
     const std::string full = product->root() + '/' + path;
-    if (entry.is_file && access(full.c_str(), R_OK) == 0) continue;
-    struct stat info;
-    const bool known = stat(full.c_str(), &info) == 0;
-    if (known && S_ISREG(info.st_mode) && access(full.c_str(), R_OK) == 0) continue;
+    struct stat info = {};
+    if (entry.is_file) info.st_mode = S_IFREG;
+    const bool known = entry.is_file || stat(full.c_str(), &info) == 0;
+    if (known && S_ISREG(info.st_mode) && access(full.c_str(), R_OK) == 0) {
+      product->add_file(*same);
+      continue;
+    }
     const std::string what = !known ? fmt::format(
                                           "the link leads nowhere ({}); the file counts as "
                                           "missing",
@@ -217,7 +220,6 @@ bool check_files(Product* product) {
     readable = readable && !known;
   }
   if (!readable) return false;
-  product->read_files();
   if (!product->has_files("partlist.xml")) {
     product->tell("ZW106", product->path(),
                   "there is no partlist.xml: the product fails, and where it is a part it is "

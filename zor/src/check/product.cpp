@@ -20,23 +20,18 @@ std::size_t number_of(std::string_view file) {
 Product::Product(const std::string& root, const ProductName& name, Inspection* inspection)
     : root_(root), name_(name), path_(name.path()), inspection_(inspection) {}
 
-void Product::read_files() {
-  for (std::size_t i = 0; i < std::size(kDataFiles); ++i) {
-    contents_[i] = content_if_there(directory() + '/' + kDataFiles[i]);
-    there_[i] = contents_[i].has_value();
-  }
+void Product::add_file(std::string_view file) {
+  there_[number_of(file)] = true;
 }
 
-void Product::make_documents(ReadingAlong* trees) {
+void Product::make_documents(ReadingAlong* made) {
   for (std::size_t i = 0; i < std::size(kDataFiles); ++i) {
-    if (!contents_[i]) continue;
-    std::unique_ptr<Element> tree;
-    if (trees && is_decoded(*contents_[i])) tree = trees->take(directory() + '/' + kDataFiles[i]);
-    if (tree)
-      documents_[i].emplace(std::move(*contents_[i]), std::move(*tree));
-    else
-      documents_[i] = parse_document(std::move(*contents_[i]));
-    contents_[i].reset();
+    if (!there_[i]) continue;
+    const std::string path = directory() + '/' + kDataFiles[i];
+    if (made) documents_[i] = made->take(path);
+    if (documents_[i]) continue;
+    if (std::optional<std::string> content = content_if_there(path))
+      documents_[i] = parse_document(std::move(*content));
   }
 }
 

@@ -76,10 +76,10 @@ class Product {
   void tell(std::string_view rule, const std::string& path, std::string text, std::string help);
   void tell(Finding finding) { findings_.push_back(std::move(finding)); }
 
-  // Reads the data files. The product must have none but regular ones.
-  void read_files();
-  // Makes the documents, of trees that were built when the files were read, if there are any.
-  void make_documents(ReadingAlong* trees);
+  // Notes a data file. It must be a regular one.
+  void add_file(std::string_view file);
+  // Makes the documents: takes those that were made when the files were read, if there are any.
+  void make_documents(ReadingAlong* made);
 
   std::vector<Finding>& findings() { return findings_; }
   Facts& facts() { return facts_; }
@@ -90,7 +90,6 @@ class Product {
   ProductName name_;
   std::string path_;
   Inspection* inspection_;
-  std::array<std::optional<std::string>, std::size(kDataFiles)> contents_;  // until documents are
   std::array<bool, std::size(kDataFiles)> there_ = {};
   std::array<std::optional<Document>, std::size(kDataFiles)> documents_;
   std::vector<Finding> findings_;

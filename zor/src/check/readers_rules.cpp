@@ -134,10 +134,10 @@ bool check_readers(Product* product) {
                   "Rename the directories.");
     return false;
   }
-  ReadingAlong trees;
+  ReadingAlong made;
   const std::vector<Fault> faults = product->inspection().load(product->name());
   // The readers may have stopped in the midst.
-  product->make_documents(faults.empty() ? &trees : nullptr);
+  product->make_documents(faults.empty() ? &made : nullptr);
   for (const char* file : kDataFiles) {
     const Document* document = product->document(file);
     if (!document) continue;
