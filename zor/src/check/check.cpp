@@ -12,7 +12,7 @@ namespace zor::check {
 
 namespace {
 
-constexpr std::size_t kProductsInMemory = 64;
+constexpr std::size_t kProductsInMemory = 256;
 
 struct Item {
   ProductName product;

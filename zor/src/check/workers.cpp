@@ -24,8 +24,9 @@ namespace zor::check {
 namespace {
 
 constexpr std::size_t kMostWorkers = 64;
-constexpr std::size_t kChunk = 8;   // items that a process takes at a time
-constexpr unsigned kPatience = 30;  // seconds for one item
+constexpr std::size_t kMostAtATime = 64;  // items that a process takes
+constexpr std::size_t kTurns = 16;        // in which it takes items, if there are few
+constexpr unsigned kPatience = 30;        // seconds for one item
 constexpr std::size_t kFull = std::size_t{1} << 16;
 
 // ---- Messages: a letter, and texts and numbers in turn ----
@@ -211,7 +212,9 @@ class Pool {
 
   void run() {
     const auto cores = static_cast<std::size_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
-    const std::size_t chunks = (work_.items + kChunk - 1) / kChunk;
+    // What is near in a warehouse has parts in common, which each process reads for itself.
+    chunk_ = std::clamp(work_.items / (cores * kTurns), std::size_t{1}, kMostAtATime);
+    const std::size_t chunks = (work_.items + chunk_ - 1) / chunk_;
     workers_.resize(std::min({cores, kMostWorkers, chunks}));
     for (Worker& worker : workers_)
       start(&worker, SIZE_MAX);
@@ -243,8 +246,8 @@ class Pool {
     end_silently();
     Writer writer(fd);
     try {
-      while (from < work_.items || (from = next_->fetch_add(kChunk)) < work_.items) {
-        const std::size_t end = std::min(work_.items, (from / kChunk + 1) * kChunk);
+      while (from < work_.items || (from = next_->fetch_add(chunk_)) < work_.items) {
+        const std::size_t end = std::min(work_.items, (from / chunk_ + 1) * chunk_);
         for (; from < end; ++from) {
           writer.letter('b').number(from).flush();
           alarm(kPatience);
@@ -398,12 +401,13 @@ class Pool {
                   kTrouble);
     work_.lost(at, WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM);
     ++done_;
-    const bool chunk_is_done = (at + 1) % kChunk == 0;
+    const bool chunk_is_done = (at + 1) % chunk_ == 0;
     start(worker, chunk_is_done ? SIZE_MAX : at + 1);
   }
 
   const Work& work_;
   std::atomic<std::size_t>* next_;
+  std::size_t chunk_ = 1;
   std::vector<Worker> workers_;
   std::size_t done_ = 0;
 };
