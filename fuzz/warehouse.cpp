@@ -28,14 +28,15 @@ namespace {
 using Json = nlohmann::json;
 using Words = std::vector<std::string>;
 
-// category/name/version/rev/file.
+// category/name/version/rev/file, of names that are no options.
 bool IsPath(const std::string& path) {
   return path.find_first_not_of(
              "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/.-") ==
              std::string::npos &&
          std::count(path.begin(), path.end(), '/') == 4 && !path.ends_with('/') &&
          path.size() < 60 && ('/' + path).find("//") == std::string::npos &&
-         ('/' + path).find("/.") == std::string::npos;
+         ('/' + path).find("/.") == std::string::npos &&
+         ('/' + path).find("/-") == std::string::npos;
 }
 
 // What leads out of the warehouse, fills the memory, or takes the plainest patterns too long.
