@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """check.py [PRODUCTS...]: what zor check takes on warehouses of that many products.
 
-Each product has the seven data files, with 20 operations or commands in each file of settings and of recipes, and two
-others of its category as parts. Told are the wall time, the processor time, and, if asked for, the most memory that all
+Each product has the seven data files, with 20 operations or commands in each of the five files of settings and of
+recipes, and two others of its category as parts. Told are the wall time, the processor time, and, if asked for, the most memory that all
 processes together held at a time, shared pages counted once. The warehouses are laid out in a directory that is removed
 at the end.
 
   --program PATH   the program (build/release/zor)
+  --operations N   so many in each of these files; 4 make 20 a product
   --memory         look at the memory, too, which costs time
 """
 import argparse
@@ -44,8 +45,8 @@ def setenv(number, i, op):
     return '    <SETENV op="%s" name="P%d_R%d" value="%%(BASE-CNVR)/v%d"/>\n' % (op, number, i, i)
 
 
-def files(number, parts):
-    some = range(20)
+def files(number, parts, operations):
+    some = range(operations)
     return {
         "product.xml": INFO,
         "partlist.xml": "<PARTLIST>\n  <PARTSPEC><PATTERN/><PARTS>\n%s  </PARTS></PARTSPEC>\n</PARTLIST>\n"
@@ -58,13 +59,13 @@ def files(number, parts):
     }
 
 
-def lay_out(root, products):
+def lay_out(root, products, operations):
     for number in range(products):
         first = number - number % 10
         parts = [] if number == first else [first] if number == first + 1 else [first, first + 1]
         directory = "%s/c%d/p%d/1/1" % (root, number // 10, number)
         os.makedirs(directory)
-        for name, content in files(number, parts).items():
+        for name, content in files(number, parts, operations).items():
             with open(directory + "/" + name, "w", encoding="utf-8") as file:
                 file.write(content)
 
@@ -102,12 +103,13 @@ def measure(program, root, memory):
 parser = argparse.ArgumentParser()
 parser.add_argument("products", type=int, nargs="*", default=[1000, 10000])
 parser.add_argument("--program", default=SOURCE + "/build/release/zor")
+parser.add_argument("--operations", type=int, default=20)
 parser.add_argument("--memory", action="store_true")
 options = parser.parse_args()
 for count in options.products:
     root = tempfile.mkdtemp(prefix="zor-check-")
     try:
-        lay_out(root, count)
+        lay_out(root, count, options.operations)
         wall, cpu, memory, status = measure(options.program, root, options.memory)
         print("%d products: %.2f s, %.2f s of processors, status %d" % (count, wall, cpu, status)
               + (", %.0f MiB" % memory if options.memory else ""))
