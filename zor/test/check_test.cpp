@@ -245,6 +245,20 @@ TEST(Check, MarksWhatItIsAboutBelowTheLine) {
             result.out);
 }
 
+TEST(Check, TellsAReasonOfSeveralDialectsOnce) {
+  const TemporaryTree tree;
+  LayOutExample(tree, "t/p",
+                {{"1/1/env.xml", Settings("<ENV-INSERT><NAME>A</NAME><VALUE>"
+                                          "%[%(BASE-CNVR)/f]</VALUE></ENV-INSERT>")},
+                 {"1/1/f", "\xFF"}});
+  const std::string out = Zor({"check", tree.path(), "--rule", "ZW409"}).out;
+  EXPECT_NE(
+      std::string::npos,
+      out.find(": warning: A holds bytes that are not UTF-8; holds characters other than those "
+               "of ASCII; holds a byte 255, which rc takes for the end of its input [ZW409 "))
+      << out;
+}
+
 // A product may be read as a part before its own turn comes.
 TEST(Check, KnowsPlacesFarDownInAFileHoweverItWasRead) {
   const TemporaryTree tree;

@@ -13,6 +13,7 @@
 #include "check/product.h"
 #include "formats/format.h"
 #include "formats/names.h"
+#include "words.h"
 
 namespace zor::check {
 
@@ -70,12 +71,13 @@ std::string refusals(const Change& change) {
         different.push_back(&format);
     return different;
   }();
-  std::string text;
+  std::vector<std::string> reasons;
   for (const Format* family : kFamilies) {
-    const std::string reason = family->refusal(change);
-    if (text.find(reason) == std::string::npos) text += (text.empty() ? "" : "; ") + reason;
+    std::string reason = family->refusal(change);
+    if (!reason.empty() && std::find(reasons.begin(), reasons.end(), reason) == reasons.end())
+      reasons.push_back(std::move(reason));
   }
-  return text;
+  return joined(reasons, "; ");
 }
 
 constexpr std::size_t kMostNames = 256;
