@@ -406,6 +406,9 @@ bool is_of_bytes(const Fault& fault) {
 
 // Nothing if there are no such bytes in what was asked.
 std::string strange_bytes(const Asked& asked) {
+  if (!is_utf8(asked.root))
+    return lines(fmt::format("the path {} is not UTF-8, and can't be read", asked.root), "",
+                 "rename the directory, or reach it by a link", kTree);
   for (const ProductName& product : asked.products)
     for (const std::string* element :
          {&product.category, &product.name, &product.version, &product.rev})

@@ -691,6 +691,14 @@ TEST(Mistakes, InBytesThatAreNoText) {
          "  rename its directory\n"
          "  see zorenv-warehouse(5), DESCRIPTION\n",
          1);
+  const std::filesystem::path latin = shop.Root() + "/../\xe9";
+  std::filesystem::create_directory_symlink(shop.Root(), latin);
+  Expect(Zor({"env", "gcc"}, {"ZORROOT=" + latin.string()}), "",
+         "zor: the path " + shop.Root() +
+             "/../\\xe9 is not UTF-8, and can't be read\n"
+             "  rename the directory, or reach it by a link\n"
+             "  see zorenv-warehouse(5), DESCRIPTION\n",
+         1);
   const std::string unusable =
       ": error: the path is not UTF-8, so nobody can use the product [ZW001 unreadable-data]\n"
       "  help: Rename the directories.\n";
