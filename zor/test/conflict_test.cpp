@@ -86,8 +86,8 @@ TEST_F(Why, AnElementMayBeAskedForAlone) {
          "", 0);
 }
 
-// An operation on several variables may leave the separator out. It takes that of the first
-// variable that has one, and carries it on to the others.
+// An operation on several variables that states no separator takes the one of the first variable
+// that has one, and then uses it for the others too.
 TEST_F(Why, AnElementIsWhatTheSeparatorMakesIt) {
   w.Product("C/all/1/1", Insert("XL", "x", "", " sep=';'") + Remove("X*", "nothing"));
   Expect(Zor({"why", "all", "XM"}, {"ZORROOT=" + w.Root(), "XL=y", "XM=a:b"}),

@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::size_t kMostWorkers = 64;
 constexpr std::size_t kMostAtATime = 64;  // items that a process takes
-constexpr std::size_t kTurns = 16;        // in which it takes items, if there are few
+constexpr std::size_t kTurns = 16;        // each process gets at least so many, if it can
 constexpr unsigned kPatience = 30;        // seconds for one item
 constexpr std::size_t kFull = std::size_t{1} << 16;
 
@@ -212,7 +212,8 @@ class Pool {
 
   void run() {
     const auto cores = static_cast<std::size_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
-    // What is near in a warehouse has parts in common, which each process reads for itself.
+    // Products that lie side by side often share parts. Each process reads those for itself, so it
+    // pays to give it many neighbours at once.
     chunk_ = std::clamp(work_.items / (cores * kTurns), std::size_t{1}, kMostAtATime);
     const std::size_t chunks = (work_.items + chunk_ - 1) / chunk_;
     workers_.resize(std::min({cores, kMostWorkers, chunks}));

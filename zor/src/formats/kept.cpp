@@ -376,8 +376,8 @@ constexpr Keeper kMake = {"make", kMakeKept};
 
 namespace {
 
-// The length and both ends of a name, in a small number. Nearly all names that nobody keeps are
-// told by it.
+// The length, the first and the last character of a name, as one small number. Few of the names
+// that no shell keeps share their number with one that a shell keeps.
 constexpr std::size_t kShapes = 4096;
 constexpr std::size_t shape_of(std::string_view name) {
   const auto first = static_cast<unsigned char>(name.front());
